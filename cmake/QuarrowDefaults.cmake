@@ -1,0 +1,58 @@
+# How everything here is compiled, and the few functions that the folders' CMakeLists.txt share.
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release)
+endif()
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_program(QUARROW_CCACHE ccache)
+if(QUARROW_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${QUARROW_CCACHE}")
+endif()
+
+# -UNDEBUG: assertions are behaviour. An empty shared pointer stops the process in release builds,
+# too.
+add_library(quarrow_flags INTERFACE)
+target_compile_options(quarrow_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -UNDEBUG)
+if(QUARROW_SANITIZE)
+  target_compile_options(quarrow_flags INTERFACE
+    -fsanitize=${QUARROW_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(quarrow_flags INTERFACE -fsanitize=${QUARROW_SANITIZE})
+endif()
+
+# The include folders and libraries that everything on the exported interface needs.
+function(quarrow_public_interface target)
+  get_target_property(type ${target} TYPE)
+  target_include_directories(${target} PUBLIC
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
+    "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+  target_link_libraries(${target} PUBLIC zvellparser zvelluser base Boost::boost)
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:quarrow_flags>)
+endfunction()
+
+# An object library of one of the library's own folders.
+function(quarrow_add_objects target)
+  add_library(${target} OBJECT ${ARGN})
+  quarrow_public_interface(${target})
+  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
+  set_target_properties(${target} PROPERTIES
+    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
+
+# A program of unit tests: quarrow_add_unit_tests(NAME SOURCES a_test.cc ... LIBRARIES lib ...).
+function(quarrow_add_unit_tests name)
+  if(NOT QUARROW_TESTS)
+    return()
+  endif()
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_link_libraries(${name} PRIVATE quarrow_flags ${arg_LIBRARIES} GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
+endfunction()
