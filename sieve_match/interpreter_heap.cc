@@ -1,0 +1,206 @@
+// An arena with free lists by size: a block comes off the list of its size, or off the unused end
+// of the arena. Closing the heap forgets the lists and starts again at the front.
+
+#include "sieve_match/interpreter_heap.h"
+
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <array>
+#include <csetjmp>
+#include <cstdint>
+#include <cstring>
+
+// libsieve's address lexer reads through this pointer before it sets it, and leaves it dangling
+// after a run.
+extern "C" char* libsieve_addrlval;
+
+namespace Quarrow {
+namespace interpreter_heap {
+namespace {
+
+constexpr std::size_t alignment = 16;
+// What the interpreter may write behind a block: it overruns by a byte, and reads no further.
+constexpr std::size_t slack = 16;
+// Address space, not memory: freed blocks of one size do not serve another.
+constexpr std::size_t arena_size = 2 * budget;
+// Pages that stay with the process between two uses; an ordinary script and message need less.
+constexpr std::size_t kept_size = std::size_t{1} << 20;
+
+// Sizes up to this go in steps of the alignment, larger ones in four steps a doubling.
+constexpr std::size_t small_limit = 1024;
+constexpr std::size_t small_classes = small_limit / alignment;
+constexpr std::size_t class_count = small_classes + 4 * 20;
+
+struct Block {
+  std::uint32_t size_class;
+  std::uint32_t in_use;
+  std::size_t capacity;  // bytes behind this head
+};
+static_assert(sizeof(Block) == alignment, "blocks are aligned as malloc's are");
+
+struct FreeBlock {
+  Block head;
+  FreeBlock* next;
+};
+
+struct SizeClass {
+  std::uint32_t index;
+  std::size_t capacity;
+};
+
+SizeClass size_class_of(std::size_t size) {
+  if (size <= small_limit) {
+    const std::size_t steps = (size + alignment - 1) / alignment;
+    return {static_cast<std::uint32_t>(steps), steps * alignment};
+  }
+  const unsigned doubling = 63U - static_cast<unsigned>(__builtin_clzll(size - 1));
+  const std::size_t step = std::size_t{1} << (doubling - 2);
+  const std::size_t steps = (size - 1) / step + 1;  // 5 to 8
+  const std::size_t index = small_classes + 4 * (doubling - 10) + (steps - 4);
+  return {static_cast<std::uint32_t>(index), steps * step};
+}
+
+class Heap {
+ public:
+  void open() {
+    if (arena_ == nullptr) map_arena();
+    static char nothing_read_yet[] = "";
+    libsieve_addrlval = nothing_read_yet;
+  }
+
+  void close() {
+    const std::size_t used = static_cast<std::size_t>(end_ - arena_);
+    if (used > kept_size) (void)madvise(arena_ + kept_size, used - kept_size, MADV_DONTNEED);
+    end_ = arena_;
+    in_use_ = 0;
+    free_.fill(nullptr);
+  }
+
+  void* allocate(std::size_t size) {
+    if (size > budget || in_use_ + size > budget) {
+      end_task();
+      if (size > budget) return nullptr;
+    }
+    const SizeClass wanted = size_class_of(size + slack);
+    Block* block = recycled(wanted);
+    if (block == nullptr) block = fresh(wanted);
+    if (block == nullptr) return nullptr;
+    block->in_use = 1;
+    in_use_ += block->capacity;
+    return std::memset(block + 1, 0, block->capacity);
+  }
+
+  void* resize(void* old, std::size_t size) {
+    if (old == nullptr) return allocate(size);
+    const std::size_t capacity = head_of(old)->capacity;
+    if (size + slack <= capacity) return old;
+    void* larger = allocate(size);
+    if (larger == nullptr) return nullptr;
+    std::memcpy(larger, old, capacity - slack);
+    release(old);
+    return larger;
+  }
+
+  void release(void* data) {
+    if (data == nullptr) return;
+    Block* block = head_of(data);
+    if (block->in_use == 0) return;
+    block->in_use = 0;
+    in_use_ -= block->capacity;
+    FreeBlock* freed = reinterpret_cast<FreeBlock*>(block);
+    freed->next = free_[block->size_class];
+    free_[block->size_class] = freed;
+  }
+
+  int run(Task task, sieve2_context_t* context, void* user) {
+    if (sigsetjmp(task_end_, 0) != 0) {
+      task_runs_ = false;
+      return SIEVE2_ERROR_NOMEM;
+    }
+    task_runs_ = true;
+    const int result = task(context, user);
+    task_runs_ = false;
+    return result;
+  }
+
+  int callbacks = 0;  // how many are running
+
+ private:
+  static Block* head_of(void* data) { return static_cast<Block*>(data) - 1; }
+
+  void map_arena() {
+    void* pages = mmap(nullptr, arena_size, PROT_READ | PROT_WRITE,
+                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (pages == MAP_FAILED) return;  // sieve2_alloc gets no memory then, and says so
+    arena_ = end_ = static_cast<char*>(pages);
+  }
+
+  Block* recycled(const SizeClass& wanted) {
+    FreeBlock* block = free_[wanted.index];
+    if (block == nullptr) return nullptr;
+    free_[wanted.index] = block->next;
+    return &block->head;
+  }
+
+  Block* fresh(const SizeClass& wanted) {
+    const std::size_t size = sizeof(Block) + wanted.capacity;
+    const std::size_t used = static_cast<std::size_t>(end_ - arena_);
+    if (arena_ == nullptr) return nullptr;
+    if (size > arena_size - used) {
+      end_task();
+      return nullptr;
+    }
+    Block* block = reinterpret_cast<Block*>(end_);
+    end_ += size;
+    block->size_class = wanted.index;
+    block->capacity = wanted.capacity;
+    return block;
+  }
+
+  // Returns only where no task can be left: in a callback, and while a context is made or freed.
+  void end_task() {
+    if (task_runs_ && callbacks == 0) siglongjmp(task_end_, 1);
+  }
+
+  char* arena_ = nullptr;
+  char* end_ = nullptr;  // of what has been handed out so far
+  std::size_t in_use_ = 0;
+  std::array<FreeBlock*, class_count> free_{};
+  bool task_runs_ = false;
+  sigjmp_buf task_end_;
+};
+
+Heap heap;
+
+}  // namespace
+
+void open() { heap.open(); }
+void close() { heap.close(); }
+int run(Task task, sieve2_context_t* context, void* user) { return heap.run(task, context, user); }
+CallbackScope::CallbackScope() { ++heap.callbacks; }
+CallbackScope::~CallbackScope() { --heap.callbacks; }
+
+}  // namespace interpreter_heap
+}  // namespace Quarrow
+
+// What libsieve's malloc, calloc, realloc and free are renamed to.
+extern "C" {
+
+void* quarrow_heap_malloc(std::size_t size) {
+  return Quarrow::interpreter_heap::heap.allocate(size);
+}
+
+void* quarrow_heap_calloc(std::size_t count, std::size_t size) {
+  std::size_t bytes = 0;
+  if (__builtin_mul_overflow(count, size, &bytes)) return nullptr;
+  return Quarrow::interpreter_heap::heap.allocate(bytes);
+}
+
+void* quarrow_heap_realloc(void* old, std::size_t size) {
+  return Quarrow::interpreter_heap::heap.resize(old, size);
+}
+
+void quarrow_heap_free(void* data) { Quarrow::interpreter_heap::heap.release(data); }
+
+}  // extern "C"

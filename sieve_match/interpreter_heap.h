@@ -1,0 +1,47 @@
+// The memory that libsieve works in during one use of it.
+//
+// libsieve is linked with its allocation functions renamed to those of this heap. Every block is
+// handed out clean and with some bytes more than asked for, so that the interpreter's overruns hit
+// nothing and what it forgets to set reads as zero; what it forgets to free is gone when the heap
+// is closed; and a budget ends a run that would take gigabytes. The heap belongs to whoever holds
+// the interpreter's lock.
+#ifndef QUARROW_SIEVE_MATCH_INTERPRETER_HEAP_H_
+#define QUARROW_SIEVE_MATCH_INTERPRETER_HEAP_H_
+
+#include <cstddef>
+
+#include <sieve2.h>  // needs NULL from the line above
+
+namespace Quarrow {
+namespace interpreter_heap {
+
+// The most that may be in use at a time, in bytes. A message with 50,000 recipients needs some 22
+// MB.
+constexpr std::size_t budget = std::size_t{64} << 20;
+
+// Makes the heap ready for a use of the interpreter.
+void open();
+
+// Drops all that is left, and gives back to the system what an unusual message took.
+void close();
+
+// sieve2_validate or sieve2_execute.
+using Task = int (*)(sieve2_context_t* context, void* user);
+
+// Runs `task` and returns its result, or SIEVE2_ERROR_NOMEM when it was ended because it passed the
+// budget. Only frames of libsieve are left behind by that end, never one of a callback.
+int run(Task task, sieve2_context_t* context, void* user);
+
+// While one is alive, a callback runs and the budget does not end the task.
+class CallbackScope {
+ public:
+  CallbackScope();
+  ~CallbackScope();
+  CallbackScope(const CallbackScope&) = delete;
+  CallbackScope& operator=(const CallbackScope&) = delete;
+};
+
+}  // namespace interpreter_heap
+}  // namespace Quarrow
+
+#endif  // QUARROW_SIEVE_MATCH_INTERPRETER_HEAP_H_

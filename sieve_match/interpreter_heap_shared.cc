@@ -1,0 +1,16 @@
+// The interpreter heap of a build on the plain shared libsieve: there is none, libsieve uses the
+// program's.
+
+#include "sieve_match/interpreter_heap.h"
+
+namespace Quarrow {
+namespace interpreter_heap {
+
+void open() {}
+void close() {}
+int run(Task task, sieve2_context_t* context, void* user) { return task(context, user); }
+CallbackScope::CallbackScope() = default;
+CallbackScope::~CallbackScope() = default;
+
+}  // namespace interpreter_heap
+}  // namespace Quarrow

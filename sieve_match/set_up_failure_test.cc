@@ -1,0 +1,103 @@
+// Failures that no input brings about. The linker puts the functions __wrap_... below in place of
+// those they wrap.
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstddef>
+
+#include "quarrow/evaluation.h"
+#include "tests/support/evaluation_support.h"
+
+namespace {
+bool no_context = false;
+bool no_callbacks = false;
+bool no_script_buffer = false;
+}  // namespace
+
+extern "C" {
+int __real_sieve2_alloc(sieve2_context_t** context);
+int __real_sieve2_callbacks(sieve2_context_t* context, sieve2_callback_t* callbacks);
+void* __real_calloc(std::size_t count, std::size_t size);
+
+int __wrap_sieve2_alloc(sieve2_context_t** context) {
+  return no_context ? SIEVE2_ERROR_NOMEM : __real_sieve2_alloc(context);
+}
+
+int __wrap_sieve2_callbacks(sieve2_context_t* context, sieve2_callback_t* callbacks) {
+  return no_callbacks ? SIEVE2_ERROR_UNSUPPORTED : __real_sieve2_callbacks(context, callbacks);
+}
+
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+  return no_script_buffer && count == 32769 ? nullptr : __real_calloc(count, size);
+}
+}
+
+namespace Quarrow {
+namespace {
+
+class SetUpFailure : public testing::Test {
+ protected:
+  ~SetUpFailure() override { no_context = no_callbacks = no_script_buffer = false; }
+
+  // Creates no matcher of a good script, and says so with `error`.
+  void expect_no_matcher(const std::string& error) {
+    const TemporaryFolder folder;
+    const std::string path = folder.write("script", "keep;");
+    LogRecord record;
+    EXPECT_EQ(nullptr, SieveMatch::Create(path, new RecordingLog(record)));
+    const std::vector<std::string> want = {
+        "SetComponent: SieveMatchImpl", "Error: " + error,
+        "Error: failed to read rule file '" + path + "', errno = " + std::to_string(EFAULT)};
+    EXPECT_EQ(want, record.lines);
+    EXPECT_TRUE(record.deleted);
+  }
+};
+
+TEST_F(SetUpFailure, WithoutAContext) {
+  no_context = true;
+  expect_no_matcher("failed to create sieve context");
+}
+
+TEST_F(SetUpFailure, WithoutAScriptBuffer) {
+  no_script_buffer = true;
+  expect_no_matcher("failed to allocate memory to store sieve rules");
+}
+
+TEST_F(SetUpFailure, WithoutCallbacks) {
+  no_callbacks = true;
+  expect_no_matcher("failed to install sieve callbacks");
+}
+
+TEST_F(SetUpFailure, ANullBufferMarksIt) {
+  no_callbacks = true;
+  SieveMatchImpl matcher("", nullptr);
+  EXPECT_EQ(nullptr, matcher.script);
+  EXPECT_EQ(nullptr, matcher.context);
+  EXPECT_EQ(1U, matcher.header_procs.size());
+}
+
+TEST_F(SetUpFailure, WithoutAContextThereAreNoHeaderProcedures) {
+  no_context = true;
+  const SieveMatchImpl matcher("", nullptr);
+  EXPECT_TRUE(matcher.header_procs.empty());
+}
+
+TEST_F(SetUpFailure, NoneIsLoggedWithoutALog) {
+  no_context = true;
+  EXPECT_EQ(nullptr, matcher_of("keep;"));
+}
+
+TEST_F(SetUpFailure, ARunThatGetsNoContextFails) {
+  LogRecord record;
+  const auto matcher = matcher_of("keep;", new RecordingLog(record));
+  ASSERT_NE(nullptr, matcher);
+  no_context = true;
+  EXPECT_EQ("MatchResult []", text_of(outcome(*matcher, "Subject: x\n\n")));
+  EXPECT_EQ(1U, record.count("Debug: match failed, rc = 7"));
+  no_context = false;
+  EXPECT_EQ("MatchResult [action=KEEP]", text_of(outcome(*matcher, "Subject: x\n\n")));
+}
+
+}  // namespace
+}  // namespace Quarrow
