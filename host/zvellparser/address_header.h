@@ -1,0 +1,25 @@
+// Address headers in a form that the Sieve interpreter can read.
+#ifndef HOST_ZVELLPARSER_ADDRESS_HEADER_H_
+#define HOST_ZVELLPARSER_ADDRESS_HEADER_H_
+
+#include <string>
+
+namespace zvellparser {
+
+// Whether `name` is a header that holds addresses: From, To, Cc, Bcc, Sender, Reply-To and their
+// Resent- forms (RFC 5322, sections 3.6.2, 3.6.3 and 3.6.6), regardless of ASCII case.
+bool is_address_header(const std::string& name);
+
+// The value of an address header for the Sieve interpreter. An evaluation that meets an address
+// header which libsieve refuses ends in an error, so that a sender could switch off a user's rules.
+//
+// `raw`, the unfolded value, comes back as it is when libsieve reads it once stringToUtf8 has
+// decoded it: what is written there is for the rules to judge. Otherwise the addresses that can be
+// made out in it (salvage_addresses) come back, in UTF-8, such that libsieve reads them and
+// stringToUtf8 leaves them alone. Empty, which libsieve takes for an absent header, when there are
+// none. Never fails; linear time.
+std::string readable_address_header(const std::string& raw);
+
+}  // namespace zvellparser
+
+#endif  // HOST_ZVELLPARSER_ADDRESS_HEADER_H_

@@ -1,0 +1,57 @@
+// Address headers as the message parser hands them out.
+#include "host/zvellparser/address_header.h"
+
+#include <gtest/gtest.h>
+
+#include "host/zvellparser/address_test_texts.h"
+
+using zvellparser::decoded;
+using zvellparser::is_address_header;
+using zvellparser::readable_address_header;
+
+namespace {
+
+TEST(AddressHeader, IsKnownByItsName) {
+  for (const char* name :
+       {"From", "to", "CC", "Bcc", "sender", "REPLY-TO", "Resent-From", "resent-to", "RESENT-CC",
+        "Resent-Bcc", "Resent-Sender", "resent-reply-to"}) {
+    EXPECT_TRUE(is_address_header(name)) << "name: " << name;
+  }
+  for (const char* name : {"", "Subject", "Fro", "From ", "Resent-", "Resent-Date", "To:"}) {
+    EXPECT_FALSE(is_address_header(name)) << "name: " << name;
+  }
+}
+
+TEST(AddressHeader, StaysAsItIsWhenItCanBeRead) {
+  for (const char* text :
+       {"", "Jane <j@x.org>", "  Jane   (J)\t< j@x.org >", "j@[192.0.2.1]", "<@x.org:j@x.org>",
+        "undisclosed-recipients:;", "=?utf-8?q?J=C3=B6rg?= <j@x.org>", "J\xf6rg <j@x.org>",
+        "=?utf-8?q?=22Doe=2C_J=2E=22?= <j@x.org>"}) {
+    EXPECT_EQ(text, readable_address_header(text));
+  }
+}
+
+TEST(AddressHeader, IsJudgedAsItReadsDecoded) {
+  EXPECT_EQ("\"Doe, J.\" <j@x.org>", readable_address_header("=?utf-8?q?Doe=2C_J=2E?= <j@x.org>"));
+  EXPECT_EQ("\"J\xc3\xb6rg D.\" <j@x.org>",
+            readable_address_header("=?iso-8859-1?q?J=F6rg_D=2E?= <j@x.org>"));
+  EXPECT_EQ("\"J\xc3\xb6rg D.\" <j@x.org>", readable_address_header("J\xf6rg D. <j@x.org>"));
+}
+
+TEST(AddressHeader, IsEmptyWithoutAnAddress) {
+  for (const char* text : {"<>", "Mail Delivery System", "\"\" <>", "=?utf-8?q?a_b?="}) {
+    EXPECT_EQ("", readable_address_header(text)) << "text: " << text;
+  }
+}
+
+TEST(AddressHeader, IsNotDecodedTwice) {
+  for (const char* text :
+       {"=?utf-8?q?=3D=3Futf-8=3Fq=3Fa=40x=3F=3D?= . <j@x.org>", "=?none?q?J.?= <j@x.org>",
+        "J\xc3\xb6rg D. <j@x.org>", "J\xf6rg D. <j\xf6rg@x.org>", "a\\\xf6@b@c, =?a@b.c?=."}) {
+    const std::string readable = readable_address_header(text);
+    EXPECT_NE("", readable) << "text: " << text;
+    EXPECT_EQ(readable, decoded(readable)) << "text: " << text;
+  }
+}
+
+}  // namespace

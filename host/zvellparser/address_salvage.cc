@@ -1,0 +1,279 @@
+// A tolerant reader of address lists, and a writer that keeps to what libsieve reads.
+//
+// GMime's reader is no help here: it is lenient about some faults, but leaves out a mailbox with,
+// say, a bracket in its name or two dots in its local part, and takes "a@b@c" for "a@b".
+#include "host/zvellparser/address_salvage.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+
+#include "host/zvellparser/address_grammar.h"
+
+namespace zvellparser {
+namespace {
+
+constexpr auto npos = std::string::npos;
+
+struct Address {
+  std::string local;
+  std::string domain;
+
+  bool empty() const { return local.empty() || domain.empty(); }
+};
+
+bool is_space(char c) { return (c >= '\0' && c <= ' ') || c == '\x7f'; }
+
+// `text` without the `leading` and `trailing` characters at its ends.
+std::string trimmed(const std::string& text, const char* leading, const char* trailing) {
+  const std::size_t begin = text.find_first_not_of(leading);
+  const std::size_t last = text.find_last_not_of(trailing);
+  return last == npos || begin > last ? "" : text.substr(begin, last + 1 - begin);
+}
+
+// `text` as it can stand in quotes: on one line, without quotes, and not ending in a backslash,
+// which would keep them open.
+std::string quotable(std::string text) {
+  text.erase(std::remove(text.begin(), text.end(), '"'), text.end());
+  std::replace_if(text.begin(), text.end(), is_space, ' ');
+  return trimmed(text, " ", " \\");
+}
+
+bool is_atoms(const std::string& text, char separator) {
+  std::size_t begin = 0;
+  for (std::size_t end = 0; end != npos; begin = end + 1) {
+    end = text.find(separator, begin);
+    if (!is_atom(text.substr(begin, end == npos ? npos : end - begin))) return false;
+  }
+  return true;
+}
+
+std::string quoted_unless_atoms(const std::string& text, char separator) {
+  return is_atoms(text, separator) ? text : '"' + text + '"';
+}
+
+// The labels that `text` begins with. Brackets are left out, since libsieve takes a domain literal
+// for something else: it reads a@[192.0.2.1] as a@a.
+std::string readable_domain(const std::string& text) {
+  constexpr std::string_view domain_ends = " <>()@,;:\\";
+  std::string domain;
+  for (const char c : trimmed(text, " .", " .")) {
+    if (domain_ends.find(c) != npos) break;
+    const bool needless =
+        c == '[' || c == ']' || (c == '.' && !domain.empty() && domain.back() == '.');
+    if (!needless) domain += c;
+  }
+  return trimmed(domain, ".", ".");
+}
+
+// Empty when `text` is no address.
+Address split_address(const std::string& text) {
+  const std::string core = trimmed(quotable(text), " @", " @.");
+  const std::size_t at = core.rfind('@');
+  if (at == npos) return {};
+  return {quotable(core.substr(0, at)), readable_domain(core.substr(at + 1))};
+}
+
+std::string write_mailbox(const std::string& name, const Address& address) {
+  const std::string text = quoted_unless_atoms(address.local, '.') + '@' + address.domain;
+  return name.empty() ? text : quoted_unless_atoms(name, ' ') + " <" + text + '>';
+}
+
+std::string without_encoded_words(const std::string& text) {
+  std::string result;
+  for (const char c : text) {
+    while (c == '?' && !result.empty() && result.back() == '=') result.pop_back();
+    result += c;
+  }
+  return result;
+}
+
+// Reads a list piece by piece. An entry of it has words, an address, and words again. Where there
+// is no address before a comma, the entry goes on behind it: Doe, J. <j@example.org>.
+class Salvager {
+ public:
+  explicit Salvager(const std::string& text) : text_(text) {}
+
+  std::string addresses() {
+    while (position_ < text_.size()) read_piece();
+    end_run();
+    end_entry();
+    return without_encoded_words(result_);
+  }
+
+ private:
+  bool at(char c) const { return position_ < text_.size() && text_[position_] == c; }
+
+  void read_piece() {
+    const char c = text_[position_];
+    if (c == '"') {
+      read_quoted_string();
+    } else if (c == '(') {
+      read_comment();
+    } else if (c == '<') {
+      read_angle_address();
+    } else if (c == ',' || c == ';') {
+      read_separator(c);
+    } else if (c == ':' || c == '>' || c == ')') {
+      end_run();
+      ++position_;
+    } else if (is_space(c)) {
+      read_space();
+    } else {
+      read_character(run_);
+    }
+  }
+
+  // A character, or an escaped one, the backslash of which only counts where it escapes nothing.
+  void read_character(std::string& into) {
+    if (text_[position_] == '\\' && position_ + 1 < text_.size()) {
+      const char escaped = text_[++position_];
+      if (escaped != '"' && escaped != '\\') into += '\\';
+    }
+    into += text_[position_++];
+  }
+
+  // Where the quoted string or comment that begins here is closed, or else where looking for that
+  // ends: behind a mailbox that is a list's entry, or with the text.
+  std::size_t find_close(char close) const {
+    std::size_t i = position_ + 1;
+    for (; i < text_.size() && text_[i] != close; ++i) {
+      if (text_[i] == '\\') ++i;
+      if (text_.compare(i, 2, ">,") == 0) break;
+    }
+    return std::min(i, text_.size());
+  }
+
+  std::string read_enclosed(std::size_t close) {
+    std::string content;
+    for (++position_; position_ < close;) read_character(content);
+    ++position_;
+    return content;
+  }
+
+  void skip_space() {
+    while (position_ < text_.size() && is_space(text_[position_])) ++position_;
+  }
+
+  void read_quoted_string() {
+    const std::size_t close = find_close('"');
+    if (close == text_.size() || text_[close] != '"') {
+      end_run();
+      ++position_;
+      return;
+    }
+    const std::string content = read_enclosed(close);
+    skip_space();
+    const bool begins_address = at('@') || at('.');
+    if (!begins_address || run_.empty() || run_.back() != '.') end_run();
+    if (begins_address) {
+      run_ += content;
+    } else {
+      add_words(content);
+    }
+  }
+
+  void read_comment() {
+    end_run();
+    const std::size_t close = position_ < unclosed_until_ ? unclosed_until_ : find_close(')');
+    if (close < text_.size() && text_[close] == ')') {
+      add_words(read_enclosed(close));
+    } else {
+      unclosed_until_ = close;
+      ++position_;
+    }
+  }
+
+  // The text in angle brackets, or what there is of it when nothing closes them. What ends in a
+  // colon is no part of the address: a route, a scheme such as "mailto:".
+  void read_angle_address() {
+    constexpr std::string_view ends = "<>,;";
+    end_run();
+    ++position_;
+    std::string inside;
+    while (position_ < text_.size() && ends.find(text_[position_]) == npos) {
+      if (at(':') && inside.find('@', 1) != npos) break;
+      if (at(':')) inside.clear();
+      const std::size_t close = at('"') ? find_close('"') : text_.size();
+      if (close < text_.size() && text_[close] == '"') {
+        inside += read_enclosed(close);
+      } else if (at(':') || at('"')) {
+        ++position_;
+      } else {
+        read_character(inside);
+      }
+    }
+    if (at('>')) ++position_;
+    take_address(inside, true);
+  }
+
+  void read_separator(char separator) {
+    end_run();
+    ++position_;
+    if (!address_.empty()) {
+      end_entry();
+    } else if (separator == ';') {
+      name_.clear();
+    } else if (!name_.empty()) {
+      name_ += ',';
+    }
+  }
+
+  // Blanks beside an "@" are no end.
+  void read_space() {
+    skip_space();
+    if (run_.empty() || (run_.back() != '@' && !at('@'))) end_run();
+  }
+
+  void end_run() {
+    if (run_.empty()) return;
+    take_address(run_, false);
+    run_.clear();
+  }
+
+  // An address without angle brackets is one of the words after all when one with them follows.
+  void take_address(const std::string& text, bool in_brackets) {
+    const Address address = split_address(text);
+    if (address.empty()) return add_words(text);
+    if (in_brackets && !bare_.empty()) {
+      name_.insert(bare_begin_, ' ' + bare_);
+    } else {
+      end_entry();
+    }
+    address_ = address;
+    bare_ = in_brackets ? "" : text;
+    bare_begin_ = name_.size();
+  }
+
+  void add_words(const std::string& words) {
+    const std::string shown = quotable(words);
+    if (!shown.empty()) name_ += ' ' + shown;
+  }
+
+  void end_entry() {
+    if (address_.empty()) return;
+    if (!result_.empty()) result_ += ", ";
+    result_ += write_mailbox(quotable(name_), address_);
+    address_ = {};
+    name_.clear();
+    bare_.clear();
+  }
+
+  const std::string& text_;
+  std::size_t position_ = 0;
+  std::size_t unclosed_until_ = 0;  // no comment that begins before here is closed
+
+  std::string run_;  // characters without blanks, the first of a word or an address
+
+  std::string name_;
+  Address address_;
+  std::string bare_;            // the address as written, without angle brackets around it
+  std::size_t bare_begin_ = 0;  // where it stood in the name
+  std::string result_;
+};
+
+}  // namespace
+
+std::string salvage_addresses(const std::string& text) { return Salvager(text).addresses(); }
+
+}  // namespace zvellparser

@@ -1,0 +1,25 @@
+// Addresses out of address headers that are not well-formed.
+#ifndef HOST_ZVELLPARSER_ADDRESS_SALVAGE_H_
+#define HOST_ZVELLPARSER_ADDRESS_SALVAGE_H_
+
+#include <string>
+
+namespace zvellparser {
+
+// The mailboxes that can be made out in `text`, the value of an address header in UTF-8, as
+// "local@domain" or "name <local@domain>" with ", " between them, such that interpreter_reads() is
+// true. Empty when there are none. Works in linear time on any text.
+//
+// An address is what stands in angle brackets, or a run of text without blanks, if it has an "@"
+// with something before and after it. Its last "@" counts. A local part that could not stand as it
+// is, such as "a..b", is quoted, which names the same address. A domain loses what can't be in one.
+// The words and comments around an address are its name. Quotes, comments and angle brackets that
+// nothing closes are passed over.
+//
+// No "=?" is left in the result, which would be taken for the beginning of an encoded word (RFC
+// 2047) where there has been decoding already.
+std::string salvage_addresses(const std::string& text);
+
+}  // namespace zvellparser
+
+#endif  // HOST_ZVELLPARSER_ADDRESS_SALVAGE_H_

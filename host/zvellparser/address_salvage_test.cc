@@ -1,0 +1,129 @@
+// What is left of broken address headers.
+#include "host/zvellparser/address_salvage.h"
+
+#include <gtest/gtest.h>
+
+#include "host/zvellparser/address_grammar.h"
+#include "host/zvellparser/address_test_texts.h"
+
+using zvellparser::interpreter_reads;
+using zvellparser::repeated;
+using zvellparser::salvage_addresses;
+
+namespace {
+
+struct Case {
+  const char* text;
+  const char* want;
+};
+
+template <std::size_t Count>
+void expect_salvaged(const Case (&cases)[Count]) {
+  for (const Case& c : cases) {
+    EXPECT_FALSE(interpreter_reads(c.text)) << "not broken: " << c.text;
+    EXPECT_TRUE(interpreter_reads(c.want)) << "wanted: " << c.want;
+    EXPECT_EQ(c.want, salvage_addresses(c.text)) << "text: " << c.text;
+  }
+}
+
+TEST(AddressSalvage, KeepsNames) {
+  const Case cases[] = {
+      {"J. Q. Doe <j@example.org>", "\"J. Q. Doe\" <j@example.org>"},
+      {"Doe, J. <j@example.org>", "\"Doe, J.\" <j@example.org>"},
+      {"[list] Jane Doe <j@example.org>", "\"[list] Jane Doe\" <j@example.org>"},
+      {"Sales: Jane <j@example.org>", "Sales Jane <j@example.org>"},
+      {"\"\" <j@example.org>", "j@example.org"},
+      {"\" \" J. <j@example.org>", "\"J.\" <j@example.org>"},
+      {"J\xc3\xb6rg Q. <j@example.org>", "\"J\xc3\xb6rg Q.\" <j@example.org>"},
+      {"CORP\\jane <j@example.org>", "\"CORP\\jane\" <j@example.org>"},
+      {"\"Jane \\\"J\\\" D.\" <j@example.org>,", "\"Jane J D.\" <j@example.org>"},
+      {"\"Jane\\\" <j@example.org>", "Jane <j@example.org>"},
+      {"j@example.org (Jane), (", "Jane <j@example.org>"},
+      {"Jane <j@example.org> Doe", "Jane Doe <j@example.org>"},
+      {"jane j@example.org", "jane <j@example.org>"},
+      {"j@example.org <j@example.org>", "\"j@example.org\" <j@example.org>"},
+      {"jane@example.org via List <list@example.com>",
+       "\"jane@example.org via List\" <list@example.com>"},
+  };
+  expect_salvaged(cases);
+}
+
+TEST(AddressSalvage, KeepsAddressesAsTheyAreMeant) {
+  const Case cases[] = {
+      {"a..b@example.org", "\"a..b\"@example.org"},
+      {".a@example.org", "\".a\"@example.org"},
+      {"a.@example.org", "\"a.\"@example.org"},
+      {"a@b@example.org", "\"a@b\"@example.org"},
+      {"<Undisclosed Recipients@example.org>", "\"Undisclosed Recipients\"@example.org"},
+      {"corp\\jane@example.org", "\"corp\\jane\"@example.org"},
+      {"a@example.org.", "a@example.org"},
+      {"a@example..org", "a@example.org"},
+      {"a@.example.org", "a@example.org"},
+      {"a@example.org@", "a@example.org"},
+      {"<a@example.org:25>", "25 <a@example.org>"},
+      {"<a@example.org Jane>", "a@example.org"},
+      {"<mailto:a@example.org>", "a@example.org"},
+      {"<@x.example:a@example.org>,", "a@example.org"},
+      {"\"jane doe\"@example.org,", "\"jane doe\"@example.org"},
+      {"jane.\"x y\"@example.org,", "\"jane.x y\"@example.org"},
+      {"jane @ example.org,", "jane@example.org"},
+      {"a@[192.0.2.1],", "a@192.0.2.1"},
+      {"j\xc3\xb6rg@ex\xc3\xa4mple.org,", "j\xc3\xb6rg@ex\xc3\xa4mple.org"},
+  };
+  expect_salvaged(cases);
+}
+
+TEST(AddressSalvage, LosesNoAddressToItsNeighbours) {
+  const Case cases[] = {
+      {"a@x.org, b@y.org@z.org, c@x.org", "a@x.org, \"b@y.org\"@z.org, c@x.org"},
+      {"a@x.org,", "a@x.org"},
+      {", a@x.org,, b@x.org", "a@x.org, b@x.org"},
+      {"a@x.org; b@x.org", "a@x.org, b@x.org"},
+      {"a@x.org b@x.org", "a@x.org, b@x.org"},
+      {"<a@x.org> <b@x.org>", "a@x.org, b@x.org"},
+      {"<>, a@x.org", "a@x.org"},
+      {"a@x.org, nobody", "a@x.org"},
+      {"undisclosed-recipients:;, a@x.org", "a@x.org"},
+      {"friends: a@x.org, b@x.org;, c@x.org", "friends <a@x.org>, b@x.org, c@x.org"},
+      {"\"A <a@x.org>, \"B, C\" <b@x.org>", "A <a@x.org>, \"B, C\" <b@x.org>"},
+      {"A\" <a@x.org>, b@x.org", "A <a@x.org>, b@x.org"},
+      {"(A <a@x.org>, (B) <b@x.org>", "A <a@x.org>, B <b@x.org>"},
+      {"A) <a@x.org>, b@x.org", "A <a@x.org>, b@x.org"},
+      {"A <a@x.org, B <b@x.org>", "A <a@x.org>, B <b@x.org>"},
+      {"A <<a@x.org>>, b@x.org", "A <a@x.org>, b@x.org"},
+      {"A a@x.org>, b@x.org", "A <a@x.org>, b@x.org"},
+      {"A <\"a@x.org>, b@x.org", "A <a@x.org>, b@x.org"},
+      {"a@x.org (A, B), c@x.org.", "\"A, B\" <a@x.org>, c@x.org"},
+  };
+  expect_salvaged(cases);
+}
+
+TEST(AddressSalvage, FindsNothingWhereThereIsNothing) {
+  const char* const texts[] = {"<>",    "<jane>",     "two words", "\"",        "\"\"",  "(",
+                               "@",     "@@",         "@x.org",    "<@x.org>",  "jane@", "<jane@.>",
+                               "\\@\\", "\"\"@x.org", ",;:",       "jane, doe", "<a@,>", ""};
+  for (const char* text : texts) EXPECT_EQ("", salvage_addresses(text)) << "text: " << text;
+}
+
+TEST(AddressSalvage, LeavesNoEncodedWord) {
+  EXPECT_EQ("\"?x?q?J.?=\" <a=b@x.org>", salvage_addresses("=?x?q?J.?= <a=b@x.org>"));
+  EXPECT_EQ("??x@x.org", salvage_addresses("==?=?x@x.org,"));
+}
+
+TEST(AddressSalvage, PassesOverControlBytes) {
+  EXPECT_EQ("A B <a@x.org>", salvage_addresses(std::string("A\0B\r\n\t<a@x.org>,", 17)));
+  EXPECT_EQ("\"a b\"@x.org", salvage_addresses("<a\x01"
+                                               "b@x.org\x7f.net>"));
+}
+
+// Each with as many steps as bytes, or the test would not end in a lifetime.
+TEST(AddressSalvage, TakesHostileTexts) {
+  constexpr int length = 1000000;
+  for (const char* piece : {"x.", "\"", "(", "<", "@", "\\", "\\\"", ",", ":", " ", "<a:", "(\""}) {
+    EXPECT_EQ("", salvage_addresses(repeated(piece, length))) << "piece: " << piece;
+  }
+  EXPECT_EQ("a@b", salvage_addresses(std::string(length, '(') + "a@b"));
+  EXPECT_EQ("a@b" + repeated(", a@b", 99999), salvage_addresses(repeated("a@b,", 100000)));
+}
+
+}  // namespace

@@ -1,0 +1,105 @@
+// The folders of users, for addresses of every kind.
+#include <gtest/gtest.h>
+
+#include <set>
+#include <vector>
+
+#include "zvelluser.h"
+
+namespace {
+
+class UserDirectory : public testing::Test {
+ protected:
+  UserDirectory() { mailuser_set_root("/root"); }
+
+  static std::string path(const std::string& address) {
+    return ZvMailUserId(static_cast<MailBoxType>(1), address).prefpath();
+  }
+};
+
+TEST_F(UserDirectory, IsDomainThenLocalPart) {
+  const struct {
+    std::string address;
+    std::string want;
+  } cases[] = {
+      {"user@example.org", "/root/example.org/user"},
+      {"User@EXAMPLE.Org", "/root/example.org/User"},
+      {"a._+=-Z9@example.org", "/root/example.org/a._+=-Z9"},
+      {"a%b@example.org", "/root/example.org/a%25b"},
+      {"a b@example.org", "/root/example.org/a%20b"},
+      {"\"a@b\"@example.org", "/root/example.org/%22a%40b%22"},
+      {"m\xc3\xbcller@b\xc3\xbc.example", "/root/b%C3%BC.example/m%C3%BCller"},
+      {"user@[192.0.2.1]", "/root/%5B192.0.2.1%5D/user"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(c.want, path(c.address)) << c.address;
+}
+
+TEST_F(UserDirectory, NeverLeavesTheRoot) {
+  const struct {
+    std::string address;
+    std::string want;
+  } cases[] = {
+      {".@.", "/root/%2E/%2E"},
+      {"..@..", "/root/%2E./%2E."},
+      {"../../etc@example.org", "/root/example.org/%2E.%2F..%2Fetc"},
+      {"user@../..", "/root/%2E.%2F../user"},
+      {"/etc/passwd@/", "/root/%2F/%2Fetc%2Fpasswd"},
+      {std::string("a\0b@example.org", 15), "/root/example.org/a%00b"},
+      {"a\n\x7f@example.org", "/root/example.org/a%0A%7F"},
+      {".hidden@.example", "/root/%2Eexample/%2Ehidden"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(c.want, path(c.address)) << c.address;
+}
+
+TEST_F(UserDirectory, IsNoneWithoutBothParts) {
+  for (const char* address : {"", "@", "user", "user@", "@example.org"}) {
+    EXPECT_EQ("", path(address)) << address;
+  }
+}
+
+TEST_F(UserDirectory, IsNoneForWhatNoFileNameHolds) {
+  const std::string longest(255, 'a');
+  EXPECT_EQ("/root/" + longest + "/" + longest, path(longest + "@" + longest));
+  EXPECT_EQ("", path(std::string(256, 'a') + "@example.org"));
+  EXPECT_EQ("", path("user@" + std::string(1000, 'a')));
+  EXPECT_EQ("", path(std::string(86, '/') + "@example.org"));  // 258 bytes when written
+}
+
+TEST_F(UserDirectory, IsNeverShared) {
+  const std::vector<std::string> addresses = {
+      "a@b",   "A@b",     "a@b.",   ".a@b",  "%2Ea@b", "%2ea@b", "a/b@c", "a%2Fb@c",
+      "b@a/c", "a@b@c",   "a@b/c",  "a b@c", "a+b@c",  "a_b@c",  "a\t@b", "\"a\"@b",
+      "a@c%b", "a@c%25b", "a%@25c", "aa@b",  "a@ab",   "a@a/b",  "a/a@b", "a%252F@b"};
+  std::set<std::string> paths;
+  for (const std::string& address : addresses) paths.insert(path(address));
+  EXPECT_EQ(addresses.size(), paths.size());
+  EXPECT_EQ(0U, paths.count(""));
+}
+
+TEST_F(UserDirectory, HasTheSameNameForBothCallers) {
+  char buffer[1024];
+  for (const char* address : {"user@example.org", "../x@y", "m\xc3\xbcller@example.org"}) {
+    EXPECT_EQ(0, mailuser_filename(5, buffer, sizeof buffer, address)) << address;
+    EXPECT_EQ(path(address), buffer) << address;
+  }
+}
+
+TEST_F(UserDirectory, FillsABufferToItsLastByte) {
+  const std::string want = "/root/example.org/user";
+  std::vector<char> buffer(want.size() + 1, 'x');
+  EXPECT_EQ(0, mailuser_filename(5, buffer.data(), buffer.size(), "user@example.org"));
+  EXPECT_EQ(want, buffer.data());
+  EXPECT_EQ(-1, mailuser_filename(5, buffer.data(), buffer.size() - 1, "user@example.org"));
+  EXPECT_STREQ("", buffer.data());
+}
+
+TEST_F(UserDirectory, LeavesAnEmptyTextOnFailure) {
+  char buffer[8] = "before";
+  EXPECT_EQ(-1, mailuser_filename(4, buffer, sizeof buffer, "user@example.org"));
+  EXPECT_STREQ("", buffer);
+  EXPECT_EQ(-1, mailuser_filename(5, buffer, sizeof buffer, "nobody"));
+  EXPECT_STREQ("", buffer);
+  EXPECT_EQ(-1, mailuser_filename(5, nullptr, 0, "user@example.org"));
+}
+
+}  // namespace

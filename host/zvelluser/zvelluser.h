@@ -1,0 +1,42 @@
+// Where the mail server keeps what belongs to a user.
+#ifndef ZVELLUSER_H_
+#define ZVELLUSER_H_
+
+#include <cstddef>
+#include <string>
+
+// Whose mailbox it is.
+enum MailBoxType {
+  MAILBOX_USER = 1  // a user's own
+};
+
+// A mailbox of a user.
+class ZvMailUserId {
+ public:
+  ZvMailUserId(MailBoxType type, const std::string& address);
+
+  // The folder of his preferences: <root>/<domain>/<local part>, the local part being all before
+  // the last "@", the domain in lower case. Every byte outside ASCII letters, digits and "._+=-",
+  // and a leading dot, is written %XX, so that no address reaches outside the root and no two share
+  // a folder but for the case of the domain. Creates nothing. Empty for an address without a local
+  // part or a domain, and for one whose local part or domain passes 255 bytes as it is written,
+  // which no file name can hold.
+  std::string prefpath() const;
+
+ private:
+  std::string address_;
+};
+
+// What mailuser_filename names.
+enum { MAILUSER_PREFERENCES = 5 };  // the folder of ZvMailUserId::prefpath()
+
+// Writes the path of that kind for a user, with a NUL, into `buffer`. 0, or -1 with an empty text
+// in `buffer` when the kind is unknown, the address has no folder, or `size` bytes do not hold the
+// path. Creates nothing.
+int mailuser_filename(int kind, char* buffer, std::size_t size, const std::string& address);
+
+// Sets the folder that the users' folders are below; "/var/spool/quarrow" when never called. Call
+// it before any thread asks for a path.
+void mailuser_set_root(const std::string& directory);
+
+#endif  // ZVELLUSER_H_
