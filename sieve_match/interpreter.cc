@@ -59,7 +59,7 @@ Use::Use(sieve2_context_t*& context) : lock_(process_lock), context_(context) {
 }
 
 Use::~Use() {
-  if (context_ != nullptr) (void)sieve2_free(&context_);  // fails for a null pointer only
+  if (context_ != nullptr) interpreter_heap::free_context(context_);
   interpreter_heap::close();
 }
 

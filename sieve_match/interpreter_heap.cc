@@ -11,9 +11,17 @@
 #include <cstdint>
 #include <cstring>
 
+extern "C" {
 // libsieve's address lexer reads through this pointer before it sets it, and leaves it dangling
 // after a run.
-extern "C" char* libsieve_addrlval;
+extern char* libsieve_addrlval;
+
+// What in libsieve outlasts a context: the state of its lexers.
+void libsieve_addrlexfree();
+void libsieve_sievelexfree();
+void libsieve_headerlexfree();
+void libsieve_headeryaccfree();
+}
 
 namespace Quarrow {
 namespace interpreter_heap {
@@ -176,7 +184,19 @@ Heap heap;
 }  // namespace
 
 void open() { heap.open(); }
+
+// sieve2_free also walks what the context points to, a table of a thousand empty slots among it,
+// block by block. close() drops all that at once.
+void free_context(sieve2_context_t*& context) {
+  libsieve_addrlexfree();
+  libsieve_sievelexfree();
+  libsieve_headerlexfree();
+  libsieve_headeryaccfree();
+  context = nullptr;
+}
+
 void close() { heap.close(); }
+
 int run(Task task, sieve2_context_t* context, void* user) { return heap.run(task, context, user); }
 CallbackScope::CallbackScope() { ++heap.callbacks; }
 CallbackScope::~CallbackScope() { --heap.callbacks; }

@@ -22,6 +22,9 @@ constexpr std::size_t budget = std::size_t{64} << 20;
 // Makes the heap ready for a use of the interpreter.
 void open();
 
+// Frees the context that was made in the heap, as sieve2_free does, and sets it to null.
+void free_context(sieve2_context_t*& context);
+
 // Drops all that is left, and gives back to the system what an unusual message took.
 void close();
 

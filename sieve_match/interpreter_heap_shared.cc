@@ -8,6 +8,11 @@ namespace interpreter_heap {
 
 void open() {}
 void close() {}
+
+void free_context(sieve2_context_t*& context) {
+  (void)sieve2_free(&context);  // fails for a null pointer only
+}
+
 int run(Task task, sieve2_context_t* context, void* user) { return task(context, user); }
 CallbackScope::CallbackScope() = default;
 CallbackScope::~CallbackScope() = default;
