@@ -1,0 +1,17 @@
+// Questions about files that several subcommands ask.
+#ifndef APPS_QUARROW_FILES_H_
+#define APPS_QUARROW_FILES_H_
+
+#include <string>
+
+namespace command {
+
+// Whether there is something at `path`.
+bool exists(const std::string& path);
+
+// Complains that `path` can't be made because of `error`, an errno; gives the exit status.
+int cannot_make(const std::string& path, int error);
+
+}  // namespace command
+
+#endif  // APPS_QUARROW_FILES_H_

@@ -1,0 +1,53 @@
+// The command line tool: administers users' filters, and tries them on messages.
+#include <sysexits.h>
+
+#include <iostream>
+
+#include "apps/quarrow/command.h"
+#include "apps/quarrow/report.h"
+
+namespace {
+
+const std::vector<command::Command> commands = {
+    {"init", "Make the configuration file and the system's catalogue of fields.",
+     "quarrow --root /var/spool/quarrow init", command::declare_init},
+    {"filter", "Add, list and remove the filters of a user.",
+     "quarrow filter list alice@example.org", command::declare_filter},
+    {"match", "Say what a user's filters do with messages.",
+     "quarrow match alice@example.org inbox/*.eml Maildir/ mail.mbox -", command::declare_match}};
+
+// Says what is wrong, and where to read more.
+int refuse_arguments(const CLI::App& app, const CLI::ParseError& error) {
+  const CLI::App* innermost = &app;
+  std::string words = app.get_name();
+  while (!innermost->get_subcommands().empty()) {
+    innermost = innermost->get_subcommands().front();
+    words += ' ' + innermost->get_name();
+  }
+  // a word too many says more than what is missing in its place
+  const auto unknown = innermost->remaining();
+  const std::string reason =
+      unknown.empty() ? error.what() : '"' + unknown.front() + "\" is not understood";
+  return command::complain("arguments", reason + "; see " + words + " --help", EX_USAGE);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::ios::sync_with_stdio(false);
+  command::Settings settings;
+  CLI::App app("Per-user mail filters: made into Sieve scripts, and run over messages.", "quarrow");
+  app.set_version_flag("--version", "quarrow " QUARROW_VERSION);
+  app.add_option("--root", settings.root, "Folder of the users' folders and of the configuration")
+      ->type_name("DIR")
+      ->capture_default_str();
+  const command::Run run = command::declare_commands(app, commands);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& help) {
+    return command::finish_output(app.exit(help));
+  } catch (const CLI::ParseError& error) {
+    return refuse_arguments(app, error);
+  }
+  return command::finish_output(run(settings));
+}

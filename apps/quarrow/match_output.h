@@ -1,0 +1,20 @@
+// The two forms in which the result of a message is printed.
+#ifndef APPS_QUARROW_MATCH_OUTPUT_H_
+#define APPS_QUARROW_MATCH_OUTPUT_H_
+
+#include <quarrow/evaluation.h>
+
+#include <string>
+
+namespace command {
+
+// The message's name, a tab and the result's text, control characters escaped, without a line end.
+std::string result_line(const std::string& name, const Quarrow::SieveMatchResult& result);
+
+// {"message": ..., "actions": [{"action": "fileinto", "mailbox": ...}, ...]} or {"message": ...,
+// "error": ...}, on one line without its end. Bytes that are no UTF-8 become U+FFFD.
+std::string result_json(const std::string& name, const Quarrow::SieveMatchResult& result);
+
+}  // namespace command
+
+#endif  // APPS_QUARROW_MATCH_OUTPUT_H_

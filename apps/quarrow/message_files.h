@@ -1,0 +1,65 @@
+// The messages that a command line names: files, Maildir folders, mbox files and standard input.
+#ifndef APPS_QUARROW_MESSAGE_FILES_H_
+#define APPS_QUARROW_MESSAGE_FILES_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "apps/quarrow/report.h"
+
+namespace command {
+
+// A file to read messages from. "-" is standard input.
+struct MessageFile {
+  std::string path;
+  std::uint64_t size = 0;  // in bytes, where known
+};
+
+// The files that `arguments` stand for, in that order: a Maildir folder stands for what is in its
+// cur/ and new/, sorted by name. What is no file and no Maildir is complained about, and the last
+// exit status for it stored in `status`.
+std::vector<MessageFile> message_files(const std::vector<std::string>& arguments, int& status);
+
+// The contents of one file: mapped, so that only what is looked at is read, or read where it can't
+// be.
+class FileContents {
+ public:
+  FileContents() = default;
+  ~FileContents();
+  FileContents(const FileContents&) = delete;
+  FileContents& operator=(const FileContents&) = delete;
+
+  // Opens `path`, once for each object, and says what went wrong.
+  Fault open(const std::string& path);
+
+  std::string_view bytes() const { return bytes_; }
+
+  // When the file was last changed; now for standard input.
+  std::time_t time() const { return time_; }
+
+ private:
+  Fault read_all(int descriptor);
+
+  std::string_view bytes_;
+  std::time_t time_ = 0;
+  void* mapping_ = nullptr;
+  std::string buffer_;
+};
+
+// A message within a file's contents.
+struct Message {
+  std::string name;  // the file's path, with "#1" and so on for the messages of an mbox file
+  std::string_view bytes;
+};
+
+// The messages in `bytes`, the contents of the file at `path`: those of an mbox file, which begins
+// with a "From " line, or one.
+std::vector<Message> messages_in(const std::string& path, std::string_view bytes);
+
+}  // namespace command
+
+#endif  // APPS_QUARROW_MESSAGE_FILES_H_

@@ -1,0 +1,49 @@
+// What reaches a terminal or a shell line.
+#include "apps/quarrow/printable.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace command {
+namespace {
+
+struct TextCase {
+  std::string text;
+  std::string want;
+};
+
+TEST(Printable, EscapesControlCharactersAndBackslashes) {
+  const TextCase cases[] = {{"", ""},
+                            {"inbox/1.eml", "inbox/1.eml"},
+                            {"B\xC3\xBCro", "B\xC3\xBCro"},
+                            {"a\tb\nc\rd", "a\\tb\\nc\\rd"},
+                            {"\x1B[31mred", "\\x1b[31mred"},
+                            {std::string("a\0b", 3), "a\\x00b"},
+                            {"\x7F", "\\x7f"},
+                            {"a\\nb", "a\\\\nb"}};
+  for (const auto& c : cases) EXPECT_EQ(c.want, printable(c.text));
+}
+
+TEST(ShellQuoted, LeavesPlainWordsAndQuotesTheRest) {
+  const TextCase cases[] = {{"Reports", "Reports"},
+                            {"boss@example.org", "boss@example.org"},
+                            {"", "''"},
+                            {"move Reports", "'move Reports'"},
+                            {"$HOME; `id`", "'$HOME; `id`'"},
+                            {"it's", "'it'\\''s'"},
+                            {"two\nlines", "$'two\\nlines'"},
+                            {"it's\ttab\\", "$'it\\'s\\ttab\\\\'"}};
+  for (const auto& c : cases) EXPECT_EQ(c.want, shell_quoted(c.text));
+}
+
+TEST(HasControlCharacters, SeesThemAnywhere) {
+  EXPECT_FALSE(has_control_characters(""));
+  EXPECT_FALSE(has_control_characters("a b\xC3\xBC"));
+  EXPECT_TRUE(has_control_characters("a\n"));
+  EXPECT_TRUE(has_control_characters(std::string(1, '\0')));
+  EXPECT_TRUE(has_control_characters("\x7F"));
+}
+
+}  // namespace
+}  // namespace command

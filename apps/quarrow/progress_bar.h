@@ -1,0 +1,38 @@
+// A line that shows how far long work has come.
+#ifndef APPS_QUARROW_PROGRESS_BAR_H_
+#define APPS_QUARROW_PROGRESS_BAR_H_
+
+#include <chrono>
+#include <cstdint>
+#include <ostream>
+
+namespace command {
+
+// Draws on one line of a terminal, from one second after the start on and at most ten times a
+// second.
+class ProgressBar {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  // `total` units of work begin at `start`.
+  ProgressBar(std::ostream& out, std::uint64_t total, Clock::time_point start);
+
+  // `done` further units are done at `now`.
+  void advance(std::uint64_t done, Clock::time_point now);
+
+  // Wipes the line, if there is one.
+  void finish();
+
+ private:
+  void draw();
+
+  std::ostream& out_;
+  std::uint64_t total_;
+  std::uint64_t done_ = 0;
+  Clock::time_point next_;  // when to draw again
+  bool drawn_ = false;
+};
+
+}  // namespace command
+
+#endif  // APPS_QUARROW_PROGRESS_BAR_H_

@@ -1,0 +1,34 @@
+// Counts where messages go, and prints the counts as a table.
+#ifndef APPS_QUARROW_TALLY_H_
+#define APPS_QUARROW_TALLY_H_
+
+#include <quarrow/evaluation.h>
+
+#include <cstdint>
+#include <map>
+#include <ostream>
+#include <string>
+
+namespace command {
+
+class Tally {
+ public:
+  // Counts a message once for each place that it goes to. Without any action it is kept.
+  void add(const Quarrow::SieveMatchResult& result);
+
+  // Writes a line for each folder in byte order, then one each for what is kept, rejected,
+  // discarded or an error, as far as there are any, and the number of messages.
+  void print(std::ostream& out) const;
+
+ private:
+  std::map<std::string, std::uint64_t> folders_;
+  std::uint64_t kept_ = 0;
+  std::uint64_t rejected_ = 0;
+  std::uint64_t discarded_ = 0;
+  std::uint64_t errors_ = 0;
+  std::uint64_t messages_ = 0;
+};
+
+}  // namespace command
+
+#endif  // APPS_QUARROW_TALLY_H_

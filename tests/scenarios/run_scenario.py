@@ -1,0 +1,85 @@
+#!/usr/bin/env python3
+"""Runs one scenario with the real command and compares all that it said with what was expected.
+
+usage: run_scenario.py QUARROW SCENARIO
+
+SCENARIO is a folder with
+  commands   bash command lines, run one by one; a backslash at the end joins a line with the next
+  expected   what they say: each line after "$ ", its output, its complaints after "2> ", and its
+             exit status where that is not 0
+  mail/      messages, copied into the folder that the commands run in, with a fixed time
+
+`quarrow` stands for the command with a root of the scenario's own, which `quarrow init` has made.
+"""
+import difflib
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+MESSAGE_TIME = 1777896000  # 2026-05-04 12:00 UTC
+
+PRELUDE = 'quarrow() { "$QUARROW" --root root "$@"; }\n'
+SET_UP = "quarrow init --catalogue root/fields.xml >/dev/null"
+
+
+def command_lines(path):
+    text = path.read_text(encoding="utf-8").replace("\\\n", "\\\0")
+    return [line.replace("\\\0", "\\\n") for line in text.splitlines() if line]
+
+
+def environment(quarrow, folder):
+    kept = {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
+    return {**kept, "QUARROW": quarrow, "PATH": "/usr/bin:/bin", "TZ": "UTC",
+            "LC_ALL": "C.UTF-8", "TMPDIR": str(folder), "HOME": str(folder)}
+
+
+def run(line, folder, quarrow):
+    return subprocess.run(["bash", "-c", PRELUDE + line], cwd=folder, check=False,
+                          env=environment(quarrow, folder), stdin=subprocess.DEVNULL,
+                          stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+
+
+def transcript(line, result):
+    out = b"$ " + line.encode() + b"\n" + result.stdout
+    out += b"".join(b"2> " + complaint for complaint in result.stderr.splitlines(keepends=True))
+    if result.returncode != 0:
+        out += b"exit %d\n" % result.returncode
+    return out
+
+
+def copy_messages(source, target):
+    if not source.is_dir():
+        return
+    shutil.copytree(source, target)
+    for path in target.rglob("*"):
+        os.utime(path, (MESSAGE_TIME, MESSAGE_TIME))
+
+
+def play(quarrow, scenario, folder):
+    copy_messages(scenario / "mail", folder / "mail")
+    run(SET_UP, folder, quarrow)
+    return b"".join(transcript(line, run(line, folder, quarrow))
+                    for line in command_lines(scenario / "commands"))
+
+
+def lines(transcript_bytes):
+    return transcript_bytes.decode("utf-8", "backslashreplace").splitlines(keepends=True)
+
+
+def main():
+    quarrow, scenario = os.path.abspath(sys.argv[1]), pathlib.Path(sys.argv[2])
+    with tempfile.TemporaryDirectory() as folder:
+        actual = play(quarrow, scenario, pathlib.Path(folder))
+    expected = (scenario / "expected").read_bytes()
+    if actual == expected:
+        return 0
+    difference = difflib.unified_diff(lines(expected), lines(actual), "expected", "actual")
+    sys.stdout.writelines(difference)
+    return 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
