@@ -15,9 +15,9 @@ bool is_address_header(const std::string& name);
 //
 // `raw`, the unfolded value, comes back as it is when libsieve reads it once stringToUtf8 has
 // decoded it: what is written there is for the rules to judge. Otherwise the addresses that can be
-// made out in it (salvage_addresses) come back, in UTF-8, such that libsieve reads them and
-// stringToUtf8 leaves them alone. Empty, which libsieve takes for an absent header, when there are
-// none. Never fails; linear time.
+// made out in it (salvage_addresses), or else its text as the name of an empty group, come back,
+// in UTF-8, such that libsieve reads them and stringToUtf8 leaves them alone. Empty, which libsieve
+// takes for an absent header, when there is no text either. Never fails; linear time.
 std::string readable_address_header(const std::string& raw);
 
 }  // namespace zvellparser

@@ -38,9 +38,16 @@ TEST(AddressHeader, IsJudgedAsItReadsDecoded) {
   EXPECT_EQ("\"J\xc3\xb6rg D.\" <j@x.org>", readable_address_header("J\xf6rg D. <j@x.org>"));
 }
 
-TEST(AddressHeader, IsEmptyWithoutAnAddress) {
-  for (const char* text : {"<>", "Mail Delivery System", "\"\" <>", "=?utf-8?q?a_b?="}) {
-    EXPECT_EQ("", readable_address_header(text)) << "text: " << text;
+TEST(AddressHeader, KeepsItsTextWithoutAnAddress) {
+  const struct {
+    const char* raw;
+    const char* want;
+  } cases[] = {{"<>", "\"<>\":;"},
+               {"Mail Delivery System", "\"Mail Delivery System\":;"},
+               {"=?utf-8?q?J=C3=B6rg_D=2E?=", "\"J\xc3\xb6rg D.\":;"},
+               {"\"\"", ""}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.want, readable_address_header(c.raw)) << "raw: " << c.raw;
   }
 }
 

@@ -274,6 +274,12 @@ class Salvager {
 
 }  // namespace
 
-std::string salvage_addresses(const std::string& text) { return Salvager(text).addresses(); }
+std::string salvage_addresses(const std::string& text) {
+  const std::string addresses = Salvager(text).addresses();
+  if (!addresses.empty()) return addresses;
+  // In quotes, however plain: libsieve takes quadratic time and memory to join the words of a name.
+  const std::string name = without_encoded_words(quotable(text));
+  return name.empty() ? "" : '"' + name + "\":;";
+}
 
 }  // namespace zvellparser

@@ -8,7 +8,9 @@ namespace zvellparser {
 
 // The mailboxes that can be made out in `text`, the value of an address header in UTF-8, as
 // "local@domain" or "name <local@domain>" with ", " between them, such that interpreter_reads() is
-// true. Empty when there are none. Works in linear time on any text.
+// true. When there are none, the text as the name of a group without members ('"text":;', RFC 5322,
+// section 3.4), where tests of the header's text still find it. Empty when there is no text either.
+// Works in linear time on any text.
 //
 // An address is what stands in angle brackets, or a run of text without blanks, if it has an "@"
 // with something before and after it. Its last "@" counts. A local part that could not stand as it

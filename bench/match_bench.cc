@@ -1,0 +1,82 @@
+// Match beside the bare interpreter: CPU time for one message after the other, with 1, 20 and 100
+// rules.
+
+#include <benchmark/benchmark.h>
+#include <quarrow/evaluation.h>
+
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+#include "bench/bare_interpreter.h"
+#include "bench/message_set.h"
+#include "bench/mixed_rules.h"
+
+namespace {
+
+using Quarrow::SieveMatch;
+
+struct Compiled {
+  std::unique_ptr<SieveMatch> matcher;
+  std::string script;
+};
+
+Compiled compile(int rules) {
+  const TempFile file("");
+  mixed_rules(rules, 1)->SaveToSieve(file.name(), true);
+  std::ifstream stream(file.name());
+  return {std::unique_ptr<SieveMatch>(SieveMatch::Create(file.name(), nullptr)),
+          {std::istreambuf_iterator<char>(stream), {}}};
+}
+
+std::vector<BareMessage> bare_messages() {
+  std::vector<BareMessage> bare;
+  for (const BenchMessage& message : bench_messages()) {
+    bare.emplace_back();
+    bare.back().size = static_cast<int>(message.size);
+    for (const char* name : {"subject", "from", "to", "cc", "list-id"}) {
+      const Header header = message.part->headers().find(name);
+      if (header.isNull()) continue;
+      bare.back().headers.push_back({name, stringToUtf8(header.value(), nullptr).data(), {}});
+    }
+    for (auto& header : bare.back().headers) header.list[0] = header.value.data();
+  }
+  return bare;
+}
+
+// Both must want the same before their times are compared.
+bool agree(const Compiled& compiled, std::vector<BareMessage>& bare) {
+  for (std::size_t i = 0; i < bare.size(); ++i) {
+    const BenchMessage& message = bench_messages()[i];
+    const auto result = compiled.matcher->Match(message.part.get(), message.size, 0);
+    if (static_cast<int>(result.actions.size()) != bare_match(compiled.script, bare[i])) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void Match(benchmark::State& state) {
+  const Compiled compiled = compile(static_cast<int>(state.range(0)));
+  auto bare = bare_messages();
+  if (!agree(compiled, bare)) state.SkipWithError("the bare interpreter wants something else");
+  for (auto _ : state) {
+    for (const BenchMessage& message : bench_messages()) {
+      benchmark::DoNotOptimize(compiled.matcher->Match(message.part.get(), message.size, 0));
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<long>(bare.size()));
+}
+BENCHMARK(Match)->Arg(1)->Arg(20)->Arg(100)->Unit(benchmark::kMillisecond);
+
+void BareInterpreter(benchmark::State& state) {
+  const std::string script = compile(static_cast<int>(state.range(0))).script;
+  auto bare = bare_messages();
+  for (auto _ : state) {
+    for (BareMessage& message : bare) benchmark::DoNotOptimize(bare_match(script, message));
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<long>(bare.size()));
+}
+BENCHMARK(BareInterpreter)->Arg(1)->Arg(20)->Arg(100)->Unit(benchmark::kMillisecond);
+
+}  // namespace

@@ -1,0 +1,126 @@
+// From a rules document to its list of filters.
+#include <cstdlib>
+
+#include "filter_list_xml.h"
+
+// LoadFromXML counts on the smart pointer's assertion to end the process.
+#if defined(NDEBUG) || defined(BOOST_DISABLE_ASSERTS)
+#error "Assertions are behaviour here: compile with -UNDEBUG and without BOOST_DISABLE_ASSERTS."
+#endif
+
+namespace Quarrow {
+namespace MessageFilters {
+
+namespace {
+
+// The value of "true" or "false"; nothing for any other word, or for an attribute that is absent.
+std::optional<bool> boolean_attribute(ezxml* element, const char* name) {
+  const auto word = xml_attribute(element, name);
+  if (word == "true") return true;
+  if (word == "false") return false;
+  return std::nullopt;
+}
+
+// A number beyond 32 bits keeps its low 32 bits; what is no number counts as 0.
+std::int32_t id_from_text(const std::string& text) {
+  return static_cast<std::int32_t>(std::strtol(text.c_str(), nullptr, 10));
+}
+
+// Reads the attributes of a "filter" element. False when one of them is not acceptable.
+bool read_attributes(ezxml* element, Filter__& filter) {
+  filter.name = xml_attribute(element, "name").value_or("");
+  if (filter.name.empty()) return false;
+  if (xml_attribute(element, "enabled")) {
+    const auto enabled = boolean_attribute(element, "enabled");
+    if (!enabled) return false;
+    filter.enabled = *enabled;
+  }
+  filter.id = id_from_text(xml_attribute(element, "id").value_or(""));
+  return true;
+}
+
+// Reads the "tests" of a filter. False when they are missing or their relation is unknown.
+bool read_tests(ezxml* tests, Filter__& filter) {
+  if (!tests) return false;
+  const std::string relation = xml_attribute(tests, "relation").value_or("");
+  if (!relation.empty()) {
+    if (!Filter__::is_valid_relation(relation)) return false;
+    filter.relation = relation;
+  }
+  for (ezxml* element = xml_child(tests, "test"); element; element = xml_next(element)) {
+    const Test test = test_from_xml(element);
+    if (test.is_valid() && filter.tests.size() < Filter__::max_tests()) {
+      filter.tests.push_back(test);
+    }
+  }
+  return true;
+}
+
+// The action of an "action" element; it is invalid unless the method is a valid one.
+Action action_from_xml(ezxml* element) {
+  Action action;
+  const std::string method = xml_text(xml_child(element, "method"));
+  if (!Action::is_valid_method(method)) return action;
+  action.method = method;
+  action.target = xml_text(xml_child(element, "target"));
+  action.value = xml_text(xml_child(element, "value"));
+  return action;
+}
+
+// Reads the "actions" of a filter. False when none of them is valid.
+bool read_actions(ezxml* actions, Filter__& filter) {
+  for (ezxml* element = xml_child(actions, "action"); element; element = xml_next(element)) {
+    const Action action = action_from_xml(element);
+    if (action.is_valid()) filter.actions.push_back(action);
+  }
+  return !filter.actions.empty();
+}
+
+}  // namespace
+
+Test test_from_xml(ezxml* element) {
+  Test test;
+  test.field.type = Field::STRING;
+  test.field.customized = true;  // not stored
+
+  ezxml* const field = xml_child(element, "field");
+  const std::string type = xml_attribute(field, "type").value_or("");
+  if (Field::is_valid_type(type)) test.field.type = type;
+  test.field.name = xml_text(field);
+
+  ezxml* const comparator = xml_child(element, "comparator");
+  // Other than for a filter's "enabled", an unknown word is no reason to refuse.
+  test.match_case = boolean_attribute(comparator, "case").value_or(false);
+  test.negative = boolean_attribute(comparator, "negative").value_or(false);
+  const std::string word = xml_text(comparator);
+  if (Comparator::is_valid_op(word)) test.comparator = word;
+
+  test.value = xml_text(xml_child(element, "value"));
+  return test;
+}
+
+boost::shared_ptr<Filter__> filter_from_xml(ezxml* element) {
+  const auto filter = Filter__::Create();
+  if (!read_attributes(element, *filter) || !read_tests(xml_child(element, "tests"), *filter) ||
+      !read_actions(xml_child(element, "actions"), *filter)) {
+    return boost::shared_ptr<Filter__>();
+  }
+  return filter;
+}
+
+boost::shared_ptr<FilterList__> FilterList__::LoadFromXML(const std::string& path) {
+  const XmlTree document = parse_xml_file(path);
+  if (!document) return boost::shared_ptr<FilterList__>();
+
+  const auto list = Create();
+  for (ezxml* element = xml_child(document.get(), "filter"); element; element = xml_next(element)) {
+    const auto filter = filter_from_xml(element);
+    // Not looked at before: a rejected element ends the process with the assertion "px != 0".
+    // SaveToXML writes none, and going on would lose a filter at the next save.
+    if (filter->is_valid()) (void)list->append(filter);  // false only when no id is left
+  }
+  return list->filters.empty() ? boost::shared_ptr<FilterList__>() : list;
+}
+
+}  // namespace MessageFilters
+}  // namespace Quarrow

@@ -1,0 +1,27 @@
+// The Sieve script (RFC 5228) of a list of filters.
+#ifndef MESSAGE_FILTERS_SIEVE_SCRIPT_H_
+#define MESSAGE_FILTERS_SIEVE_SCRIPT_H_
+
+#include <boost/shared_ptr.hpp>
+#include <ostream>
+
+#include "quarrow/filter_list.h"
+#include "quarrow/rule_model.h"
+
+namespace Quarrow {
+namespace MessageFilters {
+
+// Writes the script of the enabled filters, or of all when `include_disabled`. Filters without
+// tests are left out. False when a filter that is to be written is invalid; `out` then holds a part
+// of the script.
+bool write_script(const boost::shared_ptr<FilterList__>& list, bool include_disabled,
+                  std::ostream& out);
+
+// Writes one filter, from its condition to the "}" of its block. False when the filter is empty or
+// invalid, or one of its tests or actions is.
+bool write_filter(const boost::shared_ptr<Filter__>& filter, std::ostream& out);
+
+}  // namespace MessageFilters
+}  // namespace Quarrow
+
+#endif  // MESSAGE_FILTERS_SIEVE_SCRIPT_H_

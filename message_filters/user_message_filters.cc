@@ -1,0 +1,100 @@
+// One user's filters: the limit, the check of a test, and the commit.
+#include <base.h>
+
+#include <boost/make_shared.hpp>
+#include <memory>
+
+#include "quarrow/evaluation.h"
+#include "quarrow/user_stores.h"
+#include "user_filter_path.h"
+
+namespace Quarrow {
+namespace MessageFilters {
+
+namespace {
+
+enum { DONE = 0, INVALID_TEST = 1, NOT_WRITTEN = 2, REFUSED = 3 };
+
+constexpr int directory_mode = 0766;
+
+// The folder is the host's business: the path is empty, and create_path succeeds with it.
+bool make_directory(const EmailAddress& address) {
+  return create_path(user_filter_path(address, FILTER_DIRECTORY), directory_mode) >= 0;
+}
+
+bool compiles(const std::string& script) {
+  return std::unique_ptr<SieveMatch>(SieveMatch::Create(script, nullptr)) != nullptr;
+}
+
+// A list of one filter that holds just this test.
+boost::shared_ptr<FilterList__> list_to_try(const Test& test) {
+  Action action;
+  action.method = Action::DELETE;
+  const auto filter = Filter__::Create();
+  filter->name = "validation";
+  filter->tests.push_back(test);
+  filter->actions.push_back(action);
+  const auto list = FilterList__::Create();
+  (void)list->append(filter);  // it is valid, and the list is new
+  return list;
+}
+
+}  // namespace
+
+boost::shared_ptr<UserMessageFilters__> UserMessageFilters__::Create(const EmailAddress& address) {
+  if (address.isNull()) return boost::shared_ptr<UserMessageFilters__>();
+  return boost::make_shared<UserMessageFilters__>(address);
+}
+
+UserMessageFilters__::UserMessageFilters__(const EmailAddress& user)
+    : address(user), filters(FilterList__::LoadFromXML(user_filter_path(user, FILTER_XML))) {
+  if (!filters) filters = FilterList__::Create();
+}
+
+std::uint64_t UserMessageFilters__::max_filters() {
+  if (!cmdb.system) return 100;
+  if (cmdb.system->capacity_grade <= 7) return 20;
+  if (cmdb.system->capacity_grade <= 18) return 60;
+  return 100;
+}
+
+bool UserMessageFilters__::max_filters_reached() const {
+  return max_filters() <= filters->filters.size();
+}
+
+bool UserMessageFilters__::add_filter(const boost::shared_ptr<Filter__>& filter,
+                                      std::uint32_t position_id) {
+  if (max_filters_reached()) return false;
+  return filters->add(filter, static_cast<std::int32_t>(position_id));
+}
+
+bool UserMessageFilters__::remove_filter(std::uint32_t id) {
+  return filters->remove(static_cast<std::int32_t>(id));
+}
+
+int UserMessageFilters__::validate_test(const Test& test) {
+  if (!test.is_valid()) return INVALID_TEST;
+  if (!make_directory(address)) return NOT_WRITTEN;
+  const TempFile script(user_filter_path(address, FILTER_DIRECTORY));
+  if (!list_to_try(test)->SaveToSieve(script.name(), false)) return NOT_WRITTEN;
+  return compiles(script.name()) ? DONE : REFUSED;
+}
+
+int UserMessageFilters__::persist() {
+  if (!make_directory(address)) return NOT_WRITTEN;
+  const std::string document = user_filter_path(address, FILTER_XML);
+  const std::string script = user_filter_path(address, FILTER_SIEVE);
+
+  // Disabled filters must compile, too, although they are not in the script in the end.
+  if (!filters->SaveToSieve(temporary_path(script), true)) return NOT_WRITTEN;
+  if (!compiles(temporary_path(script))) return REFUSED;
+  if (!filters->SaveToXML(temporary_path(document))) return NOT_WRITTEN;
+  if (!filters->SaveToSieve(temporary_path(script), false)) return NOT_WRITTEN;
+
+  put_in_place(document);
+  put_in_place(script);
+  return DONE;
+}
+
+}  // namespace MessageFilters
+}  // namespace Quarrow

@@ -1,0 +1,140 @@
+// ezXML behind a few functions. Its own file reader is not used: see xml_text.h.
+#include "xml_document.h"
+
+#include <ezxml.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "xml_text.h"
+
+namespace Quarrow {
+namespace MessageFilters {
+
+namespace {
+
+const char declaration[] = R"(<?xml version="1.0" encoding="utf-8"?>)";
+
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : fd_(fd) {}
+  ~Descriptor() {
+    if (fd_ >= 0) (void)close(fd_);  // nothing was written
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int get() const { return fd_; }
+
+ private:
+  const int fd_;
+};
+
+bool is_regular_file(int fd) {
+  struct stat status;
+  return fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+// All that is in a file; nothing when it can't be read or holds more than `limit` bytes.
+std::optional<std::string> read_all(int fd, std::size_t limit) {
+  std::string content;
+  char chunk[65536];
+  for (;;) {
+    const ssize_t count = read(fd, chunk, sizeof chunk);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0 || content.size() > limit) return std::nullopt;
+    if (count == 0) return content;
+    content.append(chunk, static_cast<std::size_t>(count));
+  }
+}
+
+std::optional<std::string> read_document(const std::string& path) {
+  // O_NONBLOCK: opening a fifo would wait for somebody to write to it.
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  if (file.get() < 0 || !is_regular_file(file.get())) return std::nullopt;
+  return read_all(file.get(), most_xml_bytes);
+}
+
+bool holds_nul(const std::string& text) { return text.find('\0') != std::string::npos; }
+
+}  // namespace
+
+// ezxml_free() calls itself for every element of a row and for every level, so that a large
+// document would use up the stack. It is called for one element at a time, children first.
+void XmlTreeFree::operator()(ezxml* root) const {
+  for (ezxml* element = root; element->child || element != root;) {
+    if (element->child) {
+      element = element->child;
+      continue;
+    }
+    ezxml* const parent = element->parent;
+    ezxml_remove(element);
+    element = parent;
+  }
+  ezxml_free(root);
+}
+
+XmlTree parse_xml_file(const std::string& path) {
+  const auto document = read_document(path);
+  const auto text = document ? readable_xml(*document) : std::nullopt;
+  if (!text || text->empty()) return nullptr;
+
+  XmlTreeFree owner{std::make_unique<char[]>(text->size())};
+  std::memcpy(owner.text.get(), text->data(), text->size());
+  ezxml* const root = ezxml_parse_str(owner.text.get(), text->size());
+  XmlTree tree(root, std::move(owner));
+  if (!tree || *ezxml_error(root) || !root->name) return nullptr;
+  return tree;
+}
+
+ezxml* xml_child(ezxml* element, const char* name) { return ezxml_child(element, name); }
+
+ezxml* xml_next(ezxml* element) { return ezxml_next(element); }
+
+std::string xml_text(const ezxml* element) { return decode_references(ezxml_txt(element)); }
+
+std::optional<std::string> xml_attribute(ezxml* element, const char* name) {
+  const char* const value = ezxml_attr(element, name);
+  if (!value) return std::nullopt;
+  return decode_references(value);
+}
+
+XmlTree new_xml_document(const char* root) {
+  XmlTree document(ezxml_new(root));
+  (void)set_xml_attribute(document.get(), "version", "1.0");  // holds no NUL
+  return document;
+}
+
+ezxml* add_xml_child(ezxml* parent, const char* name) {
+  // The same offset for all: those come in the order in which they are added.
+  return ezxml_add_child(parent, name, 0);
+}
+
+// Not with ezXML's copying macros: one of its editions names a function of another library there.
+ezxml* add_xml_child(ezxml* parent, const char* name, const std::string& text) {
+  if (holds_nul(text)) return nullptr;
+  ezxml* const child = add_xml_child(parent, name);
+  if (!child) return nullptr;
+  return ezxml_set_flag(ezxml_set_txt(child, strdup(text.c_str())), EZXML_TXTM);
+}
+
+ezxml* set_xml_attribute(ezxml* element, const char* name, const std::string& value) {
+  if (!element || holds_nul(value)) return nullptr;
+  return ezxml_set_attr(ezxml_set_flag(element, EZXML_DUP), strdup(name), strdup(value.c_str()));
+}
+
+bool write_xml(XmlTree document, std::ostream& out) {
+  const std::unique_ptr<char, decltype(&std::free)> text(ezxml_toxml(document.get()), &std::free);
+  document.reset();
+  if (!text || !*text) return false;
+  if (!readable_xml(std::string(declaration) + '\n' + text.get())) return false;
+  out << declaration << std::endl << text.get();
+  return true;
+}
+
+}  // namespace MessageFilters
+}  // namespace Quarrow
