@@ -33,7 +33,8 @@ class QUARROW_EXPORT FilterList__ : public boost::enable_shared_from_this<Filter
   static boost::shared_ptr<FilterList__> LoadFromXML(const std::string& path);
 
   // Writes the rules document. False when the file can't be opened (it is untouched then), or when
-  // a filter, test or action is invalid (it is left empty then). Whether all bytes reached the disk
+  // a filter, test or action is invalid or can't be read again from XML: a text with a NUL, a list
+  // of more than 20,000, 64 MiB in all (it is left empty then). Whether all bytes reached the disk
   // is not looked at. Throws boost::bad_weak_ptr when no shared pointer owns the list.
   bool SaveToXML(const std::string& path);
 
