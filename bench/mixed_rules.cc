@@ -1,34 +1,26 @@
 #include "bench/mixed_rules.h"
 
+#include "tests/support/rules.h"
+
 namespace {
 
 using namespace Quarrow::MessageFilters;
-
-Test test(const std::string& type, const std::string& field, const std::string& comparator,
-          const std::string& value) {
-  Test made;
-  made.field.type = type;
-  made.field.name = field;
-  made.comparator = comparator;
-  made.value = value;
-  return made;
-}
 
 Test mixed_test(int number) {
   const std::string word = "qx" + std::to_string(number);
   switch (number % 10) {
     case 4:
     case 9:
-      return test(Field::ADDRESS, "from_to_cc", Comparator::CONTAINS, word + "@example.net");
+      return make_test(Field::ADDRESS, "from_to_cc", Comparator::CONTAINS, word + "@example.net");
     case 2:
     case 7:
-      return test(Field::STRING, "subject", Comparator::BEGINWITH, "[" + word + "]");
+      return make_test(Field::STRING, "subject", Comparator::BEGINWITH, "[" + word + "]");
     case 5:
-      return test(Field::SIZE, "size", Comparator::GREATER, std::to_string(900000 + number));
+      return make_test(Field::SIZE, "size", Comparator::GREATER, std::to_string(900000 + number));
     case 8:
-      return test(Field::STRING, "list-id", Comparator::IS, "<" + word + ".example.net>");
+      return make_test(Field::STRING, "list-id", Comparator::IS, "<" + word + ".example.net>");
     default:
-      return test(Field::STRING, "subject", Comparator::CONTAINS, word + " offer");
+      return make_test(Field::STRING, "subject", Comparator::CONTAINS, word + " offer");
   }
 }
 
@@ -36,10 +28,7 @@ boost::shared_ptr<Filter__> filter(const std::string& name, const std::string& f
   auto made = Filter__::Create();
   made->name = name;
   made->relation = Filter__::ANYOF;
-  Action move;
-  move.method = Action::MOVE;
-  move.target = folder;
-  made->actions.push_back(move);
+  made->actions.push_back(make_action(Action::MOVE, folder));
   return made;
 }
 
@@ -54,7 +43,7 @@ boost::shared_ptr<FilterList__> mixed_rules(int count, int tests) {
     list->append(made);
   }
   auto last = filter("The list", "Lists");
-  last->tests.push_back(test(Field::ADDRESS, "to_cc", Comparator::CONTAINS, "list"));
+  last->tests.push_back(make_test(Field::ADDRESS, "to_cc", Comparator::CONTAINS, "list"));
   list->append(last);
   return list;
 }

@@ -1,7 +1,7 @@
 // From a rules document to its list of filters.
 #include <cstdlib>
 
-#include "filter_list_xml.h"
+#include "message_filters/filter_list_xml.h"
 
 // LoadFromXML counts on the smart pointer's assertion to end the process.
 #if defined(NDEBUG) || defined(BOOST_DISABLE_ASSERTS)

@@ -1,9 +1,9 @@
 // The rules document as it is read.
 #include <gtest/gtest.h>
 
-#include "filter_list_xml.h"
-#include "test_folder.h"
-#include "test_rules.h"
+#include "message_filters/filter_list_xml.h"
+#include "tests/support/rules.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Quarrow {
 namespace MessageFilters {
@@ -43,7 +43,7 @@ class FilterListReader : public testing::Test {
     return test_from_xml(document.get());
   }
 
-  const TestFolder folder_;
+  const TemporaryFolder folder_;
   const std::string path_ = folder_.file("rules.xml");
 };
 

@@ -6,7 +6,7 @@
 #include <limits>
 #include <vector>
 
-#include "test_rules.h"
+#include "tests/support/rules.h"
 
 namespace Quarrow {
 namespace MessageFilters {

@@ -1,8 +1,8 @@
 // From a list of filters to its rules document.
 #include <fstream>
 
-#include "filter_list_xml.h"
-#include "xml_text.h"
+#include "message_filters/filter_list_xml.h"
+#include "message_filters/xml_text.h"
 
 namespace Quarrow {
 namespace MessageFilters {

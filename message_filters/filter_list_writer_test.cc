@@ -4,10 +4,10 @@
 #include <boost/smart_ptr/bad_weak_ptr.hpp>
 #include <functional>
 
-#include "filter_list_xml.h"
-#include "test_folder.h"
-#include "test_rules.h"
-#include "xml_text.h"
+#include "message_filters/filter_list_xml.h"
+#include "message_filters/xml_text.h"
+#include "tests/support/rules.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Quarrow {
 namespace MessageFilters {
@@ -20,7 +20,7 @@ class FilterListWriter : public testing::Test {
   bool save() { return list_->SaveToXML(path_); }
   std::string saved() const { return content_of(path_); }
 
-  const TestFolder folder_;
+  const TemporaryFolder folder_;
   const std::string path_ = folder_.file("rules.xml");
   const boost::shared_ptr<FilterList__> list_ = FilterList__::Create();
 };

@@ -4,9 +4,9 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include "message_filters/xml_document.h"
 #include "quarrow/filter_list.h"
 #include "quarrow/rule_model.h"
-#include "xml_document.h"
 
 namespace Quarrow {
 namespace MessageFilters {

@@ -1,5 +1,5 @@
 // By mount namespaces, see mount_namespaces(7) and user_namespaces(7).
-#include "private_spool.h"
+#include "message_filters/private_spool.h"
 
 #include <sched.h>
 #include <sys/mount.h>
@@ -9,7 +9,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "test_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Quarrow {
 namespace MessageFilters {

@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "test_rules.h"
+#include "tests/support/rules.h"
 
 namespace Quarrow {
 namespace MessageFilters {

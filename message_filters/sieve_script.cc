@@ -1,11 +1,11 @@
 // From a list of filters to a script: one chain of "elsif" branches, the first of which that
 // matches decides.
-#include "sieve_script.h"
+#include "message_filters/sieve_script.h"
 
 #include <fstream>
 #include <sstream>
 
-#include "sieve_test_text.h"
+#include "message_filters/sieve_test_text.h"
 
 namespace Quarrow {
 namespace MessageFilters {

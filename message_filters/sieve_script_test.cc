@@ -1,13 +1,13 @@
 // The Sieve script of a list of filters.
-#include "sieve_script.h"
+#include "message_filters/sieve_script.h"
 
 #include <gtest/gtest.h>
 
 #include <boost/smart_ptr/bad_weak_ptr.hpp>
 #include <sstream>
 
-#include "test_folder.h"
-#include "test_rules.h"
+#include "tests/support/rules.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Quarrow {
 namespace MessageFilters {
@@ -66,7 +66,7 @@ class SieveScript : public testing::Test {
   bool save(bool include_disabled = false) { return list_->SaveToSieve(path_, include_disabled); }
   std::string saved() const { return content_of(path_); }
 
-  const TestFolder folder_;
+  const TemporaryFolder folder_;
   const std::string path_ = folder_.file("script");
   const boost::shared_ptr<FilterList__> list_ = FilterList__::Create();
 };

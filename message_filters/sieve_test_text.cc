@@ -1,5 +1,5 @@
 // From tests to Sieve text. Blanks matter: every piece ends with one, and the test starts with one.
-#include "sieve_test_text.h"
+#include "message_filters/sieve_test_text.h"
 
 #include <zvellparser.h>
 

@@ -1,11 +1,11 @@
 // The Sieve text of tests.
-#include "sieve_test_text.h"
+#include "message_filters/sieve_test_text.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
 
-#include "test_rules.h"
+#include "tests/support/rules.h"
 
 namespace Quarrow {
 namespace MessageFilters {

@@ -4,10 +4,10 @@
 #include <fstream>
 #include <locale>
 
+#include "message_filters/user_filter_path.h"
+#include "message_filters/xml_document.h"
+#include "message_filters/xml_text.h"
 #include "quarrow/user_stores.h"
-#include "user_filter_path.h"
-#include "xml_document.h"
-#include "xml_text.h"
 
 namespace Quarrow {
 namespace MessageFilters {

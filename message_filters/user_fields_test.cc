@@ -4,11 +4,11 @@
 
 #include <locale>
 
-#include "private_spool.h"
+#include "message_filters/private_spool.h"
+#include "message_filters/user_filter_path.h"
+#include "message_filters/xml_text.h"
 #include "quarrow/user_stores.h"
-#include "test_folder.h"
-#include "user_filter_path.h"
-#include "xml_text.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Quarrow {
 namespace MessageFilters {
@@ -51,7 +51,7 @@ class UserFields : public testing::Test {
     return fields_->load(folder_.file("fields.xml"), customized);
   }
 
-  const TestFolder folder_;
+  const TemporaryFolder folder_;
   boost::shared_ptr<UserFields__> fields_;
 };
 

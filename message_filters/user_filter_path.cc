@@ -1,5 +1,5 @@
 // The names of a user's files, and their replacement.
-#include "user_filter_path.h"
+#include "message_filters/user_filter_path.h"
 
 #include <unistd.h>
 #include <zvelluser.h>

@@ -1,10 +1,10 @@
 // The names of a user's files, and their replacement.
-#include "user_filter_path.h"
+#include "message_filters/user_filter_path.h"
 
 #include <gtest/gtest.h>
 #include <zvelluser.h>
 
-#include "test_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Quarrow {
 namespace MessageFilters {
@@ -31,7 +31,7 @@ TEST(UserFilterPath, SelectorsNameFilesInThePreferenceFolder) {
 
 class PutInPlace : public testing::Test {
  protected:
-  const TestFolder folder_;
+  const TemporaryFolder folder_;
   const std::string path_ = folder_.file("rules");
 };
 

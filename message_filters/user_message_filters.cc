@@ -4,9 +4,9 @@
 #include <boost/make_shared.hpp>
 #include <memory>
 
+#include "message_filters/user_filter_path.h"
 #include "quarrow/evaluation.h"
 #include "quarrow/user_stores.h"
-#include "user_filter_path.h"
 
 namespace Quarrow {
 namespace MessageFilters {

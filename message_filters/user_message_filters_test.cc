@@ -6,10 +6,10 @@
 
 #include <cstdlib>
 
+#include "message_filters/user_filter_path.h"
 #include "quarrow/user_stores.h"
-#include "test_folder.h"
-#include "test_rules.h"
-#include "user_filter_path.h"
+#include "tests/support/rules.h"
+#include "tests/support/temporary_folder.h"
 
 namespace {
 
@@ -67,7 +67,7 @@ class UserFilters : public testing::Test {
     return code;
   }
 
-  const TestFolder folder_;
+  const TemporaryFolder folder_;
   SystemRecord record_;
   boost::shared_ptr<UserMessageFilters__> filters_;
 };

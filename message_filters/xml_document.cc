@@ -1,5 +1,5 @@
 // ezXML behind a few functions. Its own file reader is not used: see xml_text.h.
-#include "xml_document.h"
+#include "message_filters/xml_document.h"
 
 #include <ezxml.h>
 #include <fcntl.h>
@@ -10,7 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "xml_text.h"
+#include "message_filters/xml_text.h"
+#include "system/descriptor.h"
 
 namespace Quarrow {
 namespace MessageFilters {
@@ -18,21 +19,6 @@ namespace MessageFilters {
 namespace {
 
 const char declaration[] = R"(<?xml version="1.0" encoding="utf-8"?>)";
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) (void)close(fd_);  // nothing was written
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int get() const { return fd_; }
-
- private:
-  const int fd_;
-};
 
 bool is_regular_file(int fd) {
   struct stat status;

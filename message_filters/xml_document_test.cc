@@ -1,5 +1,5 @@
 // Documents from files, among them those that ezXML alone does not survive, and documents to files.
-#include "xml_document.h"
+#include "message_filters/xml_document.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -9,9 +9,9 @@
 
 #include <sstream>
 
+#include "message_filters/xml_text.h"
 #include "quarrow/filter_list.h"
-#include "test_folder.h"
-#include "xml_text.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Quarrow {
 namespace MessageFilters {
@@ -30,7 +30,7 @@ class XmlFile : public testing::Test {
     return parse_xml_file(path_);
   }
 
-  const TestFolder folder_;
+  const TemporaryFolder folder_;
   const std::string path_ = folder_.file("document.xml");
 };
 

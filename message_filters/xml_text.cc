@@ -1,6 +1,7 @@
 // One pass over a document that finds its markup exactly where ezXML will find it.
-#include "xml_text.h"
+#include "message_filters/xml_text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <cstring>
@@ -15,6 +16,10 @@ namespace {
 // Stands for "&". This byte itself is written as the reference to it.
 const char reference_mark = '\x01';
 const char blanks[] = " \t\n";
+
+// What does not go to ezXML as it is. It would turn a vertical tab or a form feed in an attribute
+// into a blank.
+bool is_special(char c) { return c == '&' || c == reference_mark || c == '\v' || c == '\f'; }
 
 // How many steps ezXML may take from element to element while it builds the rows of children, each
 // of which it walks from the start for every new child: as many as the longest row costs.
@@ -227,14 +232,20 @@ class Rewriter {
   }
 
   void copy(std::size_t end) {
-    for (; at_ < end; ++at_) append(text_[at_]);
+    while (at_ < end) {
+      const auto begin = text_.begin() + static_cast<std::ptrdiff_t>(at_);
+      const auto plain =
+          std::find_if(begin, begin + static_cast<std::ptrdiff_t>(end - at_), is_special);
+      out_.append(begin, plain);
+      at_ = static_cast<std::size_t>(plain - text_.begin());
+      if (at_ < end) append(text_[at_++]);
+    }
   }
 
   void append(char c) {
     if (c == '&') {
       out_ += reference_mark;
-    } else if (c == reference_mark || c == '\v' || c == '\f') {
-      // ezXML would turn a vertical tab or a form feed in an attribute into a blank.
+    } else if (is_special(c)) {
       out_ += reference_mark;
       out_ += '#' + std::to_string(c) + ';';
     } else {

@@ -1,5 +1,5 @@
 // The text that ezXML is given. "@" stands for the mark in these tables.
-#include "xml_text.h"
+#include "message_filters/xml_text.h"
 
 #include <gtest/gtest.h>
 

@@ -12,26 +12,12 @@
 #include "quarrow/evaluation.h"
 #include "sieve_match/interpreter.h"
 #include "sieve_match/script_check.h"
+#include "system/descriptor.h"
 
 namespace Quarrow {
 namespace {
 
 constexpr std::size_t script_limit = 32768;
-
-// Closes a descriptor when it goes.
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) (void)close(fd_);  // nothing was written
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return fd_; }
-
- private:
-  int fd_;
-};
 
 // Reads the start of the script file into the matcher's buffer, with one read. False when there is
 // nothing to run.

@@ -14,6 +14,7 @@
 #include <filesystem>
 
 #include "apps/quarrow/report.h"
+#include "system/descriptor.h"
 
 namespace command {
 namespace {
@@ -25,22 +26,9 @@ constexpr std::size_t largest_stream = std::size_t{256} << 20;
 
 bool is_standard_input(const std::string& path) { return path == "-"; }
 
-class Descriptor {
- public:
-  explicit Descriptor(const std::string& path)
-      : value_(is_standard_input(path) ? dup(STDIN_FILENO)
-                                       : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
-  ~Descriptor() {
-    if (value_ >= 0) close(value_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int get() const { return value_; }
-
- private:
-  int value_;
-};
+int open_for_reading(const std::string& path) {
+  return is_standard_input(path) ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+}
 
 Fault cannot_read(int error) {
   return {std::string("can't be read: ") + std::strerror(error), EX_NOINPUT};
@@ -100,7 +88,7 @@ FileContents::~FileContents() {
 }
 
 Fault FileContents::open(const std::string& path) {
-  const Descriptor file(path);
+  const Quarrow::Descriptor file(open_for_reading(path));
   struct stat found;
   if (file.get() < 0 || fstat(file.get(), &found) != 0) return cannot_read(errno);
   const bool mappable = S_ISREG(found.st_mode) && !is_standard_input(path);

@@ -3,14 +3,19 @@
 
 Usage: compare_with_headers.py LIBRARY HEADER_FOLDER
 
-Every function and constant of a class or namespace scope that carries QUARROW_EXPORT must be exported, and nothing
-else. Prints what is missing or too much, and exits with 1 then.
+Every function and constant of a class or namespace scope that carries QUARROW_EXPORT must be
+exported, and nothing else. Prints what is missing or too much, and exits with 1 then.
 """
 
 import pathlib
 import re
 import subprocess
 import sys
+
+
+EXPORTED_NAME = re.compile(
+    r"Quarrow::(?:MessageFilters::)?((?:\w+::)?(?:operator\(\)|operator<<|~?\w+))"
+)
 
 
 def without_comments(text):
@@ -65,7 +70,7 @@ def exported(library):
         if re.match(r"(typeinfo|typeinfo name|vtable) for Quarrow::", symbol):
             continue
         symbol = symbol.replace("[abi:cxx11]", "")
-        found = re.match(r"Quarrow::(?:MessageFilters::)?((?:\w+::)?(?:operator\(\)|operator<<|~?\w+))", symbol)
+        found = EXPORTED_NAME.match(symbol)
         names.add(found.group(1) if found else symbol)
     return names
 

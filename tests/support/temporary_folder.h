@@ -9,6 +9,10 @@
 #include <stdexcept>
 #include <string>
 
+inline void write_file(const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
 // New and empty, and removed with all that is in it when this object goes.
 class TemporaryFolder {
  public:
@@ -31,7 +35,7 @@ class TemporaryFolder {
 
   // Writes a file and returns its path.
   std::string write(const std::string& name, const std::string& content) const {
-    std::ofstream(file(name), std::ios::binary) << content;
+    write_file(file(name), content);
     return file(name);
   }
 
@@ -39,9 +43,10 @@ class TemporaryFolder {
   std::string path_;
 };
 
-// All bytes of a file; empty when it can't be read.
+// All bytes of a file, or "(no file)".
 inline std::string content_of(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
+  if (!file) return "(no file)";
   return {std::istreambuf_iterator<char>(file), {}};
 }
 

@@ -1,6 +1,6 @@
-// Rules for unit tests, each made in one line.
-#ifndef MESSAGE_FILTERS_TEST_RULES_H_
-#define MESSAGE_FILTERS_TEST_RULES_H_
+// Rules for tests and benchmarks, each made in one line.
+#ifndef QUARROW_TESTS_SUPPORT_RULES_H_
+#define QUARROW_TESTS_SUPPORT_RULES_H_
 
 #include <boost/shared_ptr.hpp>
 #include <string>
@@ -57,4 +57,4 @@ inline boost::shared_ptr<Filter__> make_rule(const std::string& name, const Test
 }  // namespace MessageFilters
 }  // namespace Quarrow
 
-#endif  // MESSAGE_FILTERS_TEST_RULES_H_
+#endif  // QUARROW_TESTS_SUPPORT_RULES_H_
