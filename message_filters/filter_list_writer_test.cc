@@ -134,6 +134,14 @@ TEST_F(FilterListWriter, RefusesMoreFiltersThanCanBeReadAgain) {
   EXPECT_EQ("", saved());
 }
 
+TEST_F(FilterListWriter, WritesAsManyFiltersAsCanBeReadAgain) {
+  list_->filters.assign(most_xml_children, make_rule("a", subject_test()));
+  ASSERT_TRUE(save());
+  const auto again = FilterList__::LoadFromXML(path_);
+  ASSERT_TRUE(again);
+  EXPECT_EQ(most_xml_children, again->filters.size());
+}
+
 TEST_F(FilterListWriter, NeedsAFolderToWriteTo) {
   EXPECT_FALSE(list_->SaveToXML(folder_.file("missing/rules.xml")));
   EXPECT_FALSE(list_->SaveToXML(folder_.path()));

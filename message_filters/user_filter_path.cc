@@ -9,8 +9,15 @@
 namespace Quarrow {
 namespace MessageFilters {
 
+namespace {
+
+// A user's own mailbox, as hosts number the types.
+constexpr auto user_mailbox = static_cast<MailBoxType>(1);
+
+}  // namespace
+
 std::string user_filter_path(const EmailAddress& address, int selector) {
-  const ZvMailUserId user(MAILBOX_USER, address.address());
+  const ZvMailUserId user(user_mailbox, address.address());
   switch (selector) {
     case FILTER_XML:
       return user.prefpath() + "/.delivery_filter.xml";

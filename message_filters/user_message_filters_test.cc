@@ -2,9 +2,12 @@
 // that it is given.
 #include <base.h>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
+#include <unistd.h>
 #include <zvelluser.h>
 
 #include <cstdlib>
+#include <filesystem>
 
 #include "message_filters/user_filter_path.h"
 #include "quarrow/user_stores.h"
@@ -172,11 +175,11 @@ TEST_F(UserFilters, TestNeedsTheDirectoryStep) {
   EXPECT_EQ(2, filters_->validate_test(subject_test()));
 }
 
-class TemporaryFolder : public UserFilters {
+class PlaceForTemporaryFiles : public UserFilters {
  protected:
   void set_folder(const std::string& folder) { setenv("TMPDIR", folder.c_str(), 1); }
 
-  ~TemporaryFolder() override {
+  ~PlaceForTemporaryFiles() override {
     before_ ? setenv("TMPDIR", value_.c_str(), 1) : unsetenv("TMPDIR");
   }
 
@@ -185,13 +188,13 @@ class TemporaryFolder : public UserFilters {
   const std::string value_ = before_ ? before_ : "";
 };
 
-TEST_F(TemporaryFolder, MustBeThereForATest) {
+TEST_F(PlaceForTemporaryFiles, MustBeThereForATest) {
   set_folder(folder_.file("missing"));
   EXPECT_EQ(2, filters_->validate_test(subject_test()));
   EXPECT_EQ(1, filters_->validate_test(Condition()));
 }
 
-TEST_F(TemporaryFolder, IsEmptyAgainAfterATest) {
+TEST_F(PlaceForTemporaryFiles, IsEmptyAgainAfterATest) {
   const std::string folder = folder_.file("tmp");
   std::filesystem::create_directory(folder);
   set_folder(folder);
@@ -231,6 +234,28 @@ TEST_F(UserFilters, NothingIsWrittenBeforePersist) {
   EXPECT_EQ("(no file)", content_of(script()));
 }
 
+TEST_F(UserFilters, PersistRemovesAndReplacesTheDocumentBeforeTheScript) {
+  ASSERT_EQ(0, filters_->persist());
+  const std::string folder = std::filesystem::path(script()).parent_path();
+  const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  ASSERT_LE(0, inotify_add_watch(watch, folder.c_str(), IN_DELETE | IN_MOVED_TO));
+  ASSERT_EQ(0, filters_->persist());
+
+  alignas(inotify_event) char events[4096];
+  const ssize_t size = read(watch, events, sizeof events);
+  close(watch);
+  std::vector<std::string> seen;
+  for (ssize_t at = 0; at < size;) {
+    const auto* event = reinterpret_cast<const inotify_event*>(events + at);
+    seen.push_back((event->mask & IN_DELETE ? "removed " : "replaced ") + std::string(event->name));
+    at += static_cast<ssize_t>(sizeof *event + event->len);
+  }
+  const std::vector<std::string> want = {"removed .delivery_filter.xml",
+                                         "replaced .delivery_filter.xml",
+                                         "removed .delivery_filter", "replaced .delivery_filter"};
+  EXPECT_EQ(want, seen);
+}
+
 TEST_F(UserFilters, PersistReplacesWhatWasThere) {
   write_file(document(), std::string(10000, 'x'));
   write_file(script(), std::string(10000, 'x'));
@@ -266,8 +291,11 @@ TEST_F(UserFilters, PersistFailsForAnInvalidTest) {
 TEST_F(UserFilters, PersistFailsForWhatOnlyTheDocumentHolds) {
   fill(1);
   filters_->filters->filters.front()->actions.push_back(Action());
+  filters_->add_filter(make_rule("off", subject_test(), false), 0);
   EXPECT_EQ(2, failing_persist());
   EXPECT_EQ("", content_of(document() + ".tmp"));
+  // The script of the enabled filters comes last, so it still is the one that was tried.
+  EXPECT_NE(std::string::npos, content_of(script() + ".tmp").find("# RULE: off"));
 }
 
 TEST_F(UserFilters, PersistNeedsToWriteAside) {

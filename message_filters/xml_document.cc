@@ -28,7 +28,7 @@ bool is_regular_file(int fd) {
 // All that is in a file; nothing when it can't be read or holds more than `limit` bytes.
 std::optional<std::string> read_all(int fd, std::size_t limit) {
   std::string content;
-  char chunk[65536];
+  char chunk[16384];  // stacks of threads may be small
   for (;;) {
     const ssize_t count = read(fd, chunk, sizeof chunk);
     if (count < 0 && errno == EINTR) continue;

@@ -22,8 +22,8 @@ const char blanks[] = " \t\n";
 bool is_special(char c) { return c == '&' || c == reference_mark || c == '\v' || c == '\f'; }
 
 // How many steps ezXML may take from element to element while it builds the rows of children, each
-// of which it walks from the start for every new child: as many as the longest row costs.
-constexpr std::size_t most_steps = most_xml_children * most_xml_children / 2;
+// of which it walks from the start for every new child: twice as many as the longest row costs.
+constexpr std::size_t most_steps = most_xml_children * most_xml_children;
 // Comparing or measuring this many bytes takes no longer than one step.
 constexpr std::size_t bytes_per_step = 64;
 

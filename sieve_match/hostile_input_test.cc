@@ -91,6 +91,14 @@ TEST_F(HostileHeaders, ARunEndedByTheBudgetIsLoggedAsFailed) {
   EXPECT_EQ(ordinary_result, text_of(outcome(*matcher, ordinary_message)));
 }
 
+TEST_F(HostileHeaders, ARunEndedByTheBudgetKeepsTheActionsBeforeIt) {
+  const std::string message = "X-From: " + exhausting_headers()[0].value + "\n\n";
+  EXPECT_EQ("MatchResult [action=KEEP]",
+            result_of(std::string("keep; ") + "if address :all :is "
+                                              "\"x-from\" \"a\" { discard; }",
+                      message));
+}
+
 TEST_F(HostileHeaders, InAnAddressHeaderAreMended) {
   const auto matcher = matcher_of(address_script);
   for (const HostileHeader& header : hostile_headers()) {

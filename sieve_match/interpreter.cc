@@ -1,5 +1,7 @@
 #include "sieve_match/interpreter.h"
 
+#include <pthread.h>
+
 #include "quarrow/evaluation.h"
 #include "sieve_match/interpreter_heap.h"
 
@@ -8,6 +10,11 @@ namespace interpreter {
 namespace {
 
 std::mutex process_lock;
+
+// A child that is forked while another thread runs the interpreter would find it locked for ever.
+// So fork waits for the run to end. It must not be called from a callback.
+const int unlocked_in_children = pthread_atfork(
+    [] { process_lock.lock(); }, [] { process_lock.unlock(); }, [] { process_lock.unlock(); });
 
 thread_local sieve2_values_t code_called_for = SIEVE2_VALUE_FIRST;
 
@@ -76,19 +83,23 @@ int Use::execute(void* matcher) { return interpreter_heap::run(sieve2_execute, c
 sieve2_values_t current_code() { return code_called_for; }
 
 const char* get_string(sieve2_context_t* context, const char* name) {
+  if (context == nullptr) return nullptr;
   return sieve2_getvalue_string(context, libsieve_name(name));
 }
 
 void set_string(sieve2_context_t* context, const char* name, const char* value) {
+  if (context == nullptr) return;
   // Refuses a null value, which then stays absent as it should.
   (void)sieve2_setvalue_string(context, libsieve_name(name), const_cast<char*>(value));
 }
 
 void set_string_list(sieve2_context_t* context, const char* name, char** values) {
+  if (context == nullptr) return;
   (void)sieve2_setvalue_stringlist(context, libsieve_name(name), values);
 }
 
 void set_int(sieve2_context_t* context, const char* name, int value) {
+  if (context == nullptr) return;
   (void)sieve2_setvalue_int(context, libsieve_name(name), value);
 }
 

@@ -50,6 +50,12 @@ TEST(MailboxName, ReadsComparesAndPrintsAsText) {
   EXPECT_EQ("inbox/plain assignment", filed.mailbox);
 }
 
+TEST(MailboxName, IsMadeFromText) {
+  const std::string name = "Work";
+  const SieveAction filed = {SieveAction::FILEINTO, name, ""};
+  EXPECT_EQ("Work", filed.mailbox);
+}
+
 TEST(SieveAction, IsAnEmptyKeepAtFirst) {
   const SieveAction made;
   EXPECT_EQ(0U, made.type);

@@ -19,6 +19,9 @@ namespace {
 
 constexpr std::size_t script_limit = 32768;
 
+// The folder of the files that belong to a user, as hosts number the kinds.
+constexpr int preferences_folder = 5;
+
 // Reads the start of the script file into the matcher's buffer, with one read. False when there is
 // nothing to run.
 bool load_script(SieveMatchImpl& matcher) {
@@ -55,7 +58,7 @@ SieveMatch* SieveMatch::Create(const std::string& path, SieveLog* log) {
 
 SieveMatch* SieveMatch::Create(const EmailAddress& address, SieveLog* log) {
   char folder[1024] = "";
-  (void)mailuser_filename(MAILUSER_PREFERENCES, folder, sizeof folder, address.address());
+  (void)mailuser_filename(preferences_folder, folder, sizeof folder, address.address());
   return Create(std::string(folder) + "/.delivery_filter", log);
 }
 
@@ -97,10 +100,11 @@ bool SieveMatchImpl::Validate() {
   if (access(path.c_str(), F_OK) != 0) return false;
   if (!load_script(*this)) return false;
   if (log) log->Debug("rule file '%s' is loaded", path.c_str());
-  // The interpreter's result alone never says that a script is bad.
-  if (!has_unsafe_words(script) &&
-      use_interpreter(*this, &interpreter::Use::validate) == SIEVE2_OK &&
-      result.error == SieveMatchResult::NONE) {
+  if (has_unsafe_words(script)) {
+    *script = '\0';  // a caller who runs it all the same must not get them to the interpreter
+  } else if (use_interpreter(*this, &interpreter::Use::validate) == SIEVE2_OK &&
+             result.error == SieveMatchResult::NONE) {
+    // The interpreter's result alone never says that a script is bad.
     return true;
   }
   if (log) log->Error("rule file '%s' is invalid", path.c_str());

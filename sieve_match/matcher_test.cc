@@ -161,14 +161,25 @@ TEST_F(Matcher, ReportsTheTextOfAReject) {
   EXPECT_EQ("", result.actions[0].mailbox);
 }
 
-TEST_F(Matcher, AnAddressErrorComesBesideTheActions) {
-  // The message parser mends broken addresses, so the interpreter is told of one by hand.
-  const std::string path = folder.write("script", keeps);
-  SieveMatchImpl matcher(path, nullptr);
-  ASSERT_TRUE(matcher.Validate());
-  matcher.OnError(nullptr, SIEVE2_ERRCALL_ADDRESS);
-  EXPECT_EQ("MatchResult [error=PARSE_ADDRESS]", text_of(matcher.result));
-  EXPECT_EQ("MatchResult [action=KEEP]", text_of(outcome(matcher, plain_message)));
+TEST_F(Matcher, AnAddressErrorComesBesideTheActionsAndPrintsAlone) {
+  // The message parser mends broken addresses in the headers that it knows to hold some.
+  const auto matcher = matcher_of("keep; if address :all :is \"x-from\" \"a\" { discard; }");
+  const SieveMatchResult result = outcome(*matcher, "X-From: \"unterminated <a@b>\n\n");
+  EXPECT_EQ(SieveMatchResult::PARSE_ADDRESS, result.error);
+  ASSERT_EQ(1U, result.actions.size());
+  EXPECT_EQ("MatchResult [error=PARSE_ADDRESS]", text_of(result));
+  EXPECT_EQ("MatchResult [action=KEEP]", text_of(outcome(*matcher, plain_message)));
+}
+
+TEST_F(Matcher, ARedirectIsNoAction) {
+  EXPECT_EQ("MatchResult []", result_of("redirect \"x@example.org\";", plain_message));
+}
+
+TEST_F(Matcher, AScriptThatIsRefusedIsNotRunEither) {
+  SieveMatchImpl matcher(folder.write("script", "keep; if envelope :is \"zzz\" \"a\" { keep; }"),
+                         nullptr);
+  EXPECT_FALSE(matcher.Validate());
+  EXPECT_EQ("MatchResult []", text_of(outcome(matcher, plain_message)));
 }
 
 TEST_F(Matcher, EachErrorCallbackHasItsCode) {
@@ -253,6 +264,11 @@ TEST_F(Matcher, ACallbackWithoutContextMatcherOrCodeIsUnsupported) {
   EXPECT_EQ(8, SieveMatchImpl::sieve_callback(context, nullptr));
   EXPECT_EQ(8, SieveMatchImpl::sieve_callback(context, &matcher));
   EXPECT_EQ(8, matcher.OnAction(context, SIEVE2_ACTION_REDIRECT));
+  EXPECT_EQ(8, matcher.OnAction(nullptr, SIEVE2_ACTION_FILEINTO));
+  EXPECT_EQ(9, matcher.GetScript(nullptr));
+  EXPECT_EQ(8, matcher.GetSubAddress(nullptr));
+  EXPECT_EQ(0, matcher.GetHeader(nullptr));
+  EXPECT_EQ(0, matcher.GetSize(nullptr));
   EXPECT_TRUE(matcher.result.actions.empty());
 }
 

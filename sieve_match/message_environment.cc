@@ -102,6 +102,7 @@ const char* SieveMatchImpl::GetHeader(const std::string& name) {
 }
 
 const char* SieveMatchImpl::GetMailHeader(const std::string& name) {
+  if (message == nullptr) return nullptr;
   const Header header = message->headers().find(name);
   if (header.isNull()) return nullptr;
   Buffer text = stringToUtf8(header.value(), nullptr);
@@ -114,7 +115,7 @@ const char* SieveMatchImpl::GetReceivedDate(const std::string& /*name*/) {
   char* date = static_cast<char*>(std::calloc(limit + 1, 1));
   const std::time_t received = received_time;
   std::tm local = {};
-  (void)localtime_r(&received, &local);  // a year that no calendar holds leaves the zeroes
+  if (localtime_r(&received, &local) == nullptr) local = {};  // a year beyond the calendar
   (void)std::strftime(date, limit, "%Y%m%d", &local);
   return date;
 }

@@ -126,13 +126,22 @@ TEST_F(MessageEnvironment, AnAddressIsNeededToSplitIt) {
   EXPECT_EQ(8, matcher.GetSubAddress(matcher.context));
 }
 
-TEST_F(MessageEnvironment, HeadersAndAddressesShareTheirKeys) {
-  set_message("Subject: x\n\n");
-  parts_of("a@b");
+TEST_F(MessageEnvironment, AnActionNeedsWhatItIsAbout) {
   interpreter::Use use(matcher.context);
-  set_string(matcher.context, "header", "ADDR_a@b");
-  EXPECT_EQ(0, matcher.GetHeader(matcher.context));
-  EXPECT_EQ(1U, matcher.header_cache.size());
+  EXPECT_EQ(8, matcher.OnAction(matcher.context, SIEVE2_ACTION_FILEINTO));
+  EXPECT_TRUE(matcher.result.actions.empty());
+  EXPECT_EQ(0, matcher.OnAction(matcher.context, SIEVE2_ACTION_REJECT));
+  ASSERT_EQ(1U, matcher.result.actions.size());
+  EXPECT_EQ(SieveAction::REJECT, matcher.result.actions[0].type);
+  EXPECT_EQ("", matcher.result.actions[0].message);
+}
+
+TEST(ScriptedMessage, AHeaderIsAnsweredFromAnAddressOfItsKey) {
+  const std::string script =
+      "require \"subaddress\";"
+      "if address :detail :is \"x-from\" \"nothing\" { discard; }"
+      "if header :is \"ADDR_a+t@b\" \"b\" { keep; }";
+  EXPECT_EQ("MatchResult [action=KEEP]", result_of(script, "X-From: a+t@b\n\n"));
 }
 
 TEST_F(MessageEnvironment, ACachedHeaderIsReadAsAddressWithinItsSlots) {
@@ -148,16 +157,25 @@ TEST_F(MessageEnvironment, ACachedHeaderIsReadAsAddressWithinItsSlots) {
 
 TEST_F(MessageEnvironment, ComputesAHeaderOnceARun) {
   set_message("Subject: x\n\n");
-  interpreter::Use use(matcher.context);
-  for (const char* name : {"X-Missing", "x-missing", "Subject", "SUBJECT"}) {
-    // A context answers one question: the first "header" in it counts.
-    sieve2_context* one = matcher.context;
-    set_string(one, "header", name);
-    EXPECT_EQ(0, matcher.GetHeader(one));
-  }
+  const auto ask = [this](const char* name) {
+    interpreter::Use use(matcher.context);  // a context holds one question
+    set_string(matcher.context, "header", name);
+    EXPECT_EQ(0, matcher.GetHeader(matcher.context)) << name;
+  };
+  ask("X-Missing");
+  ask("x-missing");
   EXPECT_EQ(1U, record.count("Debug: 'X-Missing' not defined"));
-  EXPECT_EQ(1U, matcher.header_cache.count("x-missing"));
+  EXPECT_EQ(0U, record.count("Debug: 'x-missing' not defined"));
   EXPECT_EQ(nullptr, matcher.header_cache.at("X-MISSING")[0]);
+  ask("Subject");
+  set_message("Subject: changed\n\n");
+  ask("SUBJECT");
+  EXPECT_STREQ("x", matcher.header_cache.at("subject")[0]);
+  EXPECT_EQ("Subject", matcher.header_cache.find("subject")->first);
+}
+
+TEST_F(MessageEnvironment, AHeaderOfNoMessageIsNone) {
+  EXPECT_EQ(nullptr, matcher.GetMailHeader("subject"));
 }
 
 TEST_F(MessageEnvironment, AQuestionWithoutHeaderOrMessageIsLeftOpen) {

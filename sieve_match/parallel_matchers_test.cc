@@ -1,7 +1,10 @@
 // Many matchers at once: beside each other in one thread, and in parallel threads.
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <random>
 #include <thread>
 
@@ -46,6 +49,26 @@ TEST(ParallelMatchers, FourThreadsDoNotDisturbEachOther) {
   for (std::size_t i = 0; i < 4; ++i) threads.emplace_back(work, names[i], std::ref(wrong[i]));
   for (std::thread& thread : threads) thread.join();
   for (const auto& each : wrong) EXPECT_EQ(std::vector<std::string>(), each);
+}
+
+TEST(ParallelMatchers, AChildForkedMeanwhileCanUseTheInterpreter) {
+  std::atomic<bool> done{false};
+  std::thread busy([&done] {
+    const auto matcher = matcher_of(file_by_sender("anna"));
+    while (!done) outcome(*matcher, "From: x@example.org\n\n");
+  });
+  for (int i = 0; i < 20; ++i) {
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(60);  // a child that hangs is a failure
+      _exit(result_of("keep;", "Subject: x\n\n") == "MatchResult [action=KEEP]" ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
+  }
+  done = true;
+  busy.join();
 }
 
 TEST(ParallelMatchers, TwentyComeAndGoInAnyOrder) {

@@ -27,7 +27,19 @@ std::string lower_case(std::string text) {
   return text;
 }
 
-// `part` as a file name; empty when it is too long for one.
+// `name` with a folder in between wherever it would be too long for one. Such a folder ends in a
+// lone
+// "%", as no escaped name does.
+std::string split(std::string name) {
+  std::string path;
+  while (name.size() > longest_file_name) {
+    path += name.substr(0, longest_file_name - 1) + "%/";
+    name.erase(0, longest_file_name - 1);
+  }
+  return path + name;
+}
+
+// `part` as a file name.
 std::string file_name(const std::string& part) {
   static constexpr char digits[] = "0123456789ABCDEF";
   std::string name;
@@ -39,7 +51,7 @@ std::string file_name(const std::string& part) {
     const auto byte = static_cast<unsigned char>(c);
     name += {'%', digits[byte >> 4], digits[byte & 15]};
   }
-  return name.size() <= longest_file_name ? name : std::string();
+  return split(name);
 }
 
 }  // namespace

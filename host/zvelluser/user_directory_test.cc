@@ -57,12 +57,17 @@ TEST_F(UserDirectory, IsNoneWithoutBothParts) {
   }
 }
 
-TEST_F(UserDirectory, IsNoneForWhatNoFileNameHolds) {
+TEST_F(UserDirectory, HasFoldersInBetweenWhereNoFileNameIsLongEnough) {
   const std::string longest(255, 'a');
   EXPECT_EQ("/root/" + longest + "/" + longest, path(longest + "@" + longest));
-  EXPECT_EQ("", path(std::string(256, 'a') + "@example.org"));
-  EXPECT_EQ("", path("user@" + std::string(1000, 'a')));
-  EXPECT_EQ("", path(std::string(86, '/') + "@example.org"));  // 258 bytes when written
+  const std::string chunk = std::string(254, 'a') + "%/";
+  EXPECT_EQ("/root/example.org/" + chunk + "aa", path(std::string(256, 'a') + "@example.org"));
+  EXPECT_EQ("/root/" + chunk + chunk + chunk + std::string(238, 'a') + "/user",
+            path("user@" + std::string(1000, 'a')));
+  std::string slashes;
+  for (int i = 0; i < 84; ++i) slashes += "%2F";
+  EXPECT_EQ("/root/example.org/" + slashes + "%2%/F%2F",
+            path(std::string(86, '/') + "@example.org"));  // 258 bytes when written
 }
 
 TEST_F(UserDirectory, IsNeverShared) {

@@ -19,8 +19,8 @@ class ZvMailUserId {
   // the last "@", the domain in lower case. Every byte outside ASCII letters, digits and "._+=-",
   // and a leading dot, is written %XX, so that no address reaches outside the root and no two share
   // a folder but for the case of the domain. Creates nothing. Empty for an address without a local
-  // part or a domain, and for one whose local part or domain passes 255 bytes as it is written,
-  // which no file name can hold.
+  // part or a domain. One that passes 255 bytes as it is written, which no file name can hold, has
+  // folders in between, whose names end in a lone "%".
   std::string prefpath() const;
 
  private:

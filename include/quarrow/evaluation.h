@@ -20,7 +20,7 @@ class MimePart;
 namespace Quarrow {
 
 // Where an evaluation reports to, given by the caller. Formats and arguments are printf's. No
-// operation may throw.
+// operation may throw, use a matcher or fork: the interpreter may be in the middle of a run.
 class QUARROW_EXPORT SieveLog {
  public:
   virtual ~SieveLog() = default;
@@ -36,6 +36,8 @@ class QUARROW_EXPORT MailboxName : public std::string {
  public:
   using std::string::string;
   using std::string::operator=;
+  MailboxName() = default;
+  MailboxName(const std::string& name) : std::string(name) {}
 
   // Stores `name`; a leading "Inbox/" in any case becomes "Inbox/". Nothing else is changed.
   void operator()(const std::string& name);

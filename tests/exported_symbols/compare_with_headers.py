@@ -34,6 +34,7 @@ def class_bodies(text):
 
 def declared_in_class(name, body):
     body = re.sub(r"\b(?:enum|using|friend)\b[^;]*;", "", body)
+    body = re.sub(r"[^;{}]*\([^;{}]*\{[^{}]*\}", "", body)  # defined right there, in every program
     for statement in body.split(";"):
         statement = " ".join(statement.split())
         statement = re.sub(r"__attribute__\s*\(\(.*?\)\)\)?", "", statement)
