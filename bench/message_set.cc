@@ -25,7 +25,7 @@ std::vector<BenchMessage> read_messages() {
   for (const auto& path : message_files()) {
     std::ifstream file(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
-    messages.push_back({MimePart::parse(text.data(), text.size()), text.size()});
+    messages.push_back({MimePart::parse(text.data(), text.size()), text.size(), path.string()});
   }
   return messages;
 }

@@ -11,6 +11,7 @@
 struct BenchMessage {
   std::unique_ptr<MimePart> part;
   unsigned long size;  // bytes
+  std::string path;
 };
 
 // The messages below the folder that --messages names, or else the examples, one a file. Read once.

@@ -32,6 +32,7 @@ Run declare_commands(CLI::App& app, const std::vector<Command>& table);
 // The configuration file below `root`.
 std::string configuration_file(const std::string& root);
 
+Run declare_deliver(CLI::App& app);
 Run declare_init(CLI::App& app);
 Run declare_filter(CLI::App& app);
 Run declare_filter_add(CLI::App& app);

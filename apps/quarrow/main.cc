@@ -1,7 +1,9 @@
 // The command line tool: administers users' filters, and tries them on messages.
 #include <sysexits.h>
 
+#include <algorithm>
 #include <iostream>
+#include <string_view>
 
 #include "apps/quarrow/command.h"
 #include "apps/quarrow/report.h"
@@ -14,10 +16,21 @@ const std::vector<command::Command> commands = {
     {"filter", "Add, list and remove the filters of a user.",
      "quarrow filter list alice@example.org", command::declare_filter},
     {"match", "Say what a user's filters do with messages.",
-     "quarrow match alice@example.org inbox/*.eml Maildir/ mail.mbox -", command::declare_match}};
+     "quarrow match alice@example.org inbox/*.eml Maildir/ mail.mbox -", command::declare_match},
+    {"deliver", "Deliver the message on standard input as a user's filters say.",
+     "quarrow deliver -d alice@example.org -f bob@example.net <message", command::declare_deliver}};
+
+// The exit status for arguments that are not understood. A mail server runs "deliver": there it is
+// the configuration that is wrong, and the message must wait until that is mended. Looked for
+// anywhere, since it is not known what the other words are.
+int usage_status(int argc, char** argv) {
+  const bool by_mail_server =
+      std::find(argv, argv + argc, std::string_view("deliver")) != argv + argc;
+  return by_mail_server ? EX_TEMPFAIL : EX_USAGE;
+}
 
 // Says what is wrong, and where to read more.
-int refuse_arguments(const CLI::App& app, const CLI::ParseError& error) {
+int refuse_arguments(const CLI::App& app, const CLI::ParseError& error, int status) {
   const CLI::App* innermost = &app;
   std::string words = app.get_name();
   while (!innermost->get_subcommands().empty()) {
@@ -28,7 +41,7 @@ int refuse_arguments(const CLI::App& app, const CLI::ParseError& error) {
   const auto unknown = innermost->remaining();
   const std::string reason =
       unknown.empty() ? error.what() : '"' + unknown.front() + "\" is not understood";
-  return command::complain("arguments", reason + "; see " + words + " --help", EX_USAGE);
+  return command::complain("arguments", reason + "; see " + words + " --help", status);
 }
 
 }  // namespace
@@ -47,7 +60,7 @@ int main(int argc, char** argv) {
   } catch (const CLI::Success& help) {
     return command::finish_output(app.exit(help));
   } catch (const CLI::ParseError& error) {
-    return refuse_arguments(app, error);
+    return refuse_arguments(app, error, usage_status(argc, argv));
   }
   return command::finish_output(run(settings));
 }

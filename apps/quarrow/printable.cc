@@ -57,6 +57,11 @@ std::string shell_quoted(const std::string& text) {
   return out + "'";
 }
 
+std::string with_controls_as(char substitute, std::string text) {
+  std::replace_if(text.begin(), text.end(), is_control, substitute);
+  return text;
+}
+
 bool has_control_characters(const std::string& text) {
   return std::any_of(text.begin(), text.end(), is_control);
 }

@@ -14,6 +14,9 @@ std::string printable(const std::string& text);
 // in any case.
 std::string shell_quoted(const std::string& text);
 
+// `text` with `substitute` for each control character, where no escapes are understood.
+std::string with_controls_as(char substitute, std::string text);
+
 // Whether `text` holds a control character (codes below 32, and 127).
 bool has_control_characters(const std::string& text);
 

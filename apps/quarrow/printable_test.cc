@@ -37,6 +37,13 @@ TEST(ShellQuoted, LeavesPlainWordsAndQuotesTheRest) {
   for (const auto& c : cases) EXPECT_EQ(c.want, shell_quoted(c.text));
 }
 
+TEST(WithControlsAs, ReplacesThemOneByOne) {
+  EXPECT_EQ("", with_controls_as('?', ""));
+  EXPECT_EQ("a\\b \xC3\xBC", with_controls_as('?', "a\\b \xC3\xBC"));
+  EXPECT_EQ("??a?", with_controls_as('?', std::string("\r\na\0", 4)));
+  EXPECT_EQ("  [1m", with_controls_as(' ', "\x7F\x1B[1m"));
+}
+
 TEST(HasControlCharacters, SeesThemAnywhere) {
   EXPECT_FALSE(has_control_characters(""));
   EXPECT_FALSE(has_control_characters("a b\xC3\xBC"));

@@ -1,0 +1,98 @@
+// Spooling standard input.
+#include "apps/quarrow/message_spool.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sysexits.h>
+#include <unistd.h>
+#include <zvellparser.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+namespace command {
+namespace {
+
+constexpr std::size_t most_in_memory = std::size_t{4} << 20;
+constexpr std::size_t block = 65536;
+
+Fault fault(const std::string& what) { return {what + ": " + std::strerror(errno), EX_TEMPFAIL}; }
+
+// Reads at most `size` bytes behind `text`. 0 at the end of `input`, negative on failure.
+ssize_t append_from(int input, std::size_t size, std::string& text) {
+  const std::size_t before = text.size();
+  text.resize(before + size);
+  ssize_t got = 0;
+  do {
+    got = read(input, &text[before], size);
+  } while (got < 0 && errno == EINTR);
+  text.resize(before + (got > 0 ? static_cast<std::size_t>(got) : 0));
+  return got;
+}
+
+bool write_all(int fd, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = write(fd, text.data(), text.size());
+    if (written < 0 && errno != EINTR) return false;
+    if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+// The first bytes of the message without the line that separates messages in an mbox file.
+std::string_view without_separator(std::string_view text) {
+  if (text.substr(0, 5) != "From ") return text;
+  const std::size_t end = text.find('\n');
+  return end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
+}
+
+int open_nameless(bool in_memory) {
+  if (in_memory) return memfd_create("message", MFD_CLOEXEC);
+  const TempFile file("");
+  return open(file.name().c_str(), O_RDWR | O_CLOEXEC);  // the name goes here
+}
+
+// The same file, for those who are given it to read and must not change what is delivered.
+int open_for_reading(int fd) {
+  return open(("/proc/self/fd/" + std::to_string(fd)).c_str(), O_RDONLY | O_CLOEXEC);
+}
+
+}  // namespace
+
+MessageSpool::~MessageSpool() {
+  if (!bytes_.empty()) (void)munmap(const_cast<char*>(bytes_.data()), bytes_.size());
+}
+
+Fault MessageSpool::read(int input) {
+  std::string text;
+  ssize_t got = 1;
+  while (got > 0 && text.size() < most_in_memory) got = append_from(input, block, text);
+  if (got < 0) return fault("can't be read");
+  const Quarrow::Descriptor file(open_nameless(got == 0));
+  if (file.get() < 0 || !write_all(file.get(), without_separator(text)))
+    return fault("can't be kept");
+  while (got > 0) {
+    text.clear();
+    got = append_from(input, block, text);
+    if (got < 0) return fault("can't be read");
+    if (!write_all(file.get(), text)) return fault("can't be kept");
+  }
+  return look_at(file.get());
+}
+
+Fault MessageSpool::look_at(int written) {
+  file_.emplace(open_for_reading(written));
+  if (fd() < 0) return fault("can't be looked at");
+  struct stat status {};
+  if (fstat(fd(), &status) != 0) return fault("can't be looked at");
+  if (status.st_size == 0) return {"empty, no message", EX_TEMPFAIL};
+  const auto size = static_cast<std::size_t>(status.st_size);
+  void* const mapping = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd(), 0);
+  if (mapping == MAP_FAILED) return fault("can't be looked at");
+  bytes_ = {static_cast<const char*>(mapping), size};
+  return {};
+}
+
+}  // namespace command

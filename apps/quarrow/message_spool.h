@@ -1,0 +1,41 @@
+// A message from standard input, in a file without a name.
+#ifndef APPS_QUARROW_MESSAGE_SPOOL_H_
+#define APPS_QUARROW_MESSAGE_SPOOL_H_
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "apps/quarrow/report.h"
+#include "system/descriptor.h"
+
+namespace command {
+
+// Holds a message in memory, or from 4 MiB on in a file in $TMPDIR or else /tmp that is gone with
+// this object, however the process ends.
+class MessageSpool {
+ public:
+  MessageSpool() = default;
+  ~MessageSpool();
+  MessageSpool(const MessageSpool&) = delete;
+  MessageSpool& operator=(const MessageSpool&) = delete;
+
+  // Reads all of `input`, once for each object, and leaves out a "From " line at its start. Says
+  // what went wrong; an empty message is wrong, too: no mail server hands one over, and what looks
+  // like one was lost on the way.
+  Fault read(int input);
+
+  // After a successful read(). The descriptor can only be read from.
+  int fd() const { return file_->get(); }
+  std::string_view bytes() const { return bytes_; }
+
+ private:
+  Fault look_at(int written);
+
+  std::optional<Quarrow::Descriptor> file_;
+  std::string_view bytes_;  // mapped
+};
+
+}  // namespace command
+
+#endif  // APPS_QUARROW_MESSAGE_SPOOL_H_

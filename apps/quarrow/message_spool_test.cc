@@ -1,0 +1,72 @@
+// Spooling a message.
+#include "apps/quarrow/message_spool.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sysexits.h>
+#include <unistd.h>
+
+#include "tests/support/temporary_folder.h"
+
+namespace command {
+namespace {
+
+constexpr std::size_t most_in_memory = std::size_t{4} << 20;
+
+Fault spool_file(const std::string& path, MessageSpool& spool) {
+  const Quarrow::Descriptor input(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  return spool.read(input.get());
+}
+
+TEST(MessageSpool, HoldsTheMessageWithoutItsSeparator) {
+  const TemporaryFolder folder;
+  const struct {
+    std::string input;
+    std::string want;
+  } cases[] = {{"A: b\n\nc", "A: b\n\nc"},
+               {"From bob Mon May  4 12:00:00 2026\nA: b\n\nFrom c\n", "A: b\n\nFrom c\n"},
+               {"From: b\n\n", "From: b\n\n"},
+               {std::string("\0\xff\r\n", 4), std::string("\0\xff\r\n", 4)}};
+  for (const auto& c : cases) {
+    MessageSpool spool;
+    const Fault fault = spool_file(folder.write("message", c.input), spool);
+    EXPECT_FALSE(fault) << fault.reason;
+    EXPECT_EQ(c.want, spool.bytes());
+  }
+}
+
+TEST(MessageSpool, HoldsMessagesOfAnySize) {
+  const TemporaryFolder folder;
+  for (const std::size_t size :
+       {most_in_memory - 1, most_in_memory, most_in_memory + 1, 2 * most_in_memory + 7}) {
+    std::string text(size, 'x');
+    text[size / 2] = '\n';
+    text.back() = 'z';
+    MessageSpool spool;
+    const Fault fault = spool_file(folder.write("message", "From x\n" + text), spool);
+    EXPECT_FALSE(fault) << fault.reason;
+    EXPECT_TRUE(spool.bytes() == text) << size;  // too long to be shown
+    EXPECT_EQ(-1, pwrite(spool.fd(), "x", 1, 0)) << size;
+  }
+}
+
+TEST(MessageSpool, RefusesAnEmptyMessage) {
+  const TemporaryFolder folder;
+  for (const char* input : {"", "From x\n", "From x"}) {
+    MessageSpool spool;
+    const Fault fault = spool_file(folder.write("message", input), spool);
+    EXPECT_EQ("empty, no message", fault.reason) << input;
+    EXPECT_EQ(EX_TEMPFAIL, fault.status) << input;
+  }
+}
+
+TEST(MessageSpool, SaysThatItCanNotRead) {
+  const TemporaryFolder folder;
+  MessageSpool spool;
+  const Fault fault = spool_file(folder.path(), spool);
+  EXPECT_EQ("can't be read: Is a directory", fault.reason);
+  EXPECT_EQ(EX_TEMPFAIL, fault.status);
+}
+
+}  // namespace
+}  // namespace command

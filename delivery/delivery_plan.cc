@@ -1,0 +1,98 @@
+// The table of what an evaluation means.
+#include "delivery/delivery_plan.h"
+
+#include <algorithm>
+
+#include "delivery/folder_name.h"
+
+namespace Quarrow {
+namespace Delivery {
+namespace {
+
+Plan inbox_because(const std::string& note) {
+  Plan plan;
+  plan.mailboxes = {""};
+  plan.note = note;
+  return plan;
+}
+
+Plan refused(Plan::Refusal refusal, const std::string& text) {
+  Plan plan;
+  plan.refusal = refusal;
+  plan.reject_text = text;
+  return plan;
+}
+
+std::string with_reason(const std::string& what, const std::string& reason) {
+  return reason.empty() ? what : what + ": " + reason;
+}
+
+bool holds_folder(const std::vector<std::string>& mailboxes, const std::string& folder) {
+  return std::any_of(mailboxes.begin(), mailboxes.end(), [&folder](const std::string& mailbox) {
+    return maildir_folder(mailbox) == folder;
+  });
+}
+
+// Adds where a KEEP or a FILEINTO goes, unless it is there already.
+void add_mailbox(const SieveAction& action, Plan& plan) {
+  std::string mailbox;
+  if (action.type == SieveAction::FILEINTO) mailbox = action.mailbox;
+  auto folder = maildir_folder(mailbox);
+  if (!folder) plan.note = "not a folder name, hence the inbox: " + mailbox;
+  if (!folder || folder->empty()) {
+    mailbox.clear();
+    folder = "";
+  }
+  if (!holds_folder(plan.mailboxes, *folder)) plan.mailboxes.push_back(mailbox);
+}
+
+Plan plan_for_actions(const std::vector<SieveAction>& actions) {
+  if (actions.empty()) return inbox_because("no rule matched");
+  Plan plan;
+  const SieveAction* reject = nullptr;
+  bool discard = false;
+  for (const auto& action : actions) {
+    if (action.type == SieveAction::FILEINTO || action.type == SieveAction::KEEP)
+      add_mailbox(action, plan);
+    if (action.type == SieveAction::REJECT && reject == nullptr) reject = &action;
+    if (action.type == SieveAction::DISCARD) discard = true;
+  }
+  if (!plan.mailboxes.empty()) return plan;
+  if (reject != nullptr) return refused(Plan::Refusal::reject, reject->message);
+  if (discard) return refused(Plan::Refusal::discard, "");
+  return inbox_because("no action that delivery knows");
+}
+
+// By SieveMatchResult::Error.
+const char* const error_texts[] = {"",
+                                   "the script is not valid",
+                                   "a header could not be read",
+                                   "an address could not be read",
+                                   "no message",
+                                   "unknown error"};
+
+std::string error_text(int error) {
+  const bool known = error > SieveMatchResult::NONE && error < SieveMatchResult::UNKNOWN;
+  return error_texts[known ? error : SieveMatchResult::UNKNOWN];
+}
+
+}  // namespace
+
+Plan plan_for(const Evaluation& evaluation) {
+  switch (evaluation.outcome) {
+    case Evaluation::Outcome::no_script:
+      return inbox_because(with_reason("no script", evaluation.reason));
+    case Evaluation::Outcome::bad_script:
+      return inbox_because(with_reason("damaged script", evaluation.reason));
+    case Evaluation::Outcome::done:
+      if (evaluation.result.error == SieveMatchResult::NONE)
+        return plan_for_actions(evaluation.result.actions);
+      return inbox_because("evaluation: " + error_text(evaluation.result.error));
+    case Evaluation::Outcome::failed:
+      break;
+  }
+  return inbox_because(with_reason("evaluation failed", evaluation.reason));
+}
+
+}  // namespace Delivery
+}  // namespace Quarrow

@@ -1,0 +1,133 @@
+#include "delivery/evaluator.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <optional>
+
+#include "delivery/helper_process.h"
+#include "delivery/script_file.h"
+#include "delivery/wire.h"
+
+namespace Quarrow {
+namespace Delivery {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+Evaluation not_done(Evaluation::Outcome outcome, const std::string& reason) {
+  Evaluation evaluation;
+  evaluation.outcome = outcome;
+  evaluation.reason = reason;
+  return evaluation;
+}
+
+// Whether something can be received, the end included, before `deadline`.
+bool wait_for_input(int socket, Clock::time_point deadline) {
+  pollfd waiting = {socket, POLLIN, 0};
+  for (;;) {
+    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now()).count();
+    const int ready =
+        poll(&waiting, 1, static_cast<int>(std::clamp<decltype(left)>(left, 0, 1000)));
+    if (ready > 0) return true;
+    if (ready < 0 && errno != EINTR) return false;
+    if (left <= 0) return false;
+  }
+}
+
+// The next packet; its bytes beyond the limit are counted only. Negative as recv(2) is.
+ssize_t receive_packet(int socket, std::vector<char>& packet) {
+  packet.resize(answer_limit);
+  for (;;) {
+    const ssize_t count = recv(socket, packet.data(), packet.size(), MSG_TRUNC | MSG_DONTWAIT);
+    if (count >= 0 || errno != EINTR) return count;
+  }
+}
+
+// How a process ended, from waitpid(2)'s status.
+std::string ending(int status) {
+  if (WIFSIGNALED(status)) {
+    return "the evaluation was ended by signal " + std::to_string(WTERMSIG(status));
+  }
+  if (WEXITSTATUS(status) == not_confined) return "the evaluation could not be confined";
+  return "the evaluation ended with status " + std::to_string(WEXITSTATUS(status));
+}
+
+}  // namespace
+
+Evaluator::Evaluator(const EvaluatorLimits& limits) : limits_(limits) {
+  prepare_for_helpers();
+  start();
+}
+
+Evaluator::~Evaluator() { (void)stop(); }
+
+Evaluation Evaluator::evaluate(int message_fd, std::uint64_t size, std::time_t received,
+                               const std::string& script_path) {
+  const ScriptFile script = read_script(script_path, limits_.script_wait);
+  if (!script.found) return not_done(Evaluation::Outcome::no_script, script.reason);
+  const Request request = {++sequence_, size, received};
+  if (!send_request(socket_, request, script.text, message_fd)) {
+    // It died before this message, which another one may well survive.
+    replace();
+    if (!send_request(socket_, request, script.text, message_fd)) {
+      return failure("no evaluation could be started");
+    }
+  }
+  return receive();
+}
+
+void Evaluator::start() {
+  int ends[2] = {-1, -1};
+  if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return;
+  helper_ = start_helper(ends[1], limits_);
+  (void)close(ends[1]);
+  socket_ = ends[0];
+  served_ = 0;
+}
+
+int Evaluator::stop() {
+  if (socket_ >= 0) (void)close(socket_);
+  socket_ = -1;
+  int status = 0;
+  if (helper_ > 0) {
+    (void)kill(helper_, SIGKILL);
+    while (waitpid(helper_, &status, 0) < 0 && errno == EINTR) continue;
+  }
+  helper_ = -1;
+  return status;
+}
+
+int Evaluator::replace() {
+  const int status = stop();
+  start();
+  return status;
+}
+
+Evaluation Evaluator::failure(const std::string& reason) {
+  const int status = replace();
+  return not_done(Evaluation::Outcome::failed, reason.empty() ? ending(status) : reason);
+}
+
+Evaluation Evaluator::receive() {
+  if (!wait_for_input(socket_, Clock::now() + limits_.time)) {
+    return failure("the evaluation took more than " + std::to_string(limits_.time.count()) + " ms");
+  }
+  const ssize_t count = receive_packet(socket_, packet_);
+  if (count <= 0) return failure("");
+  const std::size_t length = static_cast<std::size_t>(count);
+  const std::optional<Answer> answer =
+      length <= packet_.size() ? decode({packet_.data(), length}) : std::nullopt;
+  if (!answer || answer->sequence != sequence_) return failure("the evaluation answered nonsense");
+  if (++served_ >= limits_.messages || answer->growth > limits_.growth) replace();
+  return answer->evaluation;
+}
+
+}  // namespace Delivery
+}  // namespace Quarrow

@@ -1,0 +1,311 @@
+#include "delivery/evaluator.h"
+
+#include <gtest/gtest.h>
+#include <quarrow/filter_list.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+
+#include <fstream>
+#include <thread>
+
+#include "delivery/evaluation_fixture.h"
+#include "tests/support/rules.h"
+
+namespace Quarrow {
+namespace Delivery {
+namespace {
+
+using Outcome = Evaluation::Outcome;
+using std::chrono::milliseconds;
+
+const char* const ordinary_script =
+    "require [\"fileinto\"]; if header :contains \"subject\" \"offer\" { fileinto \"Offers\"; }";
+const char* const ordinary_message = "Subject: an offer\n\nbody\n";
+const char* const ordinary_result = "MatchResult [action=FILEINTO:Offers]";
+
+// Backtracks for ages: each star tries every place behind the one before it.
+const char* const endless_script =
+    "require [\"fileinto\"]; if header :matches \"subject\" "
+    "\"*a*a*a*a*a*a*a*a*a*a*a*a*a*b\" { fileinto \"A\"; }";
+const std::string endless_message = "Subject: " + std::string(2000, 'a') + "\n\n";
+
+using EvaluatorTest = EvaluationTest;
+
+bool is_running(pid_t process) { return kill(process, 0) == 0; }
+
+// Stops `process` from running any further; it is still there for its parent to wait for.
+void kill_now(pid_t process) {
+  ASSERT_EQ(0, kill(process, SIGKILL));
+  siginfo_t ended = {};
+  ASSERT_EQ(0, waitid(P_PID, static_cast<id_t>(process), &ended, WEXITED | WNOWAIT));
+}
+
+std::ptrdiff_t descriptors_of(pid_t process) {
+  const std::filesystem::directory_iterator first("/proc/" + std::to_string(process) + "/fd");
+  return std::distance(first, {});
+}
+
+// Kills a helper, whose descriptors are `idle` in number, once it has got a message.
+void kill_with_message(pid_t helper, std::ptrdiff_t idle) {
+  while (descriptors_of(helper) == idle) std::this_thread::yield();
+  (void)kill(helper, SIGKILL);
+}
+
+TEST_F(EvaluatorTest, GivesWhatMatchGives) {
+  const char* const scripts[] = {
+      ordinary_script,
+      "keep;",
+      "discard;",
+      "require \"reject\"; reject \"not here\";",
+      "require [\"fileinto\"]; fileinto \"A\"; fileinto \"INBOX/b\"; keep;",
+      "require [\"fileinto\"]; if size :over 1K { fileinto \"Big\"; }",
+      "if address :all :is \"from\" \"a@example.org\" { discard; }",
+      "if header :is \"zvx-received-date\" \"20100512\" { discard; }",
+      "if address :all :contains \"x-from\" \"zz\" { discard; }"};
+  const std::string messages[] = {
+      ordinary_message,
+      "",
+      "\n\n",
+      "From: a@example.org\r\nSubject: x\r\n\r\nSubject: offer\r\n",
+      "From: A <a@example.org>\nSubject: an\n offer\n\n" + std::string(5000, 'x'),
+      "X-From: a@b@c\nSubject: =?utf-8?b?b2ZmZXI=?=\n\n",
+      "X-Long: " + std::string(70000, 'y') + "\nSubject: offer\n\n",
+      "Subject: " + std::string("of\0fer", 6) + "\n\n",
+      "no header at all"};
+  Evaluator evaluator;
+  for (const std::string script : scripts) {
+    for (const std::string& message : messages) {
+      const Evaluation got = evaluate(evaluator, script, message);
+      EXPECT_EQ(Outcome::done, got.outcome) << got.reason;
+      EXPECT_EQ(result_of(script, message), text_of(got.result)) << script << '\n' << message;
+      EXPECT_EQ("", got.rule);
+    }
+  }
+}
+
+TEST_F(EvaluatorTest, GivesARejectionsText) {
+  Evaluator evaluator;
+  const Evaluation got = evaluate(evaluator, "require \"reject\"; reject \"not here\";", "\n");
+  ASSERT_EQ(1U, got.result.actions.size());
+  EXPECT_EQ("not here", got.result.actions[0].message);
+}
+
+TEST_F(EvaluatorTest, GivesTheTimeToTheScript) {
+  Evaluator evaluator;
+  set_script("if header :is \"zvx-received-date\" \"20100512\" { discard; }");
+  EXPECT_EQ(1U, evaluate(evaluator, "\n", 1273665600).result.actions.size());
+  EXPECT_EQ(0U, evaluate(evaluator, "\n", 1283665600).result.actions.size());
+}
+
+TEST_F(EvaluatorTest, GivesTheSizeToTheScriptWhateverIsInTheFile) {
+  Evaluator evaluator;
+  set_script("if size :over 1K { discard; }");
+  const Descriptor file(open(folder_.write("message", "\n").c_str(), O_RDONLY | O_CLOEXEC));
+  EXPECT_EQ(1U, evaluator.evaluate(file.get(), 5000, 0, script_path()).result.actions.size());
+}
+
+TEST_F(EvaluatorTest, NamesTheFilterThatDecided) {
+  using namespace MessageFilters;
+  const auto list = FilterList__::Create();
+  list->append(make_rule("First", make_test("string", "subject", "begin_with", "[one]")));
+  list->append(make_rule("Second \xc3\xa4", make_test("string", "subject", "end_with", "two")));
+  ASSERT_TRUE(list->SaveToSieve(script_path(), false));
+  Evaluator evaluator;
+  EXPECT_EQ("First", evaluate(evaluator, "Subject: [One] two\n\n").rule);
+  const Evaluation second = evaluate(evaluator, "Subject: [three] TWO\n\n");
+  EXPECT_EQ("Second \xc3\xa4", second.rule);
+  EXPECT_EQ("MatchResult [action=FILEINTO:Trash]", text_of(second.result));
+  EXPECT_EQ("", evaluate(evaluator, "Subject: other\n\n").rule);
+}
+
+// A helper can't load what it needs for a charset: that has to be there before.
+TEST_F(EvaluatorTest, DecodesCharsetsAsMatchDoes) {
+  const char* const words[] = {"=?koi8-r?q?=D0=D2?=",      "=?windows-1251?q?=EF=F0?=",
+                               "=?iso-8859-2?q?=B1=E6?=",  "=?iso-2022-jp?b?GyRCRnxLXBsoQg==?=",
+                               "=?shift_jis?b?k/qWew==?=", "=?gb18030?b?xOO6ww==?=",
+                               "=?big5?b?p0GmbQ==?=",      "=?euc-kr?b?vsiz5w==?=",
+                               "=?iso-8859-15?q?=A4?=",    "=?windows-1252?q?=80?=",
+                               "=?no-such?q?=E4?=",        "raw \xe4\xf6"};
+  Evaluator evaluator;
+  for (const char* const word : words) {
+    const Buffer decoded = stringToUtf8(word, nullptr);
+    const std::string script = "require [\"fileinto\"]; if header :is \"subject\" \"" +
+                               std::string(decoded.data(), decoded.size()) +
+                               "\" { fileinto \"Same\"; }";
+    const Evaluation got = evaluate(evaluator, script, std::string("Subject: ") + word + "\n\n");
+    EXPECT_EQ("MatchResult [action=FILEINTO:Same]", text_of(got.result)) << word << got.reason;
+  }
+}
+
+TEST_F(EvaluatorTest, AMissingScriptIsNoScript) {
+  Evaluator evaluator;
+  const Evaluation got = evaluate(evaluator, ordinary_message);
+  EXPECT_EQ(Outcome::no_script, got.outcome);
+  EXPECT_NE("", got.reason);
+}
+
+TEST_F(EvaluatorTest, AScriptThatDoesNotCompileIsABadOne) {
+  Evaluator evaluator;
+  for (const char* const script : {"", "if", "fileinto \"A\"; nonsense", "setflag \"a\";"}) {
+    EXPECT_EQ(Outcome::bad_script, evaluate(evaluator, script, ordinary_message).outcome) << script;
+  }
+}
+
+TEST_F(EvaluatorTest, AChangedScriptCountsAtOnce) {
+  Evaluator evaluator;
+  EXPECT_EQ(ordinary_result,
+            text_of(evaluate(evaluator, ordinary_script, ordinary_message).result));
+  EXPECT_EQ("MatchResult [action=DISCARD]",
+            text_of(evaluate(evaluator, "discard;", ordinary_message).result));
+  EXPECT_EQ(Outcome::bad_script, evaluate(evaluator, "if", ordinary_message).outcome);
+  EXPECT_EQ(ordinary_result,
+            text_of(evaluate(evaluator, ordinary_script, ordinary_message).result));
+}
+
+TEST_F(EvaluatorTest, ServesMoreScriptsThanStayCompiled) {
+  EvaluatorLimits limits;
+  limits.cached_scripts = 2;
+  Evaluator evaluator(limits);
+  for (int i = 0; i < 12; ++i) {
+    const std::string folder = "F" + std::to_string(i % 4);
+    const std::string script = "require [\"fileinto\"]; fileinto \"" + folder + "\";";
+    EXPECT_EQ("MatchResult [action=FILEINTO:" + folder + "]",
+              text_of(evaluate(evaluator, script, ordinary_message).result));
+  }
+}
+
+TEST_F(EvaluatorTest, AHelperThatDiedBeforeTheMessageIsReplaced) {
+  Evaluator evaluator;
+  set_script(ordinary_script);
+  for (int i = 0; i < 5; ++i) {
+    kill_now(evaluator.helper());
+    const Evaluation got = evaluate(evaluator, ordinary_message);
+    EXPECT_EQ(Outcome::done, got.outcome) << got.reason;
+    EXPECT_EQ(ordinary_result, text_of(got.result));
+  }
+}
+
+TEST_F(EvaluatorTest, AHelperThatDiesDuringAMessageFailsThatOneOnly) {
+  Evaluator evaluator;
+  for (int i = 0; i < 5; ++i) {
+    ASSERT_EQ(ordinary_result,
+              text_of(evaluate(evaluator, ordinary_script, ordinary_message).result));
+    const pid_t helper = evaluator.helper();
+    std::thread killer(kill_with_message, helper, descriptors_of(helper));
+    const Evaluation failed = evaluate(evaluator, endless_script, endless_message);
+    killer.join();
+    EXPECT_EQ(Outcome::failed, failed.outcome);
+    EXPECT_EQ("the evaluation was ended by signal 9", failed.reason);
+    EXPECT_NE(helper, evaluator.helper());
+  }
+  EXPECT_EQ(ordinary_result,
+            text_of(evaluate(evaluator, ordinary_script, ordinary_message).result));
+}
+
+TEST_F(EvaluatorTest, AHelperThatHangsIsKilledAndReplaced) {
+  EvaluatorLimits limits;
+  limits.time = milliseconds(200);
+  Evaluator evaluator(limits);
+  const pid_t helper = evaluator.helper();
+  const Evaluation failed = evaluate(evaluator, endless_script, endless_message);
+  EXPECT_EQ(Outcome::failed, failed.outcome);
+  EXPECT_EQ("the evaluation took more than 200 ms", failed.reason);
+  EXPECT_FALSE(is_running(helper));
+  EXPECT_EQ(ordinary_result,
+            text_of(evaluate(evaluator, ordinary_script, ordinary_message).result));
+}
+
+TEST_F(EvaluatorTest, AMessageThatTakesTooMuchMemoryFailsAlone) {
+  Evaluator evaluator;
+  set_script(ordinary_script);
+  // One header line without end: a hole in the file, beyond the memory that a helper may take.
+  const std::string path = folder_.write("huge", "Subject: ");
+  constexpr std::uint64_t size = std::uint64_t{1} << 30;
+  std::filesystem::resize_file(path, size);
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  EXPECT_EQ(Outcome::failed, evaluator.evaluate(file.get(), size, 0, script_path()).outcome);
+  EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+}
+
+TEST_F(EvaluatorTest, AMessageThatCantBeReadFails) {
+  Evaluator evaluator;
+  set_script(ordinary_script);
+  const Descriptor folder(open(folder_.path().c_str(), O_RDONLY | O_CLOEXEC));
+  EXPECT_EQ(Outcome::failed, evaluator.evaluate(folder.get(), 10, 0, script_path()).outcome);
+  EXPECT_EQ(Outcome::failed, evaluator.evaluate(-1, 10, 0, script_path()).outcome);
+  EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+}
+
+TEST_F(EvaluatorTest, AHelperServesAsManyMessagesAsItMay) {
+  EvaluatorLimits limits;
+  limits.messages = 3;
+  Evaluator evaluator(limits);
+  set_script(ordinary_script);
+  const pid_t first = evaluator.helper();
+  for (int i = 0; i < 2; ++i) evaluate(evaluator, ordinary_message);
+  EXPECT_EQ(first, evaluator.helper());
+  EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+  EXPECT_NE(first, evaluator.helper());
+  EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+}
+
+TEST_F(EvaluatorTest, AHelperThatHasGrownIsReplacedAfterTheMessage) {
+  EvaluatorLimits limits;
+  limits.growth = 1;
+  Evaluator evaluator(limits);
+  const pid_t first = evaluator.helper();
+  EXPECT_EQ(ordinary_result,
+            text_of(evaluate(evaluator, ordinary_script, ordinary_message).result));
+  EXPECT_NE(first, evaluator.helper());
+}
+
+TEST_F(EvaluatorTest, SignalsMeantForTheServerDoNotEndAHelper) {
+  Evaluator evaluator;
+  set_script(ordinary_script);
+  ASSERT_EQ(Outcome::done, evaluate(evaluator, ordinary_message).outcome);  // it has set itself up
+  const pid_t helper = evaluator.helper();
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) ASSERT_EQ(0, kill(helper, signal));
+  EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+  EXPECT_EQ(helper, evaluator.helper());
+}
+
+TEST_F(EvaluatorTest, TheHelperGoesWithTheEvaluator) {
+  pid_t helper = -1;
+  {
+    Evaluator evaluator;
+    helper = evaluator.helper();
+    ASSERT_TRUE(is_running(helper));
+  }
+  EXPECT_FALSE(is_running(helper));
+}
+
+// No descriptor of the server stays open in a helper: the far end of this one sees its end.
+TEST_F(EvaluatorTest, AHelperKeepsNoDescriptorOfTheServer) {
+  int ends[2] = {-1, -1};
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
+  const int high = fcntl(ends[0], F_DUPFD, 50);  // none of the numbers that a helper uses itself
+  (void)close(ends[0]);
+  Evaluator evaluator;
+  ASSERT_EQ(Outcome::done, evaluate(evaluator, ordinary_script, ordinary_message).outcome);
+  (void)close(high);
+  char byte = 0;
+  EXPECT_EQ(0, recv(ends[1], &byte, 1, MSG_DONTWAIT));
+  (void)close(ends[1]);
+}
+
+TEST_F(EvaluatorTest, NoDescriptorIsLeftOpenByMessagesAndReplacements) {
+  EvaluatorLimits limits;
+  limits.messages = 5;
+  Evaluator evaluator(limits);
+  set_script(ordinary_script);
+  const auto before = descriptors_of(getpid());
+  for (int i = 0; i < 50; ++i) {
+    EXPECT_EQ(Outcome::done, evaluate(evaluator, ordinary_message).outcome);
+  }
+  EXPECT_EQ(before, descriptors_of(getpid()));
+}
+
+}  // namespace
+}  // namespace Delivery
+}  // namespace Quarrow

@@ -1,0 +1,258 @@
+// Reads a script as its writer writes it, word for word, and writes the other form on the way. What
+// is not exactly as expected ends that.
+#include "delivery/execution_form.h"
+
+#include <quarrow/filter_list.h>
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "delivery/memory_file.h"
+#include "delivery/wire.h"
+
+namespace Quarrow {
+namespace Delivery {
+namespace {
+
+// Begins the folder of the action that stands for a branch. No folder's encoded name (RFC 3501,
+// section 5.1.3) holds a control byte.
+constexpr std::string_view mark = "\x01";
+
+// Each of them has a backslash before it where it stands for itself.
+constexpr std::string_view regex_operators = "^.$|()[]*+?/{}";
+
+// What :matches takes for more than itself. The interpreter has no way to write them for
+// themselves: its backslash stands for a backslash and hides what follows.
+constexpr const char* wildcards = "*?\\";
+
+constexpr std::string_view closing = "# NO MATCH\n";
+
+// What every script begins with: the writer's words for an empty list. Empty on failure, and then
+// no script has the shape.
+const std::string& opening() {
+  static const std::string text = [] {
+    const MemoryFile file;
+    if (!MessageFilters::FilterList__::Create()->SaveToSieve(file.path(), true)) {
+      return std::string();
+    }
+    std::string written = file.read();
+    if (written.size() <= closing.size()) return std::string();
+    return written.erase(written.size() - closing.size());
+  }();
+  return text;
+}
+
+// `text` without comments, blank lines and indentation; none of its strings holds a line feed.
+std::string compact(std::string_view text) {
+  std::string kept;
+  while (!text.empty()) {
+    std::string_view line = text.substr(0, text.find('\n') + 1);
+    text.remove_prefix(line.size());
+    line.remove_prefix(line.find_first_not_of(' '));  // the line feed at least
+    if (line.front() != '#' && line.front() != '\n') kept += line;
+  }
+  return kept;
+}
+
+bool is_one_of(char c, std::string_view characters) {
+  return characters.find(c) != std::string_view::npos;
+}
+
+// The text that `expression` stands for; nothing when it has a meaning beyond that, or is empty.
+std::optional<std::string> literal_of(std::string_view expression) {
+  std::string literal;
+  for (std::size_t i = 0; i < expression.size(); ++i) {
+    const bool escaped = expression[i] == '\\';
+    if (escaped && ++i == expression.size()) return std::nullopt;
+    if (is_one_of(expression[i], regex_operators) != escaped) return std::nullopt;
+    literal += expression[i];
+  }
+  if (literal.empty()) return std::nullopt;
+  return literal;
+}
+
+// The pattern for :matches that means the same as `expression`; the expression itself when there is
+// none, and nothing when it is not one that stands for a text at the value's start or end.
+std::optional<std::string> pattern_for(std::string_view expression) {
+  if (expression.empty()) return std::nullopt;
+  const bool at_start = expression.front() == '^';
+  if (!at_start && expression.back() != '$') return std::nullopt;
+  const std::optional<std::string> literal =
+      literal_of(expression.substr(at_start ? 1 : 0, expression.size() - 1));
+  if (!literal) return std::nullopt;
+  if (literal->find_first_of(wildcards) != std::string::npos) return std::string(expression);
+  return at_start ? *literal + '*' : '*' + *literal;
+}
+
+class Deriver {
+ public:
+  explicit Deriver(std::string_view script) : rest_(script) {}
+
+  // False when the script has another shape.
+  bool derive() {
+    if (opening().empty() || !skip(opening())) return false;
+    form_.script = compact(opening());
+    while (rest_ != closing) {
+      if (!branch()) return false;
+    }
+    return true;
+  }
+
+  ExecutionForm&& form() { return std::move(form_); }
+
+ private:
+  bool skip(std::string_view words) {
+    if (rest_.substr(0, words.size()) != words) return false;
+    rest_.remove_prefix(words.size());
+    return true;
+  }
+
+  bool replace(std::string_view words, std::string_view by) {
+    if (!skip(words)) return false;
+    form_.script += by;
+    return true;
+  }
+
+  bool take(std::string_view words) { return replace(words, words); }
+
+  bool branch() {
+    if (!skip("# RULE: ")) return false;
+    const std::size_t end = rest_.find('\n');
+    if (end == std::string_view::npos) return false;
+    form_.branches.push_back({std::string(rest_.substr(0, end)), {}});
+    rest_.remove_prefix(end + 1);
+    return take("elsif ") && condition() && replace("{\n", "{") && actions() &&
+           replace("    stop;\n}\n", "stop;}\n");
+  }
+
+  bool condition() {
+    if (!take("anyof(") && !take("allof(")) return test();
+    do {
+      if (!test()) return false;
+    } while (replace(",\n        ", ","));
+    return take(") ");
+  }
+
+  bool test() {
+    if (!take(" ")) return false;
+    take("not ");
+    if (take("header ")) return header_test();
+    if (take("address :all ")) return comparison();
+    return take("size ") && (take(":over ") || take(":under ")) && digits() && take("K ");
+  }
+
+  bool header_test() {
+    if (take(":value ")) return date_comparison();
+    return skip(":regex ") ? anchored_comparison() : comparison();
+  }
+
+  bool date_comparison() {
+    return (take("\"eq\" ") || take("\"lt\" ") || take("\"gt\" ")) &&
+           take(":comparator \"i;ascii-numeric\" ") && quoted() && take(" ") && quoted() &&
+           take(" ");
+  }
+
+  bool comparison() {
+    if (!take(":is ") && !take(":contains ")) return false;
+    take(":comparator \"i;octet\" ");
+    return header_list() && take(" ") && quoted() && take(" ");
+  }
+
+  bool header_list() {
+    return take("[\"to\", \"cc\"]") || take("[\"from\", \"to\", \"cc\"]") || quoted();
+  }
+
+  bool digits() {
+    const std::size_t count = std::min(rest_.find_first_not_of("0123456789"), rest_.size());
+    return count > 0 && take(rest_.substr(0, count));
+  }
+
+  // A string's content. For the interpreter a backslash before the closing quote keeps the string
+  // open; no value holds either of them.
+  bool read_string(std::string_view& content) {
+    if (!skip("\"")) return false;
+    const std::size_t end = rest_.find('"');
+    if (end == std::string_view::npos) return false;
+    content = rest_.substr(0, end);
+    rest_.remove_prefix(end + 1);
+    return content.empty() || content.back() != '\\';
+  }
+
+  bool quoted() {
+    std::string_view content;
+    if (!read_string(content)) return false;
+    form_.script.append("\"").append(content).append("\"");
+    return true;
+  }
+
+  bool anchored_comparison() {
+    const std::size_t start = form_.script.size();
+    std::string_view expression;
+    if (!header_list() || !take(" ") || !read_string(expression)) return false;
+    const std::optional<std::string> pattern = pattern_for(expression);
+    if (!pattern) return false;
+    form_.script.insert(start, *pattern == expression ? ":regex " : ":matches ");
+    form_.script.append("\"").append(*pattern).append("\"");
+    return take(" ");
+  }
+
+  // Writes the branch's mark for its actions, which are kept aside.
+  bool actions() {
+    while (skip("    fileinto ")) {
+      std::string_view folder;
+      if (!read_string(folder)) return false;
+      add_action(SieveAction::FILEINTO, folder);
+      if (skip("; keep")) add_action(SieveAction::KEEP, {});
+      if (!skip(";\n")) return false;
+    }
+    form_.script.append("fileinto \"").append(mark);
+    form_.script += std::to_string(form_.branches.size() - 1) + "\";";
+    return !form_.branches.back().actions.empty();
+  }
+
+  void add_action(SieveAction::Type type, std::string_view folder) {
+    SieveAction action;
+    action.type = type;
+    action.mailbox(std::string(folder));
+    form_.branches.back().actions.push_back(action);
+  }
+
+  std::string_view rest_;  // of the script
+  ExecutionForm form_;
+};
+
+// The branch that an action stands for; null when it stands for itself.
+const ExecutionForm::Branch* branch_of(const ExecutionForm& form, const SieveAction& action) {
+  if (action.type != SieveAction::FILEINTO) return nullptr;
+  if (action.mailbox.compare(0, mark.size(), mark) != 0) return nullptr;
+  const char* const end = action.mailbox.data() + action.mailbox.size();
+  std::size_t index = form.branches.size();
+  (void)std::from_chars(action.mailbox.data() + mark.size(), end, index);
+  return index < form.branches.size() ? &form.branches[index] : nullptr;
+}
+
+}  // namespace
+
+ExecutionForm execution_form(const std::string& script) {
+  // Neither behind the limit nor behind a NUL does anything count.
+  const bool counts = script.size() <= script_limit && script.find('\0') == std::string::npos;
+  Deriver deriver(script);
+  if (counts && deriver.derive()) return deriver.form();
+  return {script, {}};
+}
+
+std::string complete(const ExecutionForm& form, SieveMatchResult& result) {
+  // Of a chain one branch at most is taken.
+  if (result.actions.size() != 1) return {};
+  const ExecutionForm::Branch* const branch = branch_of(form, result.actions.front());
+  if (branch == nullptr) return {};
+  result.actions.clear();
+  for (const SieveAction& action : branch->actions) result.add_action(action);
+  return branch->rule;
+}
+
+}  // namespace Delivery
+}  // namespace Quarrow

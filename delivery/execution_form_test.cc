@@ -1,0 +1,175 @@
+#include "delivery/execution_form.h"
+
+#include <gtest/gtest.h>
+#include <quarrow/filter_list.h>
+
+#include "delivery/memory_file.h"
+#include "tests/support/evaluation_support.h"
+#include "tests/support/rules.h"
+
+namespace Quarrow {
+namespace Delivery {
+namespace {
+
+using namespace MessageFilters;
+
+std::string written(const boost::shared_ptr<FilterList__>& list) {
+  const MemoryFile file;
+  return list->SaveToSieve(file.path(), true) ? file.read() : std::string();
+}
+
+std::string script_of(const Condition& test) {
+  const auto list = FilterList__::Create();
+  list->append(make_rule("r", test));
+  return written(list);
+}
+
+// The condition of the only branch in the execution form of a script with this test.
+std::string condition_of(const Condition& test) {
+  const std::string form = execution_form(script_of(test)).script;
+  const std::size_t start = form.find("elsif ") + 6;
+  return form.substr(start, form.find("{file", start) - start);
+}
+
+TEST(ExecutionForm, HasNoCommentsAndOneActionForEachBranch) {
+  const auto list = FilterList__::Create();
+  list->append(make_rule("One # \"two\"", subject_test("a")));
+  const auto two = make_rule("Zwei", subject_test("b"));
+  two->actions = {make_action("copy", "inbox/x"), make_action("move", "A")};
+  list->append(two);
+  const ExecutionForm form = execution_form(written(list));
+  EXPECT_EQ(with_requirements("if false {\nkeep;\n}\n"
+                              "elsif  header :contains \"subject\" \"a\" "
+                              "{fileinto \"\x01\060\";stop;}\n"
+                              "elsif  header :contains \"subject\" \"b\" "
+                              "{fileinto \"\x01\061\";stop;}\n"),
+            form.script);
+  ASSERT_EQ(2U, form.branches.size());
+  EXPECT_EQ("One # \"two\"", form.branches[0].rule);
+  EXPECT_EQ("Zwei", form.branches[1].rule);
+  ASSERT_EQ(3U, form.branches[1].actions.size());
+  EXPECT_EQ("Inbox/x", form.branches[1].actions[0].mailbox);
+}
+
+TEST(ExecutionForm, ComparesBeginningsAndEndsWithoutRegularExpressions) {
+  const struct {
+    const char* comparator;
+    const char* value;
+    const char* want;
+  } cases[] = {{"begin_with", "abc", R"( header :matches "subject" "abc*" )"},
+               {"begin_with", "[a] (b)", R"( header :matches "subject" "[a] (b)*" )"},
+               {"begin_with", "a$", R"( header :matches "subject" "a$*" )"},
+               {"end_with", "abc", R"( header :matches "subject" "*abc" )"},
+               {"end_with", "^a.b", R"( header :matches "subject" "*^a.b" )"},
+               {"end_with", "a/b", R"( header :matches "subject" "*a/b" )"},
+               // :matches can't say a star or a question mark.
+               {"begin_with", "a*b", R"( header :regex "subject" "^a\*b" )"},
+               {"end_with", "why?", R"( header :regex "subject" "why\?$" )"},
+               // Not anchored, though they look so.
+               {"contains", "^a", R"( header :contains "subject" "^a" )"},
+               {"is", "a$", R"( header :is "subject" "a$" )"}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.want, condition_of(make_test("string", "subject", c.comparator, c.value)));
+  }
+}
+
+TEST(ExecutionForm, KnowsEveryTestThatTheWriterWrites) {
+  Condition negative = make_test("string", "to_cc", "end_with", "x");
+  negative.negative = true;
+  Condition exact = make_test("address", "from_to_cc", "is", "a@b");
+  exact.match_case = true;
+  const Condition tests[] = {negative,
+                             exact,
+                             make_test("size", "size", "less", "20"),
+                             make_test("size", "size", "greater", "20"),
+                             make_test("date", "date", "before", "2010-05-01"),
+                             make_test("date", "date", "after", "2010-05-01"),
+                             make_test("date", "date", "is", "2010-05-01")};
+  for (const Condition& test : tests) {
+    EXPECT_EQ(1U, execution_form(script_of(test)).branches.size()) << script_of(test);
+  }
+}
+
+TEST(ExecutionForm, LeavesOtherScriptsAsTheyAre) {
+  const std::string own = script_of(make_test("string", "subject", "begin_with", "a"));
+  const auto changed = [&own](const std::string& from, const std::string& to) {
+    std::string script = own;
+    return script.replace(script.find(from), from.size(), to);
+  };
+  const std::string cases[] = {"",
+                               "keep;",
+                               own + "keep;",
+                               own.substr(0, own.size() - 1),
+                               "\n" + own,
+                               changed("\"^a\"", "\"^a.\""),
+                               changed("\"^a\"", "\"a\""),
+                               changed("\"^a\"", "\"^\""),
+                               changed("\"^a\"", "\"^\\a\""),
+                               changed("\"^a\"", "\"^a\\\""),
+                               changed("\"^a\"", "\"^\\\\a\""),
+                               changed("\"^a\"", std::string("\"^\0a\"", 6)),
+                               changed(":regex", ":REGEX"),
+                               changed("header :regex", "header :regex :comparator \"i;octet\""),
+                               changed("fileinto \"Trash\"", "reject \"Trash\""),
+                               changed("    stop;\n", ""),
+                               changed("# RULE: r\n", "# RULE: r\n# more\n")};
+  ASSERT_EQ(1U, execution_form(own).branches.size());
+  for (const std::string& script : cases) {
+    const ExecutionForm form = execution_form(script);
+    EXPECT_EQ(script, form.script);
+    EXPECT_TRUE(form.branches.empty()) << script;
+  }
+}
+
+TEST(ExecutionForm, LeavesAScriptThatIsNotReadToItsEndAsItIs) {
+  const auto list = FilterList__::Create();
+  std::string script;
+  while (script.size() <= 32768) {
+    EXPECT_EQ(list->filters.size(), execution_form(script).branches.size());
+    list->append(make_rule("r", subject_test("a")));
+    script = written(list);
+  }
+  EXPECT_EQ(script, execution_form(script).script);
+  EXPECT_TRUE(execution_form(script).branches.empty());
+}
+
+TEST(ExecutionForm, NamesTheBranchAndGivesItsActions) {
+  const auto list = FilterList__::Create();
+  list->append(make_rule("One", subject_test("a")));
+  list->append(make_rule("Two", subject_test("b")));
+  const ExecutionForm form = execution_form(written(list));
+  const auto matcher = matcher_of(form.script);
+  ASSERT_NE(nullptr, matcher);
+  SieveMatchResult result = outcome(*matcher, "Subject: b\n\n");
+  EXPECT_EQ("Two", complete(form, result));
+  EXPECT_EQ("MatchResult [action=FILEINTO:Trash]", text_of(result));
+  result = outcome(*matcher, "Subject: c\n\n");
+  EXPECT_EQ("", complete(form, result));
+  EXPECT_EQ("MatchResult []", text_of(result));
+}
+
+// So many that sorting them does not keep their order.
+TEST(ExecutionForm, ManyActionsComeInTheOrderThatTheScriptGives) {
+  const auto filter = make_rule("Many", subject_test("a"));
+  for (int i = 0; i < 30; ++i) {
+    filter->actions.push_back(make_action(i % 3 == 0 ? "copy" : "move", "F" + std::to_string(i)));
+  }
+  const auto list = FilterList__::Create();
+  list->append(filter);
+  const std::string script = written(list);
+  const ExecutionForm form = execution_form(script);
+  SieveMatchResult result = outcome(*matcher_of(form.script), "Subject: a\n\n");
+  EXPECT_EQ("Many", complete(form, result));
+  EXPECT_EQ(result_of(script, "Subject: a\n\n"), text_of(result));
+}
+
+TEST(ExecutionForm, AnActionThatLooksLikeAMarkIsLeftAlone) {
+  const ExecutionForm form = execution_form("require \"fileinto\"; fileinto \"\x01\060\";");
+  SieveMatchResult result = outcome(*matcher_of(form.script), "\n");
+  EXPECT_EQ("", complete(form, result));
+  EXPECT_EQ(1U, result.actions.size());
+}
+
+}  // namespace
+}  // namespace Delivery
+}  // namespace Quarrow

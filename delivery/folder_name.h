@@ -1,0 +1,25 @@
+// The folder of a Maildir that a mailbox name stands for.
+#ifndef QUARROW_DELIVERY_FOLDER_NAME_H_
+#define QUARROW_DELIVERY_FOLDER_NAME_H_
+
+#include <optional>
+#include <string>
+
+namespace Quarrow {
+namespace Delivery {
+
+// The Maildir++ folder of `mailbox`, a name in modified UTF-7 (RFC 3501, section 5.1.3) whose
+// levels are separated by "/": ".A.B" for "A/B". Empty for the inbox: "", "Inbox" in any case, and
+// what is left of either behind "Inbox/". That prefix is taken off in any case, and as often as
+// it stands there, since a folder named like the inbox could not be told from it.
+//
+// A dot within a level, which would separate levels on disk, becomes "&AC4-".
+//
+// Nothing for a name that can't be a folder: an empty level, a level "." or "..", control
+// characters, bytes above 126, or a folder name of more than 255 bytes.
+std::optional<std::string> maildir_folder(const std::string& mailbox);
+
+}  // namespace Delivery
+}  // namespace Quarrow
+
+#endif  // QUARROW_DELIVERY_FOLDER_NAME_H_

@@ -1,0 +1,26 @@
+// The process that evaluates messages for an Evaluator.
+#ifndef QUARROW_DELIVERY_HELPER_PROCESS_H_
+#define QUARROW_DELIVERY_HELPER_PROCESS_H_
+
+#include <sys/types.h>
+
+#include "delivery/evaluator.h"
+
+namespace Quarrow {
+namespace Delivery {
+
+// Exit status of a helper that could not be confined: it serves no message then.
+constexpr int not_confined = 70;  // EX_SOFTWARE of sysexits(3)
+
+// Loads what a confined process can't load any more: charset converters, the time zone, whatever a
+// first evaluation sets up. Once a process, before helpers are forked, which inherit it.
+void prepare_for_helpers();
+
+// Forks a helper that answers requests on `socket` (see wire.h) until the other end is closed or
+// this process ends. Its id, or -1. Of this process's descriptors the helper keeps only `socket`.
+pid_t start_helper(int socket, const EvaluatorLimits& limits);
+
+}  // namespace Delivery
+}  // namespace Quarrow
+
+#endif  // QUARROW_DELIVERY_HELPER_PROCESS_H_

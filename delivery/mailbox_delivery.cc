@@ -1,0 +1,118 @@
+// One message to one user.
+#include "delivery/mailbox_delivery.h"
+
+#include <algorithm>
+
+#include "delivery/delivery_plan.h"
+#include "delivery/folder_name.h"
+#include "delivery/maildir_store.h"
+
+namespace Quarrow {
+namespace Delivery {
+namespace {
+
+void add_text(const std::string& text, const char* separator, std::string& list) {
+  if (text.empty()) return;
+  if (!list.empty()) list += separator;
+  list += text;
+}
+
+// A folder to store a message in, and the action that leads there.
+struct Target {
+  std::string mailbox;
+  std::string folder;
+  std::string action;
+};
+
+Target target_for(const std::string& mailbox) {
+  if (mailbox.empty()) return {"Inbox", "", "keep"};
+  return {mailbox, *maildir_folder(mailbox), "fileinto:" + mailbox};
+}
+
+// Where the plan's inbox is: in the recipient's mailbox, when that can be a folder.
+Target kept_target(const Recipient& recipient, std::string& note) {
+  const auto folder = maildir_folder(recipient.mailbox);
+  if (!folder) add_text("not a folder name, hence the inbox: " + recipient.mailbox, "; ", note);
+  if (!folder || folder->empty()) return target_for("");
+  return {recipient.mailbox, *folder, "keep"};
+}
+
+std::vector<Target> targets_of(const Plan& plan, const Recipient& recipient, std::string& note) {
+  std::vector<Target> targets;
+  for (const auto& mailbox : plan.mailboxes) {
+    Target target = mailbox.empty() ? kept_target(recipient, note) : target_for(mailbox);
+    const bool known = std::any_of(targets.begin(), targets.end(), [&target](const Target& each) {
+      return each.folder == target.folder;
+    });
+    if (!known) targets.push_back(std::move(target));
+  }
+  return targets;
+}
+
+// Stores one message in folders, and falls back to the inbox.
+class Storing {
+ public:
+  Storing(const MaildirStore& store, const MessageFile& message, Report& report)
+      : store_(store), message_(message), report_(report) {}
+
+  void store_all(const std::vector<Target>& targets) {
+    bool complete = true;
+    for (const auto& target : targets) complete = store(target) && complete;
+    if (!complete) complete = store_in_inbox();
+    report_.status = complete ? Report::Status::delivered : Report::Status::temporary_failure;
+  }
+
+ private:
+  bool store(const Target& target) {
+    const auto result = store_.store(target.folder, message_);
+    if (target.folder.empty()) inbox_ = result ? Inbox::has_it : Inbox::failed;
+    if (!result) {
+      add_text("can't store in " + target.mailbox + ": " + result.reason, "; ", report_.note);
+      return false;
+    }
+    report_.folders.push_back(target.mailbox);
+    add_text(target.action, ",", report_.action);
+    return true;
+  }
+
+  // Whether the inbox has the message, from the plan or from now on. One that failed is not tried
+  // a second time.
+  bool store_in_inbox() {
+    if (inbox_ == Inbox::untried) store(target_for(""));
+    return inbox_ == Inbox::has_it;
+  }
+
+  enum class Inbox { untried, has_it, failed };
+
+  const MaildirStore& store_;
+  const MessageFile& message_;
+  Report& report_;
+  Inbox inbox_ = Inbox::untried;
+};
+
+}  // namespace
+
+Report deliver(const Recipient& recipient, const MessageFile& message, std::time_t received,
+               const std::string& host_name, const Evaluate& evaluate) {
+  const Evaluation evaluation =
+      evaluate(message.fd, message.size, received, recipient.folder + "/.delivery_filter");
+  const Plan plan = plan_for(evaluation);
+  Report report;
+  report.rule = evaluation.rule;
+  report.note = plan.note;
+  report.reject_text = plan.reject_text;
+  if (plan.refusal == Plan::Refusal::reject) {
+    report.status = Report::Status::rejected;
+    report.action = "reject";
+  } else if (plan.refusal == Plan::Refusal::discard) {
+    report.status = Report::Status::discarded;
+    report.action = "discard";
+  } else {
+    const MaildirStore store(recipient.folder + "/Maildir", host_name);
+    Storing(store, message, report).store_all(targets_of(plan, recipient, report.note));
+  }
+  return report;
+}
+
+}  // namespace Delivery
+}  // namespace Quarrow

@@ -1,0 +1,153 @@
+// One message to one user, up to what is on disk.
+#include "delivery/mailbox_delivery.h"
+
+#include <gtest/gtest.h>
+
+#include "delivery/delivery_test_support.h"
+
+namespace Quarrow {
+namespace Delivery {
+namespace {
+
+using Names = std::vector<std::string>;
+using Status = Report::Status;
+
+class MailboxDelivery : public testing::Test {
+ protected:
+  MailboxDelivery() { std::filesystem::create_directory(user_); }
+
+  Report deliver_after(const Evaluation& evaluation, const std::string& mailbox = "") {
+    return deliver(
+        {user_, mailbox}, message_.file(), 7, "host",
+        [&evaluation](int, std::uint64_t, std::time_t, const std::string&) { return evaluation; });
+  }
+  std::string maildir(const std::string& folder = "") const { return user_ + "/Maildir/" + folder; }
+  std::size_t count_in(const std::string& folder) const {
+    return messages_in(maildir(folder)).size();
+  }
+  // A file where the folder would be.
+  void block(const std::string& folder) const {
+    std::filesystem::create_directories(maildir());
+    write_file(maildir(folder), "");
+  }
+
+  const TemporaryFolder folder_;
+  const std::string user_ = folder_.file("alice");
+  const TestMessage message_{"A: b\n\nc\n", "Added: d\n"};
+};
+
+TEST_F(MailboxDelivery, EvaluatesTheMessageWithTheScriptOfTheUser) {
+  int calls = 0;
+  const auto evaluate = [&](int fd, std::uint64_t size, std::time_t received,
+                            const std::string& script) {
+    ++calls;
+    EXPECT_EQ(message_.file().fd, fd);
+    EXPECT_EQ(8U, size);  // without the added headers
+    EXPECT_EQ(7, received);
+    EXPECT_EQ(user_ + "/.delivery_filter", script);
+    return evaluation_of({keep()});
+  };
+  (void)deliver({user_, ""}, message_.file(), 7, "host", evaluate);
+  EXPECT_EQ(1, calls);
+}
+
+TEST_F(MailboxDelivery, StoresWhereTheRulesSay) {
+  Evaluation evaluation = evaluation_of({file_into("A/B"), file_into("C"), keep()});
+  evaluation.rule = "Lists";
+  const Report report = deliver_after(evaluation);
+  EXPECT_EQ(Status::delivered, report.status);
+  EXPECT_EQ((Names{"A/B", "C", "Inbox"}), report.folders);
+  EXPECT_EQ("fileinto:A/B,fileinto:C,keep", report.action);
+  EXPECT_EQ("Lists", report.rule);
+  EXPECT_EQ("", report.note);
+  for (const char* folder : {".A.B", ".C", ""})
+    EXPECT_EQ(Names{"Added: d\nA: b\n\nc\n"}, messages_in(maildir(folder))) << folder;
+}
+
+TEST_F(MailboxDelivery, StoresNothingThatIsRefused) {
+  const Report rejected = deliver_after(evaluation_of({reject("go away")}));
+  EXPECT_EQ(Status::rejected, rejected.status);
+  EXPECT_EQ("go away", rejected.reject_text);
+  EXPECT_EQ("reject", rejected.action);
+  const Report discarded = deliver_after(evaluation_of({discard()}));
+  EXPECT_EQ(Status::discarded, discarded.status);
+  EXPECT_EQ("discard", discarded.action);
+  EXPECT_EQ(Names{}, discarded.folders);
+  EXPECT_EQ(Names{}, names_in(user_));
+}
+
+TEST_F(MailboxDelivery, LeavesInTheInboxWhatCouldNotBeEvaluated) {
+  const Report report =
+      deliver_after(evaluation_without_result(Evaluation::Outcome::failed, "killed"));
+  EXPECT_EQ(Status::delivered, report.status);
+  EXPECT_EQ(Names{"Inbox"}, report.folders);
+  EXPECT_EQ("keep", report.action);
+  EXPECT_EQ("evaluation failed: killed", report.note);
+  EXPECT_EQ(1U, count_in(""));
+}
+
+TEST_F(MailboxDelivery, PutsIntoTheInboxOnceWhatFoldersDoNotTake) {
+  block(".A");
+  block(".B");
+  const Report report =
+      deliver_after(evaluation_of({file_into("A"), file_into("C"), file_into("B")}));
+  EXPECT_EQ(Status::delivered, report.status);
+  EXPECT_EQ((Names{"C", "Inbox"}), report.folders);
+  EXPECT_EQ("fileinto:C,keep", report.action);
+  EXPECT_EQ("can't store in A: " + maildir(".A") +
+                ": Not a directory; can't store in B: " + maildir(".B") + ": Not a directory",
+            report.note);
+  EXPECT_EQ(1U, count_in(""));
+  EXPECT_EQ(1U, count_in(".C"));
+}
+
+TEST_F(MailboxDelivery, AddsNothingToAnInboxThatHasTheMessage) {
+  block(".A");
+  const Report report = deliver_after(evaluation_of({file_into("A"), keep()}));
+  EXPECT_EQ(Status::delivered, report.status);
+  EXPECT_EQ(Names{"Inbox"}, report.folders);
+  EXPECT_EQ(1U, count_in(""));
+}
+
+TEST_F(MailboxDelivery, LeavesWithTheSenderWhatTheInboxDoesNotTake) {
+  std::filesystem::create_directories(maildir());
+  block("new");
+  const Report kept = deliver_after(evaluation_of({keep()}));
+  EXPECT_EQ(Status::temporary_failure, kept.status);
+  EXPECT_EQ(Names{}, kept.folders);
+  EXPECT_NE("", kept.note);
+
+  block(".A");
+  const Report fallen_back = deliver_after(evaluation_of({file_into("B"), file_into("A")}));
+  EXPECT_EQ(Status::temporary_failure, fallen_back.status);
+  EXPECT_EQ(Names{"B"}, fallen_back.folders);
+
+  EXPECT_EQ(Status::temporary_failure,
+            deliver_after(evaluation_of({file_into("C"), keep()})).status);
+}
+
+TEST_F(MailboxDelivery, KeepsInTheMailboxOfTheRecipient) {
+  const Report report = deliver_after(evaluation_of({keep()}), "A/B");
+  EXPECT_EQ(Names{"A/B"}, report.folders);
+  EXPECT_EQ("keep", report.action);
+  EXPECT_EQ(1U, count_in(".A.B"));
+  EXPECT_EQ(0U, count_in(""));
+
+  (void)deliver_after(evaluation_of({file_into("A/B"), keep()}), "A/B");
+  EXPECT_EQ(2U, count_in(".A.B"));
+  (void)deliver_after(evaluation_of({file_into("C")}), "A/B");
+  EXPECT_EQ(2U, count_in(".A.B"));
+}
+
+TEST_F(MailboxDelivery, KeepsInTheInboxWhatTheMailboxDoesNotTake) {
+  block(".A");
+  EXPECT_EQ(Names{"Inbox"}, deliver_after(evaluation_of({keep()}), "A").folders);
+  const Report report = deliver_after(evaluation_of({keep()}), "../x");
+  EXPECT_EQ(Names{"Inbox"}, report.folders);
+  EXPECT_EQ("not a folder name, hence the inbox: ../x", report.note);
+  EXPECT_EQ(2U, count_in(""));
+}
+
+}  // namespace
+}  // namespace Delivery
+}  // namespace Quarrow

@@ -1,0 +1,252 @@
+// Maildir delivery: written aside in tmp/, renamed into new/.
+#include "delivery/maildir_store.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <ctime>
+#include <system_error>
+
+#include "delivery/read_at.h"
+#include "system/descriptor.h"
+
+// The helpers give 0 or an errno.
+namespace Quarrow {
+namespace Delivery {
+namespace {
+
+constexpr int directory_flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+constexpr int new_file_flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+
+// A name is taken only where clocks were set back or process ids come from several hosts.
+constexpr int most_names_tried = 100;
+
+// Longer host names are cut, so that a file name stays below NAME_MAX.
+constexpr std::size_t longest_host = 150;
+
+using NewName = std::function<std::string()>;
+
+int errno_unless(bool success) { return success ? 0 : errno; }
+
+int sync(int fd) { return errno_unless(fsync(fd) == 0); }
+
+// Makes a folder for the owner; one that exists is as good.
+int make_directory(int parent, const char* name) {
+  return errno_unless(mkdirat(parent, name, 0700) == 0 || errno == EEXIST);
+}
+
+int open_directory(int parent, const char* name) {
+  return openat(parent, name, directory_flags | O_NOFOLLOW);
+}
+
+// "/" and ":" would end the name, or its unique part, and are written as the Maildir format has it;
+// so is what needs care in a shell.
+std::string host_in_file_names(const std::string& host) {
+  std::string text;
+  for (const char c : host.empty() ? std::string("localhost") : host) {
+    std::array<char, 5> code{c};
+    if (c <= ' ' || c > '~' || c == '/' || c == ':')
+      (void)std::snprintf(code.data(), code.size(), "\\%03o", static_cast<unsigned char>(c));
+    if (text.size() + 4 > longest_host) break;
+    text += code.data();
+  }
+  return text;
+}
+
+int write_all(int fd, const char* data, std::size_t size) {
+  while (size > 0) {
+    const ssize_t written = write(fd, data, size);
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return errno;
+    data += written;
+    size -= static_cast<std::size_t>(written);
+  }
+  return 0;
+}
+
+int copy_contents(const MessageFile& message, int target) {
+  std::array<char, 65536> buffer;
+  std::uint64_t done = 0;
+  while (done < message.size) {
+    const auto want = std::min<std::uint64_t>(buffer.size(), message.size - done);
+    const ssize_t got = read_at(message.fd, buffer.data(), want, done);
+    if (got < 0) return errno;
+    if (got == 0) return EIO;  // shorter than promised: never take a part for the whole
+    if (const int error = write_all(target, buffer.data(), static_cast<std::size_t>(got)))
+      return error;
+    done += static_cast<std::uint64_t>(got);
+  }
+  return 0;
+}
+
+int write_message(const MessageFile& message, int target) {
+  const std::string& headers = message.added_headers;
+  if (const int error = write_all(target, headers.data(), headers.size())) return error;
+  if (const int error = copy_contents(message, target)) return error;
+  return sync(target);
+}
+
+// Writes `message` to a new file `name` in `tmp`, of which nothing is left after a failure.
+int write_aside(int tmp, const std::string& name, const MessageFile& message) {
+  const Descriptor file(openat(tmp, name.c_str(), new_file_flags, 0600));
+  if (file.get() < 0) return errno;
+  const int error = write_message(message, file.get());
+  if (error != 0) (void)unlinkat(tmp, name.c_str(), 0);  // else it is litter, but no message
+  return error;
+}
+
+// Renames without ever taking the place of another message.
+int rename_into(int target, int tmp, const std::string& name) {
+  if (renameat2(tmp, name.c_str(), target, name.c_str(), RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+  // a file system that can't do so, NFS for one
+  if (linkat(tmp, name.c_str(), target, name.c_str(), 0) != 0) return errno;
+  (void)unlinkat(tmp, name.c_str(), 0);  // a second name in tmp/ is litter
+  return 0;
+}
+
+int store_as(const std::string& name, int tmp, int target, const MessageFile& message) {
+  if (const int error = write_aside(tmp, name, message)) return error;
+  if (const int error = rename_into(target, tmp, name)) {
+    (void)unlinkat(tmp, name.c_str(), 0);
+    return error;
+  }
+  return sync(target);
+}
+
+// Stores `message` in the folder `directory`. ENOENT: the folder is not complete.
+int store_in(int directory, const NewName& new_name, const MessageFile& message) {
+  const Descriptor tmp(open_directory(directory, "tmp"));
+  if (tmp.get() < 0) return errno;
+  const Descriptor target(open_directory(directory, "new"));
+  if (target.get() < 0) return errno;
+  int error = EEXIST;
+  for (int tried = 0; error == EEXIST && tried < most_names_tried; ++tried)
+    error = store_as(new_name(), tmp.get(), target.get(), message);
+  return error;
+}
+
+// Makes what is missing in `directory`. tmp/ comes last, after all else is on disk: who finds it
+// there can rely on the rest.
+int complete_folder(int directory, bool is_subfolder) {
+  if (is_subfolder) {
+    const Descriptor mark(
+        openat(directory, "maildirfolder", O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (mark.get() < 0) return errno;
+  }
+  for (const char* name : {"cur", "new"})
+    if (const int error = make_directory(directory, name)) return error;
+  if (const int error = sync(directory)) return error;
+  return make_directory(directory, "tmp");
+}
+
+// The line of `folder` in a file of subscriptions that begins with `contents`.
+std::string subscription(std::string folder, const std::string& contents) {
+  folder.erase(0, 1);  // the first dot
+  if (contents.rfind("V\t2\n", 0) == 0) std::replace(folder.begin(), folder.end(), '.', '\t');
+  return folder + '\n';
+}
+
+std::string read_all(int fd) {
+  std::string contents;
+  std::array<char, 4096> buffer;
+  ssize_t got = 0;
+  while ((got = read_at(fd, buffer.data(), buffer.size(), contents.size())) > 0)
+    contents.append(buffer.data(), static_cast<std::size_t>(got));
+  return contents;
+}
+
+// Adds `folder` to the subscriptions, in one write: other deliveries add theirs at the same time.
+void subscribe(int maildir, const std::string& folder) {
+  const Descriptor file(openat(maildir, "subscriptions",
+                               O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
+                               0600));
+  struct stat status {};
+  if (file.get() < 0 || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return;
+  const std::string contents = read_all(file.get());
+  std::string line = subscription(folder, contents);
+  if (('\n' + contents).find('\n' + line) != std::string::npos) return;
+  if (!contents.empty() && contents.back() != '\n') line.insert(0, 1, '\n');
+  (void)write_all(file.get(), line.data(), line.size());  // the message matters more
+}
+
+// Makes what is missing of the Maildir itself, and puts it on disk.
+int make_maildir(const std::string& maildir) {
+  if (const int error = make_directory(AT_FDCWD, maildir.c_str())) return error;
+  const Descriptor parent(open((maildir + "/..").c_str(), directory_flags));
+  const Descriptor directory(open(maildir.c_str(), directory_flags));
+  if (parent.get() < 0 || directory.get() < 0) return errno;
+  if (const int error = sync(parent.get())) return error;
+  return complete_folder(directory.get(), false);
+}
+
+// Makes what is missing of `folder`, and puts it on disk.
+int make_folder(const std::string& maildir, const std::string& folder) {
+  if (const int error = make_maildir(maildir)) return error;
+  if (folder.empty()) return 0;
+  const Descriptor parent(open(maildir.c_str(), directory_flags));
+  if (parent.get() < 0) return errno;
+  const bool made = mkdirat(parent.get(), folder.c_str(), 0700) == 0;
+  if (!made && errno != EEXIST) return errno;
+  const Descriptor directory(open_directory(parent.get(), folder.c_str()));
+  if (directory.get() < 0) return errno;
+  if (const int error = sync(parent.get())) return error;
+  if (const int error = complete_folder(directory.get(), true)) return error;
+  if (made) subscribe(parent.get(), folder);
+  return 0;
+}
+
+int store_in_folder(const std::string& maildir, const std::string& folder, const NewName& new_name,
+                    const MessageFile& message) {
+  const Descriptor parent(open(maildir.c_str(), directory_flags));
+  if (parent.get() < 0) return errno;
+  if (folder.empty()) return store_in(parent.get(), new_name, message);
+  const Descriptor directory(open_directory(parent.get(), folder.c_str()));
+  if (directory.get() < 0) return errno;
+  return store_in(directory.get(), new_name, message);
+}
+
+}  // namespace
+
+std::string unique_text() {
+  static std::atomic<unsigned long> count{0};
+  timespec now{};
+  (void)clock_gettime(CLOCK_REALTIME, &now);
+  return std::to_string(now.tv_sec) + ".M" + std::to_string(now.tv_nsec / 1000) + 'P' +
+         std::to_string(getpid()) + 'Q' + std::to_string(++count);
+}
+
+MaildirStore::MaildirStore(std::string maildir, const std::string& host_name, UniqueText unique)
+    : maildir_(std::move(maildir)),
+      host_(host_in_file_names(host_name)),
+      unique_(std::move(unique)) {}
+
+MaildirStore::Result MaildirStore::store(const std::string& folder,
+                                         const MessageFile& message) const {
+  const std::uint64_t size = message.added_headers.size() + message.size;
+  const auto new_name = [&] { return unique_() + '.' + host_ + ",S=" + std::to_string(size); };
+  int error = store_in_folder(maildir_, folder, new_name, message);
+  if (error == ENOENT) {  // made only now: mostly all is there
+    error = make_folder(maildir_, folder);
+    if (error == 0) error = store_in_folder(maildir_, folder, new_name, message);
+  }
+  if (error == 0) return {};
+  const std::string path = folder.empty() ? maildir_ : maildir_ + '/' + folder;
+  return {path + ": " + std::generic_category().message(error)};
+}
+
+std::string host_name() {
+  std::array<char, HOST_NAME_MAX + 1> name{};
+  if (gethostname(name.data(), name.size() - 1) != 0 || name[0] == '\0') return "localhost";
+  return name.data();
+}
+
+}  // namespace Delivery
+}  // namespace Quarrow

@@ -1,0 +1,34 @@
+#include "delivery/memory_file.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <array>
+
+#include "delivery/read_at.h"
+
+namespace Quarrow {
+namespace Delivery {
+
+MemoryFile::MemoryFile() : file_(memfd_create("quarrow", MFD_CLOEXEC)) {}
+
+std::string MemoryFile::path() const { return "/proc/self/fd/" + std::to_string(fd()); }
+
+bool MemoryFile::write(const std::string& text) const {
+  if (ftruncate(fd(), 0) != 0) return false;
+  // In memory a write is whole or fails.
+  return pwrite(fd(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
+}
+
+std::string MemoryFile::read() const {
+  std::array<char, 4096> block;
+  std::string text;
+  for (;;) {
+    const ssize_t count = read_at(fd(), block.data(), block.size(), text.size());
+    if (count <= 0) return text;
+    text.append(block.data(), static_cast<std::size_t>(count));
+  }
+}
+
+}  // namespace Delivery
+}  // namespace Quarrow

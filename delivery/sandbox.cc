@@ -1,0 +1,125 @@
+// The only file that talks to libseccomp.
+#include "delivery/sandbox.h"
+
+#include <fcntl.h>
+#include <linux/landlock.h>
+#include <seccomp.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <fstream>
+#include <memory>
+#include <type_traits>
+#include <vector>
+
+#include "system/descriptor.h"
+
+namespace Quarrow {
+namespace Delivery {
+namespace {
+
+constexpr rlim_t most_descriptors = 16;
+
+struct FilterFree {
+  void operator()(scmp_filter_ctx filter) const { seccomp_release(filter); }
+};
+using Filter = std::unique_ptr<std::remove_pointer_t<scmp_filter_ctx>, FilterFree>;
+
+// Memory, time, what the C library asks on the way, and ending.
+const int harmless_calls[] = {SCMP_SYS(access),          SCMP_SYS(brk),
+                              SCMP_SYS(clock_gettime),   SCMP_SYS(exit),
+                              SCMP_SYS(exit_group),      SCMP_SYS(faccessat),
+                              SCMP_SYS(faccessat2),      SCMP_SYS(fstat),
+                              SCMP_SYS(futex),           SCMP_SYS(getpid),
+                              SCMP_SYS(getrandom),       SCMP_SYS(gettid),
+                              SCMP_SYS(gettimeofday),    SCMP_SYS(lseek),
+                              SCMP_SYS(madvise),         SCMP_SYS(mremap),
+                              SCMP_SYS(munmap),          SCMP_SYS(newfstatat),
+                              SCMP_SYS(pread64),         SCMP_SYS(read),
+                              SCMP_SYS(restart_syscall), SCMP_SYS(rt_sigaction),
+                              SCMP_SYS(rt_sigprocmask),  SCMP_SYS(rt_sigreturn),
+                              SCMP_SYS(sched_yield),     SCMP_SYS(sigaltstack),
+                              SCMP_SYS(sysinfo),         SCMP_SYS(time)};
+
+// A call that is allowed when one of its arguments is right.
+struct ConditionalCall {
+  int number;
+  scmp_arg_cmp condition;
+};
+
+scmp_datum_t datum(int value) { return static_cast<scmp_datum_t>(value); }
+
+std::vector<ConditionalCall> conditional_calls(const Confinement& kept) {
+  const scmp_datum_t writing = datum(O_ACCMODE | O_CREAT | O_TRUNC | O_APPEND);
+  return {{SCMP_SYS(recvmsg), SCMP_A0(SCMP_CMP_EQ, datum(kept.socket))},
+          {SCMP_SYS(sendmsg), SCMP_A0(SCMP_CMP_EQ, datum(kept.socket))},
+          {SCMP_SYS(sendto), SCMP_A0(SCMP_CMP_EQ, datum(kept.socket))},
+          {SCMP_SYS(pwrite64), SCMP_A0(SCMP_CMP_EQ, datum(kept.writable_file))},
+          {SCMP_SYS(ftruncate), SCMP_A0(SCMP_CMP_EQ, datum(kept.writable_file))},
+          // No other file can take the number of the writable one, or of the socket.
+          {SCMP_SYS(close), SCMP_A0(SCMP_CMP_GE, datum(kept.first_foreign_fd))},
+          {SCMP_SYS(open), SCMP_A1(SCMP_CMP_MASKED_EQ, writing, O_RDONLY)},
+          {SCMP_SYS(openat), SCMP_A2(SCMP_CMP_MASKED_EQ, writing, O_RDONLY)},
+          {SCMP_SYS(mmap), SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)},
+          {SCMP_SYS(mprotect), SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)}};
+}
+
+bool narrow_system_calls(const Confinement& kept) {
+  const Filter filter(seccomp_init(SCMP_ACT_KILL_PROCESS));
+  if (!filter) return false;
+  bool added = true;
+  for (const int call : harmless_calls) {
+    added &= seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, call, 0) == 0;
+  }
+  for (const ConditionalCall& call : conditional_calls(kept)) {
+    added &=
+        seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, call.number, 1, &call.condition) == 0;
+  }
+  return added && seccomp_load(filter.get()) == 0;
+}
+
+// Bytes; 0 when it can't be told.
+std::uint64_t address_space() {
+  std::uint64_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+}
+
+bool limit(__rlimit_resource resource, rlim_t most) {
+  rlimit now = {};
+  if (getrlimit(resource, &now) != 0) return false;
+  const rlim_t value = most < now.rlim_max ? most : now.rlim_max;
+  const rlimit narrowed = {value, value};
+  return setrlimit(resource, &narrowed) == 0;
+}
+
+bool limit_resources(const Confinement& kept) {
+  return limit(RLIMIT_AS, address_space() + kept.memory) && limit(RLIMIT_CORE, 0) &&
+         limit(RLIMIT_FSIZE, kept.file_size) && limit(RLIMIT_NOFILE, most_descriptors);
+}
+
+// No rule allows anything. Files in memory are not in the file system and stay open to the process.
+// True, with nothing done, where there is no Landlock: in an old kernel, or in a container that
+// keeps it from us.
+bool leave_file_system() {
+  landlock_ruleset_attr handled = {};
+  handled.handled_access_fs = (LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1;  // all of the first version
+  const long ruleset = syscall(SYS_landlock_create_ruleset, &handled, sizeof handled, 0);
+  if (ruleset < 0) return errno == ENOSYS || errno == EOPNOTSUPP || errno == EPERM;
+  const Descriptor file(static_cast<int>(ruleset));
+  return syscall(SYS_landlock_restrict_self, file.get(), 0) == 0;
+}
+
+}  // namespace
+
+bool confine(const Confinement& confinement) {
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && limit_resources(confinement) &&
+         leave_file_system() && narrow_system_calls(confinement);
+}
+
+}  // namespace Delivery
+}  // namespace Quarrow

@@ -1,0 +1,65 @@
+#include "delivery/script_file.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "delivery/read_at.h"
+#include "delivery/wire.h"
+#include "system/descriptor.h"
+
+namespace Quarrow {
+namespace Delivery {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int pause_ms = 2;  // between two looks
+
+ScriptFile not_found(int error) { return {false, {}, std::strerror(error)}; }
+
+ScriptFile read_whole(int fd) {
+  ScriptFile script{true, std::string(script_limit, '\0'), {}};
+  std::size_t length = 0;
+  while (length < script_limit) {
+    const ssize_t count = read_at(fd, &script.text[length], script_limit - length, length);
+    if (count < 0) return not_found(errno);
+    if (count == 0) break;
+    length += static_cast<std::size_t>(count);
+  }
+  script.text.resize(length);
+  return script;
+}
+
+// With ENOENT in `error` when there is none.
+ScriptFile look(const std::string& path, int& error) {
+  // A fifo in place of the file must not hold the caller up.
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  error = file.get() < 0 ? errno : 0;
+  return error != 0 ? not_found(error) : read_whole(file.get());
+}
+
+bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+
+bool is_due(const std::string& path) { return exists(path + ".tmp") || exists(path + ".xml"); }
+
+}  // namespace
+
+ScriptFile read_script(const std::string& path, std::chrono::milliseconds wait) {
+  const Clock::time_point end = Clock::now() + wait;
+  for (;;) {
+    int error = 0;
+    ScriptFile script = look(path, error);
+    if (error != ENOENT) return script;
+    // Once more: the new one may have come into place between the look and the question.
+    if (!is_due(path)) return look(path, error);
+    if (Clock::now() >= end) return script;
+    (void)poll(nullptr, 0, pause_ms);  // a signal only makes the next look earlier
+  }
+}
+
+}  // namespace Delivery
+}  // namespace Quarrow

@@ -1,0 +1,25 @@
+// Finding a user's script.
+#ifndef QUARROW_DELIVERY_SCRIPT_FILE_H_
+#define QUARROW_DELIVERY_SCRIPT_FILE_H_
+
+#include <chrono>
+#include <string>
+
+namespace Quarrow {
+namespace Delivery {
+
+struct ScriptFile {
+  bool found = false;
+  std::string text;    // at most the 32768 bytes that count
+  std::string reason;  // why it was not found
+};
+
+// Reads the script at `path`. One that is missing although its rules document, or its next version,
+// lies beside it is waited for up to `wait`: a commit removes the old script just before it puts
+// the new one in place. Where neither is there, the user has no rules, and nothing is waited for.
+ScriptFile read_script(const std::string& path, std::chrono::milliseconds wait);
+
+}  // namespace Delivery
+}  // namespace Quarrow
+
+#endif  // QUARROW_DELIVERY_SCRIPT_FILE_H_

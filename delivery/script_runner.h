@@ -1,0 +1,47 @@
+// Running users' scripts over messages: what a helper process does.
+#ifndef QUARROW_DELIVERY_SCRIPT_RUNNER_H_
+#define QUARROW_DELIVERY_SCRIPT_RUNNER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <string>
+
+#include "delivery/evaluation.h"
+#include "delivery/execution_form.h"
+#include "delivery/memory_file.h"
+
+namespace Quarrow {
+namespace Delivery {
+
+// The scripts that were run last stay compiled. A script goes by its text, so that a changed one is
+// another one.
+class ScriptRunner {
+ public:
+  // Hands scripts to the interpreter through `file`; keeps at most `cached_scripts`, at least one.
+  ScriptRunner(const MemoryFile& file, std::size_t cached_scripts);
+
+  // Runs `script`, in its execution form, over the message in `message_fd`.
+  Evaluation run(const std::string& script, int message_fd, std::uint64_t size,
+                 std::int64_t received);
+
+ private:
+  struct Compiled {
+    std::string script;  // as the user has it
+    ExecutionForm form;
+    std::unique_ptr<SieveMatch> matcher;  // null when the script is not valid
+  };
+
+  Compiled& compiled(const std::string& script);
+  Compiled compile(const std::string& script) const;
+
+  const MemoryFile& file_;
+  const std::size_t cached_scripts_;
+  std::list<Compiled> latest_first_;
+};
+
+}  // namespace Delivery
+}  // namespace Quarrow
+
+#endif  // QUARROW_DELIVERY_SCRIPT_RUNNER_H_

@@ -1,0 +1,170 @@
+// Both ends are the same program: numbers travel as they are in memory.
+#include "delivery/wire.h"
+
+#include <sys/socket.h>
+#include <sys/uio.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace Quarrow {
+namespace Delivery {
+namespace {
+
+using Outcome = Evaluation::Outcome;
+
+// What carries one descriptor beside a packet (cmsg(3)).
+union DescriptorSpace {
+  char bytes[CMSG_SPACE(sizeof(int))];
+  cmsghdr aligned;
+};
+
+class Writer {
+ public:
+  void number(std::uint64_t value) {
+    packet_.append(reinterpret_cast<const char*>(&value), sizeof value);
+  }
+  void text(const std::string& value) {
+    number(value.size());
+    packet_ += value;
+  }
+  std::string& packet() { return packet_; }
+
+ private:
+  std::string packet_;
+};
+
+// Once something is missing or out of range, all that follows is, too.
+class Reader {
+ public:
+  explicit Reader(std::string_view packet) : rest_(packet) {}
+
+  std::uint64_t number(std::uint64_t limit = UINT64_MAX) {
+    std::uint64_t value = 0;
+    if (rest_.size() < sizeof value) return fail();
+    std::memcpy(&value, rest_.data(), sizeof value);
+    rest_.remove_prefix(sizeof value);
+    return value <= limit ? value : fail();
+  }
+  std::string text() {
+    const std::size_t length = number(rest_.size());
+    if (length > rest_.size()) return fail(), std::string();
+    const std::string value(rest_.substr(0, length));
+    rest_.remove_prefix(length);
+    return value;
+  }
+  bool at_end() const { return well_formed_ && rest_.empty(); }
+  bool failed() const { return !well_formed_; }
+
+ private:
+  std::uint64_t fail() {
+    well_formed_ = false;
+    rest_ = {};
+    return 0;
+  }
+
+  std::string_view rest_;
+  bool well_formed_ = true;
+};
+
+std::string packet_of(const Answer& answer) {
+  const Evaluation& evaluation = answer.evaluation;
+  Writer writer;
+  writer.number(answer.sequence);
+  writer.number(answer.growth);
+  writer.number(static_cast<std::uint64_t>(evaluation.outcome));
+  writer.text(evaluation.reason);
+  writer.text(evaluation.rule);
+  writer.number(static_cast<std::uint64_t>(evaluation.result.error));
+  writer.number(evaluation.result.actions.size());
+  for (const SieveAction& action : evaluation.result.actions) {
+    writer.number(action.type);
+    writer.text(action.mailbox);
+    writer.text(action.message);
+  }
+  return std::move(writer.packet());
+}
+
+SieveAction read_action(Reader& reader) {
+  SieveAction action;
+  action.type = static_cast<unsigned int>(reader.number(SieveAction::DISCARD));
+  action.mailbox = reader.text();
+  action.message = reader.text();
+  return action;
+}
+
+}  // namespace
+
+bool send_request(int socket, const Request& request, const std::string& script, int message_fd) {
+  iovec parts[] = {{const_cast<Request*>(&request), sizeof request},
+                   {const_cast<char*>(script.data()), script.size()}};
+  DescriptorSpace space = {};
+  msghdr message = {};
+  message.msg_iov = parts;
+  message.msg_iovlen = 2;
+  message.msg_control = space.bytes;
+  message.msg_controllen = sizeof space.bytes;
+  cmsghdr* const head = CMSG_FIRSTHDR(&message);
+  head->cmsg_level = SOL_SOCKET;
+  head->cmsg_type = SCM_RIGHTS;
+  head->cmsg_len = CMSG_LEN(sizeof message_fd);
+  std::memcpy(CMSG_DATA(head), &message_fd, sizeof message_fd);
+  for (;;) {
+    const ssize_t sent = sendmsg(socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent >= 0 || errno != EINTR) return sent >= 0;
+  }
+}
+
+int receive_request(int socket, Request& request, std::string& script) {
+  script.resize(script_limit);
+  iovec parts[] = {{&request, sizeof request}, {script.data(), script.size()}};
+  DescriptorSpace space = {};
+  msghdr message = {};
+  message.msg_iov = parts;
+  message.msg_iovlen = 2;
+  message.msg_control = space.bytes;
+  message.msg_controllen = sizeof space.bytes;
+  ssize_t count = 0;
+  do {
+    count = recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
+  } while (count < 0 && errno == EINTR);
+  const cmsghdr* const head = CMSG_FIRSTHDR(&message);
+  if (count < static_cast<ssize_t>(sizeof request) || head == nullptr) return -1;
+  script.resize(static_cast<std::size_t>(count) - sizeof request);
+  int message_fd = -1;
+  std::memcpy(&message_fd, CMSG_DATA(head), sizeof message_fd);
+  return message_fd;
+}
+
+std::string encode(const Answer& answer) {
+  std::string packet = packet_of(answer);
+  if (packet.size() <= answer_limit) return packet;
+  Answer shorter;
+  shorter.sequence = answer.sequence;
+  shorter.growth = answer.growth;
+  shorter.evaluation.reason = "the result is too long";
+  return packet_of(shorter);
+}
+
+std::optional<Answer> decode(std::string_view packet) {
+  if (packet.size() > answer_limit) return std::nullopt;
+  Reader reader(packet);
+  Answer answer;
+  answer.sequence = reader.number();
+  answer.growth = reader.number();
+  Evaluation& evaluation = answer.evaluation;
+  evaluation.outcome =
+      static_cast<Outcome>(reader.number(static_cast<std::uint64_t>(Outcome::failed)));
+  evaluation.reason = reader.text();
+  evaluation.rule = reader.text();
+  evaluation.result.error = static_cast<int>(reader.number(SieveMatchResult::UNKNOWN));
+  // The count needs no limit: reading ends with the packet.
+  for (std::uint64_t left = reader.number(); left > 0 && !reader.failed(); --left) {
+    evaluation.result.actions.push_back(read_action(reader));
+  }
+  if (!reader.at_end()) return std::nullopt;
+  return answer;
+}
+
+}  // namespace Delivery
+}  // namespace Quarrow
