@@ -1,0 +1,56 @@
+// What a session stands on in the daemon: users' folders, a spool, and delivery by their rules.
+#ifndef QUARROW_LMTP_DELIVERY_HANDLER_H_
+#define QUARROW_LMTP_DELIVERY_HANDLER_H_
+
+#include <ctime>
+#include <string>
+
+#include "delivery/mailbox_delivery.h"
+#include "lmtp/metrics.h"
+#include "lmtp/session.h"
+#include "lmtp/spool.h"
+
+namespace Quarrow::Lmtp {
+
+// Where things are.
+struct Places {
+  std::string root;   // the users' folders, as mailuser_set_root has it
+  std::string spool;  // the folder of messages that come in
+  std::string host_name;
+};
+
+// Delivers a session's messages. A user is known when he has a folder; while the root itself is
+// missing (a disk that is not mounted), every user is to be tried again.
+class DeliveryHandler : public Handler {
+ public:
+  // `metrics` outlives this object.
+  DeliveryHandler(Places places, Delivery::Evaluate evaluate, Metrics& metrics);
+
+  // 250 2.1.5; 550 5.1.1 unknown; 451 4.3.0 when that can't be told now.
+  Reply check_recipient(const std::string& recipient) override;
+
+  bool open_message() override;
+  bool add(const char* data, std::size_t size) override;
+
+  // 250 2.0.0 for a message that is on disk, or that a rule threw away; 550 5.7.1 with the rule's
+  // text; 451 4.3.0 for everything that went wrong. Logs a line and counts.
+  Reply deliver(const Envelope& envelope, const std::string& recipient) override;
+
+  void close_message() override;
+
+ private:
+  Delivery::Report deliver_to(const std::string& folder, const std::string& headers);
+  std::string added_headers(const Envelope& envelope, const std::string& recipient) const;
+  void count(const Delivery::Report& report);
+
+  const Places places_;
+  const Delivery::Evaluate evaluate_;
+  Metrics& metrics_;
+  Spool spool_;
+  std::time_t received_ = 0;
+  bool no_rule_ = false;  // the last evaluation asked for nothing, without having failed
+};
+
+}  // namespace Quarrow::Lmtp
+
+#endif  // QUARROW_LMTP_DELIVERY_HANDLER_H_

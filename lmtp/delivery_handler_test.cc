@@ -1,0 +1,136 @@
+// Messages into users' folders, with an evaluation of the test's own.
+#include "lmtp/delivery_handler.h"
+
+#include <gtest/gtest.h>
+#include <zvelluser.h>
+
+#include "tests/support/temporary_folder.h"
+
+namespace Quarrow::Lmtp {
+namespace {
+
+using Delivery::Evaluation;
+
+const std::string user = "alice@example.org";
+
+Evaluation done(const std::vector<std::pair<unsigned int, std::string>>& actions) {
+  Evaluation evaluation;
+  evaluation.outcome = Evaluation::Outcome::done;
+  for (const auto& [type, text] : actions) {
+    SieveAction action;
+    action.type = type;
+    action.mailbox(text);
+    action.message = text;
+    evaluation.result.add_action(action);
+  }
+  return evaluation;
+}
+
+class DeliveryHandlerTest : public ::testing::Test {
+ protected:
+  DeliveryHandlerTest() {
+    mailuser_set_root(folder_.path());
+    std::filesystem::create_directories(home());
+  }
+
+  std::string home() const { return folder_.path() + "/example.org/alice"; }
+
+  Reply deliver(const Evaluation& evaluation) {
+    DeliveryHandler handler(
+        {folder_.path(), folder_.path(), "mx.example.org"},
+        [&](int, std::uint64_t, std::time_t, const std::string&) { return evaluation; }, metrics_);
+    EXPECT_TRUE(handler.open_message());
+    EXPECT_TRUE(handler.add("Subject: x\n\nbody\n", 17));
+    return handler.deliver({"client (x)", "s@example.net", false, {user}}, user);
+  }
+
+  Reply check(const std::string& recipient) {
+    DeliveryHandler handler({folder_.path(), folder_.path(), "mx.example.org"}, nullptr, metrics_);
+    return handler.check_recipient(recipient);
+  }
+
+  std::string stored(const std::string& name) const {
+    for (const auto& entry : std::filesystem::directory_iterator(home() + "/Maildir/" + name))
+      return content_of(entry.path().string());
+    return "";
+  }
+
+  bool counts(const std::string& line) const {
+    return metrics_.text().find("\nquarrow_" + line + '\n') != std::string::npos;
+  }
+
+  TemporaryFolder folder_;
+  Metrics metrics_;
+};
+
+TEST_F(DeliveryHandlerTest, KnowsUsersByTheirFolders) {
+  EXPECT_EQ(250, check(user).code);
+  for (const char* const stranger : {"bob@example.org", "alice@example.net", "alice", "a b@c"}) {
+    const Reply reply = check(stranger);
+    EXPECT_EQ(550, reply.code) << stranger;
+    EXPECT_EQ("5.1.1", reply.status) << stranger;
+  }
+  EXPECT_TRUE(counts("unknown_recipients_total 4"));
+}
+
+TEST_F(DeliveryHandlerTest, BouncesNothingWhileTheUsersDiskIsMissing) {
+  const std::string gone = folder_.path() + "/not-mounted";
+  mailuser_set_root(gone);
+  DeliveryHandler handler({gone, folder_.path(), "mx.example.org"}, nullptr, metrics_);
+  EXPECT_EQ(451, handler.check_recipient(user).code);
+}
+
+TEST_F(DeliveryHandlerTest, FilesWithTraceHeaders) {
+  EXPECT_EQ(250, deliver(done({{SieveAction::FILEINTO, "Work"}})).code);
+  const std::string message = stored(".Work/new");
+  const std::string head =
+      "Return-Path: <s@example.net>\nDelivered-To: alice@example.org\nReceived: from unknown\n"
+      "\tby mx.example.org with LMTP\n\tfor <alice@example.org>; ";
+  EXPECT_EQ(head, message.substr(0, head.size()));
+  EXPECT_EQ("\nSubject: x\n\nbody\n", message.substr(message.size() - 18));
+  EXPECT_TRUE(counts("delivered_total{folder=\"other\"} 1"));
+  EXPECT_TRUE(counts("evaluation_seconds_count 1"));
+}
+
+TEST_F(DeliveryHandlerTest, CountsWhyTheInboxHasIt) {
+  EXPECT_EQ(250, deliver(done({})).code);
+  EXPECT_EQ(250, deliver(Evaluation()).code);
+  EXPECT_EQ(250, deliver(done({{SieveAction::KEEP, ""}})).code);
+  EXPECT_TRUE(counts("kept_total{reason=\"no_rule\"} 1")) << metrics_.text();
+  EXPECT_TRUE(counts("kept_total{reason=\"failure\"} 1")) << metrics_.text();
+  EXPECT_TRUE(counts("delivered_total{folder=\"inbox\"} 3")) << metrics_.text();
+}
+
+TEST_F(DeliveryHandlerTest, PassesARejectionOn) {
+  const Reply reply = deliver(done({{SieveAction::REJECT, "Not here"}}));
+  EXPECT_EQ(550, reply.code);
+  EXPECT_EQ("5.7.1", reply.status);
+  EXPECT_EQ("Not here", reply.text);
+  EXPECT_TRUE(counts("rejected_total 1"));
+}
+
+TEST_F(DeliveryHandlerTest, AcceptsWhatIsThrownAway) {
+  EXPECT_EQ(250, deliver(done({{SieveAction::DISCARD, ""}})).code);
+  EXPECT_TRUE(counts("discarded_total 1"));
+  EXPECT_FALSE(std::filesystem::exists(home() + "/Maildir/new"));
+}
+
+TEST_F(DeliveryHandlerTest, AsksToTryAgainWhenNoFolderCanBeWritten) {
+  write_file(home() + "/Maildir", "in the way");
+  EXPECT_EQ(451, deliver(done({{SieveAction::KEEP, ""}})).code);
+  EXPECT_TRUE(counts("temporary_failures_total 1"));
+}
+
+TEST_F(DeliveryHandlerTest, AsksToTryAgainWhenMemoryIsOut) {
+  DeliveryHandler handler(
+      {folder_.path(), folder_.path(), "mx.example.org"},
+      [](int, std::uint64_t, std::time_t, const std::string&) -> Evaluation {
+        throw std::bad_alloc();
+      },
+      metrics_);
+  ASSERT_TRUE(handler.open_message());
+  EXPECT_EQ(451, handler.deliver({"c", "", false, {user}}, user).code);
+}
+
+}  // namespace
+}  // namespace Quarrow::Lmtp

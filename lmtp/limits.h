@@ -1,0 +1,59 @@
+// How much a client may ask for: everything that bounds a session stands here.
+#ifndef QUARROW_LMTP_LIMITS_H_
+#define QUARROW_LMTP_LIMITS_H_
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+
+namespace Quarrow::Lmtp {
+
+// Octets of a command line, CRLF included. RFC 5321 asks for 512, and its extensions for some more.
+constexpr std::size_t longest_command = 4096;
+
+// Octets of the text in a reply, so that a line with it stays within 512 (RFC 5321, section
+// 4.5.3.1.5).
+constexpr std::size_t longest_reply_text = 400;
+
+// Commands that were not understood or came at the wrong time, since the last message.
+constexpr unsigned most_errors = 20;
+
+// Commands that bring no message nearer (NOOP, RSET, VRFY, LHLO, and each MAIL), since the last
+// message.
+constexpr unsigned most_idle_commands = 100;
+
+// Recipients that were refused, since the last message: a whole transaction of unknown ones is
+// honest, a search for known ones goes on for longer.
+constexpr unsigned most_refused_recipients = 1000;
+
+// From one command to the next, and between two blocks of a message (RFC 5321, section 4.5.3.2).
+constexpr std::chrono::seconds silence{300};
+
+// For a whole message: bounds a client that trickles.
+constexpr std::chrono::seconds longest_transfer{1800};
+
+// For the client to take a reply.
+constexpr std::chrono::seconds longest_reply_wait{300};
+
+// For a client to go on with a transaction once the server has been told to stop.
+constexpr std::chrono::seconds silence_when_stopping{10};
+
+// For the workers to finish when the server stops; then they are killed.
+constexpr std::chrono::seconds longest_stop{60};
+
+// A worker that lived for less and failed is replaced after this time only.
+constexpr std::chrono::seconds shortest_life{1};
+
+// Bytes that are taken from a client at a time.
+constexpr std::size_t block_size = 65536;
+
+// What an administrator may set.
+struct Limits {
+  std::uint64_t message = 64U << 20U;  // octets on the wire, with CRLF line ends (RFC 1870)
+  std::size_t line = 1000;        // octets of a message's line with its CRLF (RFC 5321, 4.5.3.1.6)
+  std::size_t recipients = 1000;  // of one message; RFC 5321 asks for 100
+};
+
+}  // namespace Quarrow::Lmtp
+
+#endif  // QUARROW_LMTP_LIMITS_H_

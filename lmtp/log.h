@@ -1,0 +1,37 @@
+// The server's log.
+#ifndef QUARROW_LMTP_LOG_H_
+#define QUARROW_LMTP_LOG_H_
+
+#include <chrono>
+#include <string>
+
+namespace Quarrow::Lmtp {
+
+enum class LogTarget { standard_error, system_log };
+
+// Says where the log goes from here on; to standard error when this was never called.
+void set_log(LogTarget target);
+
+// Adds a line. Control characters in it are escaped, so that it stays one.
+void log_info(const std::string& line);
+void log_warning(const std::string& line);
+void log_error(const std::string& line);
+
+// What one delivery came to.
+struct DeliveryRecord {
+  std::string user;
+  std::string message_id;  // with angle brackets; may be empty
+  std::string rule;
+  std::string action;
+  std::string note;  // left out when empty
+  std::chrono::milliseconds took{0};
+};
+
+// "user=a@example.org msgid=<1@example.org> rule="News" action=fileinto:Work took=3ms". Texts in
+// quotes have quotes and backslashes escaped, and in what stands without quotes blanks are, too:
+// none can pass for another field.
+std::string log_line(const DeliveryRecord& record);
+
+}  // namespace Quarrow::Lmtp
+
+#endif  // QUARROW_LMTP_LOG_H_

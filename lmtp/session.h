@@ -1,0 +1,145 @@
+// LMTP as a server speaks it (RFC 2033), without sockets.
+#ifndef QUARROW_LMTP_SESSION_H_
+#define QUARROW_LMTP_SESSION_H_
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "lmtp/data_decoder.h"
+#include "lmtp/limits.h"
+#include "lmtp/mail_path.h"
+#include "lmtp/reply.h"
+
+namespace Quarrow::Lmtp {
+
+// Who a message is from and for.
+struct Envelope {
+  std::string client;  // how the client named itself
+  std::string sender;  // empty: the null sender
+  bool utf8 = false;   // the client said SMTPUTF8 (RFC 6531)
+  std::vector<std::string> recipients;
+};
+
+// What the protocol stands on: users, a place for the message, and delivery.
+class Handler {
+ public:
+  virtual ~Handler() = default;
+
+  // Whether there is a mailbox for `recipient`: 250, or the refusal.
+  virtual Reply check_recipient(const std::string& recipient) = 0;
+
+  // Makes room for a new message, forgetting the last one. False when there is none.
+  virtual bool open_message() = 0;
+
+  // Adds to the message, with LF line ends. False when it can't be kept; then nothing is added
+  // until the next open_message.
+  virtual bool add(const char* data, std::size_t size) = 0;
+
+  // Delivers the message to one recipient; 250 only when it is on disk.
+  virtual Reply deliver(const Envelope& envelope, const std::string& recipient) = 0;
+
+  // The message is not needed any longer.
+  virtual void close_message() = 0;
+};
+
+// One connection's conversation: bytes in, replies out. However a client cuts its bytes into
+// blocks, the replies are the same (RFC 2920).
+class Session {
+ public:
+  // Takes replies on their way to the client; false when he is gone. It is called once for all
+  // commands of a block, and once for each recipient of a message.
+  using Output = std::function<bool(const std::string& replies)>;
+
+  // `handler` outlives this object.
+  Session(Handler& handler, const Limits& limits, std::string host_name, Output output);
+
+  // Sends the greeting.
+  void greet();
+
+  // Takes the next bytes from the client. After the session is over they are ignored.
+  void take(const char* data, std::size_t size);
+
+  // Ends the session because the server stops: now, or after the transaction under way.
+  void stop();
+
+  // Ends the session because the client was silent for too long.
+  void time_out();
+
+  // The client is gone: a message that he was sending is forgotten.
+  void abandon();
+
+  // Whether the connection is to be closed.
+  bool is_over() const { return over_; }
+
+  // Grows with each command that was answered and each message that was dealt with, by which one
+  // tells a client that gets on from one that trickles.
+  std::size_t steps() const { return steps_; }
+
+  // Whether the bytes to come belong to a message.
+  bool is_in_message() const { return decoder_.has_value(); }
+
+ private:
+  struct Command {
+    const char* verb;
+    void (Session::*run)(const std::string& arguments);
+  };
+  static const Command commands[];
+
+  std::size_t take_command(const char* data, std::size_t size);
+  void end_command();
+  void execute(const std::string& line);
+  void answer(const std::string& verb, const std::string& arguments);
+
+  void lhlo(const std::string& arguments);
+  void mail(const std::string& arguments);
+  void rcpt(const std::string& arguments);
+  void data(const std::string& arguments);
+  void rset(const std::string& arguments);
+  void noop(const std::string& arguments);
+  void quit(const std::string& arguments);
+  void vrfy(const std::string& arguments);
+  void not_lmtp(const std::string& arguments);
+  void not_offered(const std::string& arguments);
+
+  std::optional<Reply> refusal_of(const MailPath& sender) const;
+  void add_recipient(const std::string& recipient);
+
+  std::size_t take_message(const char* data, std::size_t size);
+  void keep(const std::string& text);
+  void end_message();
+  std::optional<Reply> refusal_of_message() const;
+
+  void reply(int code, const std::string& status, const std::string& text);
+  void refuse(int code, const std::string& status, const std::string& text);
+  void count_idle();
+  void hang_up(const std::string& status, const std::string& text);
+  void forget_transaction();
+  void flush();
+
+  Handler& handler_;
+  const Limits limits_;
+  const std::string host_name_;
+  const Output output_;
+
+  std::string line_;           // of the command under way, at most longest_command
+  bool line_is_long_ = false;  // what passed that was dropped
+  std::string replies_;        // not yet given to output_
+  Envelope envelope_;
+  bool has_sender_ = false;
+  std::optional<DataDecoder> decoder_;  // while a message comes in
+  bool has_room_ = true;                // all of the message was kept
+  unsigned errors_ = 0;
+  unsigned idle_commands_ = 0;
+  unsigned refused_recipients_ = 0;
+  std::size_t steps_ = 0;
+  bool stopping_ = false;
+  bool over_ = false;
+};
+
+}  // namespace Quarrow::Lmtp
+
+#endif  // QUARROW_LMTP_SESSION_H_

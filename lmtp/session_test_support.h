@@ -1,0 +1,88 @@
+// A session with users and a mailbox in memory.
+#ifndef QUARROW_LMTP_SESSION_TEST_SUPPORT_H_
+#define QUARROW_LMTP_SESSION_TEST_SUPPORT_H_
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "lmtp/session.h"
+
+namespace Quarrow::Lmtp {
+
+// Knows everybody at example.org but "nobody", "later" (try again) and "full" (delivery fails);
+// "refuses" rejects by a rule.
+class MemoryHandler : public Handler {
+ public:
+  Reply check_recipient(const std::string& recipient) override {
+    if (recipient == "nobody@example.org") return {550, "5.1.1", "unknown"};
+    if (recipient == "later@example.org") return {451, "4.3.0", "later"};
+    return {250, "2.1.5", "ok"};
+  }
+  bool open_message() override {
+    message.clear();
+    open = has_room;
+    return has_room;
+  }
+  bool add(const char* data, std::size_t size) override {
+    if (message.size() + size > room) return false;
+    message.append(data, size);
+    most_at_a_time = std::max(most_at_a_time, size);
+    return true;
+  }
+  Reply deliver(const Envelope& envelope, const std::string& recipient) override {
+    deliveries.push_back(envelope.sender + " to " + recipient + ": " + message);
+    if (recipient == "full@example.org") return {451, "4.3.0", "full"};
+    if (recipient == "refuses@example.org") return {550, "5.7.1", "go\r\n250 away"};
+    return {250, "2.0.0", "done"};
+  }
+  void close_message() override { open = false; }
+
+  bool has_room = true;            // for another message
+  std::size_t room = SIZE_MAX;     // bytes
+  std::size_t most_at_a_time = 0;  // of a call of add
+  bool open = false;
+  std::string message;
+  std::vector<std::string> deliveries;
+};
+
+// Runs a session. Its replies are in `replies`, and `codes` shows them in short.
+class TestSession {
+ public:
+  explicit TestSession(const Limits& limits = Limits())
+      : session(handler, limits, "mx.example.org", [this](const std::string& text) {
+          if (!connected) return false;
+          replies += text;
+          return true;
+        }) {}
+
+  void say(const std::string& text) { session.take(text.data(), text.size()); }
+
+  // "250 2.1.0" for each reply, separated by commas; those between (250-) are left out.
+  std::string codes() const {
+    std::string out;
+    std::istringstream lines(replies);
+    for (std::string line; std::getline(lines, line);) {
+      if (line.size() > 3 && line[3] == '-') continue;
+      const bool enhanced = line.size() > 5 && line[5] == '.';
+      out += (out.empty() ? "" : ", ") + line.substr(0, enhanced ? 9 : 3);
+    }
+    return out;
+  }
+
+  MemoryHandler handler;
+  bool connected = true;
+  std::string replies;
+  Session session;
+};
+
+inline std::string repeated(const std::string& text, std::size_t times) {
+  std::string out;
+  for (std::size_t i = 0; i < times; ++i) out += text;
+  return out;
+}
+
+}  // namespace Quarrow::Lmtp
+
+#endif  // QUARROW_LMTP_SESSION_TEST_SUPPORT_H_

@@ -1,0 +1,383 @@
+#!/usr/bin/env python3
+"""Drives quarrow-lmtpd over its socket: lmtpd_test.py PROGRAM [unittest arguments]"""
+
+import contextlib
+import os
+import pathlib
+import pwd
+import select
+import shutil
+import signal
+import smtplib
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+PROGRAM = ""
+PATIENCE = 60  # seconds until something that must happen counts as missing
+USERS = [f"user{number}@example.org" for number in range(5)]
+SCRIPT = b"""require ["fileinto", "reject"];
+if header :contains "subject" "work" { fileinto "Work"; stop; }
+if header :contains "subject" "spam" { discard; stop; }
+if header :contains "subject" "advert" { reject "No adverts"; stop; }
+if header :contains "subject" "deep" { fileinto "A/B"; stop; }
+"""
+FOLDERS = {"work": ".Work", "deep": ".A.B", "other": ""}
+
+
+def unprivileged_user():
+    """Who the server runs as; nobody where this test is the superuser's."""
+    return "nobody" if os.geteuid() == 0 else pwd.getpwuid(os.geteuid()).pw_name
+
+
+def until(condition, what):
+    """Waits until `condition()` gives something true, and gives that."""
+    end = time.monotonic() + PATIENCE
+    while time.monotonic() < end:
+        result = condition()
+        if result:
+            return result
+        select.select([], [], [], 0.01)  # the condition is looked at again
+    raise AssertionError("in vain: " + what)
+
+
+def children(process):
+    path = pathlib.Path(f"/proc/{process}/task/{process}/children")
+    return [int(word) for word in path.read_text().split()]
+
+
+def is_running(process):
+    """Whether it is there, and not only waits for its parent to ask how it ended."""
+    with contextlib.suppress(OSError):
+        return "\nState:\tZ" not in pathlib.Path(f"/proc/{process}/status").read_text()
+    return False
+
+
+class Lmtp(smtplib.LMTP):
+    """A client whose reads end when the server is mute."""
+
+    def __init__(self, path):
+        super().__init__(path)
+        self.sock.settimeout(PATIENCE)
+
+    def deliver(self, recipients, subject, name="1", body="body"):
+        """One message; the replies of its recipients, in order."""
+        assert self.mail("sender@example.net")[0] == 250
+        for recipient in recipients:
+            assert self.rcpt(recipient)[0] == 250
+        self.start_data()
+        self.send_text(f"Subject: {subject}\r\nMessage-ID: <{name}@example.net>\r\n\r\n{body}\r\n")
+        return self.end_data(len(recipients))
+
+    def start_data(self):
+        self.putcmd("data")
+        assert self.getreply()[0] == 354
+
+    def send_text(self, text):
+        self.sock.sendall(text.encode())
+
+    def end_data(self, replies):
+        self.sock.sendall(b".\r\n")
+        return [self.getreply() for _ in range(replies)]
+
+
+class Daemon:
+    """The server, with users, in a folder of its own."""
+
+    def __init__(self, *options):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quarrow-lmtpd-"))
+        self.socket = str(self.folder / "socket")
+        self.config = self.folder / "config"
+        self.metrics = self.folder / "metrics"
+        self.config.write_text("workers=2\n")
+        (self.folder / "spool").mkdir()
+        for user in USERS:
+            self.home(user).mkdir(parents=True)
+            (self.home(user) / ".delivery_filter").write_bytes(SCRIPT)
+        self.give_away()
+        self.log = open(self.folder / "log", "w+b")
+        self.process = subprocess.Popen(
+            [PROGRAM, "--config", self.config, "--user", unprivileged_user(),
+             "--root", self.folder / "root", "--spool", self.folder / "spool",
+             "--listen", self.socket, "--host-name", "mx.example.org",
+             "--metrics", self.metrics, *options],
+            stderr=self.log)
+        try:
+            until(self.answers, "the server answers")
+        except BaseException:
+            self.close()
+            raise
+
+    def give_away(self):
+        if os.geteuid() != 0:
+            return
+        entry = pwd.getpwnam(unprivileged_user())
+        for path in [self.folder, *self.folder.rglob("*")]:
+            os.chown(path, entry.pw_uid, entry.pw_gid)
+
+    def answers(self):
+        assert self.process.poll() is None, self.log_text()
+        with contextlib.suppress(OSError), Lmtp(self.socket) as client:
+            return client.ehlo("test")[0] == 250
+        return False
+
+    def home(self, user):
+        local, domain = user.split("@")
+        return self.folder / "root" / domain / local
+
+    def messages(self, user, folder=""):
+        new = self.home(user) / "Maildir" / folder / "new"
+        return [path.read_bytes() for path in new.glob("*")]
+
+    def log_text(self):
+        return (self.folder / "log").read_text()
+
+    def workers(self):
+        return children(self.process.pid)
+
+    def signal(self, number):
+        self.process.send_signal(number)
+
+    def wait(self):
+        return self.process.wait(PATIENCE)
+
+    def close(self):
+        if self.process.poll() is None:
+            self.signal(signal.SIGTERM)
+            self.wait()
+        self.log.close()
+        shutil.rmtree(self.folder)
+
+
+class DaemonTest(unittest.TestCase):
+    def start(self, *options):
+        daemon = Daemon(*options)
+        self.addCleanup(daemon.close)
+        return daemon
+
+    def connect(self, daemon):
+        client = Lmtp(daemon.socket)
+        self.addCleanup(client.close)
+        client.ehlo("test")
+        return client
+
+    def test_files_a_hundred_messages_by_the_rules(self):
+        daemon = self.start()
+        client = self.connect(daemon)
+        expected = {}
+        for number in range(100):
+            kind = ["work", "deep", "other"][number % 3]
+            recipients = [USERS[number % 5], USERS[(number + 1) % 5]][: 1 + number % 2]
+            replies = client.deliver(recipients, f"{kind} {number}", name=str(number))
+            self.assertEqual([250] * len(recipients), [code for code, _ in replies])
+            for user in recipients:
+                expected.setdefault((user, FOLDERS[kind]), set()).add(number)
+        for (user, folder), numbers in expected.items():
+            stored = daemon.messages(user, folder)
+            self.assertEqual(len(numbers), len(stored))
+            for number in numbers:
+                line = f"\nMessage-ID: <{number}@example.net>\n".encode()
+                self.assertEqual(1, sum(line in message for message in stored))
+
+    def test_refuses_and_discards_by_the_rules(self):
+        daemon = self.start()
+        client = self.connect(daemon)
+        self.assertEqual([(550, b"5.7.1 No adverts")], client.deliver(USERS[:1], "advert"))
+        self.assertEqual(250, client.deliver(USERS[:1], "spam")[0][0])
+        self.assertEqual([], daemon.messages(USERS[0]))
+
+    def test_refuses_strangers(self):
+        client = self.connect(self.start())
+        client.mail("")
+        code, text = client.rcpt("stranger@example.org")
+        self.assertEqual((550, b"5.1.1 "), (code, text[:6]))
+        self.assertEqual((503, b"5.5.1 "), (lambda c, t: (c, t[:6]))(*client.docmd("data")))
+
+    def test_finishes_the_message_under_way_when_told_to_stop(self):
+        daemon = self.start()
+        client = self.connect(daemon)
+        client.mail("sender@example.net")
+        client.rcpt(USERS[0])
+        client.start_data()
+        client.send_text("Subject: other\r\n\r\nfirst half\r\n")
+        idle = self.connect(daemon)
+        daemon.signal(signal.SIGTERM)
+        self.assertEqual(421, idle.getreply()[0])
+        client.send_text("second half\r\n")
+        self.assertEqual([250, 421], [code for code, _ in client.end_data(2)])
+        self.assertEqual(0, daemon.wait())
+        self.assertEqual(1, len(daemon.messages(USERS[0])))
+        self.assertIn(b"first half\nsecond half\n", daemon.messages(USERS[0])[0])
+        self.assertFalse(os.path.exists(daemon.socket))
+
+    def test_reloads_its_configuration(self):
+        daemon = self.start()
+        busy = self.connect(daemon)
+        busy.mail("sender@example.net")
+        old = set(daemon.workers())
+        daemon.config.write_text("workers=3\nmax-size=1000\n")
+        daemon.signal(signal.SIGHUP)
+        until(lambda: len(set(daemon.workers()) - old) == 3, "three new workers")
+        self.assertIn("size 1000", self.connect(daemon).ehlo_resp.decode().lower())
+        self.assertEqual(250, busy.rcpt(USERS[0])[0])
+        busy.start_data()
+        busy.send_text("Subject: other\r\n\r\n")
+        self.assertEqual([250, 421], [code for code, _ in busy.end_data(2)])
+        until(lambda: not old & set(daemon.workers()), "the old workers end")
+
+    def test_keeps_its_configuration_when_the_new_one_is_wrong(self):
+        daemon = self.start()
+        old = daemon.workers()
+        daemon.config.write_text("workers=many\n")
+        daemon.signal(signal.SIGHUP)
+        until(lambda: "nothing was reloaded: " in daemon.log_text(), "a complaint")
+        self.assertEqual(old, daemon.workers())
+        self.assertEqual(250, self.connect(daemon).deliver(USERS[:1], "other")[0][0])
+
+    def test_replaces_a_worker_that_was_killed(self):
+        daemon = self.start()
+        client = self.connect(daemon)
+        client.mail("sender@example.net")
+        client.rcpt(USERS[0])
+        client.start_data()
+        for worker in daemon.workers():
+            os.kill(worker, signal.SIGKILL)
+        with self.assertRaises((smtplib.SMTPServerDisconnected, OSError)):
+            client.end_data(1)
+        self.assertEqual(250, self.connect(daemon).deliver(USERS[:1], "other")[0][0])
+        self.assertEqual(1, len(daemon.messages(USERS[0])))
+        self.assertEqual(2, self.counters(daemon)["quarrow_workers_replaced_total"])
+
+    def test_delivers_although_the_evaluation_was_killed(self):
+        daemon = self.start("--workers", "1")
+        client = self.connect(daemon)
+        self.assertEqual(250, client.deliver(USERS[:1], "work")[0][0])
+        helpers = [helper for worker in daemon.workers() for helper in children(worker)]
+        self.assertEqual(1, len(helpers))
+        os.kill(helpers[0], signal.SIGKILL)
+        for _ in range(2):
+            self.assertEqual(250, client.deliver(USERS[:1], "work")[0][0])
+        stored = len(daemon.messages(USERS[0])) + len(daemon.messages(USERS[0], ".Work"))
+        self.assertEqual(3, stored)
+
+    def test_leaves_with_its_supervisor(self):
+        daemon = self.start()
+        workers = daemon.workers()
+        daemon.signal(signal.SIGKILL)
+        daemon.wait()
+        until(lambda: not any(is_running(worker) for worker in workers), "the workers end")
+
+    def counters(self, daemon):
+        with contextlib.suppress(FileNotFoundError):
+            daemon.metrics.unlink()
+        daemon.signal(signal.SIGUSR1)
+        until(daemon.metrics.exists, "counters")
+        rows = [line.rsplit(" ", 1) for line in daemon.metrics.read_text().splitlines()
+                if not line.startswith("#")]
+        return {name: float(value) for name, value in rows}
+
+    def test_counts(self):
+        daemon = self.start()
+        client = self.connect(daemon)
+        for subject in ["work", "deep", "other", "spam", "advert"]:
+            client.deliver(USERS[:2], subject)
+        (daemon.home(USERS[2]) / ".delivery_filter").write_text("this is no script")
+        client.deliver(USERS[2:3], "work")
+        counters = self.counters(daemon)
+        expected = {'quarrow_delivered_total{folder="inbox"}': 3,
+                    'quarrow_delivered_total{folder="other"}': 4,
+                    "quarrow_rejected_total": 2,
+                    "quarrow_discarded_total": 2,
+                    'quarrow_kept_total{reason="no_rule"}': 2,
+                    'quarrow_kept_total{reason="failure"}': 1,
+                    "quarrow_temporary_failures_total": 0,
+                    "quarrow_evaluation_seconds_count": 11}
+        self.assertEqual(expected, {name: counters[name] for name in expected})
+
+    def test_logs_a_line_for_each_delivery_and_nothing_of_its_content(self):
+        daemon = self.start()
+        client = self.connect(daemon)
+        client.deliver(USERS[:1], "work secret", name="\x1b[31mred", body="secret")
+        line = until(lambda: [each for each in daemon.log_text().splitlines() if "user=" in each],
+                     "a line")[0]
+        self.assertRegex(line, r'user=user0@example.org msgid=<\\x1b\[31mred@example.net> '
+                               r'rule=".*" action=fileinto:Work took=\d+ms$')
+        self.assertNotIn("secret", daemon.log_text())
+
+    def test_stays_in_step_with_a_hostile_client(self):
+        daemon = self.start()
+        client = self.connect(daemon)
+        code, text = client.deliver(USERS[:1], "x" * 1048576)[0]
+        self.assertEqual((554, b"5.5.2 "), (code, text[:6]))
+        self.assertEqual(250, client.deliver(USERS[:1], "work \0")[0][0])
+        for length in range(0, 160, 7):
+            with socket.socket(socket.AF_UNIX) as rude:
+                rude.connect(daemon.socket)
+                rude.sendall((f"LHLO x\r\nMAIL FROM:<>\r\nRCPT TO:<{USERS[1]}>\r\nDATA\r\n"
+                              + "x" * 100)[:length].encode())
+        self.assertEqual(250, client.deliver(USERS[:1], "work")[0][0])
+        self.assertEqual([], daemon.messages(USERS[1]))
+
+    def test_listens_on_loopback_when_asked(self):
+        with socket.socket() as probe:
+            probe.bind(("127.0.0.1", 0))
+            port = probe.getsockname()[1]
+        self.start("--listen", f"127.0.0.1:{port}")
+        with smtplib.LMTP("127.0.0.1", port) as client:
+            self.assertEqual(250, client.ehlo("test")[0])
+
+    def test_takes_sockets_and_tells_that_it_is_ready(self):
+        daemon = self.start()
+        path = str(daemon.folder / "activated")
+        notices = str(daemon.folder / "notices")
+        with socket.socket(socket.AF_UNIX) as listener, \
+                socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+            listener.bind(path)
+            listener.listen()
+            manager.bind(notices)
+            os.chmod(notices, 0o666)
+            manager.settimeout(PATIENCE)
+            # the shell puts the socket where it is looked for, and its own number beside it
+            activated = subprocess.Popen(
+                ["/bin/sh", "-c", f"exec 3<&{listener.fileno()}; LISTEN_PID=$$ exec \"$@\"", "sh",
+                 PROGRAM, "--user", unprivileged_user(), "--root", daemon.folder / "root",
+                 "--spool", daemon.folder / "spool"],
+                env={**os.environ, "LISTEN_FDS": "1", "NOTIFY_SOCKET": notices},
+                pass_fds=[listener.fileno()], stderr=subprocess.DEVNULL)
+            self.assertEqual(b"READY=1", manager.recv(100))
+            with Lmtp(path) as client:
+                self.assertEqual(250, client.ehlo("test")[0])
+            activated.terminate()
+            self.assertEqual(b"STOPPING=1", manager.recv(100))
+            self.assertEqual(0, activated.wait(PATIENCE))
+
+    def test_explains_wrong_usage(self):
+        for arguments in [["--workers", "0"], ["--nonsense"], ["stray"], ["--socket-mode", "rw"],
+                          ["--config", "/no/such/file"], ["--log", "paper"]]:
+            done = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True)
+            self.assertEqual(64, done.returncode, arguments)
+            self.assertRegex(done.stderr, "^quarrow-lmtpd: .*; see quarrow-lmtpd --help\n$")
+
+    @unittest.skipUnless(os.geteuid() == 0, "only the superuser is refused")
+    def test_refuses_to_serve_as_the_superuser(self):
+        for arguments in [[], ["--user", "root"]]:
+            done = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True)
+            self.assertEqual(77, done.returncode)
+            self.assertIn("the superuser serves nobody", done.stderr)
+
+    @unittest.skipUnless(os.geteuid() == 0, "only the superuser becomes another")
+    def test_gives_its_rights_up(self):
+        daemon = self.start()
+        entry = pwd.getpwnam("nobody")
+        for process in [daemon.process.pid, *daemon.workers()]:
+            status = pathlib.Path(f"/proc/{process}/status").read_text()
+            self.assertIn("\nUid:\t" + "\t".join([str(entry.pw_uid)] * 4) + "\n", status)
+            self.assertIn("\nGid:\t" + "\t".join([str(entry.pw_gid)] * 4) + "\n", status)
+
+
+if __name__ == "__main__":
+    PROGRAM = os.path.abspath(sys.argv.pop(1))
+    unittest.main()
