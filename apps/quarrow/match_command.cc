@@ -6,8 +6,6 @@
 #include <zvelluser.h>
 
 #include <cerrno>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <memory>
@@ -16,6 +14,7 @@
 #include "apps/quarrow/files.h"
 #include "apps/quarrow/filter_command.h"
 #include "apps/quarrow/match_output.h"
+#include "apps/quarrow/message_evaluator.h"
 #include "apps/quarrow/message_files.h"
 #include "apps/quarrow/progress_bar.h"
 #include "apps/quarrow/report.h"
@@ -25,9 +24,8 @@
 namespace command {
 namespace {
 
-using Quarrow::SieveLog;
-using Quarrow::SieveMatch;
 using Quarrow::SieveMatchResult;
+using Quarrow::Delivery::Evaluation;
 
 struct Options {
   std::string user;
@@ -36,41 +34,8 @@ struct Options {
   bool log = false;
 };
 
-// The evaluation's log on standard error, a line per entry.
-class ErrorStreamLog : public SieveLog {
- public:
-  void Error(const char* format, ...) override __attribute__((format(printf, 2, 3))) {
-    va_list arguments;
-    va_start(arguments, format);
-    write("error", format, arguments);
-    va_end(arguments);
-  }
-  void Warning(const char* format, ...) override __attribute__((format(printf, 2, 3))) {
-    va_list arguments;
-    va_start(arguments, format);
-    write("warning", format, arguments);
-    va_end(arguments);
-  }
-  void SetComponent(const char* name) override { component_ = name; }
-  void Debug(const char* format, ...) override __attribute__((format(printf, 2, 3))) {
-    va_list arguments;
-    va_start(arguments, format);
-    write("debug", format, arguments);
-    va_end(arguments);
-  }
-
- private:
-  void write(const char* level, const char* format, va_list arguments) {
-    char text[4096];  // longer entries are cut
-    (void)std::vsnprintf(text, sizeof text, format, arguments);
-    complain(component_, std::string(level) + ": " + text, EX_OK);
-  }
-
-  std::string component_;
-};
-
-// Says why there is no matcher for the script at `path`.
-int no_matcher(const std::string& user, const std::string& path) {
+// Says why the script at `path` can't be run.
+int no_script(const std::string& user, const std::string& path) {
   if (access(path.c_str(), R_OK) != 0 && errno != ENOENT)
     return complain(path, std::string("can't be read: ") + std::strerror(errno),
                     file_status(errno));
@@ -90,12 +55,12 @@ std::uint64_t total_size(const std::vector<MessageFile>& files) {
   return total;
 }
 
-// One run over all messages, with one matcher.
+// One run over all messages.
 class MatchRun {
  public:
-  MatchRun(const Options& options, SieveMatch& matcher)
+  MatchRun(const Options& options, MessageEvaluator& evaluator)
       : options_(options),
-        matcher_(matcher),
+        evaluator_(evaluator),
         files_(message_files(options.messages, status_)),
         bar_(std::cerr, total_size(files_), ProgressBar::Clock::now()) {}
 
@@ -103,7 +68,7 @@ class MatchRun {
     for (const auto& file : files_) evaluate(file);
     bar_.finish();
     if (!options_.json) print_table();
-    return status_;
+    return all_evaluated_ ? status_ : EX_TEMPFAIL;
   }
 
  private:
@@ -114,19 +79,32 @@ class MatchRun {
       status_ = complain(file.path, fault);
       return;
     }
-    for (const auto& message : messages_in(file.path, contents.bytes()))
-      evaluate(message, contents.time());
+    for (const auto& message : messages_in(file.path, contents)) evaluate(message, contents.time());
   }
 
   void evaluate(const Message& message, std::time_t received) {
-    const auto parsed = MimePart::parse(message.bytes.data(), message.bytes.size());
-    const auto result = matcher_.Match(parsed.get(), message.bytes.size(), received);
+    const Evaluation evaluation = evaluator_.evaluate(message, received);
+    if (evaluation.outcome == Evaluation::Outcome::done)
+      report(message.name, evaluation);
+    else
+      not_evaluated(message.name, evaluation.reason);
+    if (show_bar_) bar_.advance(message.bytes.size(), ProgressBar::Clock::now());
+  }
+
+  void report(const std::string& name, const Evaluation& evaluation) {
+    const auto& result = evaluation.result;
     if (result.error != SieveMatchResult::NONE) status_ = EX_DATAERR;
     tally_.add(result);
-    if (show_bar_) bar_.advance(message.bytes.size(), ProgressBar::Clock::now());
-    std::cout << (options_.json ? result_json(message.name, result)
-                                : result_line(message.name, result))
+    std::cout << (options_.json ? result_json(name, result, evaluation.rule)
+                                : result_line(name, result))
               << '\n';
+  }
+
+  void not_evaluated(const std::string& name, const std::string& reason) {
+    all_evaluated_ = false;
+    tally_.add_not_evaluated();
+    bar_.finish();
+    complain(name, "not evaluated: " + reason, EX_TEMPFAIL);
   }
 
   void print_table() {
@@ -135,8 +113,9 @@ class MatchRun {
   }
 
   const Options& options_;
-  SieveMatch& matcher_;
+  MessageEvaluator& evaluator_;
   int status_ = EX_OK;  // before files_, whose making may set it
+  bool all_evaluated_ = true;
   const std::vector<MessageFile> files_;
   ProgressBar bar_;
   // lines on the terminal show the progress themselves, and a bar would run into them
@@ -148,10 +127,10 @@ int match(const Settings& settings, const Options& options) {
   const EmailAddress address = user_address(options.user);
   if (address.isNull()) return EX_NOUSER;
   mailuser_set_root(settings.root);
-  SieveLog* const log = options.log ? new ErrorStreamLog : nullptr;  // the matcher's from here on
-  const std::unique_ptr<SieveMatch> matcher(SieveMatch::Create(address, log));
-  if (!matcher) return no_matcher(options.user, rules_script(address.address()));
-  return MatchRun(options, *matcher).run();
+  const std::string script = rules_script(address.address());
+  const auto evaluator = options.log ? logged_evaluator(script) : isolated_evaluator(script);
+  if (!evaluator) return no_script(options.user, script);
+  return MatchRun(options, *evaluator).run();
 }
 
 }  // namespace
@@ -164,7 +143,9 @@ Run declare_match(CLI::App& app) {
       ->type_name("")
       ->required();
   app.add_flag("--json", options->json, "One JSON object a line, and no table");
-  app.add_flag("--log", options->log, "Write the interpreter's log to standard error");
+  app.add_flag("--log", options->log,
+               "Evaluate in this process, unprotected, and write the interpreter's log to standard "
+               "error");
   return [options](const Settings& settings) { return match(settings, *options); };
 }
 

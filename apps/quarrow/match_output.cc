@@ -36,13 +36,15 @@ std::string result_line(const std::string& name, const SieveMatchResult& result)
   return printable(name) + '\t' + printable(text.str());
 }
 
-std::string result_json(const std::string& name, const SieveMatchResult& result) {
+std::string result_json(const std::string& name, const SieveMatchResult& result,
+                        const std::string& rule) {
   ordered_json out = {{"message", name}};
   if (result.error != SieveMatchResult::NONE) {
     out["error"] = error_words[result.error];
   } else {
     out["actions"] = ordered_json::array();
     for (const auto& action : result.actions) out["actions"].push_back(to_json(action));
+    if (!rule.empty()) out["rule"] = rule;
   }
   return out.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }

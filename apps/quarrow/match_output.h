@@ -11,9 +11,11 @@ namespace command {
 // The message's name, a tab and the result's text, control characters escaped, without a line end.
 std::string result_line(const std::string& name, const Quarrow::SieveMatchResult& result);
 
-// {"message": ..., "actions": [{"action": "fileinto", "mailbox": ...}, ...]} or {"message": ...,
-// "error": ...}, on one line without its end. Bytes that are no UTF-8 become U+FFFD.
-std::string result_json(const std::string& name, const Quarrow::SieveMatchResult& result);
+// {"message": ..., "actions": [{"action": "fileinto", "mailbox": ...}, ...], "rule": ...}, without
+// "rule" when that is empty, or {"message": ..., "error": ...}, on one line without its end. `rule`
+// is the name of the filter that decided. Bytes that are no UTF-8 become U+FFFD.
+std::string result_json(const std::string& name, const Quarrow::SieveMatchResult& result,
+                        const std::string& rule);
 
 }  // namespace command
 

@@ -31,8 +31,8 @@ TEST(ResultLine, EscapesControlCharacters) {
 
 TEST(ResultJson, ListsActions) {
   EXPECT_EQ(R"({"message":"a\tb","actions":[{"action":"fileinto","mailbox":"Work"}]})",
-            result_json("a\tb", filed("Work")));
-  EXPECT_EQ(R"({"message":"a","actions":[]})", result_json("a", SieveMatchResult()));
+            result_json("a\tb", filed("Work"), ""));
+  EXPECT_EQ(R"({"message":"a","actions":[]})", result_json("a", SieveMatchResult(), ""));
 }
 
 TEST(ResultJson, GivesTheReasonOfARejection) {
@@ -42,18 +42,23 @@ TEST(ResultJson, GivesTheReasonOfARejection) {
   SieveMatchResult result;
   result.add_action(reject);
   EXPECT_EQ(R"({"message":"a","actions":[{"action":"reject","reason":"no \"more\""}]})",
-            result_json("a", result));
+            result_json("a", result, ""));
+}
+
+TEST(ResultJson, NamesTheRuleThatDecided) {
+  EXPECT_EQ(R"({"message":"a","actions":[],"rule":"say \"no\""})",
+            result_json("a", SieveMatchResult(), "say \"no\""));
 }
 
 TEST(ResultJson, GivesOnlyTheErrorOfAFailedEvaluation) {
   SieveMatchResult result = filed("Work");
   result.error = SieveMatchResult::PARSE_ADDRESS;
-  EXPECT_EQ(R"({"message":"a","error":"parse_address"})", result_json("a", result));
+  EXPECT_EQ(R"({"message":"a","error":"parse_address"})", result_json("a", result, "Work"));
 }
 
 TEST(ResultJson, ReplacesWhatIsNoUtf8) {
   EXPECT_EQ("{\"message\":\"caf\xEF\xBF\xBD\",\"actions\":[]}",
-            result_json("caf\xE9", SieveMatchResult()));
+            result_json("caf\xE9", SieveMatchResult(), ""));
 }
 
 }  // namespace

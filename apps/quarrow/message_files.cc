@@ -14,7 +14,6 @@
 #include <filesystem>
 
 #include "apps/quarrow/report.h"
-#include "system/descriptor.h"
 
 namespace command {
 namespace {
@@ -88,15 +87,15 @@ FileContents::~FileContents() {
 }
 
 Fault FileContents::open(const std::string& path) {
-  const Quarrow::Descriptor file(open_for_reading(path));
+  const int file = file_.emplace(open_for_reading(path)).get();
   struct stat found;
-  if (file.get() < 0 || fstat(file.get(), &found) != 0) return cannot_read(errno);
+  if (file < 0 || fstat(file, &found) != 0) return cannot_read(errno);
   const bool mappable = S_ISREG(found.st_mode) && !is_standard_input(path);
   time_ = mappable ? found.st_mtime : std::time(nullptr);
-  if (!mappable) return read_all(file.get());
+  if (!mappable) return read_all(file);
   if (found.st_size == 0) return {"an empty file, no message", EX_DATAERR};
   const auto size = static_cast<std::size_t>(found.st_size);
-  void* const mapping = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.get(), 0);
+  void* const mapping = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file, 0);
   if (mapping == MAP_FAILED) return cannot_read(errno);
   mapping_ = mapping;
   bytes_ = {static_cast<const char*>(mapping), size};
@@ -118,13 +117,14 @@ Fault FileContents::read_all(int descriptor) {
   return {};
 }
 
-std::vector<Message> messages_in(const std::string& path, std::string_view bytes) {
+std::vector<Message> messages_in(const std::string& path, const FileContents& contents) {
+  const std::string_view bytes = contents.bytes();
   const auto spans = mbox_messages(bytes.data(), bytes.size());
-  if (spans.empty()) return {{path, bytes}};
+  if (spans.empty()) return {{path, bytes, contents.file()}};
   std::vector<Message> messages;
   for (const auto& span : spans)
-    messages.push_back(
-        {path + '#' + std::to_string(messages.size() + 1), bytes.substr(span.offset, span.length)});
+    messages.push_back({path + '#' + std::to_string(messages.size() + 1),
+                        bytes.substr(span.offset, span.length), -1});
   return messages;
 }
 

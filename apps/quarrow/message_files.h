@@ -5,11 +5,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "apps/quarrow/report.h"
+#include "system/descriptor.h"
 
 namespace command {
 
@@ -38,27 +40,32 @@ class FileContents {
 
   std::string_view bytes() const { return bytes_; }
 
+  // The file that holds just these bytes, from its start; negative for what is read from a stream.
+  int file() const { return mapping_ != nullptr ? file_->get() : -1; }
+
   // When the file was last changed; now for standard input.
   std::time_t time() const { return time_; }
 
  private:
   Fault read_all(int descriptor);
 
+  std::optional<Quarrow::Descriptor> file_;
   std::string_view bytes_;
   std::time_t time_ = 0;
   void* mapping_ = nullptr;
   std::string buffer_;
 };
 
-// A message within a file's contents.
+// A message within a file's contents, which must outlive it.
 struct Message {
   std::string name;  // the file's path, with "#1" and so on for the messages of an mbox file
   std::string_view bytes;
+  int file = -1;  // that holds the message and nothing else; negative when there is none
 };
 
-// The messages in `bytes`, the contents of the file at `path`: those of an mbox file, which begins
+// The messages in `contents`, those of the file at `path`: the ones of an mbox file, which begins
 // with a "From " line, or one.
-std::vector<Message> messages_in(const std::string& path, std::string_view bytes);
+std::vector<Message> messages_in(const std::string& path, const FileContents& contents);
 
 }  // namespace command
 

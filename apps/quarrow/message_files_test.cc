@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sysexits.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <string>
 
 #include "tests/support/temporary_folder.h"
@@ -54,6 +56,18 @@ TEST(FileContents, AreThoseOfTheFile) {
   EXPECT_EQ(found.st_mtime, contents.time());
 }
 
+TEST(FileContents, OfAStreamAreInNoFile) {
+  int ends[2] = {-1, -1};
+  ASSERT_EQ(0, pipe(ends));
+  const Quarrow::Descriptor reader(ends[0]);
+  ASSERT_EQ(1, write(ends[1], "x", 1));
+  ASSERT_EQ(0, close(ends[1]));
+  FileContents contents;
+  ASSERT_FALSE(contents.open("/proc/self/fd/" + std::to_string(reader.get())));
+  EXPECT_EQ("x", contents.bytes());
+  EXPECT_GT(0, contents.file());
+}
+
 TEST(FileContents, RefuseAnEmptyAndAMissingFile) {
   const TemporaryFolder folder;
   FileContents empty;
@@ -63,23 +77,34 @@ TEST(FileContents, RefuseAnEmptyAndAMissingFile) {
 }
 
 TEST(MessagesIn, TakesTheMessagesOfAnMboxApart) {
-  const std::string mbox =
-      "From a@example.org Mon May  4 09:30:00 2026\nSubject: a\n\nText\n\n"
-      "From b@example.org Mon May  4 09:31:00 2026\nSubject: b\n\nText\n";
+  const TemporaryFolder folder;
+  FileContents mbox;
+  ASSERT_FALSE(
+      mbox.open(folder.write("mbox",
+                             "From a@example.org Mon May  4 09:30:00 2026\nSubject: a\n\nText\n\n"
+                             "From b@example.org Mon May  4 09:31:00 2026\nSubject: b\n\nText\n")));
   const auto messages = messages_in("x", mbox);
   ASSERT_EQ(2U, messages.size());
   EXPECT_EQ("x#1", messages[0].name);
   EXPECT_EQ("Subject: a\n\nText\n", messages[0].bytes);
   EXPECT_EQ("x#2", messages[1].name);
   EXPECT_EQ("Subject: b\n\nText\n", messages[1].bytes);
+  for (const auto& message : messages) EXPECT_GT(0, message.file) << message.name;
 }
 
 TEST(MessagesIn, TakesAnythingElseAsOneMessage) {
+  const TemporaryFolder folder;
   for (const char* text : {"Subject: a\n\nText\n", "From the start\n", "From ", "x"}) {
-    const auto messages = messages_in("x", text);
+    FileContents contents;
+    ASSERT_FALSE(contents.open(folder.write("a.eml", text)));
+    const auto messages = messages_in("x", contents);
     ASSERT_EQ(1U, messages.size()) << "text: " << text;
     EXPECT_EQ("x", messages[0].name);
     EXPECT_EQ(text, messages[0].bytes);
+    std::string in_file(messages[0].bytes.size() + 1, '\0');
+    in_file.resize(static_cast<std::size_t>(
+        std::max<ssize_t>(0, pread(messages[0].file, in_file.data(), in_file.size(), 0))));
+    EXPECT_EQ(text, in_file);
   }
 }
 

@@ -40,6 +40,11 @@ void Tally::add(const SieveMatchResult& result) {
   discarded_ += has(result, SieveAction::DISCARD);
 }
 
+void Tally::add_not_evaluated() {
+  ++messages_;
+  ++not_evaluated_;
+}
+
 void Tally::print(std::ostream& out) const {
   // no place gets more than all messages
   const int width = static_cast<int>(std::to_string(messages_).size());
@@ -49,6 +54,7 @@ void Tally::print(std::ostream& out) const {
   print_row(out, width, rejected_, "rejected");
   print_row(out, width, discarded_, "discarded");
   print_row(out, width, errors_, "error");
+  print_row(out, width, not_evaluated_, "not evaluated");
   out << std::setw(width) << messages_ << (messages_ == 1 ? "  message\n" : "  messages\n");
 }
 

@@ -16,8 +16,11 @@ class Tally {
   // Counts a message once for each place that it goes to. Without any action it is kept.
   void add(const Quarrow::SieveMatchResult& result);
 
+  // Counts a message for which there is no result.
+  void add_not_evaluated();
+
   // Writes a line for each folder in byte order, then one each for what is kept, rejected,
-  // discarded or an error, as far as there are any, and the number of messages.
+  // discarded, an error or not evaluated, as far as there are any, and the number of messages.
   void print(std::ostream& out) const;
 
  private:
@@ -26,6 +29,7 @@ class Tally {
   std::uint64_t rejected_ = 0;
   std::uint64_t discarded_ = 0;
   std::uint64_t errors_ = 0;
+  std::uint64_t not_evaluated_ = 0;
   std::uint64_t messages_ = 0;
 };
 

@@ -63,6 +63,15 @@ TEST(Tally, CountsAnErrorAsNothingElse) {
   EXPECT_EQ("1  error\n1  message\n", table({failed}));
 }
 
+TEST(Tally, CountsWhatWasNotEvaluatedAsAMessage) {
+  Tally tally;
+  tally.add(result({}));
+  tally.add_not_evaluated();
+  std::ostringstream out;
+  tally.print(out);
+  EXPECT_EQ("1  kept\n1  not evaluated\n2  messages\n", out.str());
+}
+
 TEST(Tally, EscapesFolderNames) {
   EXPECT_EQ("1  folder a\\nb\n1  message\n",
             table({result({action(SieveAction::FILEINTO, "a\nb")})}));

@@ -84,8 +84,11 @@ def add_rules(command):
         command.run("filter", "add", USER, "--name", rule.name, "--" + rule.relation, *options)
 
 
-def expected_result(rule):
-    return rules.results(rule) if rule else []
+def expected_line(name, deciding):
+    rule = deciding[name]
+    if not rule:
+        return {"message": name, "actions": []}
+    return {"message": name, "actions": rules.results(rule), "rule": rule.name}
 
 
 def faults_in(lines, messages, deciding):
@@ -95,10 +98,9 @@ def faults_in(lines, messages, deciding):
         if seen[name] != 1 or name not in messages:
             yield f"{name}: {seen[name]} results"
     for line in lines:
-        name, result = line["message"], line.get("actions", line.get("error"))
-        if name in messages and result != expected_result(deciding[name]):
-            rule = deciding[name].name if deciding[name] else "no rule"
-            yield f"{name}: expected \"{rule}\", but the result is {json.dumps(result)}"
+        if line["message"] in messages and line != expected_line(line["message"], deciding):
+            rule = deciding[line["message"]]
+            yield f"expected \"{rule.name if rule else 'no rule'}\", but got {json.dumps(line)}"
 
 
 def decided(deciding):
