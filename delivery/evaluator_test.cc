@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "delivery/evaluation_fixture.h"
+#include "delivery/helper_process.h"
 #include "tests/support/rules.h"
 
 namespace Quarrow {
@@ -135,6 +136,33 @@ TEST_F(EvaluatorTest, DecodesCharsetsAsMatchDoes) {
                                "\" { fileinto \"Same\"; }";
     const Evaluation got = evaluate(evaluator, script, std::string("Subject: ") + word + "\n\n");
     EXPECT_EQ("MatchResult [action=FILEINTO:Same]", text_of(got.result)) << word << got.reason;
+  }
+}
+
+// A process that is made for one message loads what that one needs, and no test before this one may
+// have loaded more: each runs in a process of its own.
+TEST_F(EvaluatorTest, IsPreparedForTheOneMessageOfItsProcess) {
+  const struct {
+    std::string subject;
+    std::string word;
+  } cases[] = {{"an offer", "offer"},
+               {"=?utf-8?q?caf=C3=A9?=", "caf\xc3\xa9"},
+               {"=?koi8-r?q?=D0=D2?=", "\xd0\xbf\xd1\x80"},
+               {"raw \xe4", "raw \xc3\xa4"}};
+  for (const auto& c : cases) {
+    const std::string message = "Subject: " + c.subject + "\n\n=?big5?q?not a header?= \xff\n";
+    const std::string script = "require [\"fileinto\"]; if header :contains \"subject\" \"" +
+                               c.word + "\" { fileinto \"Same\"; }";
+    const pid_t child = fork();
+    if (child == 0) {
+      prepare_for_message(message);
+      Evaluator evaluator;
+      const std::string got = text_of(evaluate(evaluator, script, message).result);
+      _exit(got == "MatchResult [action=FILEINTO:Same]" ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, status) << c.subject;
   }
 }
 

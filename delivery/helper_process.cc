@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <iconv.h>
+#include <strings.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -13,6 +14,8 @@
 #include <ctime>
 #include <deque>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "delivery/memory_file.h"
 #include "delivery/read_at.h"
@@ -28,36 +31,39 @@ constexpr int helper_socket = 3;  // behind the standard descriptors
 
 // The charsets that mail is written in. What is not here can't be decoded by a helper, unless the C
 // library has it built in (ASCII, UTF-8, UTF-16, UTF-32).
-const char* const charsets[] = {"ISO-8859-1",  "ISO-8859-2",
-                                "ISO-8859-3",  "ISO-8859-4",
-                                "ISO-8859-5",  "ISO-8859-6",
-                                "ISO-8859-7",  "ISO-8859-8",
-                                "ISO-8859-9",  "ISO-8859-10",
-                                "ISO-8859-11", "ISO-8859-13",
-                                "ISO-8859-14", "ISO-8859-15",
-                                "ISO-8859-16", "CP1250",
-                                "CP1251",      "CP1252",
-                                "CP1253",      "CP1254",
-                                "CP1255",      "CP1256",
-                                "CP1257",      "CP1258",
-                                "CP437",       "CP850",
-                                "CP852",       "CP866",
-                                "CP874",       "CP932",
-                                "CP949",       "KOI8-R",
-                                "KOI8-U",      "KOI8-T",
-                                "MACINTOSH",   "MAC-CYRILLIC",
-                                "TIS-620",     "GB2312",
-                                "GBK",         "GB18030",
-                                "HZ",          "BIG5",
-                                "BIG5-HKSCS",  "EUC-TW",
-                                "EUC-JP",      "SHIFT_JIS",
-                                "ISO-2022-JP", "ISO-2022-JP-2",
-                                "EUC-KR",      "ISO-2022-KR",
-                                "ISO-2022-CN", "JOHAB",
-                                "UHC",         "TCVN",
-                                "VISCII",      "ARMSCII-8",
-                                "GEORGIAN-PS", "GEORGIAN-ACADEMY",
-                                "UTF-7",       "RK1048"};
+const std::vector<const char*> charsets = {"ISO-8859-1",  "ISO-8859-2",
+                                           "ISO-8859-3",  "ISO-8859-4",
+                                           "ISO-8859-5",  "ISO-8859-6",
+                                           "ISO-8859-7",  "ISO-8859-8",
+                                           "ISO-8859-9",  "ISO-8859-10",
+                                           "ISO-8859-11", "ISO-8859-13",
+                                           "ISO-8859-14", "ISO-8859-15",
+                                           "ISO-8859-16", "CP1250",
+                                           "CP1251",      "CP1252",
+                                           "CP1253",      "CP1254",
+                                           "CP1255",      "CP1256",
+                                           "CP1257",      "CP1258",
+                                           "CP437",       "CP850",
+                                           "CP852",       "CP866",
+                                           "CP874",       "CP932",
+                                           "CP949",       "KOI8-R",
+                                           "KOI8-U",      "KOI8-T",
+                                           "MACINTOSH",   "MAC-CYRILLIC",
+                                           "TIS-620",     "GB2312",
+                                           "GBK",         "GB18030",
+                                           "HZ",          "BIG5",
+                                           "BIG5-HKSCS",  "EUC-TW",
+                                           "EUC-JP",      "SHIFT_JIS",
+                                           "ISO-2022-JP", "ISO-2022-JP-2",
+                                           "EUC-KR",      "ISO-2022-KR",
+                                           "ISO-2022-CN", "JOHAB",
+                                           "UHC",         "TCVN",
+                                           "VISCII",      "ARMSCII-8",
+                                           "GEORGIAN-PS", "GEORGIAN-ACADEMY",
+                                           "UTF-7",       "RK1048"};
+
+// What text is taken to be that is not in the charset it claims.
+const std::vector<const char*> fallback_charsets = {"ISO-8859-1", "CP1252"};
 
 class Converter {
  public:
@@ -73,12 +79,31 @@ class Converter {
 };
 
 // The converters stay open: the C library unloads the code of those that are not used.
-void load_charsets() {
+void load_charset(const char* charset) {
   static std::deque<Converter> converters;
-  for (const char* charset : charsets) {
-    converters.emplace_back(charset);
-    (void)stringToUtf8("=?" + std::string(charset) + "?q?=41=C4?=", nullptr);
+  converters.emplace_back(charset);
+  (void)stringToUtf8("=?" + std::string(charset) + "?q?=41=C4?=", nullptr);
+}
+
+// Up to its first empty line.
+std::string_view header_of(std::string_view message) {
+  const std::size_t end = std::min(message.find("\n\n"), message.find("\n\r\n"));
+  return message.substr(0, end);
+}
+
+// Whether a header has nothing but ASCII, with encoded words in ASCII and UTF-8 at most (RFC 2047).
+bool is_without_charsets(std::string_view header) {
+  if (std::any_of(header.begin(), header.end(), [](char c) { return (c & 0x80) != 0; }))
+    return false;
+  for (std::size_t at = 0; (at = header.find("=?", at)) != header.npos; at += 2) {
+    const char* const name = header.data() + at + 2;
+    const std::size_t left = header.size() - at - 2;
+    if ((left < 6 || strncasecmp(name, "utf-8?", 6) != 0) &&
+        (left < 9 || strncasecmp(name, "us-ascii?", 9) != 0)) {
+      return false;
+    }
   }
+  return true;
 }
 
 // The first evaluation sets up what later ones use, the shape of our scripts among it.
@@ -86,6 +111,16 @@ void evaluate_once() {
   const MemoryFile script;
   const MemoryFile message;
   (void)ScriptRunner(script, 1).run("keep;", message.fd(), 0, 0);
+}
+
+// Only the first call does something.
+void prepare_with(const std::vector<const char*>& names) {
+  static bool prepared = false;
+  if (prepared) return;
+  prepared = true;
+  tzset();
+  for (const char* name : names) load_charset(name);
+  evaluate_once();
 }
 
 bool use_dev_null() {
@@ -163,14 +198,11 @@ void serve(int statm, ScriptRunner& runner) {
 
 }  // namespace
 
-void prepare_for_helpers() {
-  static const bool prepared = [] {
-    tzset();
-    load_charsets();
-    evaluate_once();
-    return true;
-  }();
-  (void)prepared;  // nothing to ask of it: what can't be loaded now is missing in every helper
+void prepare_for_helpers() { prepare_with(charsets); }
+
+void prepare_for_message(std::string_view message) {
+  if (!is_without_charsets(header_of(message))) return prepare_for_helpers();
+  prepare_with(fallback_charsets);
 }
 
 pid_t start_helper(int socket, const EvaluatorLimits& limits) {

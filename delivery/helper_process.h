@@ -4,6 +4,8 @@
 
 #include <sys/types.h>
 
+#include <string_view>
+
 #include "delivery/evaluator.h"
 
 namespace Quarrow {
@@ -15,6 +17,10 @@ constexpr int not_confined = 70;  // EX_SOFTWARE of sysexits(3)
 // Loads what a confined process can't load any more: charset converters, the time zone, whatever a
 // first evaluation sets up. Once a process, before helpers are forked, which inherit it.
 void prepare_for_helpers();
+
+// The same for a process that evaluates one message only, before its Evaluator is made: what the
+// message's header can't need is not loaded, which would take most of such a process's time.
+void prepare_for_message(std::string_view message);
 
 // Forks a helper that answers requests on `socket` (see wire.h) until the other end is closed or
 // this process ends. Its id, or -1. Of this process's descriptors the helper keeps only `socket`.

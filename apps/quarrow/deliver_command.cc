@@ -24,6 +24,7 @@
 #include "apps/quarrow/report.h"
 #include "apps/quarrow/trace_headers.h"
 #include "delivery/evaluator.h"
+#include "delivery/helper_process.h"
 #include "delivery/mailbox_delivery.h"
 #include "delivery/maildir_store.h"
 
@@ -159,6 +160,7 @@ int deliver_to(const Options& options, const std::string& user, const std::strin
   const Trace trace = trace_of(spool.bytes(), envelope);
   if (trace.loop)
     return refuse("5.4.6", "mail loop: delivered to " + envelope.recipient + " before", EX_NOPERM);
+  Quarrow::Delivery::prepare_for_message(spool.bytes());
   Evaluator evaluator;
   const auto evaluate = [&evaluator](int message, std::uint64_t size, std::time_t received,
                                      const std::string& script) {
