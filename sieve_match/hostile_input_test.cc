@@ -61,7 +61,6 @@ class HostileHeaders : public testing::Test {
  protected:
   // Runs one matcher over the hostile value and an ordinary message behind it, then another one.
   void expect_harmless(const HostileHeader& header) {
-    LogRecord record;
     const auto matcher = matcher_of(address_script);
     EXPECT_EQ(header.want, text_of(outcome(*matcher, "X-From: " + header.value + "\n\n")))
         << header.name;

@@ -13,6 +13,7 @@ namespace {
 bool no_context = false;
 bool no_callbacks = false;
 bool no_script_buffer = false;
+sieve2_values_t first_registered = SIEVE2_VALUE_FIRST;
 }  // namespace
 
 extern "C" {
@@ -25,6 +26,7 @@ int __wrap_sieve2_alloc(sieve2_context_t** context) {
 }
 
 int __wrap_sieve2_callbacks(sieve2_context_t* context, sieve2_callback_t* callbacks) {
+  first_registered = callbacks->value;
   return no_callbacks ? SIEVE2_ERROR_UNSUPPORTED : __real_sieve2_callbacks(context, callbacks);
 }
 
@@ -86,6 +88,15 @@ TEST_F(SetUpFailure, WithoutAContextThereAreNoHeaderProcedures) {
 TEST_F(SetUpFailure, NoneIsLoggedWithoutALog) {
   no_context = true;
   EXPECT_EQ(nullptr, matcher_of("keep;"));
+}
+
+// Seen here because registering is: the trace doubles the time of a run.
+TEST(SetUp, AsksForTheTraceOnlyWithALog) {
+  LogRecord record;
+  const auto logging = matcher_of("keep;", new RecordingLog(record));
+  EXPECT_EQ(SIEVE2_DEBUG_TRACE, first_registered);
+  const auto silent = matcher_of("keep;");
+  EXPECT_EQ(SIEVE2_ERRCALL_PARSE, first_registered);
 }
 
 TEST_F(SetUpFailure, ARunThatGetsNoContextFails) {
