@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "base.h"
+#include "system/loaded_library.h"
 
 namespace {
 
@@ -21,13 +22,33 @@ constexpr char schema[] =
     "  id INTEGER PRIMARY KEY CHECK (id = 1),"  // one row, no more
     "  capacity_grade INTEGER NOT NULL CHECK (capacity_grade BETWEEN 0 AND 4294967295));";
 
+// What is used of SQLite.
+struct Functions {
+  const Quarrow::LoadedLibrary library{"libsqlite3.so.0"};
+  decltype(&sqlite3_busy_timeout) const busy_timeout = library["sqlite3_busy_timeout"];
+  decltype(&sqlite3_close) const close = library["sqlite3_close"];
+  decltype(&sqlite3_column_text) const column_text = library["sqlite3_column_text"];
+  decltype(&sqlite3_errmsg) const errmsg = library["sqlite3_errmsg"];
+  decltype(&sqlite3_exec) const exec = library["sqlite3_exec"];
+  decltype(&sqlite3_finalize) const finalize = library["sqlite3_finalize"];
+  decltype(&sqlite3_open_v2) const open_v2 = library["sqlite3_open_v2"];
+  decltype(&sqlite3_prepare_v2) const prepare_v2 = library["sqlite3_prepare_v2"];
+  decltype(&sqlite3_step) const step = library["sqlite3_step"];
+};
+
+// Throws std::runtime_error when SQLite is not there.
+const Functions& sqlite() {
+  static const Functions functions;
+  return functions;
+}
+
 struct DatabaseClose {
-  void operator()(sqlite3* database) const { (void)sqlite3_close(database); }
+  void operator()(sqlite3* database) const { (void)sqlite().close(database); }
 };
 using Database = std::unique_ptr<sqlite3, DatabaseClose>;
 
 struct StatementFinish {
-  void operator()(sqlite3_stmt* statement) const { (void)sqlite3_finalize(statement); }
+  void operator()(sqlite3_stmt* statement) const { (void)sqlite().finalize(statement); }
 };
 using Statement = std::unique_ptr<sqlite3_stmt, StatementFinish>;
 
@@ -61,17 +82,17 @@ class Draft {
 std::string system_error() { return std::strerror(errno); }
 
 std::string execute(sqlite3* database, const std::string& sql) {
-  const int result = sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr);
-  return result == SQLITE_OK ? std::string() : sqlite3_errmsg(database);
+  const int result = sqlite().exec(database, sql.c_str(), nullptr, nullptr, nullptr);
+  return result == SQLITE_OK ? std::string() : sqlite().errmsg(database);
 }
 
 std::string open_database(const std::string& file, int flags, Database* database) {
   sqlite3* opened = nullptr;
-  const int result = sqlite3_open_v2(file.c_str(), &opened, flags, nullptr);
+  const int result = sqlite().open_v2(file.c_str(), &opened, flags, nullptr);
   database->reset(opened);  // there is one even after a failure, as a rule
   if (!opened) return "no memory";
-  if (result != SQLITE_OK) return sqlite3_errmsg(opened);
-  (void)sqlite3_busy_timeout(opened, busy_milliseconds);
+  if (result != SQLITE_OK) return sqlite().errmsg(opened);
+  (void)sqlite().busy_timeout(opened, busy_milliseconds);
   return {};
 }
 
@@ -86,14 +107,14 @@ std::string check_regular(const std::string& file) {
 // The first row of a query: its first column as text; `error` is set when there is none.
 std::string query(sqlite3* database, const char* sql, std::string* error) {
   sqlite3_stmt* prepared = nullptr;
-  const int result = sqlite3_prepare_v2(database, sql, -1, &prepared, nullptr);
+  const int result = sqlite().prepare_v2(database, sql, -1, &prepared, nullptr);
   const Statement statement(prepared);
-  const int step = result == SQLITE_OK ? sqlite3_step(prepared) : result;
+  const int step = result == SQLITE_OK ? sqlite().step(prepared) : result;
   if (step != SQLITE_ROW) {
-    *error = step == SQLITE_DONE ? "no settings within their range" : sqlite3_errmsg(database);
+    *error = step == SQLITE_DONE ? "no settings within their range" : sqlite().errmsg(database);
     return {};
   }
-  const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(prepared, 0));
+  const auto* text = reinterpret_cast<const char*>(sqlite().column_text(prepared, 0));
   return text ? text : "";
 }
 
