@@ -28,7 +28,6 @@ endif()
 
 # The include folders and libraries that everything on the exported interface needs.
 function(quarrow_public_interface target)
-  get_target_property(type ${target} TYPE)
   target_include_directories(${target} PUBLIC
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
     "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
