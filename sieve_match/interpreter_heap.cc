@@ -96,7 +96,8 @@ class Heap {
     if (block == nullptr) return nullptr;
     block->in_use = 1;
     in_use_ += block->capacity;
-    return std::memset(block + 1, 0, block->capacity);
+    clean(block);
+    return block + 1;
   }
 
   void* resize(void* old, std::size_t size) {
@@ -141,7 +142,17 @@ class Heap {
     void* pages = mmap(nullptr, arena_size, PROT_READ | PROT_WRITE,
                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (pages == MAP_FAILED) return;  // sieve2_alloc gets no memory then, and says so
-    arena_ = end_ = static_cast<char*>(pages);
+    arena_ = end_ = untouched_ = static_cast<char*>(pages);
+  }
+
+  // What was never handed out is zero as the kernel gives it, and takes no memory until it is used.
+  void clean(Block* block) {
+    char* const data = reinterpret_cast<char*>(block + 1);
+    char* const end = data + block->capacity;
+    if (data < untouched_) {
+      std::memset(data, 0, static_cast<std::size_t>(std::min(end, untouched_) - data));
+    }
+    untouched_ = std::max(untouched_, end);
   }
 
   Block* recycled(const SizeClass& wanted) {
@@ -172,7 +183,8 @@ class Heap {
   }
 
   char* arena_ = nullptr;
-  char* end_ = nullptr;  // of what has been handed out so far
+  char* end_ = nullptr;        // of what has been handed out so far
+  char* untouched_ = nullptr;  // behind what was ever handed out
   std::size_t in_use_ = 0;
   std::array<FreeBlock*, class_count> free_{};
   bool task_runs_ = false;

@@ -1,6 +1,8 @@
 #include "sieve_match/interpreter_heap.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -45,6 +47,23 @@ TEST_F(InterpreterHeap, HandsOutCleanAlignedBlocksWithRoomBehind) {
     close();
     open();
   }
+}
+
+bool is_in_memory(const char* page) {
+  unsigned char state = 0;
+  return mincore(const_cast<char*>(page), 1, &state) == 0 && (state & 1) != 0;
+}
+
+TEST_F(InterpreterHeap, ANewBlockTakesMemoryWhereItIsUsed) {
+  constexpr std::size_t size = 40 << 20;  // more than any test before it
+  char* const block = static_cast<char*>(quarrow_heap_malloc(size));
+  ASSERT_NE(nullptr, block);
+  const auto page_size = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  char* const middle = block + size / 2;
+  char* const page = middle + page_size - reinterpret_cast<std::uintptr_t>(middle) % page_size;
+  EXPECT_FALSE(is_in_memory(page));
+  *page = 'x';
+  EXPECT_TRUE(is_in_memory(page));
 }
 
 TEST_F(InterpreterHeap, NoBlockReachesIntoAnother) {
