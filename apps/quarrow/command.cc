@@ -1,25 +1,21 @@
 // Tables of subcommands.
 #include "apps/quarrow/command.h"
 
-#include <sysexits.h>
-
-#include <utility>
+#include <memory>
 
 namespace command {
 
 Run declare_commands(CLI::App& app, const std::vector<Command>& table) {
   app.require_subcommand(1);
-  std::vector<std::pair<CLI::App*, Run>> commands;
+  const auto run = std::make_shared<Run>();
   for (const auto& row : table) {
     CLI::App* const sub = app.add_subcommand(row.name, row.summary);
     sub->footer(std::string("Example:\n  ") + row.example);
-    commands.emplace_back(sub, row.declare(*sub));
+    // Only the options of the command that is given are made: a mail server starts us per message.
+    sub->preparse_callback(
+        [sub, run, declare = row.declare](std::size_t) { *run = declare(*sub); });
   }
-  return [commands](const Settings& settings) {
-    for (const auto& [sub, run] : commands)
-      if (sub->parsed()) return run(settings);
-    return EX_USAGE;
-  };
+  return [run](const Settings& settings) { return (*run)(settings); };
 }
 
 std::string configuration_file(const std::string& root) { return root + "/quarrow.sqlite"; }

@@ -165,6 +165,7 @@ int deliver_to(const Options& options, const std::string& user, const std::strin
   const auto evaluate = [&evaluator](int message, std::uint64_t size, std::time_t received,
                                      const std::string& script) {
     auto evaluation = evaluator.evaluate(message, size, received, script);
+    evaluator.dismiss();
     put_off_requests();
     return evaluation;
   };

@@ -8,6 +8,7 @@
 #include <unistd.h>
 #include <zvellparser.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -16,19 +17,17 @@ namespace command {
 namespace {
 
 constexpr std::size_t most_in_memory = std::size_t{4} << 20;
-constexpr std::size_t block = 65536;
 
 Fault fault(const std::string& what) { return {what + ": " + std::strerror(errno), EX_TEMPFAIL}; }
 
-// Reads at most `size` bytes behind `text`. 0 at the end of `input`, negative on failure.
-ssize_t append_from(int input, std::size_t size, std::string& text) {
-  const std::size_t before = text.size();
-  text.resize(before + size);
+// Reads a block at most, behind `text`. 0 at the end of `input`, negative on failure.
+ssize_t append_from(int input, std::string& text) {
+  std::array<char, 65536> block;  // what a pipe holds
   ssize_t got = 0;
   do {
-    got = read(input, &text[before], size);
+    got = read(input, block.data(), block.size());
   } while (got < 0 && errno == EINTR);
-  text.resize(before + (got > 0 ? static_cast<std::size_t>(got) : 0));
+  if (got > 0) text.append(block.data(), static_cast<std::size_t>(got));
   return got;
 }
 
@@ -68,14 +67,14 @@ MessageSpool::~MessageSpool() {
 Fault MessageSpool::read(int input) {
   std::string text;
   ssize_t got = 1;
-  while (got > 0 && text.size() < most_in_memory) got = append_from(input, block, text);
+  while (got > 0 && text.size() < most_in_memory) got = append_from(input, text);
   if (got < 0) return fault("can't be read");
   const Quarrow::Descriptor file(open_nameless(got == 0));
   if (file.get() < 0 || !write_all(file.get(), without_separator(text)))
     return fault("can't be kept");
   while (got > 0) {
     text.clear();
-    got = append_from(input, block, text);
+    got = append_from(input, text);
     if (got < 0) return fault("can't be read");
     if (!write_all(file.get(), text)) return fault("can't be kept");
   }
