@@ -42,10 +42,9 @@ bool wait_for_input(int socket, Clock::time_point deadline) {
 }
 
 // The next packet; its bytes beyond the limit are counted only. Negative as recv(2) is.
-ssize_t receive_packet(int socket, std::vector<char>& packet) {
-  packet.resize(answer_limit);
+ssize_t receive_packet(int socket, char* packet) {
   for (;;) {
-    const ssize_t count = recv(socket, packet.data(), packet.size(), MSG_TRUNC | MSG_DONTWAIT);
+    const ssize_t count = recv(socket, packet, answer_limit, MSG_TRUNC | MSG_DONTWAIT);
     if (count >= 0 || errno != EINTR) return count;
   }
 }
@@ -61,7 +60,8 @@ std::string ending(int status) {
 
 }  // namespace
 
-Evaluator::Evaluator(const EvaluatorLimits& limits) : limits_(limits) {
+Evaluator::Evaluator(const EvaluatorLimits& limits)
+    : limits_(limits), packet_(new char[answer_limit]) {
   prepare_for_helpers();
   start();
 }
@@ -83,6 +83,10 @@ Evaluation Evaluator::evaluate(int message_fd, std::uint64_t size, std::time_t r
   return receive();
 }
 
+void Evaluator::dismiss() {
+  if (helper_ > 0) (void)kill(helper_, SIGKILL);
+}
+
 void Evaluator::start() {
   int ends[2] = {-1, -1};
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return;
@@ -97,7 +101,7 @@ int Evaluator::stop() {
   socket_ = -1;
   int status = 0;
   if (helper_ > 0) {
-    (void)kill(helper_, SIGKILL);
+    dismiss();
     while (waitpid(helper_, &status, 0) < 0 && errno == EINTR) continue;
   }
   helper_ = -1;
@@ -119,11 +123,11 @@ Evaluation Evaluator::receive() {
   if (!wait_for_input(socket_, Clock::now() + limits_.time)) {
     return failure("the evaluation took more than " + std::to_string(limits_.time.count()) + " ms");
   }
-  const ssize_t count = receive_packet(socket_, packet_);
+  const ssize_t count = receive_packet(socket_, packet_.get());
   if (count <= 0) return failure("");
   const std::size_t length = static_cast<std::size_t>(count);
   const std::optional<Answer> answer =
-      length <= packet_.size() ? decode({packet_.data(), length}) : std::nullopt;
+      length <= answer_limit ? decode({packet_.get(), length}) : std::nullopt;
   if (!answer || answer->sequence != sequence_) return failure("the evaluation answered nonsense");
   if (++served_ >= limits_.messages || answer->growth > limits_.growth) replace();
   return answer->evaluation;

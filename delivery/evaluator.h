@@ -12,8 +12,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "delivery/evaluation.h"
 
@@ -59,6 +59,10 @@ class Evaluator {
   Evaluation evaluate(int message_fd, std::uint64_t size, std::time_t received,
                       const std::string& script_path);
 
+  // Ends the helper without waiting until it is gone, for who has no more messages for it but other
+  // things to do. A message that comes all the same gets a new one.
+  void dismiss();
+
   // The helper's process id, for who watches over processes; -1 when none could be started.
   pid_t helper() const { return helper_; }
 
@@ -75,7 +79,9 @@ class Evaluator {
   int socket_ = -1;             // to the helper
   std::uint64_t served_ = 0;    // messages by this helper
   std::uint64_t sequence_ = 0;  // number of the latest request
-  std::vector<char> packet_;    // room for an answer
+  // Room for an answer. Left as it comes: an answer is short, and filling all would take longer
+  // than an evaluation.
+  const std::unique_ptr<char[]> packet_;
 };
 
 }  // namespace Delivery

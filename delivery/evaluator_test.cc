@@ -148,6 +148,9 @@ TEST_F(EvaluatorTest, IsPreparedForTheOneMessageOfItsProcess) {
   } cases[] = {{"an offer", "offer"},
                {"=?utf-8?q?caf=C3=A9?=", "caf\xc3\xa9"},
                {"=?koi8-r?q?=D0=D2?=", "\xd0\xbf\xd1\x80"},
+               {"=?Windows-1251*ru?q?=EF=F0?=", "\xd0\xbf\xd1\x80"},
+               {"=?iso-8859-7?q?=E1?= =?x-none?q?=E1?= =?iso-8859-5?q?=DF?=", "\xd0\xbf"},
+               {std::string("=\0?koi8-r?q?=D0=D2?=", 20), "\xd0\xbf\xd1\x80"},
                {"raw \xe4", "raw \xc3\xa4"}};
   for (const auto& c : cases) {
     const std::string message = "Subject: " + c.subject + "\n\n=?big5?q?not a header?= \xff\n";

@@ -15,10 +15,12 @@
 #include <deque>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "delivery/execution_form.h"
 #include "delivery/memory_file.h"
-#include "delivery/read_at.h"
+#include "delivery/memory_use.h"
 #include "delivery/sandbox.h"
 #include "delivery/script_runner.h"
 #include "delivery/wire.h"
@@ -30,40 +32,28 @@ namespace {
 constexpr int helper_socket = 3;  // behind the standard descriptors
 
 // The charsets that mail is written in. What is not here can't be decoded by a helper, unless the C
-// library has it built in (ASCII, UTF-8, UTF-16, UTF-32).
-const std::vector<const char*> charsets = {"ISO-8859-1",  "ISO-8859-2",
-                                           "ISO-8859-3",  "ISO-8859-4",
-                                           "ISO-8859-5",  "ISO-8859-6",
-                                           "ISO-8859-7",  "ISO-8859-8",
-                                           "ISO-8859-9",  "ISO-8859-10",
-                                           "ISO-8859-11", "ISO-8859-13",
-                                           "ISO-8859-14", "ISO-8859-15",
-                                           "ISO-8859-16", "CP1250",
-                                           "CP1251",      "CP1252",
-                                           "CP1253",      "CP1254",
-                                           "CP1255",      "CP1256",
-                                           "CP1257",      "CP1258",
-                                           "CP437",       "CP850",
-                                           "CP852",       "CP866",
-                                           "CP874",       "CP932",
-                                           "CP949",       "KOI8-R",
-                                           "KOI8-U",      "KOI8-T",
-                                           "MACINTOSH",   "MAC-CYRILLIC",
-                                           "TIS-620",     "GB2312",
-                                           "GBK",         "GB18030",
-                                           "HZ",          "BIG5",
-                                           "BIG5-HKSCS",  "EUC-TW",
-                                           "EUC-JP",      "SHIFT_JIS",
-                                           "ISO-2022-JP", "ISO-2022-JP-2",
-                                           "EUC-KR",      "ISO-2022-KR",
-                                           "ISO-2022-CN", "JOHAB",
-                                           "UHC",         "TCVN",
-                                           "VISCII",      "ARMSCII-8",
-                                           "GEORGIAN-PS", "GEORGIAN-ACADEMY",
-                                           "UTF-7",       "RK1048"};
+// library has it built in (UTF-16, UTF-32).
+const std::vector<const char*> charsets = {
+    "US-ASCII",    "UTF-8",         "ISO-8859-1",  "ISO-8859-2",  "ISO-8859-3",  "ISO-8859-4",
+    "ISO-8859-5",  "ISO-8859-6",    "ISO-8859-7",  "ISO-8859-8",  "ISO-8859-9",  "ISO-8859-10",
+    "ISO-8859-11", "ISO-8859-13",   "ISO-8859-14", "ISO-8859-15", "ISO-8859-16", "CP1250",
+    "CP1251",      "CP1252",        "CP1253",      "CP1254",      "CP1255",      "CP1256",
+    "CP1257",      "CP1258",        "CP437",       "CP850",       "CP852",       "CP866",
+    "CP874",       "CP932",         "CP949",       "KOI8-R",      "KOI8-U",      "KOI8-T",
+    "MACINTOSH",   "MAC-CYRILLIC",  "TIS-620",     "GB2312",      "GBK",         "GB18030",
+    "HZ",          "BIG5",          "BIG5-HKSCS",  "EUC-TW",      "EUC-JP",      "SHIFT_JIS",
+    "ISO-2022-JP", "ISO-2022-JP-2", "EUC-KR",      "ISO-2022-KR", "ISO-2022-CN", "JOHAB",
+    "UHC",         "TCVN",          "VISCII",      "ARMSCII-8",   "GEORGIAN-PS", "GEORGIAN-ACADEMY",
+    "UTF-7",       "RK1048"};
 
 // What text is taken to be that is not in the charset it claims.
 const std::vector<const char*> fallback_charsets = {"ISO-8859-1", "CP1252"};
+
+// Longer than the names above; a header's words may be.
+constexpr std::size_t longest_name = 20;
+
+// More are not looked through one by one: a header may be nothing else.
+constexpr int most_words = 1000;
 
 class Converter {
  public:
@@ -91,36 +81,55 @@ std::string_view header_of(std::string_view message) {
   return message.substr(0, end);
 }
 
-// Whether a header has nothing but ASCII, with encoded words in ASCII and UTF-8 at most (RFC 2047).
-bool is_without_charsets(std::string_view header) {
-  if (std::any_of(header.begin(), header.end(), [](char c) { return (c & 0x80) != 0; }))
-    return false;
-  for (std::size_t at = 0; (at = header.find("=?", at)) != header.npos; at += 2) {
-    const char* const name = header.data() + at + 2;
-    const std::size_t left = header.size() - at - 2;
-    if ((left < 6 || strncasecmp(name, "utf-8?", 6) != 0) &&
-        (left < 9 || strncasecmp(name, "us-ascii?", 9) != 0)) {
-      return false;
-    }
-  }
-  return true;
+// A NUL goes away before decoding, and what is around it may become an encoded word.
+bool is_plain_byte(unsigned char c) { return c > 0 && c < 0x80; }
+
+// Of `charsets`, what an encoded word's charset (RFC 2047, with a language RFC 2231) is; null when
+// it is none of them.
+const char* known_charset(std::string_view word) {
+  constexpr std::string_view registered = "windows-";  // what is CP in shorter names
+  std::string name(word.substr(0, word.find_first_of("*?")));
+  if (strncasecmp(name.c_str(), registered.data(), registered.size()) == 0)
+    name.replace(0, registered.size(), "CP");
+  const auto known = std::find_if(charsets.begin(), charsets.end(), [&name](const char* charset) {
+    return strcasecmp(charset, name.c_str()) == 0;
+  });
+  return known == charsets.end() ? nullptr : *known;
 }
 
-// The first evaluation sets up what later ones use, the shape of our scripts among it.
+// What has to be loaded for decoding a header. Only names of ours are looked up outside a helper:
+// the header's are a stranger's.
+std::vector<const char*> charsets_for(std::string_view header) {
+  if (!std::all_of(header.begin(), header.end(), is_plain_byte)) return charsets;
+  std::vector<const char*> needed;
+  int words = 0;
+  for (std::size_t at = 0; (at = header.find("=?", at)) != header.npos;) {
+    at += 2;
+    if (needed.empty()) needed = fallback_charsets;
+    const char* const known = known_charset(header.substr(at, longest_name));
+    if (known == nullptr || ++words > most_words) return charsets;
+    if (std::find(needed.begin(), needed.end(), known) == needed.end()) needed.push_back(known);
+  }
+  return needed;
+}
+
+// Only the first call in a process gives true.
+bool is_unprepared() {
+  static bool prepared = false;
+  return !std::exchange(prepared, true);
+}
+
+void prepare_with(const std::vector<const char*>& names) {
+  tzset();
+  for (const char* name : names) load_charset(name);
+  (void)execution_form("");  // learns the shape of our scripts
+}
+
+// The first evaluation sets up what later ones use.
 void evaluate_once() {
   const MemoryFile script;
   const MemoryFile message;
   (void)ScriptRunner(script, 1).run("keep;", message.fd(), 0, 0);
-}
-
-// Only the first call does something.
-void prepare_with(const std::vector<const char*>& names) {
-  static bool prepared = false;
-  if (prepared) return;
-  prepared = true;
-  tzset();
-  for (const char* name : names) load_charset(name);
-  evaluate_once();
 }
 
 bool use_dev_null() {
@@ -151,16 +160,6 @@ bool live_and_die_with(pid_t parent) {
   return prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) == 0 && getppid() == parent;
 }
 
-// Bytes of memory in use; `statm` is /proc/self/statm (proc(5)).
-std::uint64_t process_size(int statm) {
-  char text[128] = "";
-  if (read_at(statm, text, sizeof text - 1, 0) <= 0) return 0;
-  char* resident = nullptr;
-  (void)std::strtoull(text, &resident, 10);
-  static const long page_size = sysconf(_SC_PAGESIZE);
-  return std::strtoull(resident, nullptr, 10) * static_cast<std::uint64_t>(page_size);
-}
-
 // Takes the next request. False when there won't be one any more.
 bool evaluate_next(ScriptRunner& runner, Answer& answer) {
   Request request = {};
@@ -174,10 +173,10 @@ bool evaluate_next(ScriptRunner& runner, Answer& answer) {
 
 void serve(int statm, ScriptRunner& runner) {
   // What the server had at the fork counts as the helper's, too.
-  const std::uint64_t size_at_start = process_size(statm);
+  const std::uint64_t size_at_start = memory_use(statm).resident;
   Answer answer;
   while (evaluate_next(runner, answer)) {
-    const std::uint64_t size = process_size(statm);
+    const std::uint64_t size = memory_use(statm).resident;
     answer.growth = size - std::min(size, size_at_start);
     const std::string packet = encode(answer);
     if (send(helper_socket, packet.data(), packet.size(), MSG_NOSIGNAL) < 0) return;
@@ -198,11 +197,14 @@ void serve(int statm, ScriptRunner& runner) {
 
 }  // namespace
 
-void prepare_for_helpers() { prepare_with(charsets); }
+void prepare_for_helpers() {
+  if (!is_unprepared()) return;
+  prepare_with(charsets);
+  evaluate_once();
+}
 
 void prepare_for_message(std::string_view message) {
-  if (!is_without_charsets(header_of(message))) return prepare_for_helpers();
-  prepare_with(fallback_charsets);
+  if (is_unprepared()) prepare_with(charsets_for(header_of(message)));
 }
 
 pid_t start_helper(int socket, const EvaluatorLimits& limits) {

@@ -3,8 +3,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <array>
-
 #include "delivery/read_at.h"
 
 namespace Quarrow {
@@ -21,13 +19,9 @@ bool MemoryFile::write(const std::string& text) const {
 }
 
 std::string MemoryFile::read() const {
-  std::array<char, 4096> block;
   std::string text;
-  for (;;) {
-    const ssize_t count = read_at(fd(), block.data(), block.size(), text.size());
-    if (count <= 0) return text;
-    text.append(block.data(), static_cast<std::size_t>(count));
-  }
+  while (append_next(fd(), text) > 0) continue;
+  return text;
 }
 
 }  // namespace Delivery

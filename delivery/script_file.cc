@@ -22,15 +22,11 @@ constexpr int pause_ms = 2;  // between two looks
 ScriptFile not_found(int error) { return {false, {}, std::strerror(error)}; }
 
 ScriptFile read_whole(int fd) {
-  ScriptFile script{true, std::string(script_limit, '\0'), {}};
-  std::size_t length = 0;
-  while (length < script_limit) {
-    const ssize_t count = read_at(fd, &script.text[length], script_limit - length, length);
-    if (count < 0) return not_found(errno);
-    if (count == 0) break;
-    length += static_cast<std::size_t>(count);
-  }
-  script.text.resize(length);
+  ScriptFile script{true, {}, {}};
+  ssize_t count = 1;
+  while (count > 0 && script.text.size() < script_limit) count = append_next(fd, script.text);
+  if (count < 0) return not_found(errno);
+  if (script.text.size() > script_limit) script.text.resize(script_limit);
   return script;
 }
 

@@ -11,9 +11,6 @@ namespace Quarrow {
 namespace Delivery {
 namespace {
 
-// Most header blocks are within it.
-constexpr std::size_t first_block = 16384;
-
 bool has_empty_line(const std::string& text, std::size_t from) {
   return text.find("\n\n", from) != std::string::npos ||
          text.find("\n\r\n", from) != std::string::npos;
@@ -23,12 +20,10 @@ bool has_empty_line(const std::string& text, std::size_t from) {
 std::optional<std::string> read_headers(int fd) {
   constexpr std::size_t overlap = 2;  // an empty line may lie across two blocks
   std::string text;
-  for (std::size_t block = first_block;; block = text.size()) {
+  for (;;) {
     const std::size_t start = text.size();
-    text.resize(start + block);
-    const ssize_t count = read_at(fd, &text[start], block, start);
+    const ssize_t count = append_next(fd, text);
     if (count < 0) return std::nullopt;
-    text.resize(start + static_cast<std::size_t>(count));
     if (count == 0 || has_empty_line(text, start - std::min(start, overlap))) return text;
   }
 }

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -116,8 +117,8 @@ bool send_request(int socket, const Request& request, const std::string& script,
 }
 
 int receive_request(int socket, Request& request, std::string& script) {
-  script.resize(script_limit);
-  iovec parts[] = {{&request, sizeof request}, {script.data(), script.size()}};
+  std::array<char, script_limit> text;
+  iovec parts[] = {{&request, sizeof request}, {text.data(), text.size()}};
   DescriptorSpace space = {};
   msghdr message = {};
   message.msg_iov = parts;
@@ -130,7 +131,7 @@ int receive_request(int socket, Request& request, std::string& script) {
   } while (count < 0 && errno == EINTR);
   const cmsghdr* const head = CMSG_FIRSTHDR(&message);
   if (count < static_cast<ssize_t>(sizeof request) || head == nullptr) return -1;
-  script.resize(static_cast<std::size_t>(count) - sizeof request);
+  script.assign(text.data(), static_cast<std::size_t>(count) - sizeof request);
   int message_fd = -1;
   std::memcpy(&message_fd, CMSG_DATA(head), sizeof message_fd);
   return message_fd;
