@@ -3,13 +3,14 @@
 
 usage: sieve_filter.py BUILD_DIR FOLDER
 
-BUILD_DIR holds a release build, FOLDER messages in files. `quarrow match` evaluates the messages in
-its helper process, by 20 mixed rules; sieve-filter does the same by the same script, compiled
-ahead, over a Maildir whose index an earlier run has filled, without moving anything. First both
-programs' verdicts must be equal, for sieve-filter those of a run that moves copies of the messages.
-Then come rounds in which the two take turns. Printed are the median CPU microseconds a message,
-user and system time of the whole process and its helper, start and end included, and the median of
-the rounds' ratios. Exits with 77, saying why, where Dovecot is absent.
+BUILD_DIR holds a release build with benchmarks, FOLDER messages in files. evaluate_folder hands the
+messages to an evaluator, by 20 mixed rules, and `quarrow match` reports what comes of that as well;
+sieve-filter does the same by the same script, compiled ahead, over a Maildir whose index an earlier
+run has filled, without moving anything. First both programs' verdicts must be equal, for
+sieve-filter those of a run that moves copies of the messages. Then come rounds in which the three
+take turns. Printed are the median CPU microseconds a message, user and system time of the whole
+process and its helper, start and end included, and the median of the rounds' ratios to
+sieve-filter. Exits with 77, saying why, where Dovecot is absent.
 """
 import json
 import os
@@ -85,8 +86,10 @@ def main(arguments):
         verdicts = our_verdicts(ours, quarrow.home(USER))
         cpu_seconds(moving, dovecot.home(MOVED))
         peers.check_verdicts(verdicts, dovecot=peers.filed(dovecot.home(MOVED) / "Maildir"))
-        compare({"quarrow match": (ours, quarrow.home(USER)), "sieve-filter": (theirs, home)},
-                len(messages))
+        evaluation = [pathlib.Path(arguments[0]).resolve() / "bench" / "evaluate_folder",
+                      quarrow.script(USER), home / "Maildir" / "cur"]
+        compare({"sieve-filter": (theirs, home), "evaluation": (evaluation, quarrow.home(USER)),
+                 "quarrow match": (ours, quarrow.home(USER))}, len(messages))
 
 
 def compare(programs, messages):
@@ -98,9 +101,10 @@ def compare(programs, messages):
             times[name].append(cpu_seconds(*command) * 1e6 / messages)
     for name, values in times.items():
         print(f"{name:14}{peers.summary(values)} CPU microseconds a message")
-    ours, theirs = times.values()
-    ratios = [own / other for own, other in zip(ours, theirs)]
-    print(f"ratio         {peers.summary(ratios)}")
+    theirs, *ours = times
+    for name in ours:
+        ratios = [own / other for own, other in zip(times[name], times[theirs])]
+        print(f"{name} takes {peers.summary(ratios).strip()} of the time of {theirs}")
 
 
 if __name__ == "__main__":

@@ -41,12 +41,26 @@ bool wait_for_input(int socket, Clock::time_point deadline) {
   }
 }
 
-// The next packet; its bytes beyond the limit are counted only. Negative as recv(2) is.
-ssize_t receive_packet(int socket, char* packet) {
+// The next packet; its bytes beyond the limit are counted only. Negative as recv(2) is, with EAGAIN
+// when none came in time.
+ssize_t receive_packet(int socket, char* packet, Clock::time_point deadline) {
   for (;;) {
-    const ssize_t count = recv(socket, packet, answer_limit, MSG_TRUNC | MSG_DONTWAIT);
+    const ssize_t count = recv(socket, packet, answer_limit, MSG_TRUNC);
     if (count >= 0 || errno != EINTR) return count;
+    // A signal came; its handler may be the caller's. The socket's own time would start anew.
+    if (!wait_for_input(socket, deadline)) {
+      errno = EAGAIN;
+      return -1;
+    }
   }
+}
+
+// Bounds each recv(2) on a socket.
+bool set_time_limit(int socket, milliseconds time) {
+  const auto bounded = std::max(time, milliseconds(1));  // 0 would be no limit
+  const auto whole = std::chrono::duration_cast<std::chrono::seconds>(bounded);
+  const timeval limit = {whole.count(), std::chrono::microseconds(bounded - whole).count()};
+  return setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0;
 }
 
 // How a process ended, from waitpid(2)'s status.
@@ -90,7 +104,7 @@ void Evaluator::dismiss() {
 void Evaluator::start() {
   int ends[2] = {-1, -1};
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return;
-  helper_ = start_helper(ends[1], limits_);
+  if (set_time_limit(ends[0], limits_.time)) helper_ = start_helper(ends[1], limits_);
   (void)close(ends[1]);
   socket_ = ends[0];
   served_ = 0;
@@ -120,10 +134,10 @@ Evaluation Evaluator::failure(const std::string& reason) {
 }
 
 Evaluation Evaluator::receive() {
-  if (!wait_for_input(socket_, Clock::now() + limits_.time)) {
+  const ssize_t count = receive_packet(socket_, packet_.get(), Clock::now() + limits_.time);
+  if (count < 0 && errno == EAGAIN) {
     return failure("the evaluation took more than " + std::to_string(limits_.time.count()) + " ms");
   }
-  const ssize_t count = receive_packet(socket_, packet_.get());
   if (count <= 0) return failure("");
   const std::size_t length = static_cast<std::size_t>(count);
   const std::optional<Answer> answer =

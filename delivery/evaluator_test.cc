@@ -4,6 +4,7 @@
 #include <quarrow/filter_list.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 
 #include <fstream>
@@ -245,6 +246,25 @@ TEST_F(EvaluatorTest, AHelperThatHangsIsKilledAndReplaced) {
   EXPECT_FALSE(is_running(helper));
   EXPECT_EQ(ordinary_result,
             text_of(evaluate(evaluator, ordinary_script, ordinary_message).result));
+}
+
+extern "C" void do_nothing(int) {}
+
+TEST_F(EvaluatorTest, SignalsDoNotProlongTheWaitForAHelperThatHangs) {
+  struct sigaction action = {};
+  action.sa_handler = do_nothing;
+  struct sigaction before = {};
+  ASSERT_EQ(0, sigaction(SIGALRM, &action, &before));
+  const itimerval often = {{0, 5000}, {0, 5000}};
+  ASSERT_EQ(0, setitimer(ITIMER_REAL, &often, nullptr));
+  EvaluatorLimits limits;
+  limits.time = milliseconds(200);
+  Evaluator evaluator(limits);
+  EXPECT_EQ("the evaluation took more than 200 ms",
+            evaluate(evaluator, endless_script, endless_message).reason);
+  const itimerval never = {};
+  EXPECT_EQ(0, setitimer(ITIMER_REAL, &never, nullptr));
+  EXPECT_EQ(0, sigaction(SIGALRM, &before, nullptr));
 }
 
 TEST_F(EvaluatorTest, AMessageThatTakesTooMuchMemoryFailsAlone) {

@@ -14,6 +14,7 @@
 #include <filesystem>
 
 #include "apps/quarrow/report.h"
+#include "delivery/read_at.h"
 
 namespace command {
 namespace {
@@ -22,6 +23,9 @@ namespace fs = std::filesystem;
 
 // The most that is read from what can't be mapped: a pipe may never end.
 constexpr std::size_t largest_stream = std::size_t{256} << 20;
+
+// Up to this reading takes less time than mapping.
+constexpr std::size_t small_file = 65536;
 
 bool is_standard_input(const std::string& path) { return path == "-"; }
 
@@ -94,11 +98,22 @@ Fault FileContents::open(const std::string& path) {
   time_ = mappable ? found.st_mtime : std::time(nullptr);
   if (!mappable) return read_all(file);
   if (found.st_size == 0) return {"an empty file, no message", EX_DATAERR};
+  is_file_ = true;
   const auto size = static_cast<std::size_t>(found.st_size);
+  if (size <= small_file) return read_small(file, size);
   void* const mapping = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file, 0);
   if (mapping == MAP_FAILED) return cannot_read(errno);
   mapping_ = mapping;
   bytes_ = {static_cast<const char*>(mapping), size};
+  return {};
+}
+
+Fault FileContents::read_small(int descriptor, std::size_t size) {
+  ssize_t count = 1;
+  while (count > 0 && buffer_.size() < size)
+    count = Quarrow::Delivery::append_next(descriptor, buffer_);
+  if (count < 0) return cannot_read(errno);
+  bytes_ = buffer_;
   return {};
 }
 

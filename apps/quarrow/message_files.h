@@ -26,8 +26,7 @@ struct MessageFile {
 // exit status for it stored in `status`.
 std::vector<MessageFile> message_files(const std::vector<std::string>& arguments, int& status);
 
-// The contents of one file: mapped, so that only what is looked at is read, or read where it can't
-// be.
+// The contents of one file: a large one is mapped, so that only what is looked at is read.
 class FileContents {
  public:
   FileContents() = default;
@@ -41,17 +40,19 @@ class FileContents {
   std::string_view bytes() const { return bytes_; }
 
   // The file that holds just these bytes, from its start; negative for what is read from a stream.
-  int file() const { return mapping_ != nullptr ? file_->get() : -1; }
+  int file() const { return is_file_ ? file_->get() : -1; }
 
   // When the file was last changed; now for standard input.
   std::time_t time() const { return time_; }
 
  private:
+  Fault read_small(int descriptor, std::size_t size);
   Fault read_all(int descriptor);
 
   std::optional<Quarrow::Descriptor> file_;
   std::string_view bytes_;
   std::time_t time_ = 0;
+  bool is_file_ = false;
   void* mapping_ = nullptr;
   std::string buffer_;
 };

@@ -47,13 +47,15 @@ TEST(MessageFiles, LeaveOutWhatIsMissingOrNoMaildir) {
 
 TEST(FileContents, AreThoseOfTheFile) {
   const TemporaryFolder folder;
-  const std::string text("Subject: a\0b\n\nText", 19);
-  FileContents contents;
-  EXPECT_FALSE(contents.open(folder.write("a.eml", text)));
-  EXPECT_EQ(text, contents.bytes());
-  struct stat found;
-  ASSERT_EQ(0, stat(folder.file("a.eml").c_str(), &found));
-  EXPECT_EQ(found.st_mtime, contents.time());
+  const std::string small("Subject: a\0b\n\nText", 19);
+  for (const std::string& text : {small, small + std::string(100000, 'x')}) {
+    FileContents contents;
+    EXPECT_FALSE(contents.open(folder.write("a.eml", text)));
+    EXPECT_EQ(text, contents.bytes());
+    struct stat found;
+    ASSERT_EQ(0, stat(folder.file("a.eml").c_str(), &found));
+    EXPECT_EQ(found.st_mtime, contents.time());
+  }
 }
 
 TEST(FileContents, OfAStreamAreInNoFile) {
