@@ -20,6 +20,7 @@
 #include "apps/quarrow/report.h"
 #include "apps/quarrow/tally.h"
 #include "apps/quarrow/user_rules.h"
+#include "delivery/helper_process.h"
 
 namespace command {
 namespace {
@@ -49,6 +50,15 @@ int no_script(const std::string& user, const std::string& path) {
                   EX_DATAERR);
 }
 
+// A process that evaluates one message has no more loaded than that one needs. Standard input can't
+// be looked at ahead; what can't be opened is complained about in its turn.
+void prepare_for(const std::vector<MessageFile>& files) {
+  FileContents contents;
+  if (files.size() != 1 || files.front().path == "-" || contents.open(files.front().path)) return;
+  const auto messages = messages_in(files.front().path, contents);
+  if (messages.size() == 1) Quarrow::Delivery::prepare_for_message(messages.front().bytes);
+}
+
 std::uint64_t total_size(const std::vector<MessageFile>& files) {
   std::uint64_t total = 0;
   for (const auto& file : files) total += file.size;
@@ -58,10 +68,13 @@ std::uint64_t total_size(const std::vector<MessageFile>& files) {
 // One run over all messages.
 class MatchRun {
  public:
-  MatchRun(const Options& options, MessageEvaluator& evaluator)
+  // `status` is the exit status so far.
+  MatchRun(const Options& options, const std::vector<MessageFile>& files, int status,
+           MessageEvaluator& evaluator)
       : options_(options),
+        files_(files),
+        status_(status),
         evaluator_(evaluator),
-        files_(message_files(options.messages, status_)),
         bar_(std::cerr, total_size(files_), ProgressBar::Clock::now()) {}
 
   int run() {
@@ -113,10 +126,10 @@ class MatchRun {
   }
 
   const Options& options_;
+  const std::vector<MessageFile>& files_;
+  int status_;
   MessageEvaluator& evaluator_;
-  int status_ = EX_OK;  // before files_, whose making may set it
   bool all_evaluated_ = true;
-  const std::vector<MessageFile> files_;
   ProgressBar bar_;
   // lines on the terminal show the progress themselves, and a bar would run into them
   const bool show_bar_ = isatty(STDERR_FILENO) == 1 && isatty(STDOUT_FILENO) == 0;
@@ -128,9 +141,12 @@ int match(const Settings& settings, const Options& options) {
   if (address.isNull()) return EX_NOUSER;
   mailuser_set_root(settings.root);
   const std::string script = rules_script(address.address());
+  int status = EX_OK;
+  const auto files = message_files(options.messages, status);
+  prepare_for(files);
   const auto evaluator = options.log ? logged_evaluator(script) : isolated_evaluator(script);
   if (!evaluator) return no_script(options.user, script);
-  return MatchRun(options, *evaluator).run();
+  return MatchRun(options, files, status, *evaluator).run();
 }
 
 }  // namespace
