@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 
@@ -50,12 +51,15 @@ int no_script(const std::string& user, const std::string& path) {
                   EX_DATAERR);
 }
 
-// A process that evaluates one message has no more loaded than that one needs. Standard input can't
-// be looked at ahead; what can't be opened is complained about in its turn.
+// A process that evaluates one message has no more loaded than that one needs. A stream can't be
+// looked at ahead; what can't be opened is complained about in its turn.
 void prepare_for(const std::vector<MessageFile>& files) {
+  if (files.size() != 1) return;
+  const std::string& path = files.front().path;
+  std::error_code error;
   FileContents contents;
-  if (files.size() != 1 || files.front().path == "-" || contents.open(files.front().path)) return;
-  const auto messages = messages_in(files.front().path, contents);
+  if (path == "-" || !std::filesystem::is_regular_file(path, error) || contents.open(path)) return;
+  const auto messages = messages_in(path, contents);
   if (messages.size() == 1) Quarrow::Delivery::prepare_for_message(messages.front().bytes);
 }
 
