@@ -1,5 +1,6 @@
 # What an installation holds: the library and its headers, the host in a private folder beside it,
-# and the files that pkg-config and find_package(Quarrow) read.
+# and the files that pkg-config and find_package(Quarrow) read. The delivery and the programs add
+# themselves.
 
 include(CMakePackageConfigHelpers)
 
@@ -25,6 +26,13 @@ install(FILES
 file(RELATIVE_PATH pc_to_prefix
   "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 string(REGEX REPLACE "/$" "" pc_to_prefix "${pc_to_prefix}")
-configure_file("${PROJECT_SOURCE_DIR}/cmake/quarrow.pc.in" "${PROJECT_BINARY_DIR}/quarrow.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/quarrow.pc"
-  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+set(packages quarrow)
+if(QUARROW_SHIPPED_HOST)
+  list(APPEND packages quarrow-delivery)
+endif()
+foreach(package IN LISTS packages)
+  configure_file(
+    "${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in" "${PROJECT_BINARY_DIR}/${package}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${package}.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endforeach()
