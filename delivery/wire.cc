@@ -20,6 +20,16 @@ union DescriptorSpace {
   cmsghdr aligned;
 };
 
+// A packet of two parts, with room for a descriptor.
+msghdr packet_of(iovec (&parts)[2], DescriptorSpace& space) {
+  msghdr packet = {};
+  packet.msg_iov = parts;
+  packet.msg_iovlen = 2;
+  packet.msg_control = space.bytes;
+  packet.msg_controllen = sizeof space.bytes;
+  return packet;
+}
+
 class Writer {
  public:
   void number(std::uint64_t value) {
@@ -100,11 +110,7 @@ bool send_request(int socket, const Request& request, const std::string& script,
   iovec parts[] = {{const_cast<Request*>(&request), sizeof request},
                    {const_cast<char*>(script.data()), script.size()}};
   DescriptorSpace space = {};
-  msghdr message = {};
-  message.msg_iov = parts;
-  message.msg_iovlen = 2;
-  message.msg_control = space.bytes;
-  message.msg_controllen = sizeof space.bytes;
+  const msghdr message = packet_of(parts, space);
   cmsghdr* const head = CMSG_FIRSTHDR(&message);
   head->cmsg_level = SOL_SOCKET;
   head->cmsg_type = SCM_RIGHTS;
@@ -120,11 +126,7 @@ int receive_request(int socket, Request& request, std::string& script) {
   std::array<char, script_limit> text;
   iovec parts[] = {{&request, sizeof request}, {text.data(), text.size()}};
   DescriptorSpace space = {};
-  msghdr message = {};
-  message.msg_iov = parts;
-  message.msg_iovlen = 2;
-  message.msg_control = space.bytes;
-  message.msg_controllen = sizeof space.bytes;
+  msghdr message = packet_of(parts, space);
   ssize_t count = 0;
   do {
     count = recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
