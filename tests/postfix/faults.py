@@ -4,6 +4,7 @@ import os
 import pathlib
 import signal
 
+import crashes
 import users
 
 REJECTING = users.USERS[24]  # has no rules of his own
@@ -13,6 +14,7 @@ READ_ONLY_FOLDERS = users.USERS[5:8]
 WITH_A_FILE_AS_MAILDIR = users.USERS[10:15]
 WITH_A_BROKEN_SCRIPT = users.USERS[15:19]
 FAILURES_OF_A_FULL_DISK = 20  # that are waited for until there is room again
+HEAVY_MAIL = [0.08, 0.35, 0.75]  # shares of the deliveries; a round of messages at each
 LONGEST_PAUSE = 0.02  # seconds between two kills that are due
 
 
@@ -33,9 +35,11 @@ class Faults:
         self._failures_before = None  # deliveries that had failed before the disk was full
         self.on_full_disk = 0  # deliveries that failed
         self.killed = {"worker": 0, "helper": 0}
+        self.crashes = crashes.Crashes(system)
         self._start()
         plan = [(0.10, self._take_rights), (0.30, self._give_rights), (0.30, self._remove_files),
                 (0.40, self._break_scripts), (0.60, self._mend_scripts), (0.50, self._fill_disk)]
+        plan += [(share, self.crashes.send) for share in HEAVY_MAIL]
         plan += [(random.uniform(0.02, 0.95), self._kill) for _ in range(kills)]
         self._due = sorted(((share * total, action) for share, action in plan),
                            key=lambda entry: entry[0])
@@ -59,6 +63,7 @@ class Faults:
 
     def _follow(self):
         self._system.postfix.follow(self._random.uniform(0, LONGEST_PAUSE))
+        self.crashes.kill()
 
     def is_over(self):
         return not self._due and self._failures_before is None

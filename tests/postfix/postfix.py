@@ -115,6 +115,13 @@ class Postfix:
         return subprocess.Popen(["smtp-source", *map(str, arguments), f"unix:{socket}"],
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
 
+    def send(self, *arguments):
+        """Has smtp-source send something, and waits until that is done."""
+        source = self.source(*arguments)
+        with source.stdout:
+            if source.wait(PATIENCE) != 0:
+                raise AssertionError(source.stdout.read().decode())
+
     def follow(self, seconds):
         """Takes in what Postfix has logged; waits for that at most `seconds`."""
         if not select.select([self._tail.stdout], [], [], seconds)[0]:

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Processes are killed, folders are read-only, scripts are broken and the disk is full while a
-Postfix delivers through quarrow-lmtpd: no message is lost.
+"""Processes are killed, evaluations crash, folders are read-only, scripts are broken and the disk
+is full while a Postfix delivers through quarrow-lmtpd: no message is lost.
 
 usage: run_faults.py QUARROW QUARROW_LMTPD full|reduced
 """
@@ -10,6 +10,7 @@ import re
 import subprocess
 import sys
 
+import crashes
 import faults
 import set_up
 import users
@@ -17,8 +18,9 @@ import users
 SEED = 20261121
 STRANGER = "stranger@example.org"
 MESSAGES_TO_STRANGER = 20
+HEAVY_MESSAGES = len(faults.HEAVY_MAIL) * len(crashes.WITH_HEAVY_MAIL)
 DISK_SIZE = "256m"
-NOTED = re.compile(r"user=(\S+) msgid=(<\S+>) .* note=\"")
+NOTED = re.compile(r"user=(\S+) msgid=(<\S+>) .* note=\"(.*)\"$", re.MULTILINE)
 
 Delivery = collections.namedtuple("Delivery", "user message")
 
@@ -34,11 +36,8 @@ def mount_small_disk(folder):
 
 
 def send_to_stranger(postfix):
-    source = postfix.source("-m", MESSAGES_TO_STRANGER, "-t", STRANGER, "-S", "Hello",
-                            "-f", "list@example.com")
-    with source.stdout:
-        if source.wait(set_up.postfix.PATIENCE) != 0:
-            raise AssertionError(source.stdout.read().decode())
+    postfix.send("-m", MESSAGES_TO_STRANGER, "-t", STRANGER, "-S", "Hello",
+                 "-f", "list@example.com")
 
 
 class Findings:
@@ -48,6 +47,8 @@ class Findings:
         self.faults = []
         self.duplicates = 0
         self.in_inbox = 0  # after a failure, hence against the rules
+        self.crashed = collections.Counter()  # evaluations that had to, by their end
+        self.failed = 0  # evaluations that could have been done
         self.attempts = collections.defaultdict(list)
         for attempt in system.postfix.attempts:
             if attempt.recipient.endswith("@example.org"):
@@ -58,7 +59,8 @@ class Findings:
         for each in system.stored():
             self._copies[Delivery(each.user, each.message)][each.folder] += 1
             self._mail[each.message] = system.sent[each.subject]
-        self._noted = {Delivery(*found) for found in NOTED.findall(system.lmtp.log())}
+        self._noted = {Delivery(user, message): note
+                       for user, message, note in NOTED.findall(system.lmtp.log())}
         for delivery in self.attempts:
             self._check(delivery)
         for delivery in self._copies.keys() - self.attempts.keys():
@@ -85,12 +87,27 @@ class Findings:
     def _wanted(self, delivery):
         if delivery.user == faults.REJECTING:
             return set()
+        if self._ends_evaluation(delivery):
+            return {""}
         return set(users.wanted(delivery.user, self._mail[delivery.message]))
+
+    def _ends_evaluation(self, delivery):
+        return crashes.ends_evaluation(delivery.user, self._mail[delivery.message])
+
+    def _check_evaluation(self, delivery):
+        note = self._noted.get(delivery, "")
+        if not self._ends_evaluation(delivery):
+            self.failed += note.startswith("evaluation failed")
+        elif crashes.DIED.match(note):
+            self.crashed[note] += 1
+        else:
+            self._complain(delivery, f"an evaluation that must crash has the note '{note}'")
 
     def _check_stored(self, delivery):
         have = set(self._copies[delivery])
         if not have:
             return self._complain(delivery, "LOST: answered with 250, and not on disk")
+        self._check_evaluation(delivery)
         want = self._wanted(delivery)
         if have - want - {""}:
             self._complain(delivery, f"in {have}, and wanted in {want}")
@@ -133,11 +150,14 @@ def report(trouble, system, findings):
                                    for each in system.postfix.attempts
                                    if each.status != "deferred"
                                    and each.recipient.endswith("@example.org"))
-    print(f"killed: {trouble.killed}")
+    print(f"killed: {trouble.killed}, helpers with heavy messages: "
+          f"{len(trouble.crashes.killed)}")
     print(f"failed deliveries on a full disk: {trouble.on_full_disk}")
     print(f"final answers: {dict(outcomes)}")
     for text, count in kinds_of_failure(system.postfix.attempts).most_common():
         print(f"tried again: {count} times: {text}")
+    for note, count in findings.crashed.most_common():
+        print(f"crashed: {count} times: {note}")
     print(f"in the inbox after a failure: {findings.in_inbox}")
     print(f"duplicates: {findings.duplicates}, each after an attempt that was cut off, or that "
           "failed in one of several folders, and was repeated")
@@ -147,11 +167,11 @@ def report(trouble, system, findings):
 
 def main():
     rounds, kills = (48, 200) if set_up.is_full_load() else (12, 40)
-    total = rounds * len(users.USERS) + MESSAGES_TO_STRANGER
+    total = rounds * len(users.USERS) + MESSAGES_TO_STRANGER + HEAVY_MESSAGES
     with set_up.mail_system(mount_small_disk) as system:
         trouble = faults.Faults(system, total, kills, random.Random(SEED))
         send_to_stranger(system.postfix)
-        count = MESSAGES_TO_STRANGER + system.send(rounds, trouble.step)
+        count = MESSAGES_TO_STRANGER + HEAVY_MESSAGES + system.send(rounds, trouble.step)
         system.postfix.follow_until(
             lambda: trouble.is_over() and system.postfix.messages() >= count
             and system.postfix.is_empty(),
@@ -161,6 +181,8 @@ def main():
             findings.faults.append(f"{len(findings.attempts)} deliveries instead of {total}")
         if trouble.on_full_disk == 0:
             findings.faults.append("the full disk went unnoticed")
+        if findings.failed > trouble.killed["helper"]:
+            findings.faults.append(f"{findings.failed} ordinary evaluations failed")
         status = system.lmtp.stop()
         if status != 0:
             findings.faults.append(f"quarrow-lmtpd exited with {status}")

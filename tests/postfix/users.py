@@ -13,6 +13,7 @@ SUBJECTS = ["Report of today", "invoice enclosed", "Hello there"]
 SIZES = [200, 6000, 60000]  # bytes; rules tell below from above 20 KiB
 
 Mail = collections.namedtuple("Mail", "sender subject size")
+HEAVY = Mail("heavy@example.com", "Heavy", 6)  # no rule is about it
 
 
 def by_subject(mail):

@@ -1,0 +1,84 @@
+"""What ends an evaluation: a script that overflows the interpreter's stack whatever the message,
+and messages during which their helper is killed.
+
+Such mail belongs in the inbox, with a note. The server knows nothing of this: the scripts are
+hand-written ones, and a kill is aimed at the helper that has a certain message open.
+"""
+import contextlib
+import itertools
+import os
+import pathlib
+import re
+import signal
+
+import users
+
+WITH_A_CRASHING_SCRIPT = users.USERS[30:33]
+WITH_HEAVY_MAIL = users.USERS[35:40]  # one of each group, whose rules stay in force
+
+# Whoever compiles this expression calls himself for each parenthesis.
+CRASHING_SCRIPT = b"""require "regex";
+if header :regex "subject" "%b" { stop; }
+""" % (b"(" * 30000)
+# Stands behind the rules. Each star tries every place behind the one before it, for ages.
+HEAVY_TEST = b'if header :matches "x-weight" "' + b"*a" * 13 + b'*b" { discard; }\n'
+WEIGHT = b"X-Weight: " + b"a" * 900  # a helper with this is killed
+
+SIGNALS = [signal.SIGSEGV, signal.SIGBUS, signal.SIGABRT, signal.SIGKILL]
+
+# A sanitizer ends a process that crashes in its own way.
+DIED = re.compile(r"evaluation failed: the evaluation (was ended by signal|ended with status) \d+")
+
+
+def message_text(number):
+    return b"\n".join([b"From: heavy@example.com", b"Message-ID: <heavy%d@example.com>" % number,
+                       b"Subject: Heavy", WEIGHT, b"", b"Heavy", b""])
+
+
+def has_heavy_message(process):
+    """Whether the process is a helper that evaluates one of the messages."""
+    with contextlib.suppress(OSError):  # the process ends, or closes one of them, meanwhile
+        for path in pathlib.Path(f"/proc/{process}/fd").iterdir():
+            with contextlib.suppress(OSError), open(path, "rb") as file:
+                if WEIGHT in file.read(4096):
+                    return True
+    return False
+
+
+class Crashes:
+    """Puts the scripts in place, sends the messages, and kills."""
+
+    def __init__(self, system):
+        self._system = system
+        self._numbers = itertools.count()
+        self._signals = itertools.cycle(SIGNALS)
+        self.killed = set()
+        for user in WITH_A_CRASHING_SCRIPT:
+            self._script(user).write_bytes(CRASHING_SCRIPT)
+        for user in WITH_HEAVY_MAIL:
+            with open(self._script(user), "ab") as script:
+                script.write(HEAVY_TEST)
+
+    def _script(self, user):
+        return users.home(self._system.root, user) / ".delivery_filter"
+
+    def send(self):
+        """A round of heavy messages."""
+        self._system.sent["Heavy"] = users.HEAVY
+        for user in WITH_HEAVY_MAIL:
+            file = self._system.folder / "heavy"
+            file.write_bytes(message_text(next(self._numbers)))
+            self._system.postfix.send("-F", file, "-f", users.HEAVY.sender, "-t", user)
+        return True
+
+    def kill(self):
+        """Kills each helper that evaluates a heavy message."""
+        for helper in filter(has_heavy_message, self._system.lmtp.helpers()):
+            if helper not in self.killed:  # a signal may take its time
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(helper, next(self._signals))
+                self.killed.add(helper)
+
+
+def ends_evaluation(user, mail):
+    return mail == users.HEAVY or user in WITH_A_CRASHING_SCRIPT
