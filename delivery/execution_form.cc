@@ -17,7 +17,8 @@ namespace Quarrow {
 namespace Delivery {
 namespace {
 
-// Begins the folder of the action that stands for a branch. No folder's encoded name (RFC 3501,
+// Begins the folder of the action that stands for a branch, whose index follows, or for the
+// script's end, which counts as the branch behind the last. No folder's encoded name (RFC 3501,
 // section 5.1.3) holds a control byte.
 constexpr std::string_view mark = "\x01";
 
@@ -98,6 +99,7 @@ class Deriver {
     while (rest_ != closing) {
       if (!branch()) return false;
     }
+    if (!form_.branches.empty()) add_mark(form_.branches.size());
     return true;
   }
 
@@ -208,9 +210,13 @@ class Deriver {
       if (skip("; keep")) add_action(SieveAction::KEEP, {});
       if (!skip(";\n")) return false;
     }
-    form_.script.append("fileinto \"").append(mark);
-    form_.script += std::to_string(form_.branches.size() - 1) + "\";";
+    add_mark(form_.branches.size() - 1);
     return !form_.branches.back().actions.empty();
+  }
+
+  void add_mark(std::size_t index) {
+    form_.script.append("fileinto \"").append(mark);
+    form_.script += std::to_string(index) + "\";";
   }
 
   void add_action(SieveAction::Type type, std::string_view folder) {
@@ -224,14 +230,15 @@ class Deriver {
   ExecutionForm form_;
 };
 
-// The branch that an action stands for; null when it stands for itself.
-const ExecutionForm::Branch* branch_of(const ExecutionForm& form, const SieveAction& action) {
-  if (action.type != SieveAction::FILEINTO) return nullptr;
-  if (action.mailbox.compare(0, mark.size(), mark) != 0) return nullptr;
+// The index of what an action stands for; nothing when it stands for itself.
+std::optional<std::size_t> index_of(const ExecutionForm& form, const SieveAction& action) {
+  if (form.branches.empty() || action.type != SieveAction::FILEINTO) return std::nullopt;
+  if (action.mailbox.compare(0, mark.size(), mark) != 0) return std::nullopt;
   const char* const end = action.mailbox.data() + action.mailbox.size();
-  std::size_t index = form.branches.size();
+  std::size_t index = form.branches.size() + 1;
   (void)std::from_chars(action.mailbox.data() + mark.size(), end, index);
-  return index < form.branches.size() ? &form.branches[index] : nullptr;
+  if (index > form.branches.size()) return std::nullopt;
+  return index;
 }
 
 }  // namespace
@@ -244,14 +251,21 @@ ExecutionForm execution_form(const std::string& script) {
   return {script, {}};
 }
 
+bool is_cut_short(const ExecutionForm& form, const SieveMatchResult& result) {
+  const bool is_silent = result.error == SieveMatchResult::NONE && result.actions.empty();
+  return is_silent && !form.branches.empty();
+}
+
 std::string complete(const ExecutionForm& form, SieveMatchResult& result) {
-  // Of a chain one branch at most is taken.
+  // Of a chain one branch at most is taken, which stops the script, or else its end is reached.
   if (result.actions.size() != 1) return {};
-  const ExecutionForm::Branch* const branch = branch_of(form, result.actions.front());
-  if (branch == nullptr) return {};
+  const std::optional<std::size_t> index = index_of(form, result.actions.front());
+  if (!index) return {};
   result.actions.clear();
-  for (const SieveAction& action : branch->actions) result.add_action(action);
-  return branch->rule;
+  if (*index == form.branches.size()) return {};
+  const ExecutionForm::Branch& branch = form.branches[*index];
+  for (const SieveAction& action : branch.actions) result.add_action(action);
+  return branch.rule;
 }
 
 }  // namespace Delivery

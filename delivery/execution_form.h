@@ -28,9 +28,14 @@ struct ExecutionForm {
 // The execution form of `script`. A script of exactly the shape that FilterList__::SaveToSieve
 // writes loses comments, blank lines and indentation, and gets :matches "text*" for :regex "^text"
 // and :matches "*text" for :regex "text$", unless :matches takes a character of the text for more
-// than itself. Instead of its actions, each branch has one by which complete() knows it. Any other
-// script is run as it stands.
+// than itself. Instead of its actions, each branch has one by which complete() knows it, and so has
+// the script's end. Any other script is run as it stands.
 ExecutionForm execution_form(const std::string& script);
+
+// Whether `result`, of running `form`, came before the script's end: the interpreter ends a run
+// that takes too much memory, and says so to nobody. Always false where the form is the script
+// itself. To be asked before complete().
+bool is_cut_short(const ExecutionForm& form, const SieveMatchResult& result);
 
 // Makes the result of running `form` what the script itself gives. Returns the name of the filter
 // that decided; empty when none did, or when the form is the script itself.

@@ -42,7 +42,8 @@ TEST(ExecutionForm, HasNoCommentsAndOneActionForEachBranch) {
                               "elsif  header :contains \"subject\" \"a\" "
                               "{fileinto \"\x01\060\";stop;}\n"
                               "elsif  header :contains \"subject\" \"b\" "
-                              "{fileinto \"\x01\061\";stop;}\n"),
+                              "{fileinto \"\x01\061\";stop;}\n"
+                              "fileinto \"\x01\062\";"),
             form.script);
   ASSERT_EQ(2U, form.branches.size());
   EXPECT_EQ("One # \"two\"", form.branches[0].rule);
@@ -144,8 +145,25 @@ TEST(ExecutionForm, NamesTheBranchAndGivesItsActions) {
   EXPECT_EQ("Two", complete(form, result));
   EXPECT_EQ("MatchResult [action=FILEINTO:Trash]", text_of(result));
   result = outcome(*matcher, "Subject: c\n\n");
+  EXPECT_FALSE(is_cut_short(form, result));
   EXPECT_EQ("", complete(form, result));
   EXPECT_EQ("MatchResult []", text_of(result));
+}
+
+TEST(ExecutionForm, ARunWithoutAnEndIsKnown) {
+  const auto list = FilterList__::Create();
+  list->append(make_rule("One", make_test("address", "from", "contains", "zz")));
+  list->append(make_rule("Two", subject_test("b")));
+  const ExecutionForm form = execution_form(written(list));
+  const auto matcher = matcher_of(form.script);
+  std::string exhausting = "From: ";
+  for (int i = 0; i < 50000; ++i) exhausting += "x.";
+  EXPECT_TRUE(is_cut_short(form, outcome(*matcher, exhausting + "x@b\nSubject: b\n\n")));
+  EXPECT_FALSE(is_cut_short(form, outcome(*matcher, "From: x@b\nSubject: b\n\n")));
+}
+
+TEST(ExecutionForm, NothingIsKnownAboutTheEndOfAnotherScript) {
+  EXPECT_FALSE(is_cut_short(execution_form("stop;"), SieveMatchResult()));
 }
 
 // So many that sorting them does not keep their order.

@@ -52,6 +52,9 @@ Evaluation ScriptRunner::run(const std::string& script, int message_fd, std::uin
   Evaluation evaluation;
   evaluation.outcome = Evaluation::Outcome::done;
   evaluation.result = user.matcher->Match(message.get(), size, received);
+  if (is_cut_short(user.form, evaluation.result)) {
+    return not_done(Evaluation::Outcome::failed, "the interpreter ran out of memory");
+  }
   evaluation.rule = complete(user.form, evaluation.result);
   if (evaluation.result.error != SieveMatchResult::NONE) evaluation.rule.clear();
   return evaluation;
