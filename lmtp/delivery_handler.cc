@@ -11,7 +11,7 @@
 #include <exception>
 #include <utility>
 
-#include "lmtp/log.h"
+#include "delivery/trace_lines.h"
 #include "lmtp/message_id.h"
 
 namespace Quarrow::Lmtp {
@@ -108,23 +108,39 @@ bool DeliveryHandler::add(const char* data, std::size_t size) {
 
 Reply DeliveryHandler::deliver(const Envelope& envelope, const std::string& recipient) {
   const auto start = Clock::now();
-  Report report;
-  try {
-    report = deliver_to(folder_of(recipient), added_headers(envelope, recipient));
-  } catch (const std::exception& failure) {  // out of memory, say: the client keeps the message
-    report = Report();
-    report.note = failure.what();
-  }
-  count(report);
   DeliveryRecord record;
   record.user = recipient;
-  record.message_id = message_id(spool_.fd());
-  record.rule = report.rule;
-  const bool failed = report.status == Report::Status::temporary_failure;
-  record.action = failed ? "retry" : report.action;
-  record.note = report.note;
+  Reply reply;
+  try {
+    reply = deliver_unless_it_loops(envelope, recipient, record);
+  } catch (const std::exception& failure) {  // out of memory, say: the client keeps the message
+    Report failed;
+    failed.note = failure.what();
+    reply = conclude(failed, record);
+  }
   record.took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
-  (failed ? log_error : log_info)(log_line(record));
+  (reply.code == try_again.code ? log_error : log_info)(log_line(record));
+  return reply;
+}
+
+Reply DeliveryHandler::deliver_unless_it_loops(const Envelope& envelope,
+                                               const std::string& recipient,
+                                               DeliveryRecord& record) {
+  const std::string header = spool_.header();
+  record.message_id = message_id(header);
+  if (!Delivery::trace_lines(header, recipient).are_of_a_loop())
+    return conclude(deliver_to(folder_of(recipient), added_headers(envelope, recipient)), record);
+  metrics_.add(Counter::looped);
+  record.action = "loop";
+  return {554, "5.4.6", "The message loops: it was delivered to this recipient before"};
+}
+
+// Counts what became of a message, tells the log of it, and gives the reply.
+Reply DeliveryHandler::conclude(const Report& report, DeliveryRecord& record) {
+  count(report);
+  record.rule = report.rule;
+  record.action = report.status == Report::Status::temporary_failure ? "retry" : report.action;
+  record.note = report.note;
   return reply_to(report);
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "delivery/mailbox_delivery.h"
+#include "lmtp/log.h"
 #include "lmtp/metrics.h"
 #include "lmtp/session.h"
 #include "lmtp/spool.h"
@@ -33,12 +34,16 @@ class DeliveryHandler : public Handler {
   bool add(const char* data, std::size_t size) override;
 
   // 250 2.0.0 for a message that is on disk, or that a rule threw away; 550 5.7.1 with the rule's
-  // text; 451 4.3.0 for everything that went wrong. Logs a line and counts.
+  // text; 554 5.4.6 for one that the recipient had before; 451 4.3.0 for everything that went
+  // wrong. Logs a line and counts.
   Reply deliver(const Envelope& envelope, const std::string& recipient) override;
 
   void close_message() override;
 
  private:
+  Reply deliver_unless_it_loops(const Envelope& envelope, const std::string& recipient,
+                                DeliveryRecord& record);
+  Reply conclude(const Delivery::Report& report, DeliveryRecord& record);
   Delivery::Report deliver_to(const std::string& folder, const std::string& headers);
   std::string added_headers(const Envelope& envelope, const std::string& recipient) const;
   void count(const Delivery::Report& report);

@@ -36,11 +36,15 @@ class DeliveryHandlerTest : public ::testing::Test {
   std::string home() const { return folder_.path() + "/example.org/alice"; }
 
   Reply deliver(const Evaluation& evaluation) {
+    return deliver(evaluation, "Subject: x\n\nbody\n");
+  }
+
+  Reply deliver(const Evaluation& evaluation, const std::string& message) {
     DeliveryHandler handler(
         {folder_.path(), folder_.path(), "mx.example.org"},
         [&](int, std::uint64_t, std::time_t, const std::string&) { return evaluation; }, metrics_);
     EXPECT_TRUE(handler.open_message());
-    EXPECT_TRUE(handler.add("Subject: x\n\nbody\n", 17));
+    EXPECT_TRUE(handler.add(message.data(), message.size()));
     return handler.deliver({"client (x)", "s@example.net", false, {user}}, user);
   }
 
@@ -113,6 +117,16 @@ TEST_F(DeliveryHandlerTest, AcceptsWhatIsThrownAway) {
   EXPECT_EQ(250, deliver(done({{SieveAction::DISCARD, ""}})).code);
   EXPECT_TRUE(counts("discarded_total 1"));
   EXPECT_FALSE(std::filesystem::exists(home() + "/Maildir/new"));
+}
+
+TEST_F(DeliveryHandlerTest, RefusesWhatComesBack) {
+  EXPECT_EQ(250, deliver(done({{SieveAction::FILEINTO, "Work"}})).code);
+  const std::string message = "Received: from elsewhere\n" + stored(".Work/new");
+  const Reply reply = deliver(done({{SieveAction::KEEP, ""}}), message);
+  EXPECT_EQ(554, reply.code);
+  EXPECT_EQ("5.4.6", reply.status);
+  EXPECT_TRUE(counts("loops_total 1"));
+  EXPECT_TRUE(std::filesystem::is_empty(home() + "/Maildir/new"));
 }
 
 TEST_F(DeliveryHandlerTest, AsksToTryAgainWhenNoFolderCanBeWritten) {

@@ -47,6 +47,10 @@ constexpr std::chrono::seconds shortest_life{1};
 // Bytes that are taken from a client at a time.
 constexpr std::size_t block_size = 65536;
 
+// Bytes at the beginning of a message in which its header is looked through for trace lines and its
+// identifier. What was added on one round of a mail loop is less by far.
+constexpr std::size_t most_header = 262144;
+
 // What an administrator may set.
 struct Limits {
   std::uint64_t message = 64U << 20U;  // octets on the wire, with CRLF line ends (RFC 1870)

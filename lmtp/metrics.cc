@@ -32,6 +32,7 @@ const Row rows[] = {
     {Counter::delivered_other, "quarrow_delivered_total", "{folder=\"other\"}", ""},
     {Counter::rejected, "quarrow_rejected_total", "", "Messages that a rule refused."},
     {Counter::discarded, "quarrow_discarded_total", "", "Messages that a rule threw away."},
+    {Counter::looped, "quarrow_loops_total", "", "Messages refused because they came back."},
     {Counter::kept_without_rule, "quarrow_kept_total", "{reason=\"no_rule\"}",
      "Messages in the inbox that no rule put there."},
     {Counter::kept_after_failure, "quarrow_kept_total", "{reason=\"failure\"}", ""},

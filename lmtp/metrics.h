@@ -13,6 +13,7 @@ enum class Counter : std::size_t {
   delivered_other,     // copies in other folders
   rejected,            // refused by a rule
   discarded,           // thrown away by a rule
+  looped,              // refused, since they came back to the recipient
   kept_without_rule,   // in the inbox, because there are no rules or none matched
   kept_after_failure,  // in the inbox, because a script, an evaluation or a folder failed
   temporary_failure,   // answered 4xx

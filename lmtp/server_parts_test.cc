@@ -37,6 +37,17 @@ TEST(Spool, KeepsWhatIsAddedWithoutAName) {
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
+TEST(Spool, GivesTheBeginningOfAMessage) {
+  const TemporaryFolder folder;
+  Spool spool(folder.path());
+  EXPECT_EQ("", spool.header());
+  ASSERT_TRUE(spool.open() && spool.add("short", 5));
+  EXPECT_EQ("short", spool.header());
+  const std::string more(most_header, 'x');
+  ASSERT_TRUE(spool.add(more.data(), more.size()));
+  EXPECT_EQ(("short" + more).substr(0, most_header), spool.header());
+}
+
 TEST(Spool, StartsAnew) {
   const TemporaryFolder folder;
   Spool spool(folder.path());
@@ -92,20 +103,12 @@ TEST(MessageId, IsFoundInTheHeaders) {
       {"Message-ID:\n <1@x>\n\n", "<1@x>"},
       {"Subject: x\n\nMessage-ID: <1@x>\n", ""},
       {"", ""},
-      {"X: " + std::string(70000, 'x') + "\nMessage-ID: <1@x>\n\n", ""},
   };
-  const TemporaryFolder folder;
-  for (const auto& c : cases) {
-    const Descriptor file(open(folder.write("message", c.message).c_str(), O_RDONLY));
-    EXPECT_EQ(c.id, message_id(file.get())) << c.message.substr(0, 60);
-  }
+  for (const auto& c : cases) EXPECT_EQ(c.id, message_id(c.message)) << c.message;
 }
 
 TEST(MessageId, IsCut) {
-  const TemporaryFolder folder;
-  const Descriptor file(
-      open(folder.write("message", "Message-ID: " + std::string(999, 'x')).c_str(), O_RDONLY));
-  EXPECT_EQ(std::string(250, 'x'), message_id(file.get()));
+  EXPECT_EQ(std::string(250, 'x'), message_id("Message-ID: " + std::string(999, 'x')));
 }
 
 bool contains(const std::string& text, const std::string& part) {

@@ -5,7 +5,10 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+
+#include "lmtp/limits.h"
 
 namespace Quarrow::Lmtp {
 namespace {
@@ -38,6 +41,13 @@ bool Spool::add(const char* data, std::size_t size) {
     size_ += static_cast<std::uint64_t>(written);
   }
   return true;
+}
+
+std::string Spool::header() const {
+  std::string text(std::min<std::uint64_t>(size_, most_header), '\0');
+  const ssize_t count = pread(fd_, text.data(), text.size(), 0);
+  text.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  return text;
 }
 
 void Spool::close() {

@@ -63,13 +63,14 @@ class Lmtp(smtplib.LMTP):
         super().__init__(path)
         self.sock.settimeout(PATIENCE)
 
-    def deliver(self, recipients, subject, name="1", body="body"):
-        """One message; the replies of its recipients, in order."""
+    def deliver(self, recipients, subject, name="1", body="body", head=""):
+        """One message, with the lines `head` in front; the replies of its recipients, in order."""
         assert self.mail("sender@example.net")[0] == 250
         for recipient in recipients:
             assert self.rcpt(recipient)[0] == 250
         self.start_data()
-        self.send_text(f"Subject: {subject}\r\nMessage-ID: <{name}@example.net>\r\n\r\n{body}\r\n")
+        self.send_text(f"{head}Subject: {subject}\r\n"
+                       f"Message-ID: <{name}@example.net>\r\n\r\n{body}\r\n")
         return self.end_data(len(recipients))
 
     def start_data(self):
@@ -188,6 +189,20 @@ class DaemonTest(unittest.TestCase):
         self.assertEqual([(550, b"5.7.1 No adverts")], client.deliver(USERS[:1], "advert"))
         self.assertEqual(250, client.deliver(USERS[:1], "spam")[0][0])
         self.assertEqual([], daemon.messages(USERS[0]))
+
+    def test_refuses_what_comes_back_for_the_recipients_that_had_it_only(self):
+        daemon = self.start()
+        client = self.connect(daemon)
+        self.assertEqual(250, client.deliver(USERS[:1], "other")[0][0])
+        trace, _ = daemon.messages(USERS[0])[0].decode().split("Subject:")
+        replies = client.deliver(USERS[:3], "other", head="Received: from elsewhere\r\n"
+                                 + trace.replace("\n", "\r\n"))
+        self.assertEqual([554, 250, 250], [code for code, _ in replies])
+        self.assertEqual(b"5.4.6 ", replies[0][1][:6])
+        self.assertEqual([1, 1, 1], [len(daemon.messages(user)) for user in USERS[:3]])
+        self.assertRegex(daemon.log_text(),
+                         f'user={USERS[0]} msgid=<1@example.net> rule="" action=loop took=')
+        self.assertEqual(1, self.counters(daemon)["quarrow_loops_total"])
 
     def test_refuses_strangers(self):
         client = self.connect(self.start())
