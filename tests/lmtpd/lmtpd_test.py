@@ -204,6 +204,14 @@ class DaemonTest(unittest.TestCase):
                          f'user={USERS[0]} msgid=<1@example.net> rule="" action=loop took=')
         self.assertEqual(1, self.counters(daemon)["quarrow_loops_total"])
 
+    def test_gives_a_recipient_that_is_named_twice_one_copy_and_two_answers(self):
+        daemon = self.start()
+        client = self.connect(daemon)
+        recipients = [USERS[0], USERS[1], USERS[0]]
+        self.assertEqual([250] * 3, [code for code, _ in client.deliver(recipients, "other")])
+        self.assertEqual(250, client.noop()[0])
+        self.assertEqual([1, 1], [len(daemon.messages(user)) for user in USERS[:2]])
+
     def test_refuses_strangers(self):
         client = self.connect(self.start())
         client.mail("")
