@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 
 #include "system/descriptor.h"
 
@@ -43,16 +44,12 @@ bool is_left_over(const std::string& path, const sockaddr_un& address) {
          errno == ECONNREFUSED;
 }
 
-bool give_rights(const std::string& path, const SocketRights& rights) {
-  if (!rights.group.empty()) {
-    const group* const named = getgrnam(rights.group.c_str());
-    if (named == nullptr) {
-      errno = EINVAL;
-      return false;
-    }
-    if (chown(path.c_str(), static_cast<uid_t>(-1), named->gr_gid) != 0) return false;
-  }
-  return chmod(path.c_str(), rights.mode) == 0;
+// (gid_t)-1 leaves the group as it is (chown(2)), and stands for an empty name.
+std::optional<gid_t> group_id(const std::string& name) {
+  if (name.empty()) return static_cast<gid_t>(-1);
+  const group* const named = getgrnam(name.c_str());
+  if (named == nullptr) return std::nullopt;
+  return named->gr_gid;
 }
 
 Listener listen_at_path(const std::string& path, const SocketRights& rights) {
@@ -60,12 +57,16 @@ Listener listen_at_path(const std::string& path, const SocketRights& rights) {
   address.sun_family = AF_UNIX;
   if (path.size() >= sizeof address.sun_path) return {-1, path + ": too long for a socket"};
   std::memcpy(address.sun_path, path.c_str(), path.size());
+  const auto group = group_id(rights.group);
+  if (!group) return {-1, rights.group + ": there is no such group"};
   if (is_left_over(path, address)) (void)unlink(path.c_str());
   const int fd = new_socket(AF_UNIX);
   const mode_t mask = umask(0177);  // nobody connects before the rights are as they should be
   const bool bound = bind_and_listen(fd, &address, sizeof address);
   umask(mask);
-  return bound && give_rights(path, rights) ? Listener{fd, ""} : failure(fd, path);
+  const bool given = bound && chown(path.c_str(), static_cast<uid_t>(-1), *group) == 0 &&
+                     chmod(path.c_str(), rights.mode) == 0;
+  return given ? Listener{fd, ""} : failure(fd, path);
 }
 
 bool is_loopback(const addrinfo& found) {

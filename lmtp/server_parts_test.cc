@@ -192,6 +192,14 @@ TEST(Listener, ReplacesASocketThatNobodyAnswersAt) {
   EXPECT_EQ(path + ": Address already in use", listen_at(path, {}).reason);
 }
 
+TEST(Listener, NamesAGroupThatIsNotThere) {
+  const TemporaryFolder folder;
+  const std::string path = folder.file("socket");
+  EXPECT_EQ("no-such-group: there is no such group",
+            listen_at(path, {0660, "no-such-group"}).reason);
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
 TEST(Listener, LeavesOtherFilesAlone) {
   const TemporaryFolder folder;
   const std::string path = folder.write("file", "precious");
