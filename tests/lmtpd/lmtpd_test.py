@@ -352,7 +352,7 @@ class DaemonTest(unittest.TestCase):
         with smtplib.LMTP("127.0.0.1", port) as client:
             self.assertEqual(250, client.ehlo("test")[0])
 
-    def test_takes_sockets_and_tells_that_it_is_ready(self):
+    def test_takes_sockets_and_tells_what_it_is_at(self):
         daemon = self.start()
         path = str(daemon.folder / "activated")
         notices = str(daemon.folder / "notices")
@@ -370,6 +370,11 @@ class DaemonTest(unittest.TestCase):
                  "--spool", daemon.folder / "spool"],
                 env={**os.environ, "LISTEN_FDS": "1", "NOTIFY_SOCKET": notices},
                 pass_fds=[listener.fileno()], stderr=subprocess.DEVNULL)
+            self.assertEqual(b"READY=1", manager.recv(100))
+            with Lmtp(path) as client:
+                self.assertEqual(250, client.ehlo("test")[0])
+            activated.send_signal(signal.SIGHUP)
+            self.assertEqual(b"RELOADING=1", manager.recv(100))
             self.assertEqual(b"READY=1", manager.recv(100))
             with Lmtp(path) as client:
                 self.assertEqual(250, client.ehlo("test")[0])
