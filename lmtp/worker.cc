@@ -67,6 +67,7 @@ void serve(const std::vector<int>& listeners, const StopSignal& stop,
   while (!stop.is_set()) {
     int listener = -1;
     if (stop.wait(listeners, listener) != StopSignal::Wait::ready) continue;
+    if (stop.is_set()) return;  // who comes now is served by the worker that follows
     const Descriptor connection(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
     if (connection.get() >= 0) {
       job(connection.get());

@@ -370,6 +370,8 @@ class DaemonTest(unittest.TestCase):
                  "--spool", daemon.folder / "spool"],
                 env={**os.environ, "LISTEN_FDS": "1", "NOTIFY_SOCKET": notices},
                 pass_fds=[listener.fileno()], stderr=subprocess.DEVNULL)
+            self.addCleanup(activated.wait, PATIENCE)
+            self.addCleanup(activated.kill)
             self.assertEqual(b"READY=1", manager.recv(100))
             with Lmtp(path) as client:
                 self.assertEqual(250, client.ehlo("test")[0])
