@@ -88,7 +88,7 @@ class Lmtp(smtplib.LMTP):
 class Daemon:
     """The server, with users, in a folder of its own."""
 
-    def __init__(self, *options):
+    def __init__(self, *options, launcher=()):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quarrow-lmtpd-"))
         self.socket = str(self.folder / "socket")
         self.config = self.folder / "config"
@@ -101,7 +101,7 @@ class Daemon:
         self.give_away()
         self.log = open(self.folder / "log", "w+b")
         self.process = subprocess.Popen(
-            [PROGRAM, "--config", self.config, "--user", unprivileged_user(),
+            [*launcher, PROGRAM, "--config", self.config, "--user", unprivileged_user(),
              "--root", self.folder / "root", "--spool", self.folder / "spool",
              "--listen", self.socket, "--host-name", "mx.example.org",
              "--metrics", self.metrics, *options],
@@ -154,8 +154,8 @@ class Daemon:
 
 
 class DaemonTest(unittest.TestCase):
-    def start(self, *options):
-        daemon = Daemon(*options)
+    def start(self, *options, **how):
+        daemon = Daemon(*options, **how)
         self.addCleanup(daemon.close)
         return daemon
 
@@ -293,12 +293,15 @@ class DaemonTest(unittest.TestCase):
         daemon.wait()
         until(lambda: not any(is_running(worker) for worker in workers), "the workers end")
 
-    def counters(self, daemon):
+    def metrics_text(self, daemon):
         with contextlib.suppress(FileNotFoundError):
             daemon.metrics.unlink()
         daemon.signal(signal.SIGUSR1)
         until(daemon.metrics.exists, "counters")
-        rows = [line.rsplit(" ", 1) for line in daemon.metrics.read_text().splitlines()
+        return daemon.metrics.read_text()
+
+    def counters(self, daemon):
+        rows = [line.rsplit(" ", 1) for line in self.metrics_text(daemon).splitlines()
                 if not line.startswith("#")]
         return {name: float(value) for name, value in rows}
 
@@ -319,6 +322,69 @@ class DaemonTest(unittest.TestCase):
                     "quarrow_temporary_failures_total": 0,
                     "quarrow_evaluation_seconds_count": 11}
         self.assertEqual(expected, {name: counters[name] for name in expected})
+
+    def test_writes_counters_as_prometheus_reads_them(self):
+        daemon = self.start()
+        client = self.connect(daemon)
+        for subject in ["work", "other", "spam"]:
+            client.deliver(USERS[:1], subject)
+        text = self.metrics_text(daemon)
+        self.assertEqual("\n", text[-1])
+        families = {}  # samples by the name of their family, which is described before them
+        for line in text.splitlines():
+            if line.startswith("# HELP "):
+                name = line.split(" ")[2]
+                self.assertNotIn(name, families)
+                self.assertNotEqual("", line.split(" ", 3)[3])
+            elif line.startswith("# TYPE "):
+                kind = "counter" if name.endswith("_total") else "histogram"
+                self.assertEqual(f"# TYPE {name} {kind}", line)
+                families[name] = []
+            else:
+                self.assertRegex(line, rf'^{name}(_bucket|_sum|_count)?(\{{[a-z]+="[^"]*"\}})? '
+                                       r"\d+(\.\d+)?$")
+                families[name].append(line[len(name):].rsplit(" ", 1))
+        self.assertTrue(all(families.values()), families)
+        *buckets, total, count = families["quarrow_evaluation_seconds"]
+        bounds = [float(label.split('"')[1]) for label, _ in buckets]
+        self.assertEqual(sorted(set(bounds)), bounds)
+        self.assertEqual(float("inf"), bounds[-1])
+        counts = [int(value) for _, value in buckets]
+        self.assertEqual(sorted(counts), counts)
+        self.assertEqual(["_count", "3"], count)
+        self.assertEqual(3, counts[-1])
+        self.assertEqual("_sum", total[0])
+        self.assertGreater(float(total[1]), 0)
+
+    @unittest.skipUnless(os.geteuid() == 0, "only the superuser can mount")
+    def test_logs_to_the_system_log(self):
+        if subprocess.run(["unshare", "-m", "true"], stderr=subprocess.DEVNULL).returncode != 0:
+            self.skipTest("there are no mount namespaces")
+        with tempfile.TemporaryDirectory() as folder, \
+                socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as system_log:
+            system_log.bind(folder + "/log")
+            os.chmod(folder, 0o755)
+            os.chmod(folder + "/log", 0o666)
+            pathlib.Path(folder, "null").touch()
+            system_log.settimeout(PATIENCE)
+            daemon = self.start("--log", "syslog", launcher=[
+                "unshare", "-m", "sh", "-c", f"mount --bind /dev/null {folder}/null && "
+                f"mount --rbind {folder} /dev && exec \"$@\"", "sh"])
+            prefix = r"^<{}>\w+ +\d+ \d\d:\d\d:\d\d quarrow-lmtpd\[\d+\]: "  # facility mail
+            self.assertRegex(system_log.recv(1000).decode(), prefix.format(22) + "serving with 2 ")
+            client = self.connect(daemon)
+            client.deliver(USERS[:1], "work", name="\x1b%s\x7f")
+            self.assertRegex(
+                system_log.recv(1000).decode(),
+                prefix.format(22) + f"user={USERS[0]} "
+                r'msgid=<\\x1b%s\\x7f@example.net> rule="" action=fileinto:Work took=\d+ms$')
+            (daemon.home(USERS[1]) / "Maildir").write_text("in the way")
+            client.deliver(USERS[1:2], "work")
+            self.assertRegex(system_log.recv(1000).decode(),
+                             prefix.format(19) + f"user={USERS[1]} .* action=retry ")
+            os.kill(daemon.workers()[0], signal.SIGKILL)
+            self.assertRegex(system_log.recv(1000).decode(), prefix.format(20) + "worker ")
+            self.assertEqual("", daemon.log_text())
 
     def test_logs_a_line_for_each_delivery_and_nothing_of_its_content(self):
         daemon = self.start()
