@@ -5,152 +5,15 @@ import contextlib
 import os
 import pathlib
 import pwd
-import select
-import shutil
 import signal
 import smtplib
 import socket
 import subprocess
-import sys
 import tempfile
-import time
 import unittest
 
-PROGRAM = ""
-PATIENCE = 60  # seconds until something that must happen counts as missing
-USERS = [f"user{number}@example.org" for number in range(5)]
-SCRIPT = b"""require ["fileinto", "reject"];
-if header :contains "subject" "work" { fileinto "Work"; stop; }
-if header :contains "subject" "spam" { discard; stop; }
-if header :contains "subject" "advert" { reject "No adverts"; stop; }
-if header :contains "subject" "deep" { fileinto "A/B"; stop; }
-"""
-FOLDERS = {"work": ".Work", "deep": ".A.B", "other": ""}
-
-
-def unprivileged_user():
-    """Who the server runs as; nobody where this test is the superuser's."""
-    return "nobody" if os.geteuid() == 0 else pwd.getpwuid(os.geteuid()).pw_name
-
-
-def until(condition, what):
-    """Waits until `condition()` gives something true, and gives that."""
-    end = time.monotonic() + PATIENCE
-    while time.monotonic() < end:
-        result = condition()
-        if result:
-            return result
-        select.select([], [], [], 0.01)  # the condition is looked at again
-    raise AssertionError("in vain: " + what)
-
-
-def children(process):
-    path = pathlib.Path(f"/proc/{process}/task/{process}/children")
-    return [int(word) for word in path.read_text().split()]
-
-
-def is_running(process):
-    """Whether it is there, and not only waits for its parent to ask how it ended."""
-    with contextlib.suppress(OSError):
-        return "\nState:\tZ" not in pathlib.Path(f"/proc/{process}/status").read_text()
-    return False
-
-
-class Lmtp(smtplib.LMTP):
-    """A client whose reads end when the server is mute."""
-
-    def __init__(self, path):
-        super().__init__(path)
-        self.sock.settimeout(PATIENCE)
-
-    def deliver(self, recipients, subject, name="1", body="body", head=""):
-        """One message, with the lines `head` in front; the replies of its recipients, in order."""
-        assert self.mail("sender@example.net")[0] == 250
-        for recipient in recipients:
-            assert self.rcpt(recipient)[0] == 250
-        self.start_data()
-        self.send_text(f"{head}Subject: {subject}\r\n"
-                       f"Message-ID: <{name}@example.net>\r\n\r\n{body}\r\n")
-        return self.end_data(len(recipients))
-
-    def start_data(self):
-        self.putcmd("data")
-        assert self.getreply()[0] == 354
-
-    def send_text(self, text):
-        self.sock.sendall(text.encode())
-
-    def end_data(self, replies):
-        self.sock.sendall(b".\r\n")
-        return [self.getreply() for _ in range(replies)]
-
-
-class Daemon:
-    """The server, with users, in a folder of its own."""
-
-    def __init__(self, *options, launcher=()):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quarrow-lmtpd-"))
-        self.socket = str(self.folder / "socket")
-        self.config = self.folder / "config"
-        self.metrics = self.folder / "metrics"
-        self.config.write_text("workers=2\n")
-        (self.folder / "spool").mkdir()
-        for user in USERS:
-            self.home(user).mkdir(parents=True)
-            (self.home(user) / ".delivery_filter").write_bytes(SCRIPT)
-        self.give_away()
-        self.log = open(self.folder / "log", "w+b")
-        self.process = subprocess.Popen(
-            [*launcher, PROGRAM, "--config", self.config, "--user", unprivileged_user(),
-             "--root", self.folder / "root", "--spool", self.folder / "spool",
-             "--listen", self.socket, "--host-name", "mx.example.org",
-             "--metrics", self.metrics, *options],
-            stderr=self.log)
-        try:
-            until(self.answers, "the server answers")
-        except BaseException:
-            self.close()
-            raise
-
-    def give_away(self):
-        if os.geteuid() != 0:
-            return
-        entry = pwd.getpwnam(unprivileged_user())
-        for path in [self.folder, *self.folder.rglob("*")]:
-            os.chown(path, entry.pw_uid, entry.pw_gid)
-
-    def answers(self):
-        assert self.process.poll() is None, self.log_text()
-        with contextlib.suppress(OSError), Lmtp(self.socket) as client:
-            return client.ehlo("test")[0] == 250
-        return False
-
-    def home(self, user):
-        local, domain = user.split("@")
-        return self.folder / "root" / domain / local
-
-    def messages(self, user, folder=""):
-        new = self.home(user) / "Maildir" / folder / "new"
-        return [path.read_bytes() for path in new.glob("*")]
-
-    def log_text(self):
-        return (self.folder / "log").read_text()
-
-    def workers(self):
-        return children(self.process.pid)
-
-    def signal(self, number):
-        self.process.send_signal(number)
-
-    def wait(self):
-        return self.process.wait(PATIENCE)
-
-    def close(self):
-        if self.process.poll() is None:
-            self.signal(signal.SIGTERM)
-            self.wait()
-        self.log.close()
-        shutil.rmtree(self.folder)
+from lmtp_server import (FOLDERS, PATIENCE, PROGRAM, USERS, Daemon, Lmtp, children, is_running,
+                         unprivileged_user, until)
 
 
 class DaemonTest(unittest.TestCase):
@@ -475,5 +338,4 @@ class DaemonTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    PROGRAM = os.path.abspath(sys.argv.pop(1))
     unittest.main()
