@@ -9,6 +9,7 @@ import subprocess
 import time
 
 PATIENCE = 240  # seconds until something that must happen counts as missing
+SILENCE = 3  # seconds without news from Postfix until it is made to look through its queues
 
 # Postfix tries again after a second what it otherwise leaves alone for five minutes.
 SETTINGS = """compatibility_level = 3.6
@@ -78,6 +79,7 @@ class Postfix:
         self._waiting = {}  # messages in the queue, by their names there
         self._seen = {}  # all that ever were
         self._rest = b""
+        self._last_news = time.monotonic()
         (folder / "maillog").touch()
         (folder / "config").mkdir()
         (folder / "queue").mkdir()
@@ -126,6 +128,7 @@ class Postfix:
         """Takes in what Postfix has logged; waits for that at most `seconds`."""
         if not select.select([self._tail.stdout], [], [], seconds)[0]:
             return
+        self._last_news = time.monotonic()
         lines = (self._rest + os.read(self._tail.stdout.fileno(), 1 << 20)).split(b"\n")
         self._rest = lines.pop()
         for line in lines:
@@ -150,6 +153,15 @@ class Postfix:
             if time.monotonic() > end:
                 raise AssertionError(f"in vain: {what}; the log ends\n{self.log()[-4000:]}")
             step() if step else self.follow(1)
+            self._look_again()
+
+    def _look_again(self):
+        """Sends the queue manager through its queues when nothing has happened for long. A message
+        that it would try again while the last attempt has not let go of it goes among the new ones,
+        which it looks through every five minutes, or when more mail comes."""
+        if time.monotonic() - self._last_news > SILENCE:
+            self._control("flush")
+            self._last_news = time.monotonic()
 
     def is_empty(self):
         return not self._waiting
