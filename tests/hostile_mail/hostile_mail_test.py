@@ -2,7 +2,7 @@
 """Hostile mail, delivered by the command and by the LMTP server: every message is stored byte for
 byte, where the rules want it.
 
-usage: hostile_mail_test.py QUARROW QUARROW_LMTPD [unittest arguments]
+usage: hostile_mail_test.py QUARROW_LMTPD QUARROW [unittest arguments]
 """
 import os
 import pathlib
@@ -16,17 +16,17 @@ import unittest
 TESTS = pathlib.Path(__file__).resolve().parent.parent
 sys.path += [str(TESTS / "lmtpd"), str(TESTS.parent / "bench")]
 
-import lmtpd_test  # noqa: E402
+import lmtp_server  # noqa: E402
 import messages  # noqa: E402
 import peers  # noqa: E402
 
-USER = lmtpd_test.USERS[0]
+USER = lmtp_server.USERS[0]
 SENDER = "sender@example.net"
 HEADERS_OF_LMTP = re.compile(
     rb"Return-Path: <%b>\nDelivered-To: %b\nReceived: from .*\n\tby .*\n\tfor .*\n"
     % (SENDER.encode(), USER.encode()))
 NOTE = re.compile(r' note="(.*)"$')
-QUARROW = ""
+QUARROW = os.path.abspath(sys.argv.pop(1))
 
 
 def rules():
@@ -99,14 +99,14 @@ class ByTheCommand(unittest.TestCase):
 
 class ByTheServer(unittest.TestCase):
     def setUp(self):
-        self.daemon = lmtpd_test.Daemon()
+        self.daemon = lmtp_server.Daemon()
         self.addCleanup(self.daemon.close)
         with tempfile.TemporaryDirectory() as folder:
             script = make_user(pathlib.Path(folder)) / ".delivery_filter"
             home = self.daemon.home(USER)
             (home / ".delivery_filter").write_bytes(script.read_bytes())
         self.maildir = home / "Maildir"
-        self.client = lmtpd_test.Lmtp(self.daemon.socket)
+        self.client = lmtp_server.Lmtp(self.daemon.socket)
         self.addCleanup(self.client.close)
         self.client.ehlo("test")
 
@@ -152,6 +152,4 @@ class ByTheServer(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    QUARROW, lmtpd_test.PROGRAM = map(os.path.abspath, sys.argv[1:3])
-    del sys.argv[1:3]
     unittest.main()
