@@ -29,6 +29,14 @@ std::string folder_of(const std::string& recipient) {
   return address.isNull() ? "" : ZvMailUserId(MAILBOX_USER, address.address()).prefpath();
 }
 
+// The address without its extension: alice@example.org for alice+lists@example.org.
+std::string without_extension(const std::string& recipient, const std::string& delimiter) {
+  const std::size_t at = recipient.rfind('@');
+  const std::size_t begin = recipient.find_first_of(delimiter);
+  if (at == std::string::npos || begin == 0 || begin >= at) return recipient;
+  return recipient.substr(0, begin) + recipient.substr(at);
+}
+
 bool is_folder(const std::string& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) return false;
@@ -80,7 +88,7 @@ DeliveryHandler::DeliveryHandler(Places places, Delivery::Evaluate evaluate, Met
       spool_(places_.spool) {}
 
 Reply DeliveryHandler::check_recipient(const std::string& recipient) {
-  const std::string folder = folder_of(recipient);
+  const std::string folder = folder_for(recipient);
   if (!folder.empty() && is_folder(folder)) return {250, "2.1.5", "Recipient accepted"};
   const int error = errno;
   const bool is_missing = folder.empty() || error == ENOENT || error == ENOTDIR;
@@ -129,7 +137,7 @@ Reply DeliveryHandler::deliver_unless_it_loops(const Envelope& envelope,
   const std::string header = spool_.header();
   record.message_id = message_id(header);
   if (!Delivery::trace_lines(header, recipient).are_of_a_loop())
-    return conclude(deliver_to(folder_of(recipient), added_headers(envelope, recipient)), record);
+    return conclude(deliver_to(folder_for(recipient), added_headers(envelope, recipient)), record);
   metrics_.add(Counter::looped);
   record.action = "loop";
   return {554, "5.4.6", "The message loops: it was delivered to this recipient before"};
@@ -142,6 +150,15 @@ Reply DeliveryHandler::conclude(const Report& report, DeliveryRecord& record) {
   record.action = report.status == Report::Status::temporary_failure ? "retry" : report.action;
   record.note = report.note;
   return reply_to(report);
+}
+
+// The folder of the user whose mail it is; where he has none, that of the recipient as he stands.
+std::string DeliveryHandler::folder_for(const std::string& recipient) const {
+  const std::string exact = folder_of(recipient);
+  const std::string user = without_extension(recipient, places_.recipient_delimiter);
+  if (user == recipient || is_folder(exact) || errno != ENOENT) return exact;
+  const std::string folder = folder_of(user);
+  return is_folder(folder) ? folder : exact;
 }
 
 Report DeliveryHandler::deliver_to(const std::string& folder, const std::string& headers) {

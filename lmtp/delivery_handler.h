@@ -18,10 +18,13 @@ struct Places {
   std::string root;   // the users' folders, as mailuser_set_root has it
   std::string spool;  // the folder of messages that come in
   std::string host_name;
+  // Any of these characters begins the extension of an address; empty: none does.
+  std::string recipient_delimiter = {};
 };
 
-// Delivers a session's messages. A user is known when he has a folder; while the root itself is
-// missing (a disk that is not mounted), every user is to be tried again.
+// Delivers a session's messages. A user is known when he has a folder; alice+lists@example.org is
+// alice@example.org where nobody has that very name. While the root itself is missing (a disk that
+// is not mounted), every user is to be tried again.
 class DeliveryHandler : public Handler {
  public:
   // `metrics` outlives this object.
@@ -44,6 +47,7 @@ class DeliveryHandler : public Handler {
   Reply deliver_unless_it_loops(const Envelope& envelope, const std::string& recipient,
                                 DeliveryRecord& record);
   Reply conclude(const Delivery::Report& report, DeliveryRecord& record);
+  std::string folder_for(const std::string& recipient) const;
   Delivery::Report deliver_to(const std::string& folder, const std::string& headers);
   std::string added_headers(const Envelope& envelope, const std::string& recipient) const;
   void count(const Delivery::Report& report);

@@ -39,17 +39,19 @@ class DeliveryHandlerTest : public ::testing::Test {
     return deliver(evaluation, "Subject: x\n\nbody\n");
   }
 
-  Reply deliver(const Evaluation& evaluation, const std::string& message) {
+  Reply deliver(const Evaluation& evaluation, const std::string& message,
+                const std::string& recipient = user) {
     DeliveryHandler handler(
-        {folder_.path(), folder_.path(), "mx.example.org"},
+        {folder_.path(), folder_.path(), "mx.example.org", "+-"},
         [&](int, std::uint64_t, std::time_t, const std::string&) { return evaluation; }, metrics_);
     EXPECT_TRUE(handler.open_message());
     EXPECT_TRUE(handler.add(message.data(), message.size()));
-    return handler.deliver({"client (x)", "s@example.net", false, {user}}, user);
+    return handler.deliver({"client (x)", "s@example.net", false, {recipient}}, recipient);
   }
 
   Reply check(const std::string& recipient) {
-    DeliveryHandler handler({folder_.path(), folder_.path(), "mx.example.org"}, nullptr, metrics_);
+    DeliveryHandler handler({folder_.path(), folder_.path(), "mx.example.org", "+-"}, nullptr,
+                            metrics_);
     return handler.check_recipient(recipient);
   }
 
@@ -75,6 +77,25 @@ TEST_F(DeliveryHandlerTest, KnowsUsersByTheirFolders) {
     EXPECT_EQ("5.1.1", reply.status) << stranger;
   }
   EXPECT_TRUE(counts("unknown_recipients_total 4"));
+}
+
+TEST_F(DeliveryHandlerTest, TakesAnAddressWithAnExtensionAsTheUsers) {
+  for (const char* const recipient : {"alice+lists@example.org", "alice-a+b@example.org",
+                                      "alice+@example.org", "alice+../../etc@example.org"}) {
+    EXPECT_EQ(250, check(recipient).code) << recipient;
+  }
+  for (const char* const stranger : {"bob+alice@example.org", "+alice@example.org",
+                                     "alice@example.org+x", "alice_x@example.org", "alice+x"}) {
+    EXPECT_EQ(550, check(stranger).code) << stranger;
+  }
+  EXPECT_EQ(250, deliver(done({}), "Subject: x\n\nbody\n", "alice+lists@example.org").code);
+  EXPECT_NE(std::string::npos, stored("new").find("Delivered-To: alice+lists@example.org\n"));
+}
+
+TEST_F(DeliveryHandlerTest, AUserWhoseNameHasADelimiterComesFirst) {
+  std::filesystem::create_directories(folder_.path() + "/example.org/alice+lists");
+  EXPECT_EQ(250, deliver(done({}), "Subject: x\n\nbody\n", "alice+lists@example.org").code);
+  EXPECT_FALSE(std::filesystem::exists(home() + "/Maildir"));
 }
 
 TEST_F(DeliveryHandlerTest, BouncesNothingWhileTheUsersDiskIsMissing) {

@@ -93,7 +93,8 @@ class Server {
                                        const std::string& script) {
       return evaluator.evaluate(fd, size, received, script);
     };
-    const Places places{options_.root, options_.spool, options_.host_name};
+    const Places places{options_.root, options_.spool, options_.host_name,
+                        options_.recipient_delimiter};
     serve(listeners_, stop, [&](int connection) {
       DeliveryHandler handler(places, evaluate, metrics_);
       converse(connection, handler, options_.limits, options_.host_name, stop);

@@ -51,6 +51,11 @@ std::string octal_fault(const std::string& text) {
   return good ? "" : "not a mode such as 0660: " + text;
 }
 
+std::string delimiter_fault(const std::string& text) {
+  const bool good = text.find_first_not_of("!#$%&*+-./=?^_{|}~") == std::string::npos;
+  return good ? "" : "not of the characters !#$%&*+-./=?^_{|}~: " + text;
+}
+
 std::string log_fault(const std::string& text) {
   return text == "stderr" || text == "syslog" ? "" : "neither stderr nor syslog: " + text;
 }
@@ -82,6 +87,11 @@ void declare_places(CLI::App& app, Options& options, Raw& raw) {
   app.add_option("--host-name", options.host_name, "What the server calls itself")
       ->type_name("NAME")
       ->check(host_fault);
+  app.add_option("--recipient-delimiter", options.recipient_delimiter,
+                 "Characters of which each begins the extension of an address; none if empty")
+      ->type_name("CHARS")
+      ->check(delimiter_fault)
+      ->capture_default_str();
   app.add_option("--log", raw.log, "Where the log goes")
       ->type_name("stderr|syslog")
       ->check(log_fault)

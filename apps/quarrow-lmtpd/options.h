@@ -24,6 +24,7 @@ struct Options {
   std::string root = "/var/spool/quarrow";
   std::string spool = "/var/tmp";
   std::string host_name;
+  std::string recipient_delimiter = "+";
   std::size_t workers = 10;
   Quarrow::Lmtp::LogTarget log = Quarrow::Lmtp::LogTarget::standard_error;
   Quarrow::Lmtp::Limits limits;

@@ -36,6 +36,7 @@ void expect_what_every_option_sets(const Parsed& parsed) {
   EXPECT_EQ("/srv/mail", options.root);
   EXPECT_EQ("/srv/spool", options.spool);
   EXPECT_EQ("mx.example.org", options.host_name);
+  EXPECT_EQ("+-", options.recipient_delimiter);
   EXPECT_EQ("/srv/metrics", options.metrics);
   EXPECT_EQ(LogTarget::system_log, options.log);
   EXPECT_EQ(4U, options.workers);
@@ -62,6 +63,8 @@ TEST(LmtpdOptions, AreReadFromTheCommandLine) {
                                        "/srv/spool",
                                        "--host-name",
                                        "mx.example.org",
+                                       "--recipient-delimiter",
+                                       "+-",
                                        "--metrics",
                                        "/srv/metrics",
                                        "--log",
@@ -84,6 +87,7 @@ TEST(LmtpdOptions, AreReadFromAFile) {
   expect_what_every_option_sets(
       parse_file("listen=/run/a 127.0.0.1:24\nsocket-mode=0620\nsocket-group=postfix\nuser=vmail\n"
                  "root=/srv/mail\nspool=/srv/spool\nhost-name=mx.example.org\n"
+                 "recipient-delimiter=+-\n"
                  "metrics=/srv/metrics\nlog=syslog\nworkers=4\nmax-size=1000\nmax-line=2000\n"
                  "max-recipients=30\nevaluation-time=5\nevaluation-memory=256\n"));
 }
@@ -98,6 +102,7 @@ TEST(LmtpdOptions, HaveDefaults) {
   EXPECT_EQ("/var/spool/quarrow", options.root);
   EXPECT_EQ("/var/tmp", options.spool);
   EXPECT_NE("", options.host_name);
+  EXPECT_EQ("+", options.recipient_delimiter);
   EXPECT_EQ(LogTarget::standard_error, options.log);
   EXPECT_EQ(10U, options.workers);
   EXPECT_EQ(67108864U, options.limits.message);
@@ -112,6 +117,11 @@ TEST(LmtpdOptions, OnTheCommandLineOverrideTheFile) {
   ASSERT_EQ(Parsed::Outcome::run, parsed.outcome);
   EXPECT_EQ(5U, parsed.options.workers);
   EXPECT_EQ("/srv/mail", parsed.options.root);
+}
+
+TEST(LmtpdOptions, MayLeaveAddressesWithoutExtensions) {
+  EXPECT_EQ("", parse({"--recipient-delimiter", ""}).options.recipient_delimiter);
+  EXPECT_EQ("", parse_file("recipient-delimiter=\"\"\n").options.recipient_delimiter);
 }
 
 TEST(LmtpdOptions, TakeNumbersInDecimal) {
@@ -148,6 +158,7 @@ TEST(LmtpdOptions, NameTheOptionAndItsValuesWhereOneIsWrong) {
       {"--spool", "", "must not be empty"},
       {"--host-name", "", "not a host's name, ASCII without blanks: "},
       {"--host-name", "mx example", "not a host's name, ASCII without blanks: mx example"},
+      {"--recipient-delimiter", "+@", "not of the characters !#$%&*+-./=?^_{|}~: +@"},
       {"--config", "/no/such/file", "/no/such/file was not readable (missing?)"},
   };
   for (const auto& c : cases) {
@@ -160,8 +171,8 @@ TEST(LmtpdOptions, NameTheOptionAndItsValuesWhereOneIsWrong) {
 TEST(LmtpdOptions, AreRefusedWithoutAValueTwiceOrUnknown) {
   for (const char* const option :
        {"--listen", "--socket-mode", "--socket-group", "--user", "--root", "--spool", "--host-name",
-        "--metrics", "--log", "--workers", "--max-size", "--max-line", "--max-recipients",
-        "--evaluation-time", "--evaluation-memory", "--config"}) {
+        "--recipient-delimiter", "--metrics", "--log", "--workers", "--max-size", "--max-line",
+        "--max-recipients", "--evaluation-time", "--evaluation-memory", "--config"}) {
     const Parsed parsed = parse({option});
     EXPECT_EQ(Parsed::Outcome::wrong, parsed.outcome) << option;
     EXPECT_EQ(0U, parsed.text.find(std::string(option) + ": ")) << parsed.text;
@@ -184,9 +195,10 @@ TEST(LmtpdOptions, AreExplainedWhenAsked) {
   EXPECT_EQ(Parsed::Outcome::help, help.outcome);
   for (const char* const option :
        {"--config FILE", "--listen SOCKET", "--socket-mode MODE", "--socket-group GROUP",
-        "--user USER", "--root DIR", "--spool DIR", "--host-name NAME", "--metrics FILE",
-        "--log stderr|syslog", "--workers N", "--max-size N", "--max-line N", "--max-recipients N",
-        "--evaluation-time N", "--evaluation-memory N"})
+        "--user USER", "--root DIR", "--spool DIR", "--host-name NAME",
+        "--recipient-delimiter CHARS", "--metrics FILE", "--log stderr|syslog", "--workers N",
+        "--max-size N", "--max-line N", "--max-recipients N", "--evaluation-time N",
+        "--evaluation-memory N"})
     EXPECT_TRUE(contains(help.text, option)) << option;
   const Parsed version = parse({"--version"});
   EXPECT_EQ(Parsed::Outcome::help, version.outcome);
