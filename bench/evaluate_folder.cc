@@ -13,6 +13,7 @@
 #include <filesystem>
 
 #include "delivery/evaluator.h"
+#include "delivery/one_processor.h"
 #include "system/descriptor.h"
 
 namespace {
@@ -32,6 +33,7 @@ Evaluation evaluate(Evaluator& evaluator, const std::string& script, const std::
 
 int main(int argc, char** argv) {
   if (argc != 3) return std::fputs("usage: evaluate_folder SCRIPT FOLDER\n", stderr), 2;
+  Quarrow::Delivery::stay_on_one_processor();  // as quarrow match does
   Evaluator evaluator;
   int messages = 0;
   int with_actions = 0;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <quarrow/filter_list.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -12,6 +13,7 @@
 
 #include "delivery/evaluation_fixture.h"
 #include "delivery/helper_process.h"
+#include "delivery/one_processor.h"
 #include "tests/support/rules.h"
 
 namespace Quarrow {
@@ -168,6 +170,28 @@ TEST_F(EvaluatorTest, IsPreparedForTheOneMessageOfItsProcess) {
     EXPECT_EQ(child, waitpid(child, &status, 0));
     EXPECT_EQ(0, status) << c.subject;
   }
+}
+
+std::vector<int> processors_of(pid_t process) {
+  cpu_set_t allowed;
+  std::vector<int> numbers;
+  if (sched_getaffinity(process, sizeof allowed, &allowed) != 0) return numbers;
+  for (int number = 0; number < CPU_SETSIZE; ++number)
+    if (CPU_ISSET(number, &allowed)) numbers.push_back(number);
+  return numbers;
+}
+
+TEST_F(EvaluatorTest, AHelperSharesTheProcessorOfAProcessThatStaysOnOne) {
+  const pid_t child = fork();
+  if (child == 0) {
+    stay_on_one_processor();
+    const Evaluator evaluator;
+    const auto processors = processors_of(0);
+    _exit(processors.size() == 1 && processors_of(evaluator.helper()) == processors ? 0 : 1);
+  }
+  int status = -1;
+  EXPECT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
 }
 
 TEST_F(EvaluatorTest, AMissingScriptIsNoScript) {
