@@ -1,4 +1,4 @@
-# quarrow_link_libsieve(target): gives an object library its libsieve.
+# quarrow_link_libsieve(target): gives a library its libsieve.
 #
 # libsieve never gives back what a regular expression takes, writes past some of its blocks, and
 # answers a hostile address with gigabytes. So its archive is linked with the four allocation

@@ -98,6 +98,8 @@ Evaluation Evaluator::evaluate(int message_fd, std::uint64_t size, std::time_t r
 }
 
 void Evaluator::dismiss() {
+  if (socket_ >= 0) (void)close(socket_);
+  socket_ = -1;
   if (helper_ > 0) (void)kill(helper_, SIGKILL);
 }
 
@@ -111,13 +113,9 @@ void Evaluator::start() {
 }
 
 int Evaluator::stop() {
-  if (socket_ >= 0) (void)close(socket_);
-  socket_ = -1;
+  dismiss();
   int status = 0;
-  if (helper_ > 0) {
-    dismiss();
-    while (waitpid(helper_, &status, 0) < 0 && errno == EINTR) continue;
-  }
+  while (helper_ > 0 && waitpid(helper_, &status, 0) < 0 && errno == EINTR) continue;
   helper_ = -1;
   return status;
 }

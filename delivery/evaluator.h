@@ -22,8 +22,8 @@ namespace Delivery {
 
 // What a helper process may take, and how long one serves.
 struct EvaluatorLimits {
-  // Bytes of address space beyond what the process starts with. The interpreter maps 128 MiB; the
-  // rest is for the header block, which is in memory a few times over.
+  // Bytes of address space beyond what the process starts with. The interpreter may map 128 MiB of
+  // them; the rest is for the header block, which is in memory a few times over.
   std::uint64_t memory = std::uint64_t{512} << 20;
   // For one message; the helper is killed then. Hostile headers take below a second.
   std::chrono::milliseconds time{10000};

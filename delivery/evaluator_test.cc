@@ -153,6 +153,10 @@ TEST_F(EvaluatorTest, IsPreparedForTheOneMessageOfItsProcess) {
                {"=?koi8-r?q?=D0=D2?=", "\xd0\xbf\xd1\x80"},
                {"=?Windows-1251*ru?q?=EF=F0?=", "\xd0\xbf\xd1\x80"},
                {"=?iso-8859-7?q?=E1?= =?x-none?q?=E1?= =?iso-8859-5?q?=DF?=", "\xd0\xbf"},
+               {"=?iso-8859-1?q?J=E4?= <a>, =?iso-8859-1?q?J=E4?= <a>, =?iso-8859-1?q?J=E4?= <a>, "
+                "=?gb2312?B?xOO6ww==?=",
+                "\xe4\xbd\xa0\xe5\xa5\xbd"},
+               {"=?utf-8?b?w6Q=?= =?koi8-r?b?0NI=?=", "\xc3\xa4\xd0\xbf\xd1\x80"},
                {std::string("=\0?koi8-r?q?=D0=D2?=", 20), "\xd0\xbf\xd1\x80"},
                {"raw \xe4", "raw \xc3\xa4"}};
   for (const auto& c : cases) {
@@ -239,6 +243,18 @@ TEST_F(EvaluatorTest, AHelperThatDiedBeforeTheMessageIsReplaced) {
     const Evaluation got = evaluate(evaluator, ordinary_message);
     EXPECT_EQ(Outcome::done, got.outcome) << got.reason;
     EXPECT_EQ(ordinary_result, text_of(got.result));
+  }
+}
+
+TEST_F(EvaluatorTest, AHelperThatWasDismissedIsReplacedForAMessageThatComesAllTheSame) {
+  Evaluator evaluator;
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_EQ(ordinary_result,
+              text_of(evaluate(evaluator, ordinary_script, ordinary_message).result));
+    const pid_t helper = evaluator.helper();
+    evaluator.dismiss();
+    siginfo_t ended = {};
+    EXPECT_EQ(0, waitid(P_PID, static_cast<id_t>(helper), &ended, WEXITED | WNOWAIT));
   }
 }
 

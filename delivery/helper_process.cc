@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -49,9 +50,6 @@ const std::vector<const char*> charsets = {
 // What text is taken to be that is not in the charset it claims.
 const std::vector<const char*> fallback_charsets = {"ISO-8859-1", "CP1252"};
 
-// Longer than the names above; a header's words may be.
-constexpr std::size_t longest_name = 20;
-
 // More are not looked through one by one: a header may be nothing else.
 constexpr int most_words = 1000;
 
@@ -84,11 +82,24 @@ std::string_view header_of(std::string_view message) {
 // A NUL goes away before decoding, and what is around it may become an encoded word.
 bool is_plain_byte(unsigned char c) { return c > 0 && c < 0x80; }
 
-// Of `charsets`, what an encoded word's charset (RFC 2047, with a language RFC 2231) is; null when
-// it is none of them.
-const char* known_charset(std::string_view word) {
+// Takes the rest of an encoded word (RFC 2047), whose "=?" is gone, off `header`, and gives what it
+// names as its charset; nothing when decoders may see another word in it.
+std::optional<std::string_view> take_charset(std::string_view& header) {
+  const std::size_t name = header.find('?');
+  const std::size_t encoding = name == header.npos ? name : header.find('?', name + 1);
+  const std::size_t end = encoding == header.npos ? encoding : header.find("?=", encoding + 1);
+  if (end == header.npos || header.substr(0, end).find("=?") != header.npos) return std::nullopt;
+  const std::string_view charset = header.substr(0, name);
+  header.remove_prefix(end + 2);
+  return charset;
+}
+
+// Which of `charsets` an encoded word names, with a language or without (RFC 2231); null when it is
+// none of them.
+const char* known_charset(std::string_view named) {
   constexpr std::string_view registered = "windows-";  // what is CP in shorter names
-  std::string name(word.substr(0, word.find_first_of("*?")));
+  std::string name(named.substr(0, named.find('*')));
+  if (strcasecmp(name.c_str(), "GB2312") == 0) name = "GBK";  // which holds it: GMime takes that
   if (strncasecmp(name.c_str(), registered.data(), registered.size()) == 0)
     name.replace(0, registered.size(), "CP");
   const auto known = std::find_if(charsets.begin(), charsets.end(), [&name](const char* charset) {
@@ -103,10 +114,11 @@ std::vector<const char*> charsets_for(std::string_view header) {
   if (!std::all_of(header.begin(), header.end(), is_plain_byte)) return charsets;
   std::vector<const char*> needed;
   int words = 0;
-  for (std::size_t at = 0; (at = header.find("=?", at)) != header.npos;) {
-    at += 2;
+  for (std::size_t at = 0; (at = header.find("=?")) != header.npos;) {
+    header.remove_prefix(at + 2);
     if (needed.empty()) needed = fallback_charsets;
-    const char* const known = known_charset(header.substr(at, longest_name));
+    const auto named = take_charset(header);
+    const char* const known = named ? known_charset(*named) : nullptr;
     if (known == nullptr || ++words > most_words) return charsets;
     if (std::find(needed.begin(), needed.end(), known) == needed.end()) needed.push_back(known);
   }

@@ -156,10 +156,7 @@ std::string subscription(std::string folder, const std::string& contents) {
 
 std::string read_all(int fd) {
   std::string contents;
-  std::array<char, 4096> buffer;
-  ssize_t got = 0;
-  while ((got = read_at(fd, buffer.data(), buffer.size(), contents.size())) > 0)
-    contents.append(buffer.data(), static_cast<std::size_t>(got));
+  while (append_next(fd, contents) > 0) continue;
   return contents;
 }
 

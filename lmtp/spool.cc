@@ -5,9 +5,9 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 
+#include "delivery/read_at.h"
 #include "lmtp/limits.h"
 
 namespace Quarrow::Lmtp {
@@ -44,10 +44,10 @@ bool Spool::add(const char* data, std::size_t size) {
 }
 
 std::string Spool::header() const {
-  std::string text(std::min<std::uint64_t>(size_, most_header), '\0');
-  const ssize_t count = pread(fd_, text.data(), text.size(), 0);
-  text.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-  return text;
+  std::string text;
+  while (text.size() < most_header && text.find("\n\n") == text.npos)
+    if (Delivery::append_next(fd_, text) <= 0) break;
+  return text.substr(0, most_header);
 }
 
 void Spool::close() {

@@ -25,7 +25,8 @@ class Spool {
   // Appends. False when not all was written: the disk is full, or fails.
   bool add(const char* data, std::size_t size);
 
-  // What it begins with, as far as most_header; empty when it can't be read.
+  // What it begins with, as far as the header's end at least, or most_header; empty when it can't
+  // be read.
   std::string header() const;
 
   // Gives the room back.

@@ -9,12 +9,14 @@
 
 #include <iostream>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "apps/quarrow-lmtpd/options.h"
 #include "delivery/evaluator.h"
+#include "delivery/helper_process.h"
 #include "lmtp/connection.h"
 #include "lmtp/delivery_handler.h"
 #include "lmtp/log.h"
@@ -49,6 +51,10 @@ class Server {
     if (const std::string reason = become(options_.user); !reason.empty())
       return complain(reason, EX_NOPERM);
     apply();
+    if (const std::string reason = prepare(); !reason.empty()) {
+      remove_sockets();
+      return complain(reason, EX_UNAVAILABLE);
+    }
     SupervisorHooks hooks;
     hooks.work = [this] { return work(); };
     hooks.reload = [this] { return reload(); };
@@ -84,6 +90,16 @@ class Server {
   void apply() {
     set_log(options_.log);
     mailuser_set_root(options_.root);
+  }
+
+  // Loads what the evaluation needs, for all workers at once; why that failed, if it did.
+  static std::string prepare() {
+    try {
+      Quarrow::Delivery::prepare_for_helpers();
+    } catch (const std::runtime_error& error) {
+      return error.what();
+    }
+    return "";
   }
 
   int work() {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <stdexcept>
 #include <string_view>
 
 #include "apps/quarrow/command.h"
@@ -44,6 +45,14 @@ int refuse_arguments(const CLI::App& app, const CLI::ParseError& error, int stat
   return command::complain("arguments", reason + "; see " + words + " --help", status);
 }
 
+int run_or_complain(const command::Run& run, const command::Settings& settings) {
+  try {
+    return run(settings);
+  } catch (const std::runtime_error& error) {  // a library that is missing, say
+    return command::complain("unexpected", error.what(), EX_UNAVAILABLE);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -62,5 +71,5 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return refuse_arguments(app, error, usage_status(argc, argv));
   }
-  return command::finish_output(run(settings));
+  return command::finish_output(run_or_complain(run, settings));
 }

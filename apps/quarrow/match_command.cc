@@ -59,8 +59,8 @@ void prepare_for(const std::vector<MessageFile>& files) {
   std::error_code error;
   FileContents contents;
   if (path == "-" || !std::filesystem::is_regular_file(path, error) || contents.open(path)) return;
-  const auto messages = messages_in(path, contents);
-  if (messages.size() == 1) Quarrow::Delivery::prepare_for_message(messages.front().bytes);
+  if (contents.bytes().substr(0, 5) == "From ") return;  // an mbox file, it seems, of many
+  Quarrow::Delivery::prepare_for_message(contents.bytes());
 }
 
 std::uint64_t total_size(const std::vector<MessageFile>& files) {
@@ -147,7 +147,7 @@ int match(const Settings& settings, const Options& options) {
   const std::string script = rules_script(address.address());
   int status = EX_OK;
   const auto files = message_files(options.messages, status);
-  prepare_for(files);
+  if (!options.log) prepare_for(files);
   const auto evaluator = options.log ? logged_evaluator(script) : isolated_evaluator(script);
   if (!evaluator) return no_script(options.user, script);
   return MatchRun(options, files, status, *evaluator).run();
