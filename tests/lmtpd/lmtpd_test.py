@@ -320,6 +320,17 @@ class DaemonTest(unittest.TestCase):
             self.assertEqual(64, done.returncode, arguments)
             self.assertRegex(done.stderr, "^quarrow-lmtpd: .*; see quarrow-lmtpd --help\n$")
 
+    def test_does_not_start_without_a_library_that_the_evaluation_needs(self):
+        with tempfile.TemporaryDirectory() as folder:
+            pathlib.Path(folder, "libgmime-3.0.so.0").touch()
+            os.chmod(folder, 0o755)
+            done = subprocess.run(
+                [PROGRAM, "--user", unprivileged_user(), "--root", folder, "--spool", folder,
+                 "--listen", folder + "/socket"],
+                env={**os.environ, "LD_LIBRARY_PATH": folder}, capture_output=True, text=True)
+        self.assertEqual(69, done.returncode)
+        self.assertEqual(f"quarrow-lmtpd: {folder}/libgmime-3.0.so.0: file too short\n", done.stderr)
+
     @unittest.skipUnless(os.geteuid() == 0, "only the superuser is refused")
     def test_refuses_to_serve_as_the_superuser(self):
         for arguments in [[], ["--user", "root"]]:
