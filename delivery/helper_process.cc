@@ -90,7 +90,7 @@ std::optional<std::string_view> take_charset(std::string_view& header) {
   const std::size_t end = encoding == header.npos ? encoding : header.find("?=", encoding + 1);
   if (end == header.npos || header.substr(0, end).find("=?") != header.npos) return std::nullopt;
   const std::string_view charset = header.substr(0, name);
-  header.remove_prefix(end + 2);
+  header.remove_prefix(end + 1);  // the last byte may begin another word
   return charset;
 }
 
