@@ -2,8 +2,8 @@
 #include <sysexits.h>
 
 #include <algorithm>
+#include <exception>
 #include <iostream>
-#include <stdexcept>
 #include <string_view>
 
 #include "apps/quarrow/command.h"
@@ -48,7 +48,7 @@ int refuse_arguments(const CLI::App& app, const CLI::ParseError& error, int stat
 int run_or_complain(const command::Run& run, const command::Settings& settings) {
   try {
     return run(settings);
-  } catch (const std::runtime_error& error) {  // a library that is missing, say
+  } catch (const std::exception& error) {  // a library that is missing, say, or memory
     return command::complain("unexpected", error.what(), EX_UNAVAILABLE);
   }
 }
