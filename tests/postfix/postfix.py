@@ -39,7 +39,9 @@ transport_retry_time = 1s
 lmtp_destination_concurrency_limit = 10
 """
 
+# Without pickup, Postfix counts as not running.
 SERVICES = """smtp unix n - n - - smtpd
+pickup unix n - n 60 1 pickup
 cleanup unix n - n - 0 cleanup
 qmgr unix n - n 300 1 qmgr
 rewrite unix - - n - - trivial-rewrite
