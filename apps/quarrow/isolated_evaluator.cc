@@ -8,7 +8,6 @@
 #include "apps/quarrow/message_evaluator.h"
 #include "delivery/evaluator.h"
 #include "delivery/memory_file.h"
-#include "delivery/one_processor.h"
 
 namespace command {
 namespace {
@@ -57,7 +56,6 @@ class IsolatedEvaluator : public MessageEvaluator {
 }  // namespace
 
 std::unique_ptr<MessageEvaluator> isolated_evaluator(const std::string& path) {
-  Quarrow::Delivery::stay_on_one_processor();
   auto evaluator = std::make_unique<IsolatedEvaluator>(path);
   if (!evaluator->has_script()) return nullptr;
   return evaluator;

@@ -22,6 +22,7 @@
 #include "apps/quarrow/tally.h"
 #include "apps/quarrow/user_rules.h"
 #include "delivery/helper_process.h"
+#include "delivery/one_processor.h"
 
 namespace command {
 namespace {
@@ -147,7 +148,10 @@ int match(const Settings& settings, const Options& options) {
   const std::string script = rules_script(address.address());
   int status = EX_OK;
   const auto files = message_files(options.messages, status);
-  if (!options.log) prepare_for(files);
+  if (!options.log) {
+    prepare_for(files);
+    Quarrow::Delivery::stay_on_one_processor();
+  }
   const auto evaluator = options.log ? logged_evaluator(script) : isolated_evaluator(script);
   if (!evaluator) return no_script(options.user, script);
   return MatchRun(options, files, status, *evaluator).run();
