@@ -30,7 +30,7 @@
 
 #include "host/zvellparser/address_header.h"
 #include "host/zvellparser/header_block.h"
-#include "host/zvellparser/libsieve_oracle.h"
+#include "host/zvellparser/libsieve_oracle_test_support.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "delivery/evaluator.h"
 #include "delivery/one_processor.h"
+#include "quarrow/delivery/evaluator.h"
 #include "system/descriptor.h"
 
 namespace {

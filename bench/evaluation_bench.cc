@@ -12,18 +12,18 @@
 
 #include "bench/message_set.h"
 #include "bench/mixed_rules.h"
-#include "delivery/evaluator.h"
 #include "delivery/execution_form.h"
-#include "delivery/memory_file.h"
+#include "quarrow/delivery/evaluator.h"
 #include "system/descriptor.h"
+#include "system/memory_file.h"
 
 namespace {
 
+using MemoryFile;
 using Quarrow::Descriptor;
 using Quarrow::SieveMatch;
 using Quarrow::Delivery::Evaluation;
 using Quarrow::Delivery::Evaluator;
-using Quarrow::Delivery::MemoryFile;
 
 std::unique_ptr<SieveMatch> matcher_of(const MemoryFile& script) {
   return std::unique_ptr<SieveMatch>(SieveMatch::Create(script.path(), nullptr));

@@ -1,6 +1,6 @@
 #include "bench/mixed_rules.h"
 
-#include "tests/support/rules.h"
+#include "tests/support/rules_test_support.h"
 
 namespace {
 

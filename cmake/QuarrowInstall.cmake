@@ -5,7 +5,7 @@
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/quarrow" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
-  FILES_MATCHING PATTERN "*.h")
+  FILES_MATCHING PATTERN "*.h" PATTERN delivery EXCLUDE)
 install(TARGETS quarrow EXPORT QuarrowTargets LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 install(TARGETS zvellparser zvelluser base EXPORT QuarrowTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/quarrow"

@@ -1,12 +1,11 @@
 // The table of what an evaluation means.
-#include "delivery/delivery_plan.h"
+#include "quarrow/delivery/delivery_plan.h"
 
 #include <algorithm>
 
 #include "delivery/folder_name.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 Plan inbox_because(const std::string& note) {
@@ -94,5 +93,4 @@ Plan plan_for(const Evaluation& evaluation) {
   return inbox_because(with_reason("evaluation failed", evaluation.reason));
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -1,12 +1,11 @@
 // Each row of the table of what an evaluation means.
-#include "delivery/delivery_plan.h"
+#include "quarrow/delivery/delivery_plan.h"
 
 #include <gtest/gtest.h>
 
 #include "delivery/delivery_test_support.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -123,5 +122,4 @@ TEST(PlanFor, TakesTheInboxForANameThatCanBeNoFolder) {
 }
 
 }  // namespace
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -10,13 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "delivery/evaluation.h"
-#include "delivery/message_file.h"
+#include "quarrow/delivery/evaluation_outcome.h"
+#include "quarrow/delivery/message_file.h"
 #include "system/descriptor.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 
 // A message in a file of its own.
 class TestMessage {
@@ -84,7 +83,6 @@ inline Evaluation evaluation_without_result(Evaluation::Outcome outcome,
   return evaluation;
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery
 
 #endif  // QUARROW_DELIVERY_DELIVERY_TEST_SUPPORT_H_

@@ -1,8 +1,7 @@
-#include "delivery/evaluator.h"
+#include "quarrow/delivery/evaluator.h"
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,9 +12,9 @@
 #include "delivery/helper_process.h"
 #include "delivery/script_file.h"
 #include "delivery/wire.h"
+#include "system/process_end.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -63,13 +62,11 @@ bool set_time_limit(int socket, milliseconds time) {
   return setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0;
 }
 
-// How a process ended, from waitpid(2)'s status.
-std::string ending(int status) {
-  if (WIFSIGNALED(status)) {
-    return "the evaluation was ended by signal " + std::to_string(WTERMSIG(status));
-  }
-  if (WEXITSTATUS(status) == not_confined) return "the evaluation could not be confined";
-  return "the evaluation ended with status " + std::to_string(WEXITSTATUS(status));
+// How a helper ended, for a log.
+std::string text_of(const ProcessEnd& end) {
+  if (end.signal != 0) return "the evaluation was ended by signal " + std::to_string(end.signal);
+  if (end.status == not_confined) return "the evaluation could not be confined";
+  return "the evaluation ended with status " + std::to_string(end.status);
 }
 
 }  // namespace
@@ -112,23 +109,22 @@ void Evaluator::start() {
   served_ = 0;
 }
 
-int Evaluator::stop() {
+std::string Evaluator::stop() {
   dismiss();
-  int status = 0;
-  while (helper_ > 0 && waitpid(helper_, &status, 0) < 0 && errno == EINTR) continue;
+  const ProcessEnd end = helper_ > 0 ? wait_for(helper_) : ProcessEnd();
   helper_ = -1;
-  return status;
+  return text_of(end);
 }
 
-int Evaluator::replace() {
-  const int status = stop();
+std::string Evaluator::replace() {
+  const std::string ending = stop();
   start();
-  return status;
+  return ending;
 }
 
 Evaluation Evaluator::failure(const std::string& reason) {
-  const int status = replace();
-  return not_done(Evaluation::Outcome::failed, reason.empty() ? ending(status) : reason);
+  const std::string ending = replace();
+  return not_done(Evaluation::Outcome::failed, reason.empty() ? ending : reason);
 }
 
 Evaluation Evaluator::receive() {
@@ -145,5 +141,4 @@ Evaluation Evaluator::receive() {
   return answer->evaluation;
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -6,10 +6,9 @@
 #include <fstream>
 
 #include "bench/mixed_rules.h"
-#include "delivery/evaluation_fixture.h"
+#include "delivery/evaluation_test_support.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 using EvaluatorGrowth = EvaluationTest;
@@ -56,5 +55,4 @@ TEST_F(EvaluatorGrowth, AHundredThousandMessagesTakeLessThanFiveMegabytes) {
 }
 
 }  // namespace
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -1,4 +1,4 @@
-#include "delivery/evaluator.h"
+#include "quarrow/delivery/evaluator.h"
 
 #include <gtest/gtest.h>
 #include <quarrow/filter_list.h>
@@ -11,13 +11,12 @@
 #include <fstream>
 #include <thread>
 
-#include "delivery/evaluation_fixture.h"
+#include "delivery/evaluation_test_support.h"
 #include "delivery/helper_process.h"
 #include "delivery/one_processor.h"
-#include "tests/support/rules.h"
+#include "tests/support/rules_test_support.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 using Outcome = Evaluation::Outcome;
@@ -398,5 +397,4 @@ TEST_F(EvaluatorTest, NoDescriptorIsLeftOpenByMessagesAndReplacements) {
 }
 
 }  // namespace
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

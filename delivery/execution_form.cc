@@ -10,11 +10,10 @@
 #include <string_view>
 #include <utility>
 
-#include "delivery/memory_file.h"
-#include "delivery/wire.h"
+#include "message_filters/script_words.h"
+#include "system/memory_file.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 // Begins the folder of the action that stands for a branch, whose index follows, or for the
@@ -22,14 +21,11 @@ namespace {
 // section 5.1.3) holds a control byte.
 constexpr std::string_view mark = "\x01";
 
-// Each of them has a backslash before it where it stands for itself.
-constexpr std::string_view regex_operators = "^.$|()[]*+?/{}";
-
 // What :matches takes for more than itself. The interpreter has no way to write them for
 // themselves: its backslash stands for a backslash and hides what follows.
 constexpr const char* wildcards = "*?\\";
 
-constexpr std::string_view closing = "# NO MATCH\n";
+constexpr std::string_view closing = ScriptWords::end;
 
 // What every script begins with: the writer's words for an empty list. Empty on failure, and then
 // no script has the shape.
@@ -68,7 +64,7 @@ std::optional<std::string> literal_of(std::string_view expression) {
   for (std::size_t i = 0; i < expression.size(); ++i) {
     const bool escaped = expression[i] == '\\';
     if (escaped && ++i == expression.size()) return std::nullopt;
-    if (is_one_of(expression[i], regex_operators) != escaped) return std::nullopt;
+    if (is_one_of(expression[i], ScriptWords::regex_operators) != escaped) return std::nullopt;
     literal += expression[i];
   }
   if (literal.empty()) return std::nullopt;
@@ -121,50 +117,53 @@ class Deriver {
   bool take(std::string_view words) { return replace(words, words); }
 
   bool branch() {
-    if (!skip("# RULE: ")) return false;
+    if (!skip(ScriptWords::rule)) return false;
     const std::size_t end = rest_.find('\n');
     if (end == std::string_view::npos) return false;
     form_.branches.push_back({std::string(rest_.substr(0, end)), {}});
     rest_.remove_prefix(end + 1);
-    return take("elsif ") && condition() && replace("{\n", "{") && actions() &&
-           replace("    stop;\n}\n", "stop;}\n");
+    return take(ScriptWords::branch) && condition() && replace(ScriptWords::block, "{") &&
+           actions() && replace(ScriptWords::block_end, "stop;}") && take("\n");
   }
 
   bool condition() {
-    if (!take("anyof(") && !take("allof(")) return test();
+    if (!take(MessageFilters::Filter__::ANYOF) && !take(MessageFilters::Filter__::ALLOF)) {
+      return test();
+    }
+    if (!take(ScriptWords::list_start)) return false;
     do {
       if (!test()) return false;
-    } while (replace(",\n        ", ","));
-    return take(") ");
+    } while (replace(ScriptWords::next_test, ","));
+    return take(ScriptWords::list_end);
   }
 
   bool test() {
-    if (!take(" ")) return false;
-    take("not ");
-    if (take("header ")) return header_test();
-    if (take("address :all ")) return comparison();
-    return take("size ") && (take(":over ") || take(":under ")) && digits() && take("K ");
+    if (!take(ScriptWords::test_start)) return false;
+    take(ScriptWords::negation);
+    if (take(ScriptWords::header)) return header_test();
+    if (take(ScriptWords::address)) return comparison();
+    return take(ScriptWords::size) && (take(ScriptWords::over) || take(ScriptWords::under)) &&
+           digits() && take(ScriptWords::kibibytes);
   }
 
   bool header_test() {
-    if (take(":value ")) return date_comparison();
-    return skip(":regex ") ? anchored_comparison() : comparison();
+    if (take(ScriptWords::value)) return date_comparison();
+    return skip(ScriptWords::regex) ? anchored_comparison() : comparison();
   }
 
   bool date_comparison() {
-    return (take("\"eq\" ") || take("\"lt\" ") || take("\"gt\" ")) &&
-           take(":comparator \"i;ascii-numeric\" ") && quoted() && take(" ") && quoted() &&
-           take(" ");
+    return (take(ScriptWords::equal) || take(ScriptWords::less) || take(ScriptWords::greater)) &&
+           take(ScriptWords::numeric) && quoted() && take(" ") && quoted() && take(" ");
   }
 
   bool comparison() {
-    if (!take(":is ") && !take(":contains ")) return false;
-    take(":comparator \"i;octet\" ");
+    if (!take(ScriptWords::is) && !take(ScriptWords::contains)) return false;
+    take(ScriptWords::match_case);
     return header_list() && take(" ") && quoted() && take(" ");
   }
 
   bool header_list() {
-    return take("[\"to\", \"cc\"]") || take("[\"from\", \"to\", \"cc\"]") || quoted();
+    return take(ScriptWords::to_and_cc) || take(ScriptWords::from_to_and_cc) || quoted();
   }
 
   bool digits() {
@@ -196,19 +195,19 @@ class Deriver {
     if (!header_list() || !take(" ") || !read_string(expression)) return false;
     const std::optional<std::string> pattern = pattern_for(expression);
     if (!pattern) return false;
-    form_.script.insert(start, *pattern == expression ? ":regex " : ":matches ");
+    form_.script.insert(start, *pattern == expression ? ScriptWords::regex : ":matches ");
     form_.script.append("\"").append(*pattern).append("\"");
     return take(" ");
   }
 
   // Writes the branch's mark for its actions, which are kept aside.
   bool actions() {
-    while (skip("    fileinto ")) {
+    while (skip(ScriptWords::file_into)) {
       std::string_view folder;
       if (!read_string(folder)) return false;
       add_action(SieveAction::FILEINTO, folder);
-      if (skip("; keep")) add_action(SieveAction::KEEP, {});
-      if (!skip(";\n")) return false;
+      if (skip(ScriptWords::and_keep)) add_action(SieveAction::KEEP, {});
+      if (!skip(ScriptWords::action_end)) return false;
     }
     add_mark(form_.branches.size() - 1);
     return !form_.branches.back().actions.empty();
@@ -268,5 +267,4 @@ std::string complete(const ExecutionForm& form, SieveMatchResult& result) {
   return branch.rule;
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

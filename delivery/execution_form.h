@@ -11,8 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 
 struct ExecutionForm {
   // One branch of the script's chain.
@@ -41,7 +40,6 @@ bool is_cut_short(const ExecutionForm& form, const SieveMatchResult& result);
 // that decided; empty when none did, or when the form is the script itself.
 std::string complete(const ExecutionForm& form, SieveMatchResult& result);
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery
 
 #endif  // QUARROW_DELIVERY_EXECUTION_FORM_H_

@@ -10,12 +10,11 @@
 #include <random>
 
 #include "delivery/execution_form.h"
-#include "delivery/memory_file.h"
-#include "tests/support/evaluation_support.h"
-#include "tests/support/rules.h"
+#include "system/memory_file.h"
+#include "tests/support/evaluation_test_support.h"
+#include "tests/support/rules_test_support.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 using namespace MessageFilters;
@@ -204,5 +203,4 @@ TEST(ExecutionFormEquivalence, GivesTheResultOfTheScriptAsWritten) {
 }
 
 }  // namespace
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -3,12 +3,11 @@
 #include <gtest/gtest.h>
 #include <quarrow/filter_list.h>
 
-#include "delivery/memory_file.h"
-#include "tests/support/evaluation_support.h"
-#include "tests/support/rules.h"
+#include "system/memory_file.h"
+#include "tests/support/evaluation_test_support.h"
+#include "tests/support/rules_test_support.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 using namespace MessageFilters;
@@ -188,5 +187,4 @@ TEST(ExecutionForm, AnActionThatLooksLikeAMarkIsLeftAlone) {
 }
 
 }  // namespace
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -5,8 +5,7 @@
 
 #include <string_view>
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 constexpr std::size_t longest_folder = 255;  // NAME_MAX
@@ -58,5 +57,4 @@ std::optional<std::string> maildir_folder(const std::string& mailbox) {
   return folder;
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

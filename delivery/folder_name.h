@@ -5,8 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 
 // The Maildir++ folder of `mailbox`, a name in modified UTF-7 (RFC 3501, section 5.1.3) whose
 // levels are separated by "/": ".A.B" for "A/B". Empty for the inbox: "", "Inbox" in any case, and
@@ -19,7 +18,6 @@ namespace Delivery {
 // characters, bytes above 126, or a folder name of more than 255 bytes.
 std::optional<std::string> maildir_folder(const std::string& mailbox);
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery
 
 #endif  // QUARROW_DELIVERY_FOLDER_NAME_H_

@@ -3,8 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 TEST(MaildirFolder, IsNamedAfterTheLevels) {
@@ -62,5 +61,4 @@ TEST(MaildirFolder, HasRoomForAFileName) {
 }
 
 }  // namespace
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

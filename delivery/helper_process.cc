@@ -20,14 +20,14 @@
 #include <vector>
 
 #include "delivery/execution_form.h"
-#include "delivery/memory_file.h"
+#include "delivery/header_end.h"
 #include "delivery/memory_use.h"
 #include "delivery/sandbox.h"
 #include "delivery/script_runner.h"
 #include "delivery/wire.h"
+#include "system/memory_file.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 constexpr int helper_socket = 3;  // behind the standard descriptors
@@ -71,12 +71,6 @@ void load_charset(const char* charset) {
   static std::deque<Converter> converters;
   converters.emplace_back(charset);
   (void)stringToUtf8("=?" + std::string(charset) + "?q?=41=C4?=", nullptr);
-}
-
-// Up to its first empty line.
-std::string_view header_of(std::string_view message) {
-  const std::size_t end = std::min(message.find("\n\n"), message.find("\n\r\n"));
-  return message.substr(0, end);
 }
 
 // A NUL goes away before decoding, and what is around it may become an encoded word.
@@ -231,5 +225,4 @@ pid_t start_helper(int socket, const EvaluatorLimits& limits) {
   }
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -6,10 +6,9 @@
 
 #include <string_view>
 
-#include "delivery/evaluator.h"
+#include "quarrow/delivery/evaluator.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 
 // Exit status of a helper that could not be confined: it serves no message then.
 constexpr int not_confined = 70;  // EX_SOFTWARE of sysexits(3)
@@ -26,7 +25,6 @@ void prepare_for_message(std::string_view message);
 // this process ends. Its id, or -1. Of this process's descriptors the helper keeps only `socket`.
 pid_t start_helper(int socket, const EvaluatorLimits& limits);
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery
 
 #endif  // QUARROW_DELIVERY_HELPER_PROCESS_H_

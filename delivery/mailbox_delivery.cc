@@ -1,14 +1,14 @@
 // One message to one user.
-#include "delivery/mailbox_delivery.h"
+#include "quarrow/delivery/mailbox_delivery.h"
 
 #include <algorithm>
 
-#include "delivery/delivery_plan.h"
 #include "delivery/folder_name.h"
-#include "delivery/maildir_store.h"
+#include "message_filters/user_files.h"
+#include "quarrow/delivery/delivery_plan.h"
+#include "quarrow/delivery/maildir_store.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 void add_text(const std::string& text, const char* separator, std::string& list) {
@@ -95,7 +95,7 @@ class Storing {
 Report deliver(const Recipient& recipient, const MessageFile& message, std::time_t received,
                const std::string& host_name, const Evaluate& evaluate) {
   const Evaluation evaluation =
-      evaluate(message.fd, message.size, received, recipient.folder + "/.delivery_filter");
+      evaluate(message.fd, message.size, received, in_folder(recipient.folder, script_name));
   const Plan plan = plan_for(evaluation);
   Report report;
   report.rule = evaluation.rule;
@@ -108,11 +108,10 @@ Report deliver(const Recipient& recipient, const MessageFile& message, std::time
     report.status = Report::Status::discarded;
     report.action = "discard";
   } else {
-    const MaildirStore store(recipient.folder + "/Maildir", host_name);
+    const MaildirStore store(in_folder(recipient.folder, maildir_name), host_name);
     Storing(store, message, report).store_all(targets_of(plan, recipient, report.note));
   }
   return report;
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

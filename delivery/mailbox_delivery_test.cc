@@ -1,12 +1,11 @@
 // One message to one user, up to what is on disk.
-#include "delivery/mailbox_delivery.h"
+#include "quarrow/delivery/mailbox_delivery.h"
 
 #include <gtest/gtest.h>
 
 #include "delivery/delivery_test_support.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -149,5 +148,4 @@ TEST_F(MailboxDelivery, KeepsInTheInboxWhatTheMailboxDoesNotTake) {
 }
 
 }  // namespace
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -1,5 +1,5 @@
 // Maildir delivery: written aside in tmp/, renamed into new/.
-#include "delivery/maildir_store.h"
+#include "quarrow/delivery/maildir_store.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,12 +14,11 @@
 #include <ctime>
 #include <system_error>
 
-#include "delivery/read_at.h"
 #include "system/descriptor.h"
+#include "system/file_io.h"
 
 // The helpers give 0 or an errno.
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 constexpr int directory_flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
@@ -60,17 +59,6 @@ std::string host_in_file_names(const std::string& host) {
   return text;
 }
 
-int write_all(int fd, const char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t written = write(fd, data, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) return errno;
-    data += written;
-    size -= static_cast<std::size_t>(written);
-  }
-  return 0;
-}
-
 int copy_contents(const MessageFile& message, int target) {
   std::array<char, 65536> buffer;
   std::uint64_t done = 0;
@@ -79,16 +67,14 @@ int copy_contents(const MessageFile& message, int target) {
     const ssize_t got = read_at(message.fd, buffer.data(), want, done);
     if (got < 0) return errno;
     if (got == 0) return EIO;  // shorter than promised: never take a part for the whole
-    if (const int error = write_all(target, buffer.data(), static_cast<std::size_t>(got)))
-      return error;
+    if (!write_all(target, {buffer.data(), static_cast<std::size_t>(got)})) return errno;
     done += static_cast<std::uint64_t>(got);
   }
   return 0;
 }
 
 int write_message(const MessageFile& message, int target) {
-  const std::string& headers = message.added_headers;
-  if (const int error = write_all(target, headers.data(), headers.size())) return error;
+  if (!write_all(target, message.added_headers)) return errno;
   if (const int error = copy_contents(message, target)) return error;
   return sync(target);
 }
@@ -171,7 +157,7 @@ void subscribe(int maildir, const std::string& folder) {
   std::string line = subscription(folder, contents);
   if (('\n' + contents).find('\n' + line) != std::string::npos) return;
   if (!contents.empty() && contents.back() != '\n') line.insert(0, 1, '\n');
-  (void)write_all(file.get(), line.data(), line.size());  // the message matters more
+  (void)write_all(file.get(), line);  // the message matters more
 }
 
 // Makes what is missing of the Maildir itself, and puts it on disk.
@@ -245,5 +231,4 @@ std::string host_name() {
   return name.data();
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -1,5 +1,5 @@
 // What is on disk after a message was stored, or could not be.
-#include "delivery/maildir_store.h"
+#include "quarrow/delivery/maildir_store.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -13,8 +13,7 @@
 
 #include "delivery/delivery_test_support.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -307,5 +306,4 @@ TEST(UniqueText, DiffersWithEachCall) { EXPECT_NE(unique_text(), unique_text());
 TEST(HostName, IsNotEmpty) { EXPECT_NE("", host_name()); }
 
 }  // namespace
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

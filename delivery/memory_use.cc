@@ -4,10 +4,9 @@
 
 #include <cstdlib>
 
-#include "delivery/read_at.h"
+#include "system/file_io.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 
 MemoryUse memory_use(int statm) {
   char text[128] = "";
@@ -18,5 +17,4 @@ MemoryUse memory_use(int statm) {
   return {address_space, std::strtoull(resident, nullptr, 10) * page_size};
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -4,8 +4,7 @@
 
 #include <cstdint>
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 
 // In bytes.
 struct MemoryUse {
@@ -17,7 +16,6 @@ struct MemoryUse {
 // told.
 MemoryUse memory_use(int statm);
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery
 
 #endif  // QUARROW_DELIVERY_MEMORY_USE_H_

@@ -2,8 +2,7 @@
 
 #include <sched.h>
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 
 void stay_on_one_processor() {
   const int processor = sched_getcpu();
@@ -14,5 +13,4 @@ void stay_on_one_processor() {
   (void)sched_setaffinity(0, sizeof only, &only);  // it is as fast as before without
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

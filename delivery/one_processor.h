@@ -2,8 +2,7 @@
 #ifndef QUARROW_DELIVERY_ONE_PROCESSOR_H_
 #define QUARROW_DELIVERY_ONE_PROCESSOR_H_
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 
 // Keeps this process, and the helpers that it forks from now on, on the processor that it is on.
 // For one that evaluates message after message and does little else: it and its helper take turns,
@@ -11,7 +10,6 @@ namespace Delivery {
 // that is not allowed.
 void stay_on_one_processor();
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery
 
 #endif  // QUARROW_DELIVERY_ONE_PROCESSOR_H_

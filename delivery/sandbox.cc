@@ -18,8 +18,7 @@
 #include "delivery/memory_use.h"
 #include "system/descriptor.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 constexpr rlim_t most_descriptors = 16;
@@ -122,5 +121,4 @@ bool confine(const Confinement& confinement) {
          leave_file_system() && narrow_system_calls(confinement);
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

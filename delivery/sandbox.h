@@ -4,8 +4,7 @@
 
 #include <cstdint>
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 
 // What a confined process keeps.
 struct Confinement {
@@ -23,7 +22,6 @@ struct Confinement {
 // process is confined partly then and must not go on.
 bool confine(const Confinement& confinement);
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery
 
 #endif  // QUARROW_DELIVERY_SANDBOX_H_

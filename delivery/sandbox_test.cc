@@ -13,10 +13,9 @@
 #include <new>
 #include <vector>
 
-#include "delivery/memory_file.h"
+#include "system/memory_file.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 constexpr int could_not_confine = 99;
@@ -105,5 +104,4 @@ TEST(Sandbox, MemoryIsLimited) {
 }
 
 }  // namespace
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -7,12 +7,12 @@
 #include <cerrno>
 #include <cstring>
 
-#include "delivery/read_at.h"
-#include "delivery/wire.h"
+#include "message_filters/script_words.h"
+#include "message_filters/user_files.h"
 #include "system/descriptor.h"
+#include "system/file_io.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -40,7 +40,10 @@ ScriptFile look(const std::string& path, int& error) {
 
 bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
 
-bool is_due(const std::string& path) { return exists(path + ".tmp") || exists(path + ".xml"); }
+// Whether a commit is under way that takes the script at `path` away for a moment.
+bool is_due(const std::string& path) {
+  return exists(temporary_path(path)) || exists(rules_document_of(path));
+}
 
 }  // namespace
 
@@ -57,5 +60,4 @@ ScriptFile read_script(const std::string& path, std::chrono::milliseconds wait) 
   }
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

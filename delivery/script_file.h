@@ -5,8 +5,7 @@
 #include <chrono>
 #include <string>
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 
 struct ScriptFile {
   bool found = false;
@@ -19,7 +18,6 @@ struct ScriptFile {
 // the new one in place. Where neither is there, the user has no rules, and nothing is waited for.
 ScriptFile read_script(const std::string& path, std::chrono::milliseconds wait);
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery
 
 #endif  // QUARROW_DELIVERY_SCRIPT_FILE_H_

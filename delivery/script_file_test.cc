@@ -6,10 +6,9 @@
 
 #include <thread>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 using std::chrono::milliseconds;
@@ -82,5 +81,4 @@ TEST_F(ScriptFileTest, WhatIsNoFileIsNotRead) {
 }
 
 }  // namespace
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

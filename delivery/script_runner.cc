@@ -3,30 +3,11 @@
 #include <zvellparser.h>
 
 #include <algorithm>
-#include <optional>
 
-#include "delivery/read_at.h"
+#include "delivery/header_end.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
-
-bool has_empty_line(const std::string& text, std::size_t from) {
-  return text.find("\n\n", from) != std::string::npos ||
-         text.find("\n\r\n", from) != std::string::npos;
-}
-
-// The beginning of a message, with its whole header block: nothing behind that is looked at.
-std::optional<std::string> read_headers(int fd) {
-  constexpr std::size_t overlap = 2;  // an empty line may lie across two blocks
-  std::string text;
-  for (;;) {
-    const std::size_t start = text.size();
-    const ssize_t count = append_next(fd, text);
-    if (count < 0) return std::nullopt;
-    if (count == 0 || has_empty_line(text, start - std::min(start, overlap))) return text;
-  }
-}
 
 Evaluation not_done(Evaluation::Outcome outcome, const char* reason) {
   Evaluation evaluation;
@@ -46,9 +27,9 @@ Evaluation ScriptRunner::run(const std::string& script, int message_fd, std::uin
   if (!user.matcher) {
     return not_done(Evaluation::Outcome::bad_script, "the script is empty or does not compile");
   }
-  const std::optional<std::string> headers = read_headers(message_fd);
-  if (!headers) return not_done(Evaluation::Outcome::failed, "the message can't be read");
-  const auto message = MimePart::parse(headers->data(), headers->size());
+  const auto header = read_header(message_fd);
+  if (!header) return not_done(Evaluation::Outcome::failed, "the message can't be read");
+  const auto message = MimePart::parse(header->data(), header->size());
   Evaluation evaluation;
   evaluation.outcome = Evaluation::Outcome::done;
   evaluation.result = user.matcher->Match(message.get(), size, received);
@@ -81,5 +62,4 @@ ScriptRunner::Compiled ScriptRunner::compile(const std::string& script) const {
   return made;
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -8,12 +8,11 @@
 #include <memory>
 #include <string>
 
-#include "delivery/evaluation.h"
 #include "delivery/execution_form.h"
-#include "delivery/memory_file.h"
+#include "quarrow/delivery/evaluation_outcome.h"
+#include "system/memory_file.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 
 // The scripts that were run last stay compiled. A script goes by its text, so that a changed one is
 // another one.
@@ -41,7 +40,6 @@ class ScriptRunner {
   std::list<Compiled> latest_first_;
 };
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery
 
 #endif  // QUARROW_DELIVERY_SCRIPT_RUNNER_H_

@@ -5,8 +5,7 @@
 
 #include <optional>
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 bool same_text(std::string_view a, std::string_view b) {
@@ -60,5 +59,4 @@ std::string_view trimmed(std::string_view text) {
   return text;
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

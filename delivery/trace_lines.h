@@ -4,8 +4,7 @@
 
 #include <string_view>
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 
 // What stands above the topmost Received line was put there by the mail server that hands the
 // message over now, what stands below it by those before.
@@ -27,7 +26,6 @@ TraceLines trace_lines(std::string_view header, std::string_view recipient);
 // `text` without the blanks and line ends around it.
 std::string_view trimmed(std::string_view text);
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery
 
 #endif  // QUARROW_DELIVERY_TRACE_LINES_H_

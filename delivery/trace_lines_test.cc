@@ -3,8 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 const std::string recipient = "alice@example.org";
@@ -53,5 +52,4 @@ TEST(TraceLines, AreTrimmed) {
 }
 
 }  // namespace
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

@@ -8,8 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 using Outcome = Evaluation::Outcome;
@@ -169,5 +168,4 @@ std::optional<Answer> decode(std::string_view packet) {
   return answer;
 }
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

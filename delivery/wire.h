@@ -8,13 +8,10 @@
 #include <string>
 #include <string_view>
 
-#include "delivery/evaluation.h"
+#include "message_filters/script_words.h"
+#include "quarrow/delivery/evaluation_outcome.h"
 
-namespace Quarrow {
-namespace Delivery {
-
-// Of a script no more bytes are read, sent or run.
-constexpr std::size_t script_limit = 32768;
+namespace Quarrow::Delivery {
 
 // A larger answer is not sent. The longest script's actions take two thirds of it.
 constexpr std::size_t answer_limit = 160000;
@@ -47,7 +44,6 @@ std::string encode(const Answer& answer);
 // wholly well-formed.
 std::optional<Answer> decode(std::string_view packet);
 
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery
 
 #endif  // QUARROW_DELIVERY_WIRE_H_

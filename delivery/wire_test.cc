@@ -4,10 +4,9 @@
 
 #include <random>
 
-#include "tests/support/evaluation_support.h"
+#include "tests/support/evaluation_test_support.h"
 
-namespace Quarrow {
-namespace Delivery {
+namespace Quarrow::Delivery {
 namespace {
 
 using Outcome = Evaluation::Outcome;
@@ -99,5 +98,4 @@ TEST(Wire, AResultThatIsTooLongBecomesAFailure) {
 }
 
 }  // namespace
-}  // namespace Delivery
-}  // namespace Quarrow
+}  // namespace Quarrow::Delivery

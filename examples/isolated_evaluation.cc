@@ -1,8 +1,8 @@
 // Says what a script does with a message, without trusting either. Arguments: the script, the
 // message.
-#include <delivery/delivery_plan.h>
-#include <delivery/evaluator.h>
 #include <fcntl.h>
+#include <quarrow/delivery/delivery_plan.h>
+#include <quarrow/delivery/evaluator.h>
 #include <sys/stat.h>
 
 #include <iostream>

@@ -13,6 +13,7 @@
 
 #include "delivery/trace_lines.h"
 #include "lmtp/message_id.h"
+#include "server/log.h"
 
 namespace Quarrow::Lmtp {
 namespace {
@@ -20,6 +21,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Delivery::Evaluation;
 using Delivery::Report;
+using Server::Counter;
+using Server::log_error;
+using Server::log_info;
 
 const Reply try_again{451, "4.3.0", "The message can't be delivered now"};
 
@@ -81,7 +85,8 @@ Reply reply_to(const Report& report) {
 
 }  // namespace
 
-DeliveryHandler::DeliveryHandler(Places places, Delivery::Evaluate evaluate, Metrics& metrics)
+DeliveryHandler::DeliveryHandler(Places places, Delivery::Evaluate evaluate,
+                                 Server::Metrics& metrics)
     : places_(std::move(places)),
       evaluate_(std::move(evaluate)),
       metrics_(metrics),

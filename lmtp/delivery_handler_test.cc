@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <zvelluser.h>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 
 namespace Quarrow::Lmtp {
 namespace {
@@ -66,7 +66,7 @@ class DeliveryHandlerTest : public ::testing::Test {
   }
 
   TemporaryFolder folder_;
-  Metrics metrics_;
+  Server::Metrics metrics_;
 };
 
 TEST_F(DeliveryHandlerTest, KnowsUsersByTheirFolders) {

@@ -2,7 +2,6 @@
 #ifndef QUARROW_LMTP_LIMITS_H_
 #define QUARROW_LMTP_LIMITS_H_
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 
@@ -25,27 +24,6 @@ constexpr unsigned most_idle_commands = 100;
 // Recipients that were refused, since the last message: a whole transaction of unknown ones is
 // honest, a search for known ones goes on for longer.
 constexpr unsigned most_refused_recipients = 1000;
-
-// From one command to the next, and between two blocks of a message (RFC 5321, section 4.5.3.2).
-constexpr std::chrono::seconds silence{300};
-
-// For a whole message: bounds a client that trickles.
-constexpr std::chrono::seconds longest_transfer{1800};
-
-// For the client to take a reply.
-constexpr std::chrono::seconds longest_reply_wait{300};
-
-// For a client to go on with a transaction once the server has been told to stop.
-constexpr std::chrono::seconds silence_when_stopping{10};
-
-// For the workers to finish when the server stops; then they are killed.
-constexpr std::chrono::seconds longest_stop{60};
-
-// A worker that lived for less and failed is replaced after this time only.
-constexpr std::chrono::seconds shortest_life{1};
-
-// Bytes that are taken from a client at a time.
-constexpr std::size_t block_size = 65536;
 
 // Bytes at the beginning of a message in which its header is looked through for trace lines and its
 // identifier. What was added on one round of a mail loop is less by far.

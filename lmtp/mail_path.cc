@@ -2,7 +2,6 @@
 #include "lmtp/mail_path.h"
 
 #include <algorithm>
-#include <boost/locale/utf.hpp>
 #include <sstream>
 
 namespace Quarrow::Lmtp {
@@ -144,13 +143,6 @@ std::optional<MailPath> parse_mail_path(const std::string& arguments, const std:
 
 bool is_eight_bit(const std::string& text) {
   return std::any_of(text.begin(), text.end(), is_eight_bit_byte);
-}
-
-bool is_utf8(const std::string& text) {
-  using Utf8 = boost::locale::utf::utf_traits<char>;
-  for (auto at = text.begin(); at != text.end();)
-    if (!boost::locale::utf::is_valid_codepoint(Utf8::decode(at, text.end()))) return false;
-  return true;
 }
 
 std::string ascii_upper(std::string text) {

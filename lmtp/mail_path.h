@@ -23,9 +23,6 @@ std::optional<MailPath> parse_mail_path(const std::string& arguments, const std:
 // Whether `text` has bytes outside ASCII.
 bool is_eight_bit(const std::string& text);
 
-// Whether `text` is UTF-8 (RFC 3629).
-bool is_utf8(const std::string& text);
-
 // `text` with ASCII letters in capitals, in any locale.
 std::string ascii_upper(std::string text);
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "system/utf8.h"
+
 namespace Quarrow::Lmtp {
 namespace {
 

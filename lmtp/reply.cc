@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "lmtp/limits.h"
+#include "system/printable.h"
 
 namespace Quarrow::Lmtp {
 namespace {
@@ -11,9 +12,8 @@ namespace {
 // A reply has to be ASCII unless both sides agreed on more, and a line break in it would be read
 // as the next reply.
 char reply_character(char c) {
-  const auto code = static_cast<unsigned char>(c);
-  if (code > 126) return '?';
-  return code < 32 ? ' ' : c;
+  if (static_cast<unsigned char>(c) > 126) return '?';
+  return is_control(c) ? ' ' : c;
 }
 
 }  // namespace

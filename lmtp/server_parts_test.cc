@@ -6,20 +6,24 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "lmtp/deadline.h"
+#include "lmtp/delivery_record.h"
 #include "lmtp/limits.h"
-#include "lmtp/listener.h"
-#include "lmtp/log.h"
 #include "lmtp/message_id.h"
-#include "lmtp/metrics.h"
-#include "lmtp/privileges.h"
 #include "lmtp/reply.h"
 #include "lmtp/spool.h"
+#include "server/deadline.h"
+#include "server/limits.h"
+#include "server/listener.h"
+#include "server/log.h"
+#include "server/metrics.h"
+#include "server/privileges.h"
 #include "system/descriptor.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 
 namespace Quarrow::Lmtp {
 namespace {
+
+using namespace Server;
 
 std::string content_of(const Spool& spool) {
   std::string content(spool.size(), '\0');

@@ -5,13 +5,11 @@
 #include <cstring>
 #include <utility>
 
+#include "system/printable.h"
+#include "system/utf8.h"
+
 namespace Quarrow::Lmtp {
 namespace {
-
-bool is_control(char c) {
-  const auto code = static_cast<unsigned char>(c);
-  return code < 32 || code == 127;
-}
 
 // The value of SIZE (RFC 1870): up to 20 digits. Nothing for another form; beyond all limits when
 // it fits no number.
@@ -34,7 +32,8 @@ const Session::Command Session::commands[] = {
     {"AUTH", &Session::not_offered},    {"BDAT", &Session::not_offered},
     {"STARTTLS", &Session::not_offered}};
 
-Session::Session(Handler& handler, const Limits& limits, std::string host_name, Output output)
+Session::Session(Handler& handler, const Limits& limits, std::string host_name,
+                 Server::Output output)
     : handler_(handler),
       limits_(limits),
       host_name_(std::move(host_name)),
@@ -96,7 +95,7 @@ void Session::end_command() {
 }
 
 void Session::execute(const std::string& line) {
-  if (std::any_of(line.begin(), line.end(), is_control))
+  if (has_control_characters(line))
     return refuse(500, "5.5.2", "Control characters are not understood");
   const std::size_t verb_end = std::min(line.find(' '), line.size());
   const std::size_t start = std::min(line.find_first_not_of(' ', verb_end), line.size());

@@ -3,7 +3,6 @@
 #define QUARROW_LMTP_SESSION_H_
 
 #include <cstddef>
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -13,6 +12,7 @@
 #include "lmtp/limits.h"
 #include "lmtp/mail_path.h"
 #include "lmtp/reply.h"
+#include "server/protocol.h"
 
 namespace Quarrow::Lmtp {
 
@@ -48,39 +48,20 @@ class Handler {
 
 // One connection's conversation: bytes in, replies out. However a client cuts its bytes into
 // blocks, the replies are the same (RFC 2920).
-class Session {
+class Session : public Server::Protocol {
  public:
-  // Takes replies on their way to the client; false when he is gone. It is called once for all
-  // commands of a block, and once for each recipient of a message.
-  using Output = std::function<bool(const std::string& replies)>;
+  // `handler` outlives this object. `output` is called once for all commands of a block, and once
+  // for each recipient of a message.
+  Session(Handler& handler, const Limits& limits, std::string host_name, Server::Output output);
 
-  // `handler` outlives this object.
-  Session(Handler& handler, const Limits& limits, std::string host_name, Output output);
-
-  // Sends the greeting.
-  void greet();
-
-  // Takes the next bytes from the client. After the session is over they are ignored.
-  void take(const char* data, std::size_t size);
-
-  // Ends the session because the server stops: now, or after the transaction under way.
-  void stop();
-
-  // Ends the session because the client was silent for too long.
-  void time_out();
-
-  // The client is gone: a message that he was sending is forgotten.
-  void abandon();
-
-  // Whether the connection is to be closed.
-  bool is_over() const { return over_; }
-
-  // Grows with each command that was answered and each message that was dealt with, by which one
-  // tells a client that gets on from one that trickles.
-  std::size_t steps() const { return steps_; }
-
-  // Whether the bytes to come belong to a message.
-  bool is_in_message() const { return decoder_.has_value(); }
+  void greet() override;
+  void take(const char* data, std::size_t size) override;
+  void stop() override;  // after the transaction under way, if there is one
+  void time_out() override;
+  void abandon() override;
+  bool is_over() const override { return over_; }
+  bool is_in_message() const override { return decoder_.has_value(); }
+  std::size_t steps() const override { return steps_; }
 
  private:
   struct Command {
@@ -123,7 +104,7 @@ class Session {
   Handler& handler_;
   const Limits limits_;
   const std::string host_name_;
-  const Output output_;
+  const Server::Output output_;
 
   std::string line_;           // of the command under way, at most longest_command
   bool line_is_long_ = false;  // what passed that was dropped

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "lmtp/session_test_support.h"
+#include "server/limits.h"
 
 namespace Quarrow::Lmtp {
 namespace {
@@ -82,9 +83,9 @@ TEST(HostileSession, ForgivesWithEachMessage) {
 TEST(HostileSession, KeepsNoMoreOfAMessageThanABlock) {
   TestSession test;
   test.say(ready);
-  const std::string block = repeated(std::string(70, 'x') + "\r\n", block_size / 72);
+  const std::string block = repeated(std::string(70, 'x') + "\r\n", Server::block_size / 72);
   for (int i = 0; i < 32; ++i) test.say(block);
-  EXPECT_GE(block_size, test.handler.most_at_a_time);
+  EXPECT_GE(Server::block_size, test.handler.most_at_a_time);
 }
 
 TEST(HostileSession, SurvivesAnEndAtEveryByte) {

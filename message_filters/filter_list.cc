@@ -6,8 +6,7 @@
 #include <iterator>
 #include <limits>
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 namespace {
 
@@ -107,5 +106,4 @@ bool FilterList__::move_down(std::int32_t id, std::uint64_t count) {
   return true;
 }
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

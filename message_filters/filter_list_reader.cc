@@ -8,8 +8,7 @@
 #error "Assertions are behaviour here: compile with -UNDEBUG and without BOOST_DISABLE_ASSERTS."
 #endif
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 namespace {
 
@@ -122,5 +121,4 @@ boost::shared_ptr<FilterList__> FilterList__::LoadFromXML(const std::string& pat
   return list->filters.empty() ? boost::shared_ptr<FilterList__>() : list;
 }
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -2,11 +2,10 @@
 #include <gtest/gtest.h>
 
 #include "message_filters/filter_list_xml.h"
-#include "tests/support/rules.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/rules_test_support.h"
+#include "tests/support/temporary_folder_test_support.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 namespace {
 
 const std::string no_tests = "<tests/>";
@@ -314,5 +313,4 @@ TEST_F(FilterListReader, FilterWithoutIdIsLeftOutWhenNoneIsFree) {
 }
 
 }  // namespace
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -6,10 +6,9 @@
 #include <limits>
 #include <vector>
 
-#include "tests/support/rules.h"
+#include "tests/support/rules_test_support.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 namespace {
 
 using Ids = std::vector<std::int32_t>;
@@ -246,5 +245,4 @@ TEST(Moves, TakeTheFirstOfEqualIds) {
 }
 
 }  // namespace
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -4,8 +4,7 @@
 #include "message_filters/filter_list_xml.h"
 #include "message_filters/xml_text.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 namespace {
 
@@ -76,5 +75,4 @@ bool FilterList__::SaveToXML(const std::string& path) {
   return document && write_xml(std::move(document), file);
 }
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -6,11 +6,10 @@
 
 #include "message_filters/filter_list_xml.h"
 #include "message_filters/xml_text.h"
-#include "tests/support/rules.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/rules_test_support.h"
+#include "tests/support/temporary_folder_test_support.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 namespace {
 
 const std::string declaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
@@ -160,5 +159,4 @@ TEST_F(FilterListWriter, OfAListThatNobodyOwnsThrows) {
 }
 
 }  // namespace
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -1,6 +1,6 @@
 // The elements of the rules document.
-#ifndef MESSAGE_FILTERS_FILTER_LIST_XML_H_
-#define MESSAGE_FILTERS_FILTER_LIST_XML_H_
+#ifndef QUARROW_MESSAGE_FILTERS_FILTER_LIST_XML_H_
+#define QUARROW_MESSAGE_FILTERS_FILTER_LIST_XML_H_
 
 #include <boost/shared_ptr.hpp>
 
@@ -8,8 +8,7 @@
 #include "quarrow/filter_list.h"
 #include "quarrow/rule_model.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 // The document of a list. Empty when the list is, or when a filter, test or action is invalid or
 // can't be written as XML: none is left out.
@@ -23,7 +22,6 @@ boost::shared_ptr<Filter__> filter_from_xml(ezxml* element);
 // be invalid.
 Test test_from_xml(ezxml* element);
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters
 
-#endif  // MESSAGE_FILTERS_FILTER_LIST_XML_H_
+#endif  // QUARROW_MESSAGE_FILTERS_FILTER_LIST_XML_H_

@@ -5,8 +5,7 @@
 #include <boost/make_shared.hpp>
 #include <vector>
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 namespace {
 
@@ -106,5 +105,4 @@ bool Filter__::is_valid() const {
   return !actions.empty() && is_valid_relation(relation) && !name.empty();
 }
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

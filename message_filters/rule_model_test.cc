@@ -5,10 +5,9 @@
 
 #include <vector>
 
-#include "tests/support/rules.h"
+#include "tests/support/rules_test_support.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 namespace {
 
 TEST(Vocabulary, HasTheWordsOfTheStoredForm) {
@@ -178,5 +177,4 @@ TEST(Values, StartEmptyOrFalse) {
 }
 
 }  // namespace
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -5,10 +5,10 @@
 #include <fstream>
 #include <sstream>
 
+#include "message_filters/script_words.h"
 #include "message_filters/sieve_test_text.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 namespace {
 
@@ -45,28 +45,28 @@ bool write_tests(const std::list<Test>& tests, std::ostream& out) {
   for (const Test& test : tests) {
     out << separator;
     if (!write_test(test, out)) return false;
-    separator = ",\n        ";
+    separator = ScriptWords::next_test;
   }
   return true;
 }
 
 bool write_condition(const Filter__& filter, std::ostream& out) {
   if (filter.tests.size() < 2) return write_tests(filter.tests, out);
-  out << filter.relation << '(';
+  out << filter.relation << ScriptWords::list_start;
   if (!write_tests(filter.tests, out)) return false;
-  out << ") ";
+  out << ScriptWords::list_end;
   return true;
 }
 
 std::string fileinto(const std::string& folder) {
-  return "fileinto \"" + imap_mailbox_name(folder) + '"';
+  return ScriptWords::file_into + ('"' + imap_mailbox_name(folder) + '"');
 }
 
 // A deleted message goes into the folder Trash, whatever the action's target: nothing is lost.
 bool write_action(const Action& action, std::ostream& out) {
   if (!action.is_valid()) return false;
-  out << "    " << fileinto(action.method == Action::DELETE ? trash_folder : action.target)
-      << (action.method == Action::COPY ? "; keep" : "") << ";\n";
+  out << fileinto(action.method == Action::DELETE ? trash_folder : action.target)
+      << (action.method == Action::COPY ? ScriptWords::and_keep : "") << ScriptWords::action_end;
   return true;
 }
 
@@ -78,22 +78,22 @@ bool write_script(const boost::shared_ptr<FilterList__>& list, bool include_disa
   for (const auto& filter : list->filters) {
     if (!include_disabled && !filter->enabled) continue;
     if (filter->tests.empty()) continue;
-    out << "# RULE: " << filter->name << "\nelsif ";
+    out << ScriptWords::rule << filter->name << '\n' << ScriptWords::branch;
     if (!write_filter(filter, out)) return false;
     out << '\n';
   }
-  out << "# NO MATCH\n";
+  out << ScriptWords::end;
   return true;
 }
 
 bool write_filter(const boost::shared_ptr<Filter__>& filter, std::ostream& out) {
   if (!filter || !filter->is_valid()) return false;
   if (!write_condition(*filter, out)) return false;
-  out << "{\n";
+  out << ScriptWords::block;
   for (const Action& action : filter->actions) {
     if (!write_action(action, out)) return false;
   }
-  out << "    stop;\n}";
+  out << ScriptWords::block_end;
   return true;
 }
 
@@ -106,5 +106,4 @@ bool FilterList__::SaveToSieve(const std::string& path, bool include_disabled) {
   return true;
 }
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -1,6 +1,6 @@
 // The Sieve script (RFC 5228) of a list of filters.
-#ifndef MESSAGE_FILTERS_SIEVE_SCRIPT_H_
-#define MESSAGE_FILTERS_SIEVE_SCRIPT_H_
+#ifndef QUARROW_MESSAGE_FILTERS_SIEVE_SCRIPT_H_
+#define QUARROW_MESSAGE_FILTERS_SIEVE_SCRIPT_H_
 
 #include <boost/shared_ptr.hpp>
 #include <ostream>
@@ -8,8 +8,7 @@
 #include "quarrow/filter_list.h"
 #include "quarrow/rule_model.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 // Writes the script of the enabled filters, or of all when `include_disabled`. Filters without
 // tests are left out. False when a filter that is to be written is invalid; `out` then holds a part
@@ -21,7 +20,6 @@ bool write_script(const boost::shared_ptr<FilterList__>& list, bool include_disa
 // invalid, or one of its tests or actions is.
 bool write_filter(const boost::shared_ptr<Filter__>& filter, std::ostream& out);
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters
 
-#endif  // MESSAGE_FILTERS_SIEVE_SCRIPT_H_
+#endif  // QUARROW_MESSAGE_FILTERS_SIEVE_SCRIPT_H_

@@ -6,11 +6,10 @@
 #include <boost/smart_ptr/bad_weak_ptr.hpp>
 #include <sstream>
 
-#include "tests/support/rules.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/rules_test_support.h"
+#include "tests/support/temporary_folder_test_support.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 namespace {
 
 const std::string opening =
@@ -203,5 +202,4 @@ TEST_F(SieveScript, OfAListThatNobodyOwnsThrows) {
 }
 
 }  // namespace
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -6,8 +6,9 @@
 #include <algorithm>
 #include <iterator>
 
-namespace Quarrow {
-namespace MessageFilters {
+#include "message_filters/script_words.h"
+
+namespace Quarrow::MessageFilters {
 
 namespace {
 
@@ -18,7 +19,8 @@ constexpr std::size_t converter_limit = 1024;  // bytes of one level of a folder
 const struct {
   const char* name;
   const char* headers;
-} header_list_table[] = {{"to_cc", R"(["to", "cc"])"}, {"from_to_cc", R"(["from", "to", "cc"])"}};
+} header_list_table[] = {{"to_cc", ScriptWords::to_and_cc},
+                         {"from_to_cc", ScriptWords::from_to_and_cc}};
 
 std::string quoted(const std::string& text) { return '"' + text + '"'; }
 
@@ -27,41 +29,46 @@ std::string imap_level(const std::string& level) {
 }
 
 // Sieve compares without case unless told otherwise.
-std::string case_clause(const Test& test) {
-  return test.match_case ? R"(:comparator "i;octet" )" : "";
+std::string case_clause(const Test& test) { return test.match_case ? ScriptWords::match_case : ""; }
+
+void write_comparison(const Test& test, std::ostream& out) {
+  out << (test.comparator == Comparator::IS ? ScriptWords::is : ScriptWords::contains)
+      << case_clause(test);
 }
 
 // The regular expressions always compare without case.
 void write_header_test(const Test& test, std::ostream& out) {
   const std::string headers = sieve_header_list(test) + ' ';
-  out << "header ";
+  out << ScriptWords::header;
   if (test.comparator == Comparator::BEGINWITH) {
-    out << ":regex " << headers << quoted('^' + regex_escape(test.value));
+    out << ScriptWords::regex << headers << quoted('^' + regex_escape(test.value));
   } else if (test.comparator == Comparator::ENDWITH) {
-    out << ":regex " << headers << quoted(regex_escape(test.value) + '$');
+    out << ScriptWords::regex << headers << quoted(regex_escape(test.value) + '$');
   } else {
-    out << (test.comparator == Comparator::IS ? ":is " : ":contains ") << case_clause(test)
-        << headers << quoted(test.value);
+    write_comparison(test, out);
+    out << headers << quoted(test.value);
   }
   out << ' ';
 }
 
 void write_address_test(const Test& test, std::ostream& out) {
-  out << "address :all " << (test.comparator == Comparator::IS ? ":is " : ":contains ")
-      << case_clause(test) << sieve_header_list(test) << ' ' << quoted(test.value) << ' ';
+  out << ScriptWords::address;
+  write_comparison(test, out);
+  out << sieve_header_list(test) << ' ' << quoted(test.value) << ' ';
 }
 
 void write_size_test(const Test& test, std::ostream& out) {
-  out << "size " << (test.comparator == Comparator::GREATER ? ":over " : ":under ") << test.value
-      << "K ";
+  out << ScriptWords::size
+      << (test.comparator == Comparator::GREATER ? ScriptWords::over : ScriptWords::under)
+      << test.value << ScriptWords::kibibytes;
 }
 
 // The field names the header itself: the pseudo names that stand for several are no dates.
 void write_date_test(const Test& test, std::ostream& out) {
-  const char* relation = R"("eq" )";
-  if (test.comparator == Comparator::BEFORE) relation = R"("lt" )";
-  if (test.comparator == Comparator::AFTER) relation = R"("gt" )";
-  out << "header :value " << relation << R"(:comparator "i;ascii-numeric" )"
+  const char* relation = ScriptWords::equal;
+  if (test.comparator == Comparator::BEFORE) relation = ScriptWords::less;
+  if (test.comparator == Comparator::AFTER) relation = ScriptWords::greater;
+  out << ScriptWords::header << ScriptWords::value << relation << ScriptWords::numeric
       << quoted(test.field.name) << ' ' << quoted(digits_only(test.value)) << ' ';
 }
 
@@ -83,7 +90,8 @@ std::string sieve_header_list(const Test& test) {
 }
 
 std::string regex_escape(const std::string& text) {
-  static const std::string regex_metachars = R"(^.$|()[]*+?\/{}")";
+  // also what the string itself takes for more than a character
+  static const std::string regex_metachars = std::string(ScriptWords::regex_operators) + "\\\"";
   std::string escaped;
   for (const char c : text) {
     if (regex_metachars.find(c) != std::string::npos) escaped += '\\';
@@ -103,18 +111,18 @@ std::string digits_only(const std::string& text) {
 std::string imap_mailbox_name(const std::string& folder) {
   std::string name;
   std::size_t start = 0;
-  for (std::size_t pos = 0; pos < folder.size(); ++pos) {
-    if (folder[pos] != '/') continue;
-    name += imap_level(folder.substr(start, pos - start)) + '/';
-    start = ++pos;  // the character behind a separator never separates: "a//b" is "a" and "/b"
+  // The character behind a separator never separates: "a//b" is "a" and "/b".
+  for (std::size_t end = folder.find('/'); end != std::string::npos;
+       end = folder.find('/', start + 1)) {
+    name += imap_level(folder.substr(start, end - start)) + '/';
+    start = end + 1;
   }
-  if (start < folder.size()) name += imap_level(folder.substr(start));
-  return name;
+  return name + imap_level(folder.substr(start));
 }
 
 bool write_test(const Test& test, std::ostream& out) {
   if (!test.is_valid()) return false;
-  out << ' ' << (test.negative ? "not " : "");
+  out << ScriptWords::test_start << (test.negative ? ScriptWords::negation : "");
   for (const auto& writer : writers) {
     if (test.field.type != writer.type) continue;
     writer.write(test, out);
@@ -123,5 +131,4 @@ bool write_test(const Test& test, std::ostream& out) {
   return false;
 }
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

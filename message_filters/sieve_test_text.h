@@ -1,14 +1,13 @@
 // The Sieve text (RFC 5228) of a test, and of the names and values in it.
-#ifndef MESSAGE_FILTERS_SIEVE_TEST_TEXT_H_
-#define MESSAGE_FILTERS_SIEVE_TEST_TEXT_H_
+#ifndef QUARROW_MESSAGE_FILTERS_SIEVE_TEST_TEXT_H_
+#define QUARROW_MESSAGE_FILTERS_SIEVE_TEST_TEXT_H_
 
 #include <ostream>
 #include <string>
 
 #include "quarrow/rule_model.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 // The headers that a test looks at: ["to", "cc"] for the field "to_cc", ["from", "to", "cc"] for
 // "from_to_cc", and any other name in double quotes as it stands.
@@ -28,7 +27,6 @@ std::string imap_mailbox_name(const std::string& folder);
 // not valid.
 bool write_test(const Test& test, std::ostream& out);
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters
 
-#endif  // MESSAGE_FILTERS_SIEVE_TEST_TEXT_H_
+#endif  // QUARROW_MESSAGE_FILTERS_SIEVE_TEST_TEXT_H_

@@ -5,10 +5,9 @@
 
 #include <sstream>
 
-#include "tests/support/rules.h"
+#include "tests/support/rules_test_support.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 namespace {
 
 std::string text_of(const Test& test) {
@@ -149,5 +148,4 @@ TEST(WriteTest, WritesNothingForAnInvalidTest) {
 }
 
 }  // namespace
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -9,12 +9,9 @@
 #include "message_filters/xml_text.h"
 #include "quarrow/user_stores.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 namespace {
-
-const char system_catalogue[] = "/var/spool/etc/message_filter_fields.xml";
 
 bool is_valid(const Field& field) {
   return Field::is_valid_type(field.type) && !field.name.empty();
@@ -113,5 +110,4 @@ bool UserFields__::persist() {
   return true;
 }
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -4,14 +4,13 @@
 
 #include <locale>
 
-#include "message_filters/private_spool.h"
+#include "message_filters/private_spool_test_support.h"
 #include "message_filters/user_filter_path.h"
 #include "message_filters/xml_text.h"
 #include "quarrow/user_stores.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 // Found by gtest through the arguments' namespace.
 static bool operator==(const Field& a, const Field& b) {
@@ -283,5 +282,4 @@ TEST_F(Catalogues, ClearedFieldsAreGoneTheNextTime) {
 }
 
 }  // namespace
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -6,8 +6,9 @@
 
 #include <cstdio>
 
-namespace Quarrow {
-namespace MessageFilters {
+#include "message_filters/user_files.h"
+
+namespace Quarrow::MessageFilters {
 
 namespace {
 
@@ -17,20 +18,18 @@ constexpr auto user_mailbox = static_cast<MailBoxType>(1);
 }  // namespace
 
 std::string user_filter_path(const EmailAddress& address, int selector) {
-  const ZvMailUserId user(user_mailbox, address.address());
+  const std::string folder = ZvMailUserId(user_mailbox, address.address()).prefpath();
   switch (selector) {
     case FILTER_XML:
-      return user.prefpath() + "/.delivery_filter.xml";
+      return rules_document_of(in_folder(folder, script_name));
     case FILTER_SIEVE:
-      return user.prefpath() + "/.delivery_filter";
+      return in_folder(folder, script_name);
     case CUSTOM_FIELDS_XML:
-      return user.prefpath() + "/.delivery_filter.custom.xml";
+      return in_folder(folder, custom_fields_name);
     default:
       return std::string();
   }
 }
-
-std::string temporary_path(const std::string& path) { return path + ".tmp"; }
 
 // There may be no old file to remove. When the new one can't be moved, the next commit writes it
 // again.
@@ -39,5 +38,4 @@ void put_in_place(const std::string& path) {
   (void)std::rename(temporary_path(path).c_str(), path.c_str());
 }
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -4,10 +4,9 @@
 #include <gtest/gtest.h>
 #include <zvelluser.h>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 namespace {
 
 TEST(UserFilterPath, SelectorsNameFilesInThePreferenceFolder) {
@@ -56,5 +55,4 @@ TEST_F(PutInPlace, RemovesTheOldFileEvenWithoutANewOne) {
 }
 
 }  // namespace
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -8,8 +8,7 @@
 #include "quarrow/evaluation.h"
 #include "quarrow/user_stores.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 namespace {
 
@@ -96,5 +95,4 @@ int UserMessageFilters__::persist() {
   return DONE;
 }
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

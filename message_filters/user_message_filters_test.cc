@@ -11,8 +11,8 @@
 
 #include "message_filters/user_filter_path.h"
 #include "quarrow/user_stores.h"
-#include "tests/support/rules.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/rules_test_support.h"
+#include "tests/support/temporary_folder_test_support.h"
 
 namespace {
 
@@ -30,8 +30,7 @@ int create_path(const std::string& path, int mode) {
   return directory_step.result;
 }
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 namespace {
 
 const EmailAddress bob("bob@example.org");
@@ -320,5 +319,4 @@ TEST_F(UserFilters, PersistDoesNotNoticeThatAFileCannotBeReplaced) {
 }
 
 }  // namespace
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -13,8 +13,7 @@
 #include "message_filters/xml_text.h"
 #include "system/descriptor.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 namespace {
 
@@ -122,5 +121,4 @@ bool write_xml(XmlTree document, std::ostream& out) {
   return true;
 }
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

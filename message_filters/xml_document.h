@@ -1,6 +1,6 @@
 // XML documents: reading them from files, building and writing them. All there is of ezXML.
-#ifndef MESSAGE_FILTERS_XML_DOCUMENT_H_
-#define MESSAGE_FILTERS_XML_DOCUMENT_H_
+#ifndef QUARROW_MESSAGE_FILTERS_XML_DOCUMENT_H_
+#define QUARROW_MESSAGE_FILTERS_XML_DOCUMENT_H_
 
 #include <memory>
 #include <optional>
@@ -9,8 +9,7 @@
 
 struct ezxml;
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 // Frees a tree, and then the text that a parsed tree points into.
 struct XmlTreeFree {
@@ -53,7 +52,6 @@ ezxml* set_xml_attribute(ezxml* element, const char* name, const std::string& va
 // nothing written, when parse_xml_file() would refuse the document for its size.
 bool write_xml(XmlTree document, std::ostream& out);
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters
 
-#endif  // MESSAGE_FILTERS_XML_DOCUMENT_H_
+#endif  // QUARROW_MESSAGE_FILTERS_XML_DOCUMENT_H_

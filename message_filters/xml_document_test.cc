@@ -11,10 +11,9 @@
 
 #include "message_filters/xml_text.h"
 #include "quarrow/filter_list.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 namespace {
 
 std::string repeated(const std::string& text, std::size_t count) {
@@ -242,5 +241,4 @@ TEST(XmlWriting, DocumentsThatCouldNotBeReadAreNotWritten) {
 TEST(XmlWriting, NothingIsNotWritten) { EXPECT_EQ("(refused)", written(XmlTree())); }
 
 }  // namespace
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

@@ -8,8 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 namespace {
 
@@ -295,5 +294,4 @@ std::string decode_references(const std::string& text) {
   return decoded.append(all, from, all.npos);
 }
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

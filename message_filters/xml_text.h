@@ -4,15 +4,14 @@
 // without bounds, and takes quadratic time for a text with many references ("&amp;") and for a long
 // row of elements. So it is only given what it handles well: elements, attributes and text, within
 // bounds, and with a mark in place of each "&". References are decoded when a text is read.
-#ifndef MESSAGE_FILTERS_XML_TEXT_H_
-#define MESSAGE_FILTERS_XML_TEXT_H_
+#ifndef QUARROW_MESSAGE_FILTERS_XML_TEXT_H_
+#define QUARROW_MESSAGE_FILTERS_XML_TEXT_H_
 
 #include <cstddef>
 #include <optional>
 #include <string>
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 constexpr std::size_t most_xml_bytes = std::size_t{64} << 20;  // of one document
 constexpr std::size_t most_xml_depth = 64;                     // of elements inside each other
@@ -31,7 +30,6 @@ std::optional<std::string> readable_xml(const std::string& document);
 // Unknown references stay as they are.
 std::string decode_references(const std::string& text);
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters
 
-#endif  // MESSAGE_FILTERS_XML_TEXT_H_
+#endif  // QUARROW_MESSAGE_FILTERS_XML_TEXT_H_

@@ -5,8 +5,7 @@
 
 #include <algorithm>
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 namespace {
 
 std::string repeated(const std::string& text, std::size_t count) {
@@ -221,5 +220,4 @@ TEST(DecodeReferences, TakesTheFiveNamesAndNumbers) {
 }
 
 }  // namespace
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters

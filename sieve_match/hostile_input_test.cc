@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "quarrow/evaluation.h"
-#include "tests/support/evaluation_support.h"
+#include "tests/support/evaluation_test_support.h"
 
 namespace Quarrow {
 namespace {

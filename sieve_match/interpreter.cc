@@ -5,8 +5,7 @@
 #include "quarrow/evaluation.h"
 #include "sieve_match/interpreter_heap.h"
 
-namespace Quarrow {
-namespace interpreter {
+namespace Quarrow::interpreter {
 namespace {
 
 std::mutex process_lock;
@@ -103,5 +102,4 @@ void set_int(sieve2_context_t* context, const char* name, int value) {
   (void)sieve2_setvalue_int(context, libsieve_name(name), value);
 }
 
-}  // namespace interpreter
-}  // namespace Quarrow
+}  // namespace Quarrow::interpreter

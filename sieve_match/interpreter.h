@@ -12,8 +12,7 @@
 
 #include <mutex>
 
-namespace Quarrow {
-namespace interpreter {
+namespace Quarrow::interpreter {
 
 // One use of the interpreter: from construction to destruction the process's only context is alive,
 // in the pointer given, which is null before and after. Callbacks arrive at
@@ -58,7 +57,6 @@ void set_string(sieve2_context_t* context, const char* name, const char* value);
 void set_string_list(sieve2_context_t* context, const char* name, char** values);
 void set_int(sieve2_context_t* context, const char* name, int value);
 
-}  // namespace interpreter
-}  // namespace Quarrow
+}  // namespace Quarrow::interpreter
 
 #endif  // QUARROW_SIEVE_MATCH_INTERPRETER_H_

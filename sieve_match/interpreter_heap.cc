@@ -23,8 +23,7 @@ void libsieve_headerlexfree();
 void libsieve_headeryaccfree();
 }
 
-namespace Quarrow {
-namespace interpreter_heap {
+namespace Quarrow::interpreter_heap {
 namespace {
 
 constexpr std::size_t alignment = 16;
@@ -213,8 +212,7 @@ int run(Task task, sieve2_context_t* context, void* user) { return heap.run(task
 CallbackScope::CallbackScope() { ++heap.callbacks; }
 CallbackScope::~CallbackScope() { --heap.callbacks; }
 
-}  // namespace interpreter_heap
-}  // namespace Quarrow
+}  // namespace Quarrow::interpreter_heap
 
 // What libsieve's malloc, calloc, realloc and free are renamed to.
 extern "C" {

@@ -12,8 +12,7 @@
 
 #include <sieve2.h>  // needs NULL from the line above
 
-namespace Quarrow {
-namespace interpreter_heap {
+namespace Quarrow::interpreter_heap {
 
 // The most that may be in use at a time, in bytes. A message with 50,000 recipients needs some 22
 // MB.
@@ -44,7 +43,6 @@ class CallbackScope {
   CallbackScope& operator=(const CallbackScope&) = delete;
 };
 
-}  // namespace interpreter_heap
-}  // namespace Quarrow
+}  // namespace Quarrow::interpreter_heap
 
 #endif  // QUARROW_SIEVE_MATCH_INTERPRETER_HEAP_H_

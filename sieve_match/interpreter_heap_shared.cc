@@ -3,8 +3,7 @@
 
 #include "sieve_match/interpreter_heap.h"
 
-namespace Quarrow {
-namespace interpreter_heap {
+namespace Quarrow::interpreter_heap {
 
 void open() {}
 void close() {}
@@ -17,5 +16,4 @@ int run(Task task, sieve2_context_t* context, void* user) { return task(context,
 CallbackScope::CallbackScope() = default;
 CallbackScope::~CallbackScope() = default;
 
-}  // namespace interpreter_heap
-}  // namespace Quarrow
+}  // namespace Quarrow::interpreter_heap

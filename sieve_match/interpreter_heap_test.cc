@@ -16,8 +16,7 @@ void* quarrow_heap_realloc(void* old, std::size_t size);
 void quarrow_heap_free(void* data);
 }
 
-namespace Quarrow {
-namespace interpreter_heap {
+namespace Quarrow::interpreter_heap {
 namespace {
 
 class InterpreterHeap : public testing::Test {
@@ -199,5 +198,4 @@ TEST_F(InterpreterHeap, IsAsGoodAsNewAfterATaskWasEnded) {
 }
 
 }  // namespace
-}  // namespace interpreter_heap
-}  // namespace Quarrow
+}  // namespace Quarrow::interpreter_heap

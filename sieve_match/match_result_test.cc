@@ -3,7 +3,7 @@
 #include <type_traits>
 
 #include "quarrow/evaluation.h"
-#include "tests/support/evaluation_support.h"
+#include "tests/support/evaluation_test_support.h"
 
 namespace Quarrow {
 namespace {

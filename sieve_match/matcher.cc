@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <memory>
 
+#include "message_filters/script_words.h"
+#include "message_filters/user_files.h"
 #include "quarrow/evaluation.h"
 #include "sieve_match/interpreter.h"
 #include "sieve_match/script_check.h"
@@ -16,8 +18,6 @@
 
 namespace Quarrow {
 namespace {
-
-constexpr std::size_t script_limit = 32768;
 
 // The folder of the files that belong to a user, as hosts number the kinds.
 constexpr int preferences_folder = 5;
@@ -59,7 +59,7 @@ SieveMatch* SieveMatch::Create(const std::string& path, SieveLog* log) {
 SieveMatch* SieveMatch::Create(const EmailAddress& address, SieveLog* log) {
   char folder[1024] = "";
   (void)mailuser_filename(preferences_folder, folder, sizeof folder, address.address());
-  return Create(std::string(folder) + "/.delivery_filter", log);
+  return Create(in_folder(folder, script_name), log);
 }
 
 // The context made here is only tried out: see interpreter::Use.

@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "quarrow/evaluation.h"
-#include "tests/support/evaluation_support.h"
+#include "tests/support/evaluation_test_support.h"
 
 namespace Quarrow {
 namespace {

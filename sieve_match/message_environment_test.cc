@@ -5,7 +5,7 @@
 
 #include "quarrow/evaluation.h"
 #include "sieve_match/interpreter.h"
-#include "tests/support/evaluation_support.h"
+#include "tests/support/evaluation_test_support.h"
 
 namespace Quarrow {
 namespace {

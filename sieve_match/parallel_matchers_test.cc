@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "quarrow/evaluation.h"
-#include "tests/support/evaluation_support.h"
+#include "tests/support/evaluation_test_support.h"
 
 namespace Quarrow {
 namespace {

@@ -7,7 +7,7 @@
 #include <cstddef>
 
 #include "quarrow/evaluation.h"
-#include "tests/support/evaluation_support.h"
+#include "tests/support/evaluation_test_support.h"
 
 namespace {
 bool no_context = false;

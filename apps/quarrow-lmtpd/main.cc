@@ -15,32 +15,33 @@
 #include <vector>
 
 #include "apps/quarrow-lmtpd/options.h"
-#include "delivery/evaluator.h"
 #include "delivery/helper_process.h"
-#include "lmtp/connection.h"
 #include "lmtp/delivery_handler.h"
-#include "lmtp/log.h"
-#include "lmtp/metrics.h"
-#include "lmtp/privileges.h"
-#include "lmtp/service_manager.h"
-#include "lmtp/supervisor.h"
-#include "lmtp/worker.h"
+#include "quarrow/delivery/evaluator.h"
+#include "server/connection.h"
+#include "server/log.h"
+#include "server/metrics.h"
+#include "server/privileges.h"
+#include "server/service_manager.h"
+#include "server/supervisor.h"
+#include "server/worker.h"
 
+namespace Quarrow::Lmtpd {
 namespace {
 
-using lmtpd::Options;
-using lmtpd::Parsed;
-using namespace Quarrow::Lmtp;
-using Quarrow::Delivery::Evaluator;
+using Delivery::Evaluator;
+using Lmtp::DeliveryHandler;
+using Lmtp::Places;
+using namespace Server;
 
 int complain(const std::string& reason, int status) {
   std::cerr << "quarrow-lmtpd: " << reason << '\n';
   return status;
 }
 
-class Server {
+class Daemon {
  public:
-  Server(int argc, const char* const* argv, Options options)
+  Daemon(int argc, const char* const* argv, Options options)
       : argc_(argc), argv_(argv), options_(std::move(options)) {}
 
   int run() {
@@ -95,7 +96,7 @@ class Server {
   // Loads what the evaluation needs, for all workers at once; why that failed, if it did.
   static std::string prepare() {
     try {
-      Quarrow::Delivery::prepare_for_helpers();
+      Delivery::prepare_for_helpers();
     } catch (const std::runtime_error& error) {
       return error.what();
     }
@@ -113,13 +114,17 @@ class Server {
                         options_.recipient_delimiter};
     serve(listeners_, stop, [&](int connection) {
       DeliveryHandler handler(places, evaluate, metrics_);
-      converse(connection, handler, options_.limits, options_.host_name, stop);
+      const auto new_session = [&](Output output) {
+        return std::make_unique<Lmtp::Session>(handler, options_.limits, options_.host_name,
+                                               std::move(output));
+      };
+      converse(connection, new_session, stop);
     });
     return EX_OK;
   }
 
   std::optional<std::size_t> reload() {
-    Parsed parsed = lmtpd::parse_options(argc_, argv_);
+    Parsed parsed = parse_options(argc_, argv_);
     if (parsed.outcome != Parsed::Outcome::run) {
       log_error("nothing was reloaded: " + parsed.text);
       return std::nullopt;
@@ -144,10 +149,8 @@ class Server {
   Metrics metrics_;
 };
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  Parsed parsed = lmtpd::parse_options(argc, argv);
+int run_lmtpd(int argc, char** argv) {
+  Parsed parsed = parse_options(argc, argv);
   switch (parsed.outcome) {
     case Parsed::Outcome::help:
       std::cout << parsed.text << std::flush;
@@ -157,5 +160,10 @@ int main(int argc, char** argv) {
     case Parsed::Outcome::run:
       break;
   }
-  return Server(argc, argv, std::move(parsed.options)).run();
+  return Daemon(argc, argv, std::move(parsed.options)).run();
 }
+
+}  // namespace
+}  // namespace Quarrow::Lmtpd
+
+int main(int argc, char** argv) { return Quarrow::Lmtpd::run_lmtpd(argc, argv); }

@@ -7,12 +7,12 @@
 #include <cstdint>
 #include <sstream>
 
-#include "delivery/maildir_store.h"
+#include "quarrow/delivery/maildir_store.h"
 
-namespace lmtpd {
+namespace Quarrow::Lmtpd {
 namespace {
 
-using Quarrow::Lmtp::LogTarget;
+using Server::LogTarget;
 
 // What CLI11 reads into before it is converted.
 struct Raw {
@@ -133,7 +133,7 @@ void declare_numbers(CLI::App& app, Options& options, Raw& raw) {
 Parsed parse_options(int argc, const char* const* argv) {
   Parsed parsed;
   Options& options = parsed.options;
-  options.host_name = Quarrow::Delivery::host_name();
+  options.host_name = Delivery::host_name();
   Raw raw;
   raw.seconds = static_cast<unsigned>(options.evaluation.time.count() / 1000);
   raw.mebibytes = static_cast<unsigned>(options.evaluation.memory >> 20U);
@@ -168,4 +168,4 @@ Parsed parse_options(int argc, const char* const* argv) {
   return parsed;
 }
 
-}  // namespace lmtpd
+}  // namespace Quarrow::Lmtpd

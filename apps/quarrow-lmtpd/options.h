@@ -1,22 +1,22 @@
 // What an administrator sets, on the command line and in a file.
-#ifndef APPS_QUARROW_LMTPD_OPTIONS_H_
-#define APPS_QUARROW_LMTPD_OPTIONS_H_
+#ifndef QUARROW_APPS_QUARROW_LMTPD_OPTIONS_H_
+#define QUARROW_APPS_QUARROW_LMTPD_OPTIONS_H_
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
-#include "delivery/evaluator.h"
 #include "lmtp/limits.h"
-#include "lmtp/listener.h"
-#include "lmtp/log.h"
+#include "quarrow/delivery/evaluator.h"
+#include "server/listener.h"
+#include "server/log.h"
 
-namespace lmtpd {
+namespace Quarrow::Lmtpd {
 
 struct Options {
   // These stand until the server is started anew.
   std::vector<std::string> listen = {"/run/quarrow/lmtp"};
-  Quarrow::Lmtp::SocketRights rights;
+  Server::SocketRights rights;
   std::string user;
   std::string metrics;  // empty: none
 
@@ -26,9 +26,9 @@ struct Options {
   std::string host_name;
   std::string recipient_delimiter = "+";
   std::size_t workers = 10;
-  Quarrow::Lmtp::LogTarget log = Quarrow::Lmtp::LogTarget::standard_error;
-  Quarrow::Lmtp::Limits limits;
-  Quarrow::Delivery::EvaluatorLimits evaluation;
+  Server::LogTarget log = Server::LogTarget::standard_error;
+  Lmtp::Limits limits;
+  Delivery::EvaluatorLimits evaluation;
 };
 
 // What reading the arguments came to.
@@ -43,6 +43,6 @@ struct Parsed {
 // Reads the command line and the file that it names with --config, whose settings it overrides.
 Parsed parse_options(int argc, const char* const* argv);
 
-}  // namespace lmtpd
+}  // namespace Quarrow::Lmtpd
 
-#endif  // APPS_QUARROW_LMTPD_OPTIONS_H_
+#endif  // QUARROW_APPS_QUARROW_LMTPD_OPTIONS_H_

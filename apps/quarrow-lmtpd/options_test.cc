@@ -3,12 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 
-namespace lmtpd {
+namespace Quarrow::Lmtpd {
 namespace {
 
-using Quarrow::Lmtp::LogTarget;
+using Server::LogTarget;
 
 Parsed parse(std::vector<const char*> arguments) {
   arguments.insert(arguments.begin(), "quarrow-lmtpd");
@@ -211,4 +211,4 @@ TEST(LmtpdOptions, AreExplainedWhenAsked) {
 }
 
 }  // namespace
-}  // namespace lmtpd
+}  // namespace Quarrow::Lmtpd

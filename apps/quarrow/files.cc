@@ -6,9 +6,9 @@
 
 #include <cstring>
 
-#include "apps/quarrow/report.h"
+#include "apps/quarrow/complaint.h"
 
-namespace command {
+namespace Quarrow::Command {
 
 bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
 
@@ -18,4 +18,4 @@ int cannot_make(const std::string& path, int error) {
                   forbidden ? EX_NOPERM : EX_CANTCREAT);
 }
 
-}  // namespace command
+}  // namespace Quarrow::Command

@@ -1,10 +1,10 @@
 // Questions about files that several subcommands ask.
-#ifndef APPS_QUARROW_FILES_H_
-#define APPS_QUARROW_FILES_H_
+#ifndef QUARROW_APPS_QUARROW_FILES_H_
+#define QUARROW_APPS_QUARROW_FILES_H_
 
 #include <string>
 
-namespace command {
+namespace Quarrow::Command {
 
 // Whether there is something at `path`.
 bool exists(const std::string& path);
@@ -12,6 +12,6 @@ bool exists(const std::string& path);
 // Complains that `path` can't be made because of `error`, an errno; gives the exit status.
 int cannot_make(const std::string& path, int error);
 
-}  // namespace command
+}  // namespace Quarrow::Command
 
-#endif  // APPS_QUARROW_FILES_H_
+#endif  // QUARROW_APPS_QUARROW_FILES_H_

@@ -8,15 +8,15 @@
 #include <string>
 #include <utility>
 
-#include "apps/quarrow/message_evaluator.h"
-#include "apps/quarrow/report.h"
+#include "apps/quarrow/complaint.h"
+#include "trial/message_evaluator.h"
 
-namespace command {
+namespace Quarrow::Trial {
+
+using Command::complain;
 namespace {
 
-using Quarrow::SieveLog;
-using Quarrow::SieveMatch;
-using Quarrow::Delivery::Evaluation;
+using Delivery::Evaluation;
 
 // The evaluation's log on standard error, a line per entry.
 class ErrorStreamLog : public SieveLog {
@@ -76,4 +76,4 @@ std::unique_ptr<MessageEvaluator> logged_evaluator(const std::string& path) {
   return std::make_unique<LoggedEvaluator>(std::move(matcher));
 }
 
-}  // namespace command
+}  // namespace Quarrow::Trial

@@ -6,20 +6,21 @@
 #include <iostream>
 #include <string_view>
 
-#include "apps/quarrow/command.h"
-#include "apps/quarrow/report.h"
+#include "apps/quarrow/commands/command.h"
+#include "apps/quarrow/complaint.h"
 
+namespace Quarrow::Command {
 namespace {
 
-const std::vector<command::Command> commands = {
+const std::vector<Subcommand> commands = {
     {"init", "Make the configuration file and the system's catalogue of fields.",
-     "quarrow --root /var/spool/quarrow init", command::declare_init},
+     "quarrow --root /var/spool/quarrow init", declare_init},
     {"filter", "Add, list and remove the filters of a user.",
-     "quarrow filter list alice@example.org", command::declare_filter},
+     "quarrow filter list alice@example.org", declare_filter},
     {"match", "Say what a user's filters do with messages.",
-     "quarrow match alice@example.org inbox/*.eml Maildir/ mail.mbox -", command::declare_match},
+     "quarrow match alice@example.org inbox/*.eml Maildir/ mail.mbox -", declare_match},
     {"deliver", "Deliver the message on standard input as a user's filters say.",
-     "quarrow deliver -d alice@example.org -f bob@example.net <message", command::declare_deliver}};
+     "quarrow deliver -d alice@example.org -f bob@example.net <message", declare_deliver}};
 
 // The exit status for arguments that are not understood. A mail server runs "deliver": there it is
 // the configuration that is wrong, and the message must wait until that is mended. Looked for
@@ -42,34 +43,37 @@ int refuse_arguments(const CLI::App& app, const CLI::ParseError& error, int stat
   const auto unknown = innermost->remaining();
   const std::string reason =
       unknown.empty() ? error.what() : '"' + unknown.front() + "\" is not understood";
-  return command::complain("arguments", reason + "; see " + words + " --help", status);
+  return complain("arguments", reason + "; see " + words + " --help", status);
 }
 
-int run_or_complain(const command::Run& run, const command::Settings& settings) {
+int run_or_complain(const Run& run, const Settings& settings) {
   try {
     return run(settings);
   } catch (const std::exception& error) {  // a library that is missing, say, or memory
-    return command::complain("unexpected", error.what(), EX_UNAVAILABLE);
+    return complain("unexpected", error.what(), EX_UNAVAILABLE);
   }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run_quarrow(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
-  command::Settings settings;
+  Settings settings;
   CLI::App app("Per-user mail filters: made into Sieve scripts, and run over messages.", "quarrow");
   app.set_version_flag("--version", "quarrow " QUARROW_VERSION);
   app.add_option("--root", settings.root, "Folder of the users' folders and of the configuration")
       ->type_name("DIR")
       ->capture_default_str();
-  const command::Run run = command::declare_commands(app, commands);
+  const Run run = declare_commands(app, commands);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {
-    return command::finish_output(app.exit(help));
+    return finish_output(app.exit(help));
   } catch (const CLI::ParseError& error) {
     return refuse_arguments(app, error, usage_status(argc, argv));
   }
-  return command::finish_output(run_or_complain(run, settings));
+  return finish_output(run_or_complain(run, settings));
 }
+
+}  // namespace
+}  // namespace Quarrow::Command
+
+int main(int argc, char** argv) { return Quarrow::Command::run_quarrow(argc, argv); }

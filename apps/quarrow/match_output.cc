@@ -4,14 +4,12 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "apps/quarrow/printable.h"
+#include "system/printable.h"
 
-namespace command {
+namespace Quarrow::Command {
 namespace {
 
 using nlohmann::ordered_json;
-using Quarrow::SieveAction;
-using Quarrow::SieveMatchResult;
 
 // By SieveAction::Type.
 const char* const action_words[] = {"keep",     "fileinto", "vacation", "notify",
@@ -49,4 +47,4 @@ std::string result_json(const std::string& name, const SieveMatchResult& result,
   return out.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
-}  // namespace command
+}  // namespace Quarrow::Command

@@ -5,11 +5,8 @@
 
 #include <string>
 
-namespace command {
+namespace Quarrow::Command {
 namespace {
-
-using Quarrow::SieveAction;
-using Quarrow::SieveMatchResult;
 
 SieveMatchResult filed(const std::string& folder) {
   SieveAction action;
@@ -62,4 +59,4 @@ TEST(ResultJson, ReplacesWhatIsNoUtf8) {
 }
 
 }  // namespace
-}  // namespace command
+}  // namespace Quarrow::Command

@@ -6,39 +6,21 @@
 #include <sys/stat.h>
 #include <sysexits.h>
 #include <unistd.h>
-#include <zvellparser.h>
 
-#include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
-namespace command {
+#include "system/file_io.h"
+#include "system/nameless_file.h"
+
+namespace Quarrow::Command {
 namespace {
 
 constexpr std::size_t most_in_memory = std::size_t{4} << 20;
 
 Fault fault(const std::string& what) { return {what + ": " + std::strerror(errno), EX_TEMPFAIL}; }
-
-// Reads a block at most, behind `text`. 0 at the end of `input`, negative on failure.
-ssize_t append_from(int input, std::string& text) {
-  std::array<char, 65536> block;  // what a pipe holds
-  ssize_t got = 0;
-  do {
-    got = read(input, block.data(), block.size());
-  } while (got < 0 && errno == EINTR);
-  if (got > 0) text.append(block.data(), static_cast<std::size_t>(got));
-  return got;
-}
-
-bool write_all(int fd, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t written = write(fd, text.data(), text.size());
-    if (written < 0 && errno != EINTR) return false;
-    if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
-  }
-  return true;
-}
 
 // The first bytes of the message without the line that separates messages in an mbox file.
 std::string_view without_separator(std::string_view text) {
@@ -48,9 +30,9 @@ std::string_view without_separator(std::string_view text) {
 }
 
 int open_nameless(bool in_memory) {
-  if (in_memory) return memfd_create("message", MFD_CLOEXEC);
-  const TempFile file("");
-  return open(file.name().c_str(), O_RDWR | O_CLOEXEC);  // the name goes here
+  if (in_memory) return nameless_file_in_memory();
+  const char* const folder = std::getenv("TMPDIR");
+  return nameless_file_in(folder == nullptr ? "/tmp" : folder);
 }
 
 // The same file, for those who are given it to read and must not change what is delivered.
@@ -69,7 +51,7 @@ Fault MessageSpool::read(int input) {
   ssize_t got = 1;
   while (got > 0 && text.size() < most_in_memory) got = append_from(input, text);
   if (got < 0) return fault("can't be read");
-  const Quarrow::Descriptor file(open_nameless(got == 0));
+  const Descriptor file(open_nameless(got == 0));
   if (file.get() < 0 || !write_all(file.get(), without_separator(text)))
     return fault("can't be kept");
   while (got > 0) {
@@ -94,4 +76,4 @@ Fault MessageSpool::look_at(int written) {
   return {};
 }
 
-}  // namespace command
+}  // namespace Quarrow::Command

@@ -1,15 +1,15 @@
 // A message from standard input, in a file without a name.
-#ifndef APPS_QUARROW_MESSAGE_SPOOL_H_
-#define APPS_QUARROW_MESSAGE_SPOOL_H_
+#ifndef QUARROW_APPS_QUARROW_MESSAGE_SPOOL_H_
+#define QUARROW_APPS_QUARROW_MESSAGE_SPOOL_H_
 
 #include <cstdint>
 #include <optional>
 #include <string_view>
 
-#include "apps/quarrow/report.h"
+#include "apps/quarrow/complaint.h"
 #include "system/descriptor.h"
 
-namespace command {
+namespace Quarrow::Command {
 
 // Holds a message in memory, or from 4 MiB on in a file in $TMPDIR or else /tmp that is gone with
 // this object, however the process ends.
@@ -32,10 +32,10 @@ class MessageSpool {
  private:
   Fault look_at(int written);
 
-  std::optional<Quarrow::Descriptor> file_;
+  std::optional<Descriptor> file_;
   std::string_view bytes_;  // mapped
 };
 
-}  // namespace command
+}  // namespace Quarrow::Command
 
-#endif  // APPS_QUARROW_MESSAGE_SPOOL_H_
+#endif  // QUARROW_APPS_QUARROW_MESSAGE_SPOOL_H_

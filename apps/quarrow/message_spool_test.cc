@@ -6,15 +6,15 @@
 #include <sysexits.h>
 #include <unistd.h>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 
-namespace command {
+namespace Quarrow::Command {
 namespace {
 
 constexpr std::size_t most_in_memory = std::size_t{4} << 20;
 
 Fault spool_file(const std::string& path, MessageSpool& spool) {
-  const Quarrow::Descriptor input(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const Descriptor input(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   return spool.read(input.get());
 }
 
@@ -69,4 +69,4 @@ TEST(MessageSpool, SaysThatItCanNotRead) {
 }
 
 }  // namespace
-}  // namespace command
+}  // namespace Quarrow::Command

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <string>
 
-namespace command {
+namespace Quarrow::Command {
 namespace {
 
 constexpr std::chrono::milliseconds first_delay(1000);
@@ -39,4 +39,4 @@ void ProgressBar::finish() {
   drawn_ = false;
 }
 
-}  // namespace command
+}  // namespace Quarrow::Command

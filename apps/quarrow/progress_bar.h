@@ -1,12 +1,12 @@
 // A line that shows how far long work has come.
-#ifndef APPS_QUARROW_PROGRESS_BAR_H_
-#define APPS_QUARROW_PROGRESS_BAR_H_
+#ifndef QUARROW_APPS_QUARROW_PROGRESS_BAR_H_
+#define QUARROW_APPS_QUARROW_PROGRESS_BAR_H_
 
 #include <chrono>
 #include <cstdint>
 #include <ostream>
 
-namespace command {
+namespace Quarrow::Command {
 
 // Draws on one line of a terminal, from one second after the start on and at most ten times a
 // second.
@@ -33,6 +33,6 @@ class ProgressBar {
   bool drawn_ = false;
 };
 
-}  // namespace command
+}  // namespace Quarrow::Command
 
-#endif  // APPS_QUARROW_PROGRESS_BAR_H_
+#endif  // QUARROW_APPS_QUARROW_PROGRESS_BAR_H_

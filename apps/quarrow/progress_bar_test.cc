@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-namespace command {
+namespace Quarrow::Command {
 namespace {
 
 using std::chrono::milliseconds;
@@ -56,4 +56,4 @@ TEST(ProgressBar, WipesItsLine) {
 }
 
 }  // namespace
-}  // namespace command
+}  // namespace Quarrow::Command

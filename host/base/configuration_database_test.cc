@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "base.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cerrno>
 
 #include "base.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/zvellparser/address_test_texts.h"
+#include "host/zvellparser/address_test_support.h"
 
 using zvellparser::interpreter_reads;
 using zvellparser::is_atom;

@@ -6,8 +6,8 @@
 #include "host/zvellparser/address_grammar.h"
 #include "host/zvellparser/address_header.h"
 #include "host/zvellparser/address_salvage.h"
-#include "host/zvellparser/address_test_texts.h"
-#include "host/zvellparser/libsieve_oracle.h"
+#include "host/zvellparser/address_test_support.h"
+#include "host/zvellparser/libsieve_oracle_test_support.h"
 
 using namespace zvellparser;
 

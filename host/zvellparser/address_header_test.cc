@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/zvellparser/address_test_texts.h"
+#include "host/zvellparser/address_test_support.h"
 
 using zvellparser::decoded;
 using zvellparser::is_address_header;

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 #include "zvellparser.h"
 
 namespace {

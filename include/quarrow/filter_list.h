@@ -11,8 +11,7 @@
 #include "quarrow/export.h"
 #include "quarrow/rule_model.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 // The filters of one user in the order in which they are tried; the first that matches a message
 // decides. Always held by a shared pointer, and used by one thread at a time.
@@ -80,7 +79,6 @@ class QUARROW_EXPORT FilterList__ : public boost::enable_shared_from_this<Filter
   std::int32_t last_id = 0;  // the highest id given so far
 };
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters
 
 #endif  // QUARROW_FILTER_LIST_H_

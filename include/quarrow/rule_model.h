@@ -12,8 +12,7 @@
 
 #include "quarrow/export.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 // What a test looks at: a header of the message, its size, or a date.
 struct QUARROW_EXPORT Field {
@@ -105,7 +104,6 @@ class QUARROW_EXPORT Filter__ {
   std::list<Action> actions;
 };
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters
 
 #endif  // QUARROW_RULE_MODEL_H_

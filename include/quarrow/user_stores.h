@@ -13,8 +13,7 @@
 #include "quarrow/filter_list.h"
 #include "quarrow/rule_model.h"
 
-namespace Quarrow {
-namespace MessageFilters {
+namespace Quarrow::MessageFilters {
 
 // The catalogue of fields that a user's tests may name: the system's, which are read-only, then his
 // own. Always held by a shared pointer, and used by one thread at a time. Changes stay in memory
@@ -91,7 +90,6 @@ class QUARROW_EXPORT UserMessageFilters__ {
   boost::shared_ptr<FilterList__> filters;  // never empty; may be edited directly
 };
 
-}  // namespace MessageFilters
-}  // namespace Quarrow
+}  // namespace Quarrow::MessageFilters
 
 #endif  // QUARROW_USER_STORES_H_

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <quarrow/user_stores.h>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_folder_test_support.h"
 
 namespace {
 

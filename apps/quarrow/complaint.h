@@ -1,0 +1,35 @@
+// How the command speaks of failures: one line on standard error, and an exit status of
+// sysexits(3).
+#ifndef QUARROW_APPS_QUARROW_COMPLAINT_H_
+#define QUARROW_APPS_QUARROW_COMPLAINT_H_
+
+#include <string>
+
+namespace Quarrow::Command {
+
+// A reason, and the exit status that goes with it. An empty reason: nothing is wrong.
+struct Fault {
+  std::string reason;
+  int status = 0;
+
+  explicit operator bool() const { return !reason.empty(); }
+};
+
+// Writes "quarrow: object: reason" to standard error, control characters escaped, and gives
+// `status` back.
+int complain(const std::string& object, const std::string& reason, int status);
+
+// The same for the reason and the status of `fault`.
+int complain(const std::string& object, const Fault& fault);
+
+// The exit status for a file operation that failed with `error` (an errno): no permission, try
+// again, no input, or input/output.
+int file_status(int error);
+
+// Flushes standard output. `status`, or EX_IOERR with a complaint when not all of the output could
+// be written.
+int finish_output(int status);
+
+}  // namespace Quarrow::Command
+
+#endif  // QUARROW_APPS_QUARROW_COMPLAINT_H_

@@ -1,0 +1,58 @@
+// Messages in a Maildir, each on disk as a whole or not at all.
+#ifndef QUARROW_DELIVERY_MAILDIR_STORE_H_
+#define QUARROW_DELIVERY_MAILDIR_STORE_H_
+
+#include <functional>
+#include <string>
+
+#include "quarrow/delivery/message_file.h"
+
+namespace Quarrow::Delivery {
+
+// The time, this process and a count of calls: "1777896000.M52P7131Q1".
+std::string unique_text();
+
+// A Maildir++ and its folders. Any number of processes and threads may store at the same time.
+class MaildirStore {
+ public:
+  // Why a message was not stored: "/path: No space left on device". Empty when it was.
+  struct Result {
+    std::string reason;
+
+    explicit operator bool() const { return reason.empty(); }
+  };
+
+  // Gives what tells one file name from all others of this host: "time.MmicroPpidQcount".
+  using UniqueText = std::function<std::string()>;
+
+  // `maildir` is the path of the Maildir; its parent exists. `host_name` becomes a part of the
+  // messages' file names. A text from `unique` that is taken nevertheless, which set back clocks
+  // can lead to, harms no message: the next one is tried.
+  MaildirStore(std::string maildir, const std::string& host_name, UniqueText unique = unique_text);
+
+  // Stores `message` as a new file, named time.MmicroPpidQcount.host,S=size, in `folder`, a name
+  // from maildir_folder. On success it is on disk, fsynced, its place in the folder included.
+  // After a failure nothing of it is in new/, unless that fsync is what failed, and nothing in
+  // tmp/.
+  //
+  // What is missing of the Maildir and the folder is made for the owner alone. A folder that is
+  // made here is added to the Maildir's file "subscriptions", a line each: "A.B", or, where the
+  // file begins with the line "V<tab>2", the levels separated by tabs. That fails silently: it
+  // concerns what a client shows, not the message. Symbolic links are not followed below the
+  // Maildir.
+  //
+  // A file size limit makes itself known by SIGXFSZ, which the caller ignores.
+  Result store(const std::string& folder, const MessageFile& message) const;
+
+ private:
+  const std::string maildir_;
+  const std::string host_;  // as it stands in file names
+  const UniqueText unique_;
+};
+
+// The name of this host, for file names; "localhost" when it has none.
+std::string host_name();
+
+}  // namespace Quarrow::Delivery
+
+#endif  // QUARROW_DELIVERY_MAILDIR_STORE_H_

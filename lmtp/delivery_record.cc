@@ -1,0 +1,23 @@
+// The fields of a log line.
+#include "lmtp/delivery_record.h"
+
+#include "system/printable.h"
+
+namespace Quarrow::Lmtp {
+namespace {
+
+std::string word(const std::string& text) { return escaped(text, {"\\", " "}); }
+
+std::string quoted(const std::string& text) { return '"' + escaped(text, {"\\\""}) + '"'; }
+
+}  // namespace
+
+std::string log_line(const DeliveryRecord& record) {
+  const std::string id = record.message_id.empty() ? "<>" : word(record.message_id);
+  const std::string note = record.note.empty() ? "" : " note=" + quoted(record.note);
+  return "user=" + word(record.user) + " msgid=" + id + " rule=" + quoted(record.rule) +
+         " action=" + word(record.action) + " took=" + std::to_string(record.took.count()) + "ms" +
+         note;
+}
+
+}  // namespace Quarrow::Lmtp

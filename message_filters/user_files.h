@@ -1,0 +1,30 @@
+// What lies where: the names of the files in a user's folder, and the system's catalogue.
+#ifndef QUARROW_MESSAGE_FILTERS_USER_FILES_H_
+#define QUARROW_MESSAGE_FILTERS_USER_FILES_H_
+
+#include <string>
+
+namespace Quarrow {
+
+// The script that delivery runs, the user's own fields, and their mail.
+constexpr char script_name[] = ".delivery_filter";
+constexpr char custom_fields_name[] = ".delivery_filter.custom.xml";
+constexpr char maildir_name[] = "Maildir";
+
+// The fields that every system offers, for all users.
+constexpr char system_catalogue[] = "/var/spool/etc/message_filter_fields.xml";
+
+// The path of a file in the user's folder `folder`.
+inline std::string in_folder(const std::string& folder, const char* name) {
+  return folder + '/' + name;
+}
+
+// The rules document of the script at `script`: it lies beside it.
+inline std::string rules_document_of(const std::string& script) { return script + ".xml"; }
+
+// Where the new content of the file `path` is written before it takes its place.
+inline std::string temporary_path(const std::string& path) { return path + ".tmp"; }
+
+}  // namespace Quarrow
+
+#endif  // QUARROW_MESSAGE_FILTERS_USER_FILES_H_

@@ -1,0 +1,60 @@
+// The process that starts the workers and replaces those that end.
+#ifndef QUARROW_SERVER_SUPERVISOR_H_
+#define QUARROW_SERVER_SUPERVISOR_H_
+
+#include <signal.h>
+#include <sys/types.h>
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <optional>
+
+#include "server/deadline.h"
+
+namespace Quarrow::Server {
+
+// What a supervisor does at its events.
+struct SupervisorHooks {
+  std::function<int()> work;  // in a worker: its whole life, and its exit status
+  // SIGHUP: how many workers there are to be from here on, or nothing when all stays as it is
+  std::function<std::optional<std::size_t>()> reload;
+  std::function<void()> write_metrics;  // SIGUSR1
+  std::function<void()> replaced;       // a worker ended unasked
+};
+
+// Keeps a number of workers alive. One that fails as soon as it was started is replaced only after
+// shortest_life, so that a lasting reason does not keep the machine busy.
+class Supervisor {
+ public:
+  // Blocks the signals that run() waits for, so that none is lost until then.
+  Supervisor(std::size_t workers, SupervisorHooks hooks);
+
+  // Starts the workers and serves until SIGTERM or SIGINT; then lets the workers finish, for
+  // longest_stop at most. In a worker it does not return. SIGHUP, after a reload that worked,
+  // starts new workers, and lets the old ones finish what they are at.
+  void run();
+
+ private:
+  using Time = Clock::time_point;
+
+  void start_missing();
+  void start_one();
+  int next_signal(Time until);
+  void reap();
+  void bury(pid_t worker, int status);
+  void reload();
+  void retire_all();
+  void stop();
+
+  std::size_t wanted_;
+  const SupervisorHooks hooks_;
+  sigset_t signals_;
+  std::map<pid_t, Time> workers_;   // with the times of their starts
+  std::map<pid_t, Time> retiring_;  // told to stop
+  Time next_start_;                 // none before
+};
+
+}  // namespace Quarrow::Server
+
+#endif  // QUARROW_SERVER_SUPERVISOR_H_
