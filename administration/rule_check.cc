@@ -62,8 +62,9 @@ std::string text_fault(const std::string& what, const std::string& text) {
 // Field names are header names (RFC 5322, section 3.6.8: printable, no colon); quotes and
 // backslashes, which it allows, would end the script's string.
 bool is_header_name(const std::string& name) {
-  return std::all_of(name.begin(), name.end(),
-                     [](char c) { return c > 32 && c < 127 && c != ':' && c != '"' && c != '\\'; });
+  return std::all_of(
+      name.begin(), name.end(),
+      [](char c) { return c > 32 && c < 127 && c != ':' && c != '"' && c != '\\'; });
 }
 
 std::string why_invalid(const Test& test) {

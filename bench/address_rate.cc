@@ -70,9 +70,8 @@ void add_message(const fs::path& path, Headers& headers) {
 
 void add_messages(const fs::path& path, Headers& headers) {
   if (!fs::is_directory(path)) return add_message(path, headers);
-  for (const auto& entry : fs::recursive_directory_iterator(path)) {
+  for (const auto& entry : fs::recursive_directory_iterator(path))
     if (entry.is_regular_file()) add_message(entry.path(), headers);
-  }
 }
 
 std::size_t emptied(const Headers& headers) {

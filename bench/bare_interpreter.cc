@@ -36,11 +36,9 @@ int give_header(sieve2_context_t* context, void* user) {
   static char header[] = "header";
   static char body[] = "body";
   const char* wanted = sieve2_getvalue_string(context, header);
-  for (BareMessage::Header& each : static_cast<Run*>(user)->message.headers) {
-    if (strcasecmp(each.name.c_str(), wanted) == 0) {
+  for (BareMessage::Header& each : static_cast<Run*>(user)->message.headers)
+    if (strcasecmp(each.name.c_str(), wanted) == 0)
       return sieve2_setvalue_stringlist(context, body, each.list);
-    }
-  }
   return SIEVE2_OK;
 }
 

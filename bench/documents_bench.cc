@@ -58,9 +58,8 @@ void Persist(benchmark::State& state) {
   const UserFolder folder;
   auto user = UserMessageFilters__::Create(folder.address);
   user->filters = mixed_rules(100, 1);
-  for (auto _ : state) {
+  for (auto _ : state)
     if (user->persist() != 0) state.SkipWithError("persist failed");
-  }
 }
 BENCHMARK(Persist)->Unit(benchmark::kMicrosecond);
 

@@ -97,9 +97,8 @@ void Isolated(benchmark::State& state) {
     for (const BenchMessage& message : bench_messages()) {
       const Descriptor file(open_message(message));
       const Evaluation evaluation = evaluator.evaluate(file.get(), message.size, 0, script.name());
-      if (evaluation.outcome != Evaluation::Outcome::done) {
+      if (evaluation.outcome != Evaluation::Outcome::done)
         return state.SkipWithError(evaluation.reason.c_str());
-      }
     }
   }
   state.SetItemsProcessed(items(state));

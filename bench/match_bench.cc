@@ -49,9 +49,8 @@ bool agree(const Compiled& compiled, std::vector<BareMessage>& bare) {
   for (std::size_t i = 0; i < bare.size(); ++i) {
     const BenchMessage& message = bench_messages()[i];
     const auto result = compiled.matcher->Match(message.part.get(), message.size, 0);
-    if (static_cast<int>(result.actions.size()) != bare_match(compiled.script, bare[i])) {
+    if (static_cast<int>(result.actions.size()) != bare_match(compiled.script, bare[i]))
       return false;
-    }
   }
   return true;
 }
@@ -60,11 +59,9 @@ void Match(benchmark::State& state) {
   const Compiled compiled = compile(static_cast<int>(state.range(0)));
   auto bare = bare_messages();
   if (!agree(compiled, bare)) state.SkipWithError("the bare interpreter wants something else");
-  for (auto _ : state) {
-    for (const BenchMessage& message : bench_messages()) {
+  for (auto _ : state)
+    for (const BenchMessage& message : bench_messages())
       benchmark::DoNotOptimize(compiled.matcher->Match(message.part.get(), message.size, 0));
-    }
-  }
   state.SetItemsProcessed(state.iterations() * static_cast<long>(bare.size()));
 }
 BENCHMARK(Match)->Arg(1)->Arg(20)->Arg(100)->Unit(benchmark::kMillisecond);
@@ -72,9 +69,8 @@ BENCHMARK(Match)->Arg(1)->Arg(20)->Arg(100)->Unit(benchmark::kMillisecond);
 void BareInterpreter(benchmark::State& state) {
   const std::string script = compile(static_cast<int>(state.range(0))).script;
   auto bare = bare_messages();
-  for (auto _ : state) {
+  for (auto _ : state)
     for (BareMessage& message : bare) benchmark::DoNotOptimize(bare_match(script, message));
-  }
   state.SetItemsProcessed(state.iterations() * static_cast<long>(bare.size()));
 }
 BENCHMARK(BareInterpreter)->Arg(1)->Arg(20)->Arg(100)->Unit(benchmark::kMillisecond);

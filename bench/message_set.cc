@@ -11,11 +11,9 @@ std::string folder = EXAMPLE_MAIL;
 
 std::vector<std::filesystem::path> message_files() {
   std::vector<std::filesystem::path> files;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-    if (entry.is_regular_file() && entry.path().filename() != "README.md") {
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+    if (entry.is_regular_file() && entry.path().filename() != "README.md")
       files.push_back(entry.path());
-    }
-  }
   std::sort(files.begin(), files.end());
   return files;
 }

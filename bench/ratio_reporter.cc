@@ -23,10 +23,9 @@ void RatioReporter::print_ratios(const std::vector<Comparison>& comparisons) con
     if (ours == least_.end() || theirs == least_.end()) continue;  // left out by a filter
     std::printf("%-36s %-36s %8.2f ", comparison.ours.c_str(), comparison.theirs.c_str(),
                 ours->second / theirs->second);
-    if (comparison.goal > 0) {
+    if (comparison.goal > 0)
       std::printf("%6.1f\n", comparison.goal);
-    } else {
+    else
       std::printf("%6s\n", "-");
-    }
   }
 }

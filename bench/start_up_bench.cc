@@ -31,9 +31,8 @@ bool run(const std::vector<std::string>& command) {
 }
 
 void StartTrue(benchmark::State& state) {
-  for (auto _ : state) {
+  for (auto _ : state)
     if (!run({"/bin/true"})) state.SkipWithError("it failed");
-  }
 }
 BENCHMARK(StartTrue)->UseRealTime()->Unit(benchmark::kMillisecond);
 
@@ -48,11 +47,9 @@ void StartMatch(benchmark::State& state) {
   rules->persist();
   const std::string message = root + "/message";
   std::ofstream(message) << "From: a@example.org\nTo: list@example.org\nSubject: hello\n\nbody\n";
-  for (auto _ : state) {
-    if (!run({QUARROW_COMMAND, "--root", root, "match", user.address(), message})) {
+  for (auto _ : state)
+    if (!run({QUARROW_COMMAND, "--root", root, "match", user.address(), message}))
       state.SkipWithError("it failed");
-    }
-  }
   std::filesystem::remove_all(root);
 }
 BENCHMARK(StartMatch)->UseRealTime()->Unit(benchmark::kMillisecond);

@@ -27,9 +27,9 @@ std::string with_reason(const std::string& what, const std::string& reason) {
 }
 
 bool holds_folder(const std::vector<std::string>& mailboxes, const std::string& folder) {
-  return std::any_of(mailboxes.begin(), mailboxes.end(), [&folder](const std::string& mailbox) {
-    return maildir_folder(mailbox) == folder;
-  });
+  return std::any_of(
+      mailboxes.begin(), mailboxes.end(),
+      [&folder](const std::string& mailbox) { return maildir_folder(mailbox) == folder; });
 }
 
 // Adds where a KEEP or a FILEINTO goes, unless it is there already.

@@ -87,9 +87,8 @@ Evaluation Evaluator::evaluate(int message_fd, std::uint64_t size, std::time_t r
   if (!send_request(socket_, request, script.text, message_fd)) {
     // It died before this message, which another one may well survive.
     replace();
-    if (!send_request(socket_, request, script.text, message_fd)) {
+    if (!send_request(socket_, request, script.text, message_fd))
       return failure("no evaluation could be started");
-    }
   }
   return receive();
 }
@@ -129,9 +128,8 @@ Evaluation Evaluator::failure(const std::string& reason) {
 
 Evaluation Evaluator::receive() {
   const ssize_t count = receive_packet(socket_, packet_.get(), Clock::now() + limits_.time);
-  if (count < 0 && errno == EAGAIN) {
+  if (count < 0 && errno == EAGAIN)
     return failure("the evaluation took more than " + std::to_string(limits_.time.count()) + " ms");
-  }
   if (count <= 0) return failure("");
   const std::size_t length = static_cast<std::size_t>(count);
   const std::optional<Answer> answer =

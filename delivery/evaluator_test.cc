@@ -206,9 +206,8 @@ TEST_F(EvaluatorTest, AMissingScriptIsNoScript) {
 
 TEST_F(EvaluatorTest, AScriptThatDoesNotCompileIsABadOne) {
   Evaluator evaluator;
-  for (const char* const script : {"", "if", "fileinto \"A\"; nonsense", "setflag \"a\";"}) {
+  for (const char* const script : {"", "if", "fileinto \"A\"; nonsense", "setflag \"a\";"})
     EXPECT_EQ(Outcome::bad_script, evaluate(evaluator, script, ordinary_message).outcome) << script;
-  }
 }
 
 TEST_F(EvaluatorTest, AChangedScriptCountsAtOnce) {
@@ -390,9 +389,8 @@ TEST_F(EvaluatorTest, NoDescriptorIsLeftOpenByMessagesAndReplacements) {
   Evaluator evaluator(limits);
   set_script(ordinary_script);
   const auto before = descriptors_of(getpid());
-  for (int i = 0; i < 50; ++i) {
+  for (int i = 0; i < 50; ++i)
     EXPECT_EQ(Outcome::done, evaluate(evaluator, ordinary_message).outcome);
-  }
   EXPECT_EQ(before, descriptors_of(getpid()));
 }
 

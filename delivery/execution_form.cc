@@ -32,9 +32,8 @@ constexpr std::string_view closing = ScriptWords::end;
 const std::string& opening() {
   static const std::string text = [] {
     const MemoryFile file;
-    if (!MessageFilters::FilterList__::Create()->SaveToSieve(file.path(), true)) {
+    if (!MessageFilters::FilterList__::Create()->SaveToSieve(file.path(), true))
       return std::string();
-    }
     std::string written = file.read();
     if (written.size() <= closing.size()) return std::string();
     return written.erase(written.size() - closing.size());
@@ -92,9 +91,8 @@ class Deriver {
   bool derive() {
     if (opening().empty() || !skip(opening())) return false;
     form_.script = compact(opening());
-    while (rest_ != closing) {
+    while (rest_ != closing)
       if (!branch()) return false;
-    }
     if (!form_.branches.empty()) add_mark(form_.branches.size());
     return true;
   }
@@ -127,9 +125,8 @@ class Deriver {
   }
 
   bool condition() {
-    if (!take(MessageFilters::Filter__::ANYOF) && !take(MessageFilters::Filter__::ALLOF)) {
+    if (!take(MessageFilters::Filter__::ANYOF) && !take(MessageFilters::Filter__::ALLOF))
       return test();
-    }
     if (!take(ScriptWords::list_start)) return false;
     do {
       if (!test()) return false;

@@ -66,9 +66,8 @@ class RandomMail {
   // With headers that often hold, begin or end with a value of the latest list.
   std::string message() {
     std::string made;
-    for (const char* header : {"Subject", "From", "To", "Cc", "List-Id"}) {
+    for (const char* header : {"Subject", "From", "To", "Cc", "List-Id"})
       if (!random_.one_in(5)) made += std::string(header) + ":" + body() + "\n";
-    }
     return made + "\nbody\n";
   }
 
@@ -107,9 +106,8 @@ class RandomMail {
   }
 
   std::string other_case(std::string text) {
-    for (char& c : text) {
+    for (char& c : text)
       if (std::isalpha(static_cast<unsigned char>(c)) && random_.one_in(2)) c ^= 0x20;
-    }
     return text;
   }
 
@@ -119,9 +117,8 @@ class RandomMail {
     if (random_.one_in(8)) text += random_.one_in(2) ? "\\" : "\"";  // no rule's value holds them
     if (random_.one_in(6)) return " =?utf-8?q?" + hexadecimal(text) + "?=";
     if (random_.one_in(6)) return " =?iso-8859-1?q?" + hexadecimal(text) + "?=";
-    for (char& c : text) {
+    for (char& c : text)
       if (c == '\n') c = ' ';
-    }
     if (random_.one_in(5)) text.insert(random_.below(text.size() + 1), "\n ");
     return random_.one_in(3) ? text : " " + text;
   }
@@ -189,9 +186,7 @@ void compare(const std::string& script, RandomMail& mail, Seen& seen) {
 TEST(ExecutionFormEquivalence, GivesTheResultOfTheScriptAsWritten) {
   RandomMail mail;
   Seen seen;
-  for (int i = 0; i < lists && !HasFatalFailure(); ++i) {
-    compare(written(mail.list()), mail, seen);
-  }
+  for (int i = 0; i < lists && !HasFatalFailure(); ++i) compare(written(mail.list()), mail, seen);
   // Most lists have the writer's shape, and both outcomes are frequent.
   RecordProperty("pairs", seen.pairs);
   RecordProperty("matched", seen.matched);

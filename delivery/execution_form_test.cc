@@ -68,9 +68,8 @@ TEST(ExecutionForm, ComparesBeginningsAndEndsWithoutRegularExpressions) {
                // Not anchored, though they look so.
                {"contains", "^a", R"( header :contains "subject" "^a" )"},
                {"is", "a$", R"( header :is "subject" "a$" )"}};
-  for (const auto& c : cases) {
+  for (const auto& c : cases)
     EXPECT_EQ(c.want, condition_of(make_test("string", "subject", c.comparator, c.value)));
-  }
 }
 
 TEST(ExecutionForm, KnowsEveryTestThatTheWriterWrites) {
@@ -85,9 +84,8 @@ TEST(ExecutionForm, KnowsEveryTestThatTheWriterWrites) {
                              make_test("date", "date", "before", "2010-05-01"),
                              make_test("date", "date", "after", "2010-05-01"),
                              make_test("date", "date", "is", "2010-05-01")};
-  for (const Condition& test : tests) {
+  for (const Condition& test : tests)
     EXPECT_EQ(1U, execution_form(script_of(test)).branches.size()) << script_of(test);
-  }
 }
 
 TEST(ExecutionForm, LeavesOtherScriptsAsTheyAre) {
@@ -167,9 +165,8 @@ TEST(ExecutionForm, NothingIsKnownAboutTheEndOfAnotherScript) {
 // So many that sorting them does not keep their order.
 TEST(ExecutionForm, ManyActionsComeInTheOrderThatTheScriptGives) {
   const auto filter = make_rule("Many", subject_test("a"));
-  for (int i = 0; i < 30; ++i) {
+  for (int i = 0; i < 30; ++i)
     filter->actions.push_back(make_action(i % 3 == 0 ? "copy" : "move", "F" + std::to_string(i)));
-  }
   const auto list = FilterList__::Create();
   list->append(filter);
   const std::string script = written(list);

@@ -141,9 +141,8 @@ void evaluate_once() {
 bool use_dev_null() {
   const int null = open("/dev/null", O_RDWR);
   if (null < 0) return false;
-  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
     if (dup2(null, fd) < 0) return false;
-  }
   return true;
 }
 
@@ -160,9 +159,8 @@ bool shed_descriptors(int socket) {
 bool live_and_die_with(pid_t parent) {
   struct sigaction ignoring = {};
   ignoring.sa_handler = SIG_IGN;
-  for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM, SIGPIPE}) {
+  for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM, SIGPIPE})
     (void)sigaction(signal, &ignoring, nullptr);
-  }
   return prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) == 0 && getppid() == parent;
 }
 

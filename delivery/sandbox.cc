@@ -73,9 +73,8 @@ bool narrow_system_calls(const Confinement& kept) {
   // As a binary tree, which the kernel goes through for each possible call when it takes the
   // filter.
   bool added = seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_OPTIMIZE, 2) == 0;
-  for (const int call : harmless_calls) {
+  for (const int call : harmless_calls)
     added &= seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, call, 0) == 0;
-  }
   for (const ConditionalCall& call : conditional_calls(kept)) {
     added &=
         seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, call.number, 1, &call.condition) == 0;

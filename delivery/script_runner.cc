@@ -24,18 +24,16 @@ ScriptRunner::ScriptRunner(const MemoryFile& file, std::size_t cached_scripts)
 Evaluation ScriptRunner::run(const std::string& script, int message_fd, std::uint64_t size,
                              std::int64_t received) {
   Compiled& user = compiled(script);
-  if (!user.matcher) {
+  if (!user.matcher)
     return not_done(Evaluation::Outcome::bad_script, "the script is empty or does not compile");
-  }
   const auto header = read_header(message_fd);
   if (!header) return not_done(Evaluation::Outcome::failed, "the message can't be read");
   const auto message = MimePart::parse(header->data(), header->size());
   Evaluation evaluation;
   evaluation.outcome = Evaluation::Outcome::done;
   evaluation.result = user.matcher->Match(message.get(), size, received);
-  if (is_cut_short(user.form, evaluation.result)) {
+  if (is_cut_short(user.form, evaluation.result))
     return not_done(Evaluation::Outcome::failed, "the interpreter ran out of memory");
-  }
   evaluation.rule = complete(user.form, evaluation.result);
   if (evaluation.result.error != SieveMatchResult::NONE) evaluation.rule.clear();
   return evaluation;
@@ -56,9 +54,7 @@ ScriptRunner::Compiled& ScriptRunner::compiled(const std::string& script) {
 
 ScriptRunner::Compiled ScriptRunner::compile(const std::string& script) const {
   Compiled made{script, execution_form(script), nullptr};
-  if (file_.write(made.form.script)) {
-    made.matcher.reset(SieveMatch::Create(file_.path(), nullptr));
-  }
+  if (file_.write(made.form.script)) made.matcher.reset(SieveMatch::Create(file_.path(), nullptr));
   return made;
 }
 

@@ -161,9 +161,8 @@ std::optional<Answer> decode(std::string_view packet) {
   evaluation.rule = reader.text();
   evaluation.result.error = static_cast<int>(reader.number(SieveMatchResult::UNKNOWN));
   // The count needs no limit: reading ends with the packet.
-  for (std::uint64_t left = reader.number(); left > 0 && !reader.failed(); --left) {
+  for (std::uint64_t left = reader.number(); left > 0 && !reader.failed(); --left)
     evaluation.result.actions.push_back(read_action(reader));
-  }
   if (!reader.at_end()) return std::nullopt;
   return answer;
 }

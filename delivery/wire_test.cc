@@ -48,9 +48,8 @@ TEST(Wire, AnAnswerComesBackAsItWas) {
 
 TEST(Wire, APacketThatIsCutOrTooLongIsNoAnswer) {
   const std::string packet = encode(full_answer());
-  for (std::size_t length = 0; length < packet.size(); ++length) {
+  for (std::size_t length = 0; length < packet.size(); ++length)
     EXPECT_FALSE(decode(packet.substr(0, length))) << length;
-  }
   EXPECT_FALSE(decode(packet + "x"));
   EXPECT_FALSE(decode(std::string(answer_limit + 1, '\0')));
 }
@@ -76,9 +75,8 @@ TEST(Wire, AnyBytesAreReadWithinTheirBounds) {
   std::size_t read = 0;
   for (int i = 0; i < 20000; ++i) {
     std::string changed = packet;
-    for (int left = 3; left > 0; --left) {
+    for (int left = 3; left > 0; --left)
       changed[random() % changed.size()] = static_cast<char>(random());
-    }
     const auto answer = decode(changed);
     if (!answer) continue;
     ++read;

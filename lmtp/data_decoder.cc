@@ -7,12 +7,11 @@ namespace Quarrow::Lmtp {
 
 std::size_t DataDecoder::decode(const char* data, std::size_t size, std::string& out) {
   std::size_t used = 0;
-  while (used < size && !complete_) {
+  while (used < size && !complete_)
     if (at_ == At::text)
       used += take_text(data + used, size - used, out);
     else if (step(data[used]))
       ++used;
-  }
   return used;
 }
 

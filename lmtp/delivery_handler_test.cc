@@ -81,13 +81,11 @@ TEST_F(DeliveryHandlerTest, KnowsUsersByTheirFolders) {
 
 TEST_F(DeliveryHandlerTest, TakesAnAddressWithAnExtensionAsTheUsers) {
   for (const char* const recipient : {"alice+lists@example.org", "alice-a+b@example.org",
-                                      "alice+@example.org", "alice+../../etc@example.org"}) {
+                                      "alice+@example.org", "alice+../../etc@example.org"})
     EXPECT_EQ(250, check(recipient).code) << recipient;
-  }
   for (const char* const stranger : {"bob+alice@example.org", "+alice@example.org",
-                                     "alice@example.org+x", "alice_x@example.org", "alice+x"}) {
+                                     "alice@example.org+x", "alice_x@example.org", "alice+x"})
     EXPECT_EQ(550, check(stranger).code) << stranger;
-  }
   EXPECT_EQ(250, deliver(done({}), "Subject: x\n\nbody\n", "alice+lists@example.org").code);
   EXPECT_NE(std::string::npos, stored("new").find("Delivered-To: alice+lists@example.org\n"));
 }

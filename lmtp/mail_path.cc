@@ -22,8 +22,9 @@ bool is_atom_character(char c) {
 
 // Two dots in a row, or one at an end, are not in the grammar, yet addresses with them exist.
 bool needs_no_quotes(const std::string& local) {
-  return !local.empty() && std::all_of(local.begin(), local.end(),
-                                       [](char c) { return c == '.' || is_atom_character(c); });
+  return !local.empty() &&
+         std::all_of(
+             local.begin(), local.end(), [](char c) { return c == '.' || is_atom_character(c); });
 }
 
 bool is_domain(const std::string& domain) {

@@ -38,13 +38,13 @@ boost::shared_ptr<FilterList__> FilterList__::Create() {
 }
 
 FilterList__::position FilterList__::__find_filter(std::int32_t id) {
-  return std::find_if(filters.begin(), filters.end(),
-                      [id](const auto& filter) { return filter->id == id; });
+  return std::find_if(
+      filters.begin(), filters.end(), [id](const auto& filter) { return filter->id == id; });
 }
 
 FilterList__::position FilterList__::__find_filter(const std::string& name) {
-  return std::find_if(filters.begin(), filters.end(),
-                      [&name](const auto& filter) { return filter->name == name; });
+  return std::find_if(
+      filters.begin(), filters.end(), [&name](const auto& filter) { return filter->name == name; });
 }
 
 boost::shared_ptr<Filter__> FilterList__::find_filter(std::int32_t id) {

@@ -48,9 +48,8 @@ bool read_tests(ezxml* tests, Filter__& filter) {
   }
   for (ezxml* element = xml_child(tests, "test"); element; element = xml_next(element)) {
     const Test test = test_from_xml(element);
-    if (test.is_valid() && filter.tests.size() < Filter__::max_tests()) {
+    if (test.is_valid() && filter.tests.size() < Filter__::max_tests())
       filter.tests.push_back(test);
-    }
   }
   return true;
 }
@@ -101,9 +100,8 @@ Test test_from_xml(ezxml* element) {
 boost::shared_ptr<Filter__> filter_from_xml(ezxml* element) {
   const auto filter = Filter__::Create();
   if (!read_attributes(element, *filter) || !read_tests(xml_child(element, "tests"), *filter) ||
-      !read_actions(xml_child(element, "actions"), *filter)) {
+      !read_actions(xml_child(element, "actions"), *filter))
     return boost::shared_ptr<Filter__>();
-  }
   return filter;
 }
 

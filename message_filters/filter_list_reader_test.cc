@@ -49,9 +49,8 @@ class FilterListReader : public testing::Test {
 TEST_F(FilterListReader, GivesNothingWithoutAReadableDocument) {
   EXPECT_FALSE(FilterList__::LoadFromXML(path_));
   EXPECT_FALSE(FilterList__::LoadFromXML(folder_.path()));
-  for (const char* document : {"", "text", "<filters>", "<filters></filter>", "<filters/><x/>"}) {
+  for (const char* document : {"", "text", "<filters>", "<filters></filter>", "<filters/><x/>"})
     EXPECT_FALSE(load(document)) << document;
-  }
 }
 
 TEST_F(FilterListReader, GivesNothingForADocumentWithoutFilters) {
@@ -92,9 +91,8 @@ TEST_F(FilterListReader, ReadsRelation) {
   } cases[] = {{"<tests relation=\"anyof\"/>", "anyof"},
                {"<tests relation=\"allof\"/>", "allof"},
                {"<tests relation=\"\"/>", "allof"}};
-  for (const auto& c : cases) {
+  for (const auto& c : cases)
     EXPECT_EQ(c.want, load_filter("name=\"a\"", c.tests, deletes)->relation) << c.tests;
-  }
 }
 
 TEST_F(FilterListReader, IdsAreNumbersOf32Bits) {
@@ -259,16 +257,16 @@ bool same(const Action& a, const Action& b) {
 
 template <typename Item>
 bool same(const std::list<Item>& a, const std::list<Item>& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](const Item& x, const Item& y) { return same(x, y); });
+  return std::equal(
+      a.begin(), a.end(), b.begin(), b.end(),
+      [](const Item& x, const Item& y) { return same(x, y); });
 }
 
 // Every byte that a value can hold.
 std::string all_bytes() {
   std::string bytes;
-  for (int c = 1; c < 256; ++c) {
+  for (int c = 1; c < 256; ++c)
     if (c != '\\' && c != '"') bytes += static_cast<char>(c);
-  }
   return bytes;
 }
 
@@ -278,9 +276,8 @@ TEST_F(FilterListReader, ReadsWhatWasWritten) {
     const auto filter = make_filter(all_bytes() + '"' + std::to_string(id), id);
     filter->enabled = id != 5;
     filter->relation = id == 0 ? Filter__::ANYOF : Filter__::ALLOF;
-    for (const char* value : {" ", "\n", "\r\n", "]]>", "<![CDATA[x]]>", "&#x;", "&amp;lt;"}) {
+    for (const char* value : {" ", "\n", "\r\n", "]]>", "<![CDATA[x]]>", "&#x;", "&amp;lt;"})
       filter->tests.push_back(subject_test(value));
-    }
     filter->tests.push_back(subject_test(all_bytes()));
     filter->tests.back().negative = true;
     filter->tests.push_back(make_test("address", "from_to_cc", "is", "bob"));

@@ -37,9 +37,8 @@ bool add_action(ezxml* actions, const Action& action) {
 template <typename Item>
 bool add_all(ezxml* row, const std::list<Item>& items, bool (*add)(ezxml*, const Item&)) {
   if (items.size() > most_xml_children) return false;
-  for (const Item& item : items) {
+  for (const Item& item : items)
     if (!add(row, item)) return false;
-  }
   return true;
 }
 
@@ -48,9 +47,8 @@ bool add_filter(ezxml* filters, const boost::shared_ptr<Filter__>& filter) {
   ezxml* const element = add_xml_child(filters, "filter");
   if (!set_xml_attribute(element, "name", filter->name) ||
       !set_xml_attribute(element, "enabled", boolean_word(filter->enabled)) ||
-      !set_xml_attribute(element, "id", std::to_string(filter->id))) {
+      !set_xml_attribute(element, "id", std::to_string(filter->id)))
     return false;
-  }
   ezxml* const tests =
       set_xml_attribute(add_xml_child(element, "tests"), "relation", filter->relation);
   return tests && add_all(tests, filter->tests, add_test) &&

@@ -31,9 +31,8 @@ const Words& types_for(const std::string& comparator) {
       {Comparator::GREATER, {Field::SIZE}},
       {Comparator::LESS, {Field::SIZE}}};
   static const Words none;
-  for (const Row& row : rows) {
+  for (const Row& row : rows)
     if (row.comparator == comparator) return row.types;
-  }
   return none;
 }
 

@@ -42,11 +42,9 @@ const WordCheck word_checks[] = {
 
 TEST(WordChecks, TakeTheirOwnWordsAndNoOthers) {
   for (const auto& check : word_checks) {
-    for (const auto& other : word_checks) {
-      for (const auto& word : other.valid) {
+    for (const auto& other : word_checks)
+      for (const auto& word : other.valid)
         EXPECT_EQ(check.what == other.what, check.is_valid(word)) << check.what << ": " << word;
-      }
-    }
   }
 }
 
@@ -55,14 +53,12 @@ TEST(WordChecks, CompareByteForByte) {
     const std::string word = check.valid.front();
     std::string capital = word;
     capital[0] = static_cast<char>(capital[0] - 'a' + 'A');
-    for (const auto& wrong : {std::string(), capital, word + ' ', ' ' + word, word + 's',
-                              word.substr(1), word + '\0'}) {
+    for (const auto& wrong :
+         {std::string(), capital, word + ' ', ' ' + word, word + 's', word.substr(1), word + '\0'})
       EXPECT_FALSE(check.is_valid(wrong)) << check.what << ": " << wrong;
-    }
   }
-  for (const char* wrong : {"IS", "Is", "is ", "beginwith", "begin-with"}) {
+  for (const char* wrong : {"IS", "Is", "is ", "beginwith", "begin-with"})
     EXPECT_FALSE(Comparator::is_valid_op(wrong)) << wrong;
-  }
 }
 
 TEST(ActionCheck, OnlyDeleteNeedsNoTarget) {
@@ -73,9 +69,8 @@ TEST(ActionCheck, OnlyDeleteNeedsNoTarget) {
   } cases[] = {{"move", "", false},    {"move", "Work", true},  {"copy", "", false},
                {"copy", "Work", true}, {"delete", "", true},    {"delete", "Work", true},
                {"", "Work", false},    {"Move", "Work", false}, {"discard", "Work", false}};
-  for (const auto& c : cases) {
+  for (const auto& c : cases)
     EXPECT_EQ(c.valid, make_action(c.method, c.target).is_valid()) << c.method << ' ' << c.target;
-  }
 }
 
 TEST(ActionCheck, IgnoresTheValue) {

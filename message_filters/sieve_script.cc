@@ -90,9 +90,8 @@ bool write_filter(const boost::shared_ptr<Filter__>& filter, std::ostream& out) 
   if (!filter || !filter->is_valid()) return false;
   if (!write_condition(*filter, out)) return false;
   out << ScriptWords::block;
-  for (const Action& action : filter->actions) {
+  for (const Action& action : filter->actions)
     if (!write_action(action, out)) return false;
-  }
   out << ScriptWords::block_end;
   return true;
 }

@@ -83,9 +83,8 @@ const struct {
 }  // namespace
 
 std::string sieve_header_list(const Test& test) {
-  for (const auto& row : header_list_table) {
+  for (const auto& row : header_list_table)
     if (test.field.name == row.name) return row.headers;
-  }
   return quoted(test.field.name);
 }
 

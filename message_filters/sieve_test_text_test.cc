@@ -22,9 +22,8 @@ TEST(HeaderList, KnowsTheNamesThatStandForSeveralHeaders) {
   } cases[] = {{"to_cc", R"(["to", "cc"])"}, {"from_to_cc", R"(["from", "to", "cc"])"},
                {"subject", R"("subject")"},  {"To_CC", R"("To_CC")"},
                {"to_cc ", R"("to_cc ")"},    {"", R"("")"}};
-  for (const auto& c : cases) {
+  for (const auto& c : cases)
     EXPECT_EQ(c.want, sieve_header_list(make_test("string", c.name, "is", "x")));
-  }
 }
 
 TEST(RegexEscape, PutsOneBackslashBeforeSpecialCharacters) {

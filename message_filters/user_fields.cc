@@ -75,9 +75,8 @@ bool UserFields__::load(const std::string& path, bool customized) {
 
 bool UserFields__::add_field(const Field& field) {
   if (!is_valid(field)) return false;
-  for (const Field& other : fields) {
+  for (const Field& other : fields)
     if (equal_without_case(field.name, other.name)) return false;
-  }
   fields.push_back(field);
   return true;
 }

@@ -109,9 +109,8 @@ TEST_F(UserFields, AddChecksTypeNameAndDuplicates) {
   for (const auto& field :
        {make_field("", "X-Tag"), make_field("number", "X-Tag"), make_field("String", "X-Tag"),
         make_field("string", ""), make_field("string", "subject"), make_field("size", "SUBJECT"),
-        make_field("string", "x-fROM"), make_field("string", "Subject", false)}) {
+        make_field("string", "x-fROM"), make_field("string", "Subject", false)})
     EXPECT_FALSE(fields_->add_field(field)) << field.type << ' ' << field.name;
-  }
   EXPECT_EQ(before, fields_->fields);
   for (const auto& field : {make_field("string", "X-Tag"), make_field("size", "Subjec"),
                             make_field("date", "Subject "), make_field("string", "y", false)}) {

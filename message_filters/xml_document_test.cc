@@ -66,9 +66,8 @@ TEST_F(XmlFile, AcceptsMoreThanItHasTo) {
 TEST_F(XmlFile, ThatIsNotWellFormedIsNotRead) {
   for (const char* document :
        {"", " ", "text", "<?xml version=\"1.0\"?>", "<!-- c -->", "<a>", "<a><b></a></b>",
-        "<a/><b/>", "< a></ a>", "<1/>", "<a/ >", "</a>", "<a b='c></a>", "<![CDATA[x]]>"}) {
+        "<a/><b/>", "< a></ a>", "<1/>", "<a/ >", "</a>", "<a b='c></a>", "<![CDATA[x]]>"})
     EXPECT_FALSE(parse(document)) << document;
-  }
 }
 
 TEST_F(XmlFile, DecodesTextAndAttributes) {
@@ -82,9 +81,8 @@ TEST_F(XmlFile, MustBeARegularFile) {
   EXPECT_FALSE(parse_xml_file(path_));
   EXPECT_FALSE(parse_xml_file(folder_.path()));
   EXPECT_FALSE(parse_xml_file(""));
-  for (const char* device : {"/dev/null", "/dev/zero", "/dev/tty"}) {
+  for (const char* device : {"/dev/null", "/dev/zero", "/dev/tty"})
     EXPECT_FALSE(parse_xml_file(device)) << device;
-  }
   ASSERT_EQ(0, mkfifo(path_.c_str(), 0600));
   EXPECT_FALSE(parse_xml_file(path_));
   const int reader = open(path_.c_str(), O_RDONLY | O_NONBLOCK);  // so that writing needs no other

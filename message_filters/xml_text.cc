@@ -40,9 +40,7 @@ std::string utf8(std::uint32_t code) {
   const int more = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
   const std::uint32_t head = 0xFFu << (7 - more) & 0xFFu;
   std::string bytes(1, static_cast<char>(head | code >> (6 * more)));
-  for (int i = more - 1; i >= 0; --i) {
-    bytes += static_cast<char>(0x80 | (code >> (6 * i) & 0x3F));
-  }
+  for (int i = more - 1; i >= 0; --i) bytes += static_cast<char>(0x80 | (code >> (6 * i) & 0x3F));
   return bytes;
 }
 
@@ -75,9 +73,8 @@ std::optional<Reference> reference(std::string_view text) {
 
 bool has_bad_character_reference(const std::string& text) {
   const std::string_view all(text);
-  for (auto at = all.find("&#"); at != all.npos; at = all.find("&#", at + 1)) {
+  for (auto at = all.find("&#"); at != all.npos; at = all.find("&#", at + 1))
     if (!character_reference(all.substr(at + 1))) return true;
-  }
   return false;
 }
 
@@ -102,9 +99,8 @@ class Rewriter {
 
   // The rewritten text; nothing when the text is refused.
   std::optional<std::string> rewrite() {
-    while (at_ < text_.size()) {
+    while (at_ < text_.size())
       if (!(text_[at_] == '<' ? markup() : content())) return std::nullopt;
-    }
     return std::move(out_);
   }
 
@@ -197,9 +193,8 @@ class Rewriter {
   // attribute of its own to ezXML.
   std::size_t skip_attribute(std::size_t from) const {
     const auto name_end = find_any(" \t\n=/>", from);
-    if (name_end == text_.size() || text_[name_end] == '/' || text_[name_end] == '>') {
+    if (name_end == text_.size() || text_[name_end] == '/' || text_[name_end] == '>')
       return name_end;
-    }
     const auto value = text_.find_first_not_of(" \t\n=", name_end);
     if (value == text_.npos) return text_.size();
     if (text_[value] != '"' && text_[value] != '\'') return value;

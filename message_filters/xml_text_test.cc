@@ -45,9 +45,8 @@ TEST(ReadableXml, KeepsElementsAttributesAndText) {
            "<\xC3\xA9/>",
            "<a><b></a></b>",
            "<a/><b/>",
-       }) {
+       })
     EXPECT_EQ(document, readable(document));
-  }
 }
 
 TEST(ReadableXml, DropsWhatIsNoContent) {
@@ -113,9 +112,8 @@ TEST(ReadableXml, RefusesMarkupThatDoesNotEnd) {
                                "<1/>",
                                "<a/><!x",
                                "<![CDATA[x]]><a/>",
-                               "<a/><![CDATA[x]]>"}) {
+                               "<a/><![CDATA[x]]>"})
     EXPECT_EQ("(refused)", readable(document)) << document;
-  }
 }
 
 TEST(ReadableXml, RefusesWhatEzxmlCannotBeGiven) {
@@ -140,9 +138,8 @@ TEST(ReadableXml, RefusesWhatEzxmlCannotBeGiven) {
                                "<a>&#X41;</a>",
                                "<a>&#0x41;</a>",
                                "<a>&#65 ;</a>",
-                               "<a><!-- &#0; --></a>"}) {
+                               "<a><!-- &#0; --></a>"})
     EXPECT_EQ("(refused)", readable(document)) << document;
-  }
 }
 
 TEST(ReadableXml, BoundsTheSize) {

@@ -148,9 +148,8 @@ class Heap {
   void clean(Block* block) {
     char* const data = reinterpret_cast<char*>(block + 1);
     char* const end = data + block->capacity;
-    if (data < untouched_) {
+    if (data < untouched_)
       std::memset(data, 0, static_cast<std::size_t>(std::min(end, untouched_) - data));
-    }
     untouched_ = std::max(untouched_, end);
   }
 

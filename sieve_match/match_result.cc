@@ -30,11 +30,10 @@ void write_action(std::ostream& os, const SieveAction& action) {
 
 void MailboxName::operator()(const std::string& name) {
   const std::string prefix = "Inbox/";
-  if (strncasecmp(name.c_str(), prefix.c_str(), prefix.size()) == 0) {
+  if (strncasecmp(name.c_str(), prefix.c_str(), prefix.size()) == 0)
     *this = prefix + name.substr(prefix.size());
-  } else {
+  else
     *this = name;
-  }
 }
 
 void SieveMatchResult::add_action(const SieveAction& action) {

@@ -53,9 +53,8 @@ TEST(MemoryGrowth, AHundredThousandMessagesTakeLessThanAMegabyte) {
       "From: \"unterminated <a@b>\nX-From: a@b@c\nSubject: [other] word\n\n",
       "From: a@example.org\nTo: " + std::string(9000, 'x') + "@b\n\n"};
   std::unique_ptr<MimePart> parts[4];
-  for (std::size_t i = 0; i < 4; ++i) {
+  for (std::size_t i = 0; i < 4; ++i)
     parts[i] = MimePart::parse(messages[i].data(), messages[i].size());
-  }
   const auto run = [&](int times) {
     for (int i = 0; i < times; ++i) {
       const std::size_t which = i % 1000 == 0 ? 3 : static_cast<std::size_t>(i % 3);

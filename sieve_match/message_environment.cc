@@ -85,9 +85,8 @@ int SieveMatchImpl::GetSubAddress(sieve2_context* ctx) {
   if (address == nullptr) return SIEVE2_ERROR_UNSUPPORTED;
   const std::string key = std::string("ADDR_") + address;
   auto cached = header_cache.find(key);
-  if (cached == header_cache.end()) {
+  if (cached == header_cache.end())
     cached = header_cache.emplace(key, split_address(address)).first;
-  }
   char** parts = cached->second;
   interpreter::set_string(ctx, "localpart", parts[0]);
   interpreter::set_string(ctx, "domain", parts[1]);

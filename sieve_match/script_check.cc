@@ -15,9 +15,8 @@ bool starts_with(const char* text, const char* word) {
 
 // Wherever it stands: libsieve's lexer takes a word out of the middle of a longer one.
 bool starts_unsafe_word(const char* text) {
-  for (const char* word : unsafe_words) {
+  for (const char* word : unsafe_words)
     if (starts_with(text, word)) return true;
-  }
   return false;
 }
 
@@ -34,9 +33,8 @@ const char* skip_bracketed_comment(const char* text) {
 // A quote behind a backslash is part of the string, whatever stands before the backslash.
 const char* skip_quoted(const char* text) {
   char previous = '\0';
-  for (; *text != '\0'; previous = *text++) {
+  for (; *text != '\0'; previous = *text++)
     if (*text == '"' && previous != '\\') return text + 1;
-  }
   return text;
 }
 
@@ -64,21 +62,19 @@ const char* text_block_opened(const char* text) {
 }  // namespace
 
 bool has_unsafe_words(const char* script) {
-  while (*script != '\0') {
-    if (*script == '#') {
+  while (*script != '\0')
+    if (*script == '#')
       script = end_of_line(script);
-    } else if (script[0] == '/' && script[1] == '*') {
+    else if (script[0] == '/' && script[1] == '*')
       script = skip_bracketed_comment(script + 2);
-    } else if (*script == '"') {
+    else if (*script == '"')
       script = skip_quoted(script + 1);
-    } else if (const char* block = text_block_opened(script)) {
+    else if (const char* block = text_block_opened(script))
       script = skip_text_block(block);
-    } else if (starts_unsafe_word(script)) {
+    else if (starts_unsafe_word(script))
       return true;
-    } else {
+    else
       ++script;
-    }
-  }
   return false;
 }
 

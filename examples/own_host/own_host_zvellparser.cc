@@ -42,9 +42,8 @@ std::unique_ptr<MimePart> MimePart::parse(const char* data, std::size_t length) 
   std::istringstream lines(std::string(data, length));
   for (std::string line; std::getline(lines, line) && !line.empty() && line != "\r";) {
     const std::size_t colon = line.find(": ");
-    if (colon != std::string::npos) {
+    if (colon != std::string::npos)
       message->headers_.add(line.substr(0, colon), line.substr(colon + 2));
-    }
   }
   return message;
 }

@@ -46,9 +46,8 @@ class Configuration : public testing::Test {
 
   std::size_t entries() const {
     std::size_t count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder_.path())) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.path()))
       count += entry.exists() ? 1 : 0;
-    }
     return count;
   }
 

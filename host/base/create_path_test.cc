@@ -29,9 +29,8 @@ TEST(CreatePath, TakesSlashesAsTheyCome) {
 
 TEST(CreatePath, IsContentWithWhatIsThere) {
   const TemporaryFolder folder;
-  for (const std::string& path : {std::string(), std::string("/"), folder.path()}) {
+  for (const std::string& path : {std::string(), std::string("/"), folder.path()})
     EXPECT_EQ(0, create_path(path, 0766)) << path;
-  }
 }
 
 TEST(CreatePath, IsStoppedByAFile) {

@@ -127,9 +127,8 @@ class Parser {
   // A list of mailboxes, of which the words that the first begins with are read.
   bool mailboxes_after(int words) {
     if (!mailbox_after(words)) return false;
-    while (take(',')) {
+    while (take(','))
       if (!mailbox_after(phrase())) return false;
-    }
     return true;
   }
 
@@ -139,9 +138,8 @@ class Parser {
   }
 
   bool address_after_word() {
-    while (take('.')) {
+    while (take('.'))
       if (!word()) return false;
-    }
     return take('@') && domain();
   }
 

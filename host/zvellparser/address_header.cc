@@ -19,8 +19,9 @@ constexpr const char* address_headers[] = {
 }  // namespace
 
 bool is_address_header(const std::string& name) {
-  return std::any_of(std::begin(address_headers), std::end(address_headers),
-                     [&](const char* known) { return equal_ignoring_case(name, known); });
+  return std::any_of(
+      std::begin(address_headers), std::end(address_headers),
+      [&](const char* known) { return equal_ignoring_case(name, known); });
 }
 
 std::string readable_address_header(const std::string& raw) {

@@ -77,13 +77,11 @@ Texts generated_texts() {
 void expect_verdicts(const Texts& texts, bool (*expected)(const std::string&)) {
   const std::vector<LibsieveVerdict> verdicts = libsieve_verdicts(texts, "x@y");
   std::size_t unknown = 0;
-  for (std::size_t i = 0; i < texts.size(); ++i) {
-    if (verdicts[i] == LibsieveVerdict::unknown) {
+  for (std::size_t i = 0; i < texts.size(); ++i)
+    if (verdicts[i] == LibsieveVerdict::unknown)
       ++unknown;
-    } else {
+    else
       EXPECT_EQ(expected(texts[i]), verdicts[i] != LibsieveVerdict::refused) << texts[i];
-    }
-  }
   EXPECT_LE(unknown * 100, texts.size());
 }
 
@@ -91,9 +89,8 @@ TEST(AddressGrammarAndLibsieve, Agree) { expect_verdicts(generated_texts(), inte
 
 TEST(AddressHeaderAndLibsieve, WhatIsHandedOutIsRead) {
   Texts readable;
-  for (const std::string& text : generated_texts()) {
+  for (const std::string& text : generated_texts())
     readable.push_back(decoded(readable_address_header(text)));
-  }
   expect_verdicts(readable, [](const std::string&) { return true; });
 }
 

@@ -14,21 +14,18 @@ namespace {
 TEST(AddressHeader, IsKnownByItsName) {
   for (const char* name :
        {"From", "to", "CC", "Bcc", "sender", "REPLY-TO", "Resent-From", "resent-to", "RESENT-CC",
-        "Resent-Bcc", "Resent-Sender", "resent-reply-to"}) {
+        "Resent-Bcc", "Resent-Sender", "resent-reply-to"})
     EXPECT_TRUE(is_address_header(name)) << "name: " << name;
-  }
-  for (const char* name : {"", "Subject", "Fro", "From ", "Resent-", "Resent-Date", "To:"}) {
+  for (const char* name : {"", "Subject", "Fro", "From ", "Resent-", "Resent-Date", "To:"})
     EXPECT_FALSE(is_address_header(name)) << "name: " << name;
-  }
 }
 
 TEST(AddressHeader, StaysAsItIsWhenItCanBeRead) {
   for (const char* text :
        {"", "Jane <j@x.org>", "  Jane   (J)\t< j@x.org >", "j@[192.0.2.1]", "<@x.org:j@x.org>",
         "undisclosed-recipients:;", "=?utf-8?q?J=C3=B6rg?= <j@x.org>", "J\xf6rg <j@x.org>",
-        "=?utf-8?q?=22Doe=2C_J=2E=22?= <j@x.org>"}) {
+        "=?utf-8?q?=22Doe=2C_J=2E=22?= <j@x.org>"})
     EXPECT_EQ(text, readable_address_header(text));
-  }
 }
 
 TEST(AddressHeader, IsJudgedAsItReadsDecoded) {
@@ -46,9 +43,7 @@ TEST(AddressHeader, KeepsItsTextWithoutAnAddress) {
                {"Mail Delivery System", "\"Mail Delivery System\":;"},
                {"=?utf-8?q?J=C3=B6rg_D=2E?=", "\"J\xc3\xb6rg D.\":;"},
                {"\"\"", ""}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(c.want, readable_address_header(c.raw)) << "raw: " << c.raw;
-  }
+  for (const auto& c : cases) EXPECT_EQ(c.want, readable_address_header(c.raw)) << "raw: " << c.raw;
 }
 
 TEST(AddressHeader, IsNotDecodedTwice) {

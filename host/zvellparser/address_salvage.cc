@@ -166,11 +166,10 @@ class Salvager {
     skip_space();
     const bool begins_address = at('@') || at('.');
     if (!begins_address || run_.empty() || run_.back() != '.') end_run();
-    if (begins_address) {
+    if (begins_address)
       run_ += content;
-    } else {
+    else
       add_words(content);
-    }
   }
 
   void read_comment() {
@@ -195,13 +194,12 @@ class Salvager {
       if (at(':') && inside.find('@', 1) != npos) break;
       if (at(':')) inside.clear();
       const std::size_t close = at('"') ? find_close('"') : text_.size();
-      if (close < text_.size() && text_[close] == '"') {
+      if (close < text_.size() && text_[close] == '"')
         inside += read_enclosed(close);
-      } else if (at(':') || at('"')) {
+      else if (at(':') || at('"'))
         ++position_;
-      } else {
+      else
         read_character(inside);
-      }
     }
     if (at('>')) ++position_;
     take_address(inside, true);
@@ -210,13 +208,12 @@ class Salvager {
   void read_separator(char separator) {
     end_run();
     ++position_;
-    if (!address_.empty()) {
+    if (!address_.empty())
       end_entry();
-    } else if (separator == ';') {
+    else if (separator == ';')
       name_.clear();
-    } else if (!name_.empty()) {
+    else if (!name_.empty())
       name_ += ',';
-    }
   }
 
   // Blanks beside an "@" are no end.
@@ -235,11 +232,10 @@ class Salvager {
   void take_address(const std::string& text, bool in_brackets) {
     const Address address = split_address(text);
     if (address.empty()) return add_words(text);
-    if (in_brackets && !bare_.empty()) {
+    if (in_brackets && !bare_.empty())
       name_.insert(bare_begin_, ' ' + bare_);
-    } else {
+    else
       end_entry();
-    }
     address_ = address;
     bare_ = in_brackets ? "" : text;
     bare_begin_ = name_.size();

@@ -102,18 +102,16 @@ TEST(AddressSalvage, KeepsTextWithoutAnAddressAsTheNameOfAnEmptyGroup) {
   const char* const texts[] = {"<>",  "<jane>", "two words", "(",     "@",
                                "@@",  "@x.org", "<@x.org>",  "jane@", "<jane@.>",
                                "\\@", ",;:",    "jane, doe", "<a@,>"};
-  for (const char* text : texts) {
+  for (const char* text : texts)
     EXPECT_EQ('"' + std::string(text) + "\":;", salvage_addresses(text)) << "text: " << text;
-  }
   EXPECT_EQ("\"@x.org\":;", salvage_addresses("\"\"@x.org"));
   EXPECT_EQ("\"one two\":;", salvage_addresses(" one\ttwo \\"));
   EXPECT_EQ("\"?utf-8?q?a b?\":;", salvage_addresses("=?utf-8?q?a b?"));
 }
 
 TEST(AddressSalvage, IsEmptyWithoutAnyText) {
-  for (const char* text : {"", " ", "\"", "\"\"", "\\", " \" \" "}) {
+  for (const char* text : {"", " ", "\"", "\"\"", "\\", " \" \" "})
     EXPECT_EQ("", salvage_addresses(text)) << "text: " << text;
-  }
 }
 
 TEST(AddressSalvage, LeavesNoEncodedWord) {
@@ -134,9 +132,8 @@ TEST(AddressSalvage, TakesHostileTexts) {
     const std::string text = repeated(piece, length);
     EXPECT_EQ('"' + text + "\":;", salvage_addresses(text)) << "piece: " << piece;
   }
-  for (const char* piece : {"\"", "\\", "\\\"", " "}) {
+  for (const char* piece : {"\"", "\\", "\\\"", " "})
     EXPECT_EQ("", salvage_addresses(repeated(piece, length))) << "piece: " << piece;
-  }
   EXPECT_EQ("a@b", salvage_addresses(std::string(length, '(') + "a@b"));
   EXPECT_EQ("a@b" + repeated(", a@b", 99999), salvage_addresses(repeated("a@b,", 100000)));
 }

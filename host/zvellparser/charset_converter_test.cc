@@ -48,9 +48,8 @@ TEST(Conversion, CutsNoCharacterInTwo) {
   const std::string euros = "\xe2\x82\xac\xe2\x82\xac";
   const std::string euro = euros.substr(0, 3);
   const std::string want[] = {"", "", "", euro, euro, euro, euros};
-  for (std::size_t limit = 0; limit <= euros.size(); ++limit) {
+  for (std::size_t limit = 0; limit <= euros.size(); ++limit)
     EXPECT_EQ(want[limit], convert("utf-8", euros, limit)) << limit;
-  }
 }
 
 TEST(Conversion, KnowsOtherCharsets) {

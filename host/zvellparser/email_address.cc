@@ -33,9 +33,8 @@ bool is_domain(std::string_view text) {
 
 bool is_address(std::string_view text) {
   const auto at = text.rfind('@');
-  if (at == std::string_view::npos || std::any_of(text.begin(), text.end(), is_control)) {
+  if (at == std::string_view::npos || std::any_of(text.begin(), text.end(), is_control))
     return false;
-  }
   return is_local_part(text.substr(0, at)) && is_domain(text.substr(at + 1));
 }
 

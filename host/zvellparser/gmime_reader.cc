@@ -72,9 +72,8 @@ std::string without_nuls(std::string text) {
 std::string decode_header_text(const std::string& text, const std::vector<std::string>& charsets) {
   const std::string clean = without_nuls(text);
   const bool encoded = clean.find("=?") != std::string::npos;
-  if (!encoded && gmime().is_utf8(clean.data(), static_cast<gssize>(clean.size()), nullptr)) {
+  if (!encoded && gmime().is_utf8(clean.data(), static_cast<gssize>(clean.size()), nullptr))
     return clean;
-  }
   if (!charsets.empty()) return decode(make_options(charsets).get(), clean);
   static const Options builtin = make_options({});
   return decode(builtin.get(), clean);

@@ -11,9 +11,8 @@ bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 // Whether `line` holds a time of day, as every separator line does.
 bool holds_time(std::string_view line) {
-  for (std::size_t i = line.find(':'); i < line.size(); i = line.find(':', i + 1)) {
+  for (std::size_t i = line.find(':'); i < line.size(); i = line.find(':', i + 1))
     if (i > 0 && i + 1 < line.size() && is_digit(line[i - 1]) && is_digit(line[i + 1])) return true;
-  }
   return false;
 }
 

@@ -10,9 +10,8 @@ const std::string from = "From a@example.org Mon Jan  1 10:00:00 2024\n";
 // The messages' texts.
 std::vector<std::string> split(const std::string& text) {
   std::vector<std::string> messages;
-  for (const MessageSpan& span : mbox_messages(text.data(), text.size())) {
+  for (const MessageSpan& span : mbox_messages(text.data(), text.size()))
     messages.push_back(text.substr(span.offset, span.length));
-  }
   return messages;
 }
 
@@ -49,9 +48,8 @@ TEST(Mbox, IsNotSplitByText) {
 TEST(Mbox, BeginsWithAFromLine) {
   for (const std::string& text :
        {std::string(), std::string("A: 1\n"), "\n" + from,
-        std::string("From: a@example.org 10:00\n\nx\n"), std::string("From here\n")}) {
+        std::string("From: a@example.org 10:00\n\nx\n"), std::string("From here\n")})
     EXPECT_TRUE(split(text).empty()) << text;
-  }
 }
 
 }  // namespace

@@ -23,9 +23,8 @@ TEST(Headers, AreFoundRegardlessOfCase) {
 
 TEST(Headers, AreFoundByTheirWholeName) {
   const std::string message = "X-Subject: a\nSubjects: b\nSub: c\nX: y:z\n\n";
-  for (const char* name : {"Subject", "", "X:", "X: y", "a", "\n"}) {
+  for (const char* name : {"Subject", "", "X:", "X: y", "a", "\n"})
     EXPECT_EQ("(null)", value(message, name)) << name;
-  }
   EXPECT_EQ("y:z", value(message, "x"));
 }
 

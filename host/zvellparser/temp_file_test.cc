@@ -62,11 +62,10 @@ class TempFileFolder : public testing::Test {
   ~TempFileFolder() override { set(before_); }
 
   static void set(const std::string& folder) {
-    if (folder.empty()) {
+    if (folder.empty())
       unsetenv("TMPDIR");
-    } else {
+    else
       setenv("TMPDIR", folder.c_str(), 1);
-    }
   }
 
  private:

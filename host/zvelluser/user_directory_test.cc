@@ -52,9 +52,8 @@ TEST_F(UserDirectory, NeverLeavesTheRoot) {
 }
 
 TEST_F(UserDirectory, IsNoneWithoutBothParts) {
-  for (const char* address : {"", "@", "user", "user@", "@example.org"}) {
+  for (const char* address : {"", "@", "user", "user@", "@example.org"})
     EXPECT_EQ("", path(address)) << address;
-  }
 }
 
 TEST_F(UserDirectory, HasFoldersInBetweenWhereNoFileNameIsLongEnough) {
