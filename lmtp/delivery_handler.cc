@@ -21,7 +21,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Delivery::Evaluation;
 using Delivery::Report;
-using Server::Counter;
 using Server::log_error;
 using Server::log_info;
 
@@ -86,7 +85,7 @@ Reply reply_to(const Report& report) {
 }  // namespace
 
 DeliveryHandler::DeliveryHandler(Places places, Delivery::Evaluate evaluate,
-                                 Server::Metrics& metrics)
+                                 DeliveryCounters& metrics)
     : places_(std::move(places)),
       evaluate_(std::move(evaluate)),
       metrics_(metrics),

@@ -5,11 +5,11 @@
 #include <ctime>
 #include <string>
 
+#include "lmtp/delivery_counters.h"
 #include "lmtp/delivery_record.h"
 #include "lmtp/session.h"
 #include "lmtp/spool.h"
 #include "quarrow/delivery/mailbox_delivery.h"
-#include "server/metrics.h"
 
 namespace Quarrow::Lmtp {
 
@@ -28,7 +28,7 @@ struct Places {
 class DeliveryHandler : public Handler {
  public:
   // `metrics` outlives this object.
-  DeliveryHandler(Places places, Delivery::Evaluate evaluate, Server::Metrics& metrics);
+  DeliveryHandler(Places places, Delivery::Evaluate evaluate, DeliveryCounters& metrics);
 
   // 250 2.1.5; 550 5.1.1 unknown; 451 4.3.0 when that can't be told now.
   Reply check_recipient(const std::string& recipient) override;
@@ -54,7 +54,7 @@ class DeliveryHandler : public Handler {
 
   const Places places_;
   const Delivery::Evaluate evaluate_;
-  Server::Metrics& metrics_;
+  DeliveryCounters& metrics_;
   Spool spool_;
   std::time_t received_ = 0;
   bool no_rule_ = false;  // the last evaluation asked for nothing, without having failed

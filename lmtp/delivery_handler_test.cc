@@ -66,7 +66,7 @@ class DeliveryHandlerTest : public ::testing::Test {
   }
 
   TemporaryFolder folder_;
-  Server::Metrics metrics_;
+  DeliveryCounters metrics_;
 };
 
 TEST_F(DeliveryHandlerTest, KnowsUsersByTheirFolders) {

@@ -16,11 +16,11 @@
 
 #include "apps/quarrow-lmtpd/options.h"
 #include "delivery/helper_process.h"
+#include "lmtp/delivery_counters.h"
 #include "lmtp/delivery_handler.h"
 #include "quarrow/delivery/evaluator.h"
 #include "server/connection.h"
 #include "server/log.h"
-#include "server/metrics.h"
 #include "server/privileges.h"
 #include "server/service_manager.h"
 #include "server/supervisor.h"
@@ -60,7 +60,7 @@ class Daemon {
     hooks.work = [this] { return work(); };
     hooks.reload = [this] { return reload(); };
     hooks.write_metrics = [this] { write_metrics(); };
-    hooks.replaced = [this] { metrics_.add(Counter::workers_replaced); };
+    hooks.replaced = [this] { metrics_.add(Lmtp::Counter::workers_replaced); };
     Supervisor supervisor(options_.workers, std::move(hooks));
     log_info("serving with " + std::to_string(options_.workers) + " workers");
     supervisor.run();
@@ -146,7 +146,7 @@ class Daemon {
   Options options_;
   std::vector<int> listeners_;        // until the process ends
   std::vector<std::string> sockets_;  // of these, the paths that were made here
-  Metrics metrics_;
+  Lmtp::DeliveryCounters metrics_;
 };
 
 int run_lmtpd(int argc, char** argv) {

@@ -1,0 +1,33 @@
+// Log lines of deliveries.
+#include "lmtp/delivery_record.h"
+
+#include <gtest/gtest.h>
+
+namespace Quarrow::Lmtp {
+namespace {
+
+TEST(DeliveryRecord, IsALine) {
+  DeliveryRecord record;
+  record.user = "a@example.org";
+  record.message_id = "<1@example.org>";
+  record.rule = "News";
+  record.action = "fileinto:Work";
+  record.took = std::chrono::milliseconds(3);
+  EXPECT_EQ("user=a@example.org msgid=<1@example.org> rule=\"News\" action=fileinto:Work took=3ms",
+            log_line(record));
+}
+
+TEST(DeliveryRecord, LetsNoTextPassForAnotherField) {
+  DeliveryRecord record;
+  record.user = "\"a b\"@example.org";
+  record.rule = "x\" action=keep\n\\";
+  record.action = "fileinto:A B";
+  record.note = "no \"room\"";
+  EXPECT_EQ(
+      "user=\"a\\x20b\"@example.org msgid=<> rule=\"x\\\" action=keep\\x0a\\\\\" "
+      "action=fileinto:A\\x20B took=0ms note=\"no \\\"room\\\"\"",
+      log_line(record));
+}
+
+}  // namespace
+}  // namespace Quarrow::Lmtp
