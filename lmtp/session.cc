@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <map>
 #include <utility>
 
 #include "system/printable.h"
@@ -11,8 +13,8 @@
 namespace Quarrow::Lmtp {
 namespace {
 
-// The value of SIZE (RFC 1870): up to 20 digits. Nothing for another form; beyond all limits when
-// it fits no number.
+// The value of SIZE (RFC 1870): up to 20 digits. Nothing for another form; a number beyond all
+// limits for a value that fits no number.
 std::optional<std::uint64_t> parse_size(const std::string& text) {
   if (text.empty() || text.size() > 20 || text.find_first_not_of("0123456789") != std::string::npos)
     return std::nullopt;
@@ -32,9 +34,9 @@ const Session::Command Session::commands[] = {
     {"AUTH", &Session::not_offered},    {"BDAT", &Session::not_offered},
     {"STARTTLS", &Session::not_offered}};
 
-Session::Session(Handler& handler, const Limits& limits, std::string host_name,
+Session::Session(std::unique_ptr<Handler> handler, const Limits& limits, std::string host_name,
                  Server::Output output)
-    : handler_(handler),
+    : handler_(std::move(handler)),
       limits_(limits),
       host_name_(std::move(host_name)),
       output_(std::move(output)) {}
@@ -69,7 +71,7 @@ void Session::abandon() {
   over_ = true;
 }
 
-// A LF without CR ends a command, too, so that both sides stay in step, but such a command is not
+// A LF without CR ends a command, too, so that both sides stay in step, but such a command does not
 // run.
 std::size_t Session::take_command(const char* data, std::size_t size) {
   const void* const lf = std::memchr(data, '\n', size);
@@ -170,7 +172,7 @@ void Session::rcpt(const std::string& arguments) {
 
 void Session::add_recipient(const std::string& recipient) {
   const Reply answer = envelope_.recipients.size() < limits_.recipients
-                           ? handler_.check_recipient(recipient)
+                           ? handler_->check_recipient(recipient)
                            : Reply{452, "4.5.3", "Too many recipients"};
   reply(answer.code, answer.status, answer.text);
   if (answer.is_positive()) {
@@ -185,7 +187,7 @@ void Session::data(const std::string& arguments) {
   if (!arguments.empty()) return refuse(501, "5.5.4", "DATA has no arguments");
   if (!has_sender_) return refuse(503, "5.5.1", "Say MAIL first");
   if (envelope_.recipients.empty()) return refuse(503, "5.5.1", "There is no valid recipient");
-  has_room_ = handler_.open_message();
+  has_room_ = handler_->open_message();
   if (!has_room_) return reply(452, "4.3.1", "There is no room for a message");
   decoder_.emplace(limits_.line);
   reply(354, "", "Send the message, and a line with a dot alone");
@@ -227,10 +229,10 @@ std::size_t Session::take_message(const char* data, std::size_t size) {
   return used;
 }
 
-// What will be refused in the end needs no room.
+// A message that will be refused in the end needs no room.
 void Session::keep(const std::string& text) {
   if (!has_room_ || text.empty() || refusal_of_message()) return;
-  has_room_ = handler_.add(text.data(), text.size());
+  has_room_ = handler_->add(text.data(), text.size());
 }
 
 std::optional<Reply> Session::refusal_of_message() const {
@@ -241,17 +243,17 @@ std::optional<Reply> Session::refusal_of_message() const {
   return std::nullopt;
 }
 
-// A recipient that was named twice gets the message once, and both replies tell of that.
+// A recipient that was named twice gets the message once, and both replies are of that delivery.
 void Session::end_message() {
   const auto refusal = refusal_of_message();
   std::map<std::string, Reply> outcomes;
   for (const std::string& recipient : envelope_.recipients) {
     if (outcomes.count(recipient) == 0)
-      outcomes[recipient] = refusal ? *refusal : handler_.deliver(envelope_, recipient);
+      outcomes[recipient] = refusal ? *refusal : handler_->deliver(envelope_, recipient);
     const Reply& outcome = outcomes[recipient];
     reply(outcome.code, outcome.status, outcome.text);
-    flush();           // a client need not wait for, nor repeat, what is done
-    if (over_) break;  // he is gone, and will repeat the recipients without a reply
+    flush();           // a client need not wait for, nor repeat, a delivery that is done
+    if (over_) break;  // it is gone, and will repeat the recipients without a reply
   }
   ++steps_;
   errors_ = idle_commands_ = refused_recipients_ = 0;
@@ -278,7 +280,7 @@ void Session::hang_up(const std::string& status, const std::string& text) {
 }
 
 void Session::forget_transaction() {
-  if (decoder_) handler_.close_message();
+  if (decoder_) handler_->close_message();
   decoder_.reset();
   has_sender_ = false;
   envelope_.sender.clear();

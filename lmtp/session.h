@@ -3,7 +3,7 @@
 #define QUARROW_LMTP_SESSION_H_
 
 #include <cstddef>
-#include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,7 +16,7 @@
 
 namespace Quarrow::Lmtp {
 
-// Who a message is from and for.
+// Where a message comes from and goes to.
 struct Envelope {
   std::string client;  // how the client named itself
   std::string sender;  // empty: the null sender
@@ -24,22 +24,23 @@ struct Envelope {
   std::vector<std::string> recipients;
 };
 
-// What the protocol stands on: users, a place for the message, and delivery.
+// Users, room for a message, and its delivery: the protocol stands on these.
 class Handler {
  public:
   virtual ~Handler() = default;
 
-  // Whether there is a mailbox for `recipient`: 250, or the refusal.
+  // Looks for the mailbox of `recipient`: 250, or the refusal.
   virtual Reply check_recipient(const std::string& recipient) = 0;
 
-  // Makes room for a new message, forgetting the last one. False when there is none.
+  // Makes room for a new message, and forgets the last one. False when there is no room.
   virtual bool open_message() = 0;
 
-  // Adds to the message, with LF line ends. False when it can't be kept; then nothing is added
-  // until the next open_message.
+  // Adds bytes to the message, with LF line ends. False when they can't be kept; then the session
+  // adds nothing until the next open_message.
   virtual bool add(const char* data, std::size_t size) = 0;
 
-  // Delivers the message to one recipient; 250 only when it is on disk.
+  // Delivers the message to one recipient: 250 only when it is on disk or was thrown away by a
+  // rule, or the refusal.
   virtual Reply deliver(const Envelope& envelope, const std::string& recipient) = 0;
 
   // The message is not needed any longer.
@@ -50,13 +51,14 @@ class Handler {
 // blocks, the replies are the same (RFC 2920).
 class Session : public Server::Protocol {
  public:
-  // `handler` outlives this object. `output` is called once for all commands of a block, and once
-  // for each recipient of a message.
-  Session(Handler& handler, const Limits& limits, std::string host_name, Server::Output output);
+  // `host_name` is the server's name in the greeting. `output` is called once for all commands of a
+  // block, and once for each recipient of a message.
+  Session(std::unique_ptr<Handler> handler, const Limits& limits, std::string host_name,
+          Server::Output output);
 
   void greet() override;
   void take(const char* data, std::size_t size) override;
-  void stop() override;  // after the transaction under way, if there is one
+  void stop() override;  // lets the client finish the transaction under way, if there is one
   void time_out() override;
   void abandon() override;
   bool is_over() const override { return over_; }
@@ -101,13 +103,13 @@ class Session : public Server::Protocol {
   void forget_transaction();
   void flush();
 
-  Handler& handler_;
+  const std::unique_ptr<Handler> handler_;
   const Limits limits_;
   const std::string host_name_;
   const Server::Output output_;
 
-  std::string line_;           // of the command under way, at most longest_command
-  bool line_is_long_ = false;  // what passed that was dropped
+  std::string line_;           // the command under way, at most longest_command
+  bool line_is_long_ = false;  // the bytes that passed that were dropped
   std::string replies_;        // not yet given to output_
   Envelope envelope_;
   bool has_sender_ = false;

@@ -29,92 +29,98 @@ TEST(Session, NamesItsExtensions) {
       test.replies);
 }
 
+// A command, and the codes of its replies.
+const struct {
+  const char* said;
+  const char* answered;
+} commands[] = {
+    {"HELO x\r\n", "500 5.5.1"},
+    {"EHLO x\r\n", "500 5.5.1"},
+    {"LHLO\r\n", "501 5.5.4"},
+    {"lhlo x\r\n", "250"},
+    {"FLY\r\n", "500 5.5.1"},
+    {"\r\n", "500 5.5.1"},
+    {"EXPN list\r\n", "502 5.5.1"},
+    {"STARTTLS\r\n", "502 5.5.1"},
+    {"NOOP\r\n", "250 2.0.0"},
+    {"NOOP anything\r\n", "250 2.0.0"},
+    {"RSET\r\n", "250 2.0.0"},
+    {"RSET now\r\n", "501 5.5.4"},
+    {"VRFY a@example.org\r\n", "252 2.0.0"},
+    {"VRFY\r\n", "501 5.5.4"},
+    {"QUIT\r\n", "221 2.0.0"},
+    {"QUIT now\r\n", "501 5.5.4"},
+    {"QUIT \r\n", "221 2.0.0"},
+    {"MAIL FROM:<>\r\n", "503 5.5.1"},
+    {"RCPT TO:<a@example.org>\r\n", "503 5.5.1"},
+    {"DATA\r\n", "503 5.5.1"},
+    {"NOOP\n", "500 5.5.2"},
+    {"NO\rOP\r\n", "500 5.5.2"},
+    {"NOOP\nNOOP\r\n", "500 5.5.2, 250 2.0.0"},
+    {"NOOP\x01\r\n", "500 5.5.2"},
+};
+
 TEST(Session, AnswersEachCommand) {
-  const struct {
-    const char* said;
-    const char* answered;
-  } cases[] = {
-      {"HELO x\r\n", "500 5.5.1"},
-      {"EHLO x\r\n", "500 5.5.1"},
-      {"LHLO\r\n", "501 5.5.4"},
-      {"lhlo x\r\n", "250"},
-      {"FLY\r\n", "500 5.5.1"},
-      {"\r\n", "500 5.5.1"},
-      {"EXPN list\r\n", "502 5.5.1"},
-      {"STARTTLS\r\n", "502 5.5.1"},
-      {"NOOP\r\n", "250 2.0.0"},
-      {"NOOP anything\r\n", "250 2.0.0"},
-      {"RSET\r\n", "250 2.0.0"},
-      {"RSET now\r\n", "501 5.5.4"},
-      {"VRFY a@example.org\r\n", "252 2.0.0"},
-      {"VRFY\r\n", "501 5.5.4"},
-      {"QUIT\r\n", "221 2.0.0"},
-      {"QUIT now\r\n", "501 5.5.4"},
-      {"QUIT \r\n", "221 2.0.0"},
-      {"MAIL FROM:<>\r\n", "503 5.5.1"},
-      {"RCPT TO:<a@example.org>\r\n", "503 5.5.1"},
-      {"DATA\r\n", "503 5.5.1"},
-      {"NOOP\n", "500 5.5.2"},
-      {"NO\rOP\r\n", "500 5.5.2"},
-      {"NOOP\nNOOP\r\n", "500 5.5.2, 250 2.0.0"},
-      {"NOOP\x01\r\n", "500 5.5.2"},
-  };
-  for (const auto& c : cases) {
+  for (const auto& c : commands) {
     TestSession test;
     test.say(c.said);
     EXPECT_EQ(c.answered, test.codes()) << c.said;
   }
 }
 
+// Arguments of MAIL where a message may have 1000 bytes, and the code of the reply.
+const struct {
+  const char* arguments;
+  const char* answered;
+} senders[] = {
+    {"FROM:<s@example.net>", "250 2.1.0"},
+    {"from:<s@example.net>", "250 2.1.0"},
+    {"FROM: <s@example.net>", "250 2.1.0"},
+    {"FROM:<>", "250 2.1.0"},
+    {"FROM:<s@example.net> SIZE=1000", "250 2.1.0"},
+    {"FROM:<s@example.net> SIZE=1001", "552 5.3.4"},
+    {"FROM:<s@example.net> SIZE=99999999999999999999", "552 5.3.4"},
+    {"FROM:<s@example.net> SIZE=999999999999999999999", "501 5.5.4"},
+    {"FROM:<s@example.net> SIZE=-1", "501 5.5.4"},
+    {"FROM:<s@example.net> SIZE", "501 5.5.4"},
+    {"FROM:<s@example.net> SIZE=1 SIZE=2", "501 5.5.4"},
+    {"FROM:<s@example.net> BODY=8BITMIME size=5 SMTPUTF8", "250 2.1.0"},
+    {"FROM:<s@example.net> BODY=7bit", "250 2.1.0"},
+    {"FROM:<s@example.net> BODY=BINARYMIME", "501 5.5.4"},
+    {"FROM:<s@example.net> SMTPUTF8=yes", "501 5.5.4"},
+    {"FROM:<s@example.net> RET=HDRS", "555 5.5.4"},
+    {"FROM:<s@example.net>SIZE=5", "501 5.5.4"},
+    {"FROM:s@example.net", "501 5.5.4"},
+    {"TO:<s@example.net>", "501 5.5.4"},
+    {"", "501 5.5.4"},
+    {"FROM:<\xc3\xa4@example.net>", "553 5.6.7"},
+    {"FROM:<\xc3\xa4@example.net> SMTPUTF8", "250 2.1.0"},
+    {"FROM:<\xe4@example.net> SMTPUTF8", "501 5.1.7"},
+};
+
 TEST(Session, AnswersMail) {
-  const struct {
-    const char* arguments;
-    const char* answered;
-  } cases[] = {
-      {"FROM:<s@example.net>", "250 2.1.0"},
-      {"from:<s@example.net>", "250 2.1.0"},
-      {"FROM: <s@example.net>", "250 2.1.0"},
-      {"FROM:<>", "250 2.1.0"},
-      {"FROM:<s@example.net> SIZE=1000", "250 2.1.0"},
-      {"FROM:<s@example.net> SIZE=1001", "552 5.3.4"},
-      {"FROM:<s@example.net> SIZE=99999999999999999999", "552 5.3.4"},
-      {"FROM:<s@example.net> SIZE=999999999999999999999", "501 5.5.4"},
-      {"FROM:<s@example.net> SIZE=-1", "501 5.5.4"},
-      {"FROM:<s@example.net> SIZE", "501 5.5.4"},
-      {"FROM:<s@example.net> SIZE=1 SIZE=2", "501 5.5.4"},
-      {"FROM:<s@example.net> BODY=8BITMIME size=5 SMTPUTF8", "250 2.1.0"},
-      {"FROM:<s@example.net> BODY=7bit", "250 2.1.0"},
-      {"FROM:<s@example.net> BODY=BINARYMIME", "501 5.5.4"},
-      {"FROM:<s@example.net> SMTPUTF8=yes", "501 5.5.4"},
-      {"FROM:<s@example.net> RET=HDRS", "555 5.5.4"},
-      {"FROM:<s@example.net>SIZE=5", "501 5.5.4"},
-      {"FROM:s@example.net", "501 5.5.4"},
-      {"TO:<s@example.net>", "501 5.5.4"},
-      {"", "501 5.5.4"},
-      {"FROM:<\xc3\xa4@example.net>", "553 5.6.7"},
-      {"FROM:<\xc3\xa4@example.net> SMTPUTF8", "250 2.1.0"},
-      {"FROM:<\xe4@example.net> SMTPUTF8", "501 5.1.7"},
-  };
   Limits limits;
   limits.message = 1000;
-  for (const auto& c : cases) {
+  for (const auto& c : senders) {
     TestSession test(limits);
     test.say(hello + "MAIL " + c.arguments + "\r\n");
     EXPECT_EQ(std::string("250, ") + c.answered, test.codes()) << c.arguments;
   }
 }
 
+// Arguments of RCPT, and the code of the reply.
+const struct {
+  const char* arguments;
+  const char* answered;
+} recipients[] = {
+    {"TO:<a@example.org>", "250 2.1.5"},        {"TO:<nobody@example.org>", "550 5.1.1"},
+    {"TO:<later@example.org>", "451 4.3.0"},    {"TO:<>", "501 5.1.3"},
+    {"TO:a@example.org", "501 5.5.4"},          {"TO:<a@example.org> NOTIFY=NEVER", "555 5.5.4"},
+    {"TO:<\xc3\xa4@example.org>", "553 5.6.7"}, {"TO:<\xe4@example.org>", "501 5.1.3"},
+};
+
 TEST(Session, AnswersRecipients) {
-  const struct {
-    const char* arguments;
-    const char* answered;
-  } cases[] = {
-      {"TO:<a@example.org>", "250 2.1.5"},        {"TO:<nobody@example.org>", "550 5.1.1"},
-      {"TO:<later@example.org>", "451 4.3.0"},    {"TO:<>", "501 5.1.3"},
-      {"TO:a@example.org", "501 5.5.4"},          {"TO:<a@example.org> NOTIFY=NEVER", "555 5.5.4"},
-      {"TO:<\xc3\xa4@example.org>", "553 5.6.7"}, {"TO:<\xe4@example.org>", "501 5.1.3"},
-  };
-  for (const auto& c : cases) {
+  for (const auto& c : recipients) {
     TestSession test;
     test.say(start + "RCPT " + c.arguments + "\r\n");
     EXPECT_EQ(std::string("250, 250 2.1.0, ") + c.answered, test.codes()) << c.arguments;

@@ -3,15 +3,17 @@
 #define QUARROW_LMTP_SESSION_TEST_SUPPORT_H_
 
 #include <algorithm>
+#include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lmtp/session.h"
 
 namespace Quarrow::Lmtp {
 
-// Knows everybody at example.org but "nobody", "later" (try again) and "full" (delivery fails);
+// Knows every user at example.org but "nobody", "later" (try again) and "full" (delivery fails);
 // "refuses" rejects by a rule.
 class MemoryHandler : public Handler {
  public:
@@ -47,19 +49,15 @@ class MemoryHandler : public Handler {
   std::vector<std::string> deliveries;
 };
 
-// Runs a session. Its replies are in `replies`, and `codes` shows them in short.
+// Runs a session. Its replies are in `replies`, and `codes` gives them in short.
 class TestSession {
  public:
   explicit TestSession(const Limits& limits = Limits())
-      : session(handler, limits, "mx.example.org", [this](const std::string& text) {
-          if (!connected) return false;
-          replies += text;
-          return true;
-        }) {}
+      : TestSession(std::make_unique<MemoryHandler>(), limits) {}
 
   void say(const std::string& text) { session.take(text.data(), text.size()); }
 
-  // "250 2.1.0" for each reply, separated by commas; those between (250-) are left out.
+  // "250 2.1.0" for each reply, separated by commas; lines that others follow (250-) are left out.
   std::string codes() const {
     std::string out;
     std::istringstream lines(replies);
@@ -71,10 +69,19 @@ class TestSession {
     return out;
   }
 
-  MemoryHandler handler;
+  MemoryHandler& handler;  // the session's
   bool connected = true;
   std::string replies;
   Session session;
+
+ private:
+  TestSession(std::unique_ptr<MemoryHandler> own, const Limits& limits)
+      : handler(*own),
+        session(std::move(own), limits, "mx.example.org", [this](const std::string& text) {
+          if (!connected) return false;
+          replies += text;
+          return true;
+        }) {}
 };
 
 inline std::string repeated(const std::string& text, std::size_t times) {

@@ -7,8 +7,9 @@
 
 namespace Quarrow::Server {
 
-// Speaks with the client at `socket`, a blocking one that stays open, until the conversation is
-// over, the client is gone or silent for too long, or `stop` is set and what is under way is done.
+// Speaks with the client at `socket` until the protocol says that the conversation is over, and
+// tells the protocol when the client is gone or silent for too long, and when `stop` is set. The
+// socket is a blocking one and stays open.
 void converse(int socket, const NewProtocol& new_protocol, const StopSignal& stop);
 
 }  // namespace Quarrow::Server

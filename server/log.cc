@@ -13,22 +13,21 @@
 namespace Quarrow::Server {
 namespace {
 
-const char program[] = "quarrow-lmtpd";
-
-std::shared_ptr<spdlog::logger> make_logger(LogTarget target) {
+std::shared_ptr<spdlog::logger> make_logger(const LogOrigin& origin, LogTarget target) {
   if (target == LogTarget::system_log) {
-    const auto sink = std::make_shared<spdlog::sinks::syslog_sink_st>(program, LOG_PID, LOG_MAIL,
-                                                                      /*enable_formatting=*/false);
-    return std::make_shared<spdlog::logger>(program, sink);
+    const auto sink = std::make_shared<spdlog::sinks::syslog_sink_st>(
+        origin.program, LOG_PID, origin.facility, /*enable_formatting=*/false);
+    return std::make_shared<spdlog::logger>(origin.program, sink);
   }
-  const auto logger =
-      std::make_shared<spdlog::logger>(program, std::make_shared<spdlog::sinks::stderr_sink_st>());
-  logger->set_pattern("%Y-%m-%dT%H:%M:%S.%e%z quarrow-lmtpd[%P] %l: %v");
+  const auto sink = std::make_shared<spdlog::sinks::stderr_sink_st>();
+  const auto logger = std::make_shared<spdlog::logger>(origin.program, sink);
+  logger->set_pattern("%Y-%m-%dT%H:%M:%S.%e%z %n[%P] %l: %v");
   return logger;
 }
 
 std::shared_ptr<spdlog::logger>& logger() {
-  static std::shared_ptr<spdlog::logger> current = make_logger(LogTarget::standard_error);
+  static std::shared_ptr<spdlog::logger> current =
+      make_logger({"server"}, LogTarget::standard_error);
   return current;
 }
 
@@ -38,7 +37,7 @@ void write(spdlog::level::level_enum level, const std::string& line) {
 
 }  // namespace
 
-void set_log(LogTarget target) { logger() = make_logger(target); }
+void set_log(const LogOrigin& origin, LogTarget target) { logger() = make_logger(origin, target); }
 
 void log_info(const std::string& line) { write(spdlog::level::info, line); }
 void log_warning(const std::string& line) { write(spdlog::level::warn, line); }

@@ -1,4 +1,4 @@
-// The server's log.
+// A server's log.
 #ifndef QUARROW_SERVER_LOG_H_
 #define QUARROW_SERVER_LOG_H_
 
@@ -8,10 +8,17 @@ namespace Quarrow::Server {
 
 enum class LogTarget { standard_error, system_log };
 
-// Says where the log goes from here on; to standard error when this was never called.
-void set_log(LogTarget target);
+// How the log names its lines' origin.
+struct LogOrigin {
+  std::string program;
+  int facility = 0;  // for the system's log, as syslog(3) has it: LOG_DAEMON
+};
 
-// Adds a line. Control characters in it are escaped, so that it stays one.
+// Says where the log goes from here on. Until the first call it goes to standard error, and the
+// program is called "server".
+void set_log(const LogOrigin& origin, LogTarget target);
+
+// Adds a line. Control characters in it are escaped, so that it stays one line.
 void log_info(const std::string& line);
 void log_warning(const std::string& line);
 void log_error(const std::string& line);

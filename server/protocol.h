@@ -1,4 +1,4 @@
-// What a server speaks, as the server sees it: bytes in, and nothing of their meaning.
+// A protocol as a server sees it: bytes in, bytes out, and nothing of their meaning.
 #ifndef QUARROW_SERVER_PROTOCOL_H_
 #define QUARROW_SERVER_PROTOCOL_H_
 
@@ -9,39 +9,40 @@
 
 namespace Quarrow::Server {
 
-// One connection's conversation. What it says goes to the Output that it was made with; it is used
-// by one thread.
+// The conversation of one connection, used by one thread. It sends through the Output that it was
+// made with, and is over once that gave false. A call after the end changes nothing.
 class Protocol {
  public:
   virtual ~Protocol() = default;
 
-  // Says the first word, where it is the server that has it.
+  // Called once, before all else: sends the greeting, if the server speaks first.
   virtual void greet() = 0;
 
-  // Takes the next bytes from the client. After the conversation is over they are ignored.
+  // Takes the next bytes from the client: `size` of them, at least one.
   virtual void take(const char* data, std::size_t size) = 0;
 
-  // Ends the conversation because the server stops: now, or after what is under way.
+  // Called once, when the server stops: ends the conversation now, or after the message or
+  // transaction under way.
   virtual void stop() = 0;
 
   // Ends the conversation because the client was silent for too long.
   virtual void time_out() = 0;
 
-  // The client is gone: what it was sending is forgotten.
+  // Ends the conversation because the client is gone, and forgets what it was sending.
   virtual void abandon() = 0;
 
   // Whether the connection is to be closed.
   virtual bool is_over() const = 0;
 
-  // Whether the bytes to come belong to a message, which may take longer than a command.
+  // Whether the next bytes belong to a message, which may take longer than a command.
   virtual bool is_in_message() const = 0;
 
-  // Grows with each command that was answered and each message that was dealt with, which tells a
-  // client that gets on from one that trickles.
+  // A number that grows with each command and each message that the server has dealt with. A client
+  // that sends bytes without such a step is given up in the end (server/deadline.h).
   virtual std::size_t steps() const = 0;
 };
 
-// Takes bytes on their way to the client; false when it is gone.
+// Sends bytes to the client; false when the client is gone.
 using Output = std::function<bool(const std::string& bytes)>;
 
 // Makes the conversation of a new connection.

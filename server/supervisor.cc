@@ -19,7 +19,7 @@
 namespace Quarrow::Server {
 namespace {
 
-// A look round without a signal, in case one was merged with another.
+// The supervisor looks for ended workers this often at least: two signals may merge into one.
 constexpr std::chrono::seconds longest_wait{60};
 
 std::string text_of(const ProcessEnd& end) {
@@ -57,7 +57,7 @@ void Supervisor::run() {
         reload();
         break;
       case SIGUSR1:
-        hooks_.write_metrics();
+        hooks_.write_counters();
         break;
     }
     reap();

@@ -14,16 +14,16 @@
 
 namespace Quarrow::Server {
 
-// What a supervisor does at its events.
+// The supervisor's answers to its events.
 struct SupervisorHooks {
-  std::function<int()> work;  // in a worker: its whole life, and its exit status
-  // SIGHUP: how many workers there are to be from here on, or nothing when all stays as it is
+  std::function<int()> work;  // in a worker: its whole life; gives its exit status
+  // SIGHUP: gives the number of workers from here on, or nothing when all stays as it is
   std::function<std::optional<std::size_t>()> reload;
-  std::function<void()> write_metrics;  // SIGUSR1
-  std::function<void()> replaced;       // a worker ended unasked
+  std::function<void()> write_counters;  // SIGUSR1
+  std::function<void()> replaced;        // a worker ended unasked
 };
 
-// Keeps a number of workers alive. One that fails as soon as it was started is replaced only after
+// Keeps a number of workers alive. A worker that ends right after its start is replaced only after
 // shortest_life, so that a lasting reason does not keep the machine busy.
 class Supervisor {
  public:
@@ -32,7 +32,7 @@ class Supervisor {
 
   // Starts the workers and serves until SIGTERM or SIGINT; then lets the workers finish, for
   // longest_stop at most. In a worker it does not return. SIGHUP, after a reload that worked,
-  // starts new workers, and lets the old ones finish what they are at.
+  // starts new workers, and lets each old one finish its conversation.
   void run();
 
  private:
@@ -52,7 +52,7 @@ class Supervisor {
   sigset_t signals_;
   std::map<pid_t, Time> workers_;   // with the times of their starts
   std::map<pid_t, Time> retiring_;  // told to stop
-  Time next_start_;                 // none before
+  Time next_start_;                 // no worker starts before
 };
 
 }  // namespace Quarrow::Server

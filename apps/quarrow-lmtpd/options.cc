@@ -4,7 +4,10 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <cstdint>
+#include <cstdio>
+#include <map>
 #include <sstream>
 
 #include "quarrow/delivery/maildir_store.h"
@@ -14,12 +17,42 @@ namespace {
 
 using Server::LogTarget;
 
-// What CLI11 reads into before it is converted.
-struct Raw {
-  std::string mode = "0660";
-  std::string log = "stderr";
-  unsigned seconds = 0;
-  unsigned mebibytes = 0;
+const char delimiters[] = "!#$%&*+-./=?^_{|}~";
+
+const std::map<std::string, LogTarget> logs = {{"stderr", LogTarget::standard_error},
+                                               {"syslog", LogTarget::system_log}};
+
+std::string name_of(LogTarget target) {
+  return std::find_if(
+             logs.begin(), logs.end(), [target](const auto& log) { return log.second == target; })
+      ->first;
+}
+
+std::string octal(mode_t mode) {
+  char text[16];
+  (void)std::snprintf(text, sizeof text, "%04o", static_cast<unsigned>(mode));
+  return text;
+}
+
+// Settings in the form in which they are written.
+struct Written {
+  explicit Written(const Options& options)
+      : mode(octal(options.server.rights.mode)),
+        log(name_of(options.server.log)),
+        seconds(std::chrono::duration_cast<std::chrono::seconds>(options.evaluation.time).count()),
+        mebibytes(options.evaluation.memory >> 20U) {}
+
+  void convert(Options& options) const {
+    options.server.rights.mode = static_cast<mode_t>(std::stoul(mode, nullptr, 8));
+    options.server.log = logs.at(log);
+    options.evaluation.time = std::chrono::seconds(seconds);
+    options.evaluation.memory = mebibytes << 20U;
+  }
+
+  std::string mode;
+  std::string log;
+  std::chrono::seconds::rep seconds;
+  std::uint64_t mebibytes;
 };
 
 // Checks a whole number, and takes zeros off its front: CLI11 would read it as an octal one.
@@ -52,30 +85,33 @@ std::string octal_fault(const std::string& text) {
 }
 
 std::string delimiter_fault(const std::string& text) {
-  const bool good = text.find_first_not_of("!#$%&*+-./=?^_{|}~") == std::string::npos;
-  return good ? "" : "not of the characters !#$%&*+-./=?^_{|}~: " + text;
+  const bool good = text.find_first_not_of(delimiters) == std::string::npos;
+  return good ? "" : std::string("not of the characters ") + delimiters + ": " + text;
 }
 
 std::string log_fault(const std::string& text) {
-  return text == "stderr" || text == "syslog" ? "" : "neither stderr nor syslog: " + text;
+  return logs.count(text) > 0 ? "" : "neither stderr nor syslog: " + text;
 }
 
-void declare_places(CLI::App& app, Options& options, Raw& raw) {
-  app.set_config("--config", "", "File with more options, a line each: workers=4")
-      ->type_name("FILE");
-  app.add_option("--listen", options.listen,
-                 "Socket: a path, or an address of this host alone and a port")
+void declare_sockets(CLI::App& app, Options& options, Written& written) {
+  app.add_option("--listen", options.server.listen,
+                 "Socket for clients: a path, or an address of this host alone and a port")
       ->type_name("SOCKET")
       ->check(emptiness)
       ->capture_default_str();
-  app.add_option("--socket-mode", raw.mode, "Mode of sockets in the file system")
+  app.add_option("--socket-mode", written.mode, "Mode of sockets in the file system")
       ->type_name("MODE")
       ->check(octal_fault)
       ->capture_default_str();
-  app.add_option("--socket-group", options.rights.group, "Group of sockets in the file system")
+  app.add_option("--socket-group", options.server.rights.group,
+                 "Group of sockets in the file system")
       ->type_name("GROUP");
-  app.add_option("--user", options.user, "Whom to run as; must be given to the superuser")
+  app.add_option("--user", options.server.user,
+                 "User to run as; needed when the superuser starts the server")
       ->type_name("USER");
+}
+
+void declare_mail(CLI::App& app, Options& options) {
   app.add_option("--root", options.root, "Folder of the users' folders")
       ->type_name("DIR")
       ->check(emptiness)
@@ -84,7 +120,8 @@ void declare_places(CLI::App& app, Options& options, Raw& raw) {
       ->type_name("DIR")
       ->check(emptiness)
       ->capture_default_str();
-  app.add_option("--host-name", options.host_name, "What the server calls itself")
+  app.add_option("--host-name", options.host_name,
+                 "Name of the server, in its greeting and in files' names")
       ->type_name("NAME")
       ->check(host_fault);
   app.add_option("--recipient-delimiter", options.recipient_delimiter,
@@ -92,79 +129,79 @@ void declare_places(CLI::App& app, Options& options, Raw& raw) {
       ->type_name("CHARS")
       ->check(delimiter_fault)
       ->capture_default_str();
-  app.add_option("--log", raw.log, "Where the log goes")
+}
+
+void declare_records(CLI::App& app, Options& options, Written& written) {
+  app.add_option("--log", written.log, "Destination of the log")
       ->type_name("stderr|syslog")
       ->check(log_fault)
       ->capture_default_str();
-  app.add_option("--metrics", options.metrics, "File to write counters to, on SIGUSR1")
+  app.add_option("--metrics", options.server.metrics,
+                 "File that the counters are written to, on SIGUSR1")
       ->type_name("FILE");
 }
 
-void declare_numbers(CLI::App& app, Options& options, Raw& raw) {
-  app.add_option("--workers", options.workers, "Connections served at a time")
-      ->type_name("N")
-      ->transform(whole_number(1, 1000))
-      ->capture_default_str();
-  app.add_option("--max-size", options.limits.message, "Largest message, in bytes")
-      ->type_name("N")
-      ->transform(whole_number(1, std::uint64_t{1} << 40U))
-      ->capture_default_str();
-  app.add_option("--max-line", options.limits.line,
-                 "Longest line of a message, in bytes with its line end")
-      ->type_name("N")
-      ->transform(whole_number(2, std::uint64_t{1} << 40U))
-      ->capture_default_str();
-  app.add_option("--max-recipients", options.limits.recipients, "Most recipients of a message")
-      ->type_name("N")
-      ->transform(whole_number(1, 1000000))
-      ->capture_default_str();
-  app.add_option("--evaluation-time", raw.seconds, "Seconds that rules may take over a message")
-      ->type_name("N")
-      ->transform(whole_number(1, 600))
-      ->capture_default_str();
-  app.add_option("--evaluation-memory", raw.mebibytes, "MiB that rules may take for it")
-      ->type_name("N")
-      ->transform(whole_number(160, 65536))
-      ->capture_default_str();
+void declare_limits(CLI::App& app, Options& options, Written& written) {
+  const auto declare = [&app](const char* name, auto& value, const char* help, std::uint64_t least,
+                              std::uint64_t most) {
+    app.add_option(name, value, help)
+        ->type_name("N")
+        ->transform(whole_number(least, most))
+        ->capture_default_str();
+  };
+  constexpr std::uint64_t tebibyte = std::uint64_t{1} << 40U;
+  declare("--workers", options.server.workers, "Connections served at a time", 1, 1000);
+  declare("--max-size", options.limits.message, "Largest message, in bytes", 1, tebibyte);
+  declare("--max-line", options.limits.line,
+          "Longest line of a message, in bytes with its line end", 2, tebibyte);
+  declare("--max-recipients", options.limits.recipients, "Most recipients of a message", 1,
+          1000000);
+  declare("--evaluation-time", written.seconds, "Seconds that rules may take over a message", 1,
+          600);
+  declare("--evaluation-memory", written.mebibytes,
+          "MiB of memory that rules may take over a message", 160, 65536);
+}
+
+void declare(CLI::App& app, Options& options, Written& written) {
+  app.set_version_flag("--version", "quarrow-lmtpd " QUARROW_VERSION);
+  app.set_config("--config", "", "File with more options, a line each: workers=4")
+      ->type_name("FILE");
+  app.allow_config_extras(CLI::config_extras_mode::error);
+  declare_sockets(app, options, written);
+  declare_mail(app, options);
+  declare_records(app, options, written);
+  declare_limits(app, options, written);
+}
+
+// What CLI11 says when it ends the program well: the help or the version.
+std::string text_of(const CLI::App& app, const CLI::Success& success) {
+  std::ostringstream text;
+  (void)app.exit(success, text, text);
+  return text.str();
 }
 
 }  // namespace
 
 Parsed parse_options(int argc, const char* const* argv) {
   Parsed parsed;
-  Options& options = parsed.options;
-  options.host_name = Delivery::host_name();
-  Raw raw;
-  raw.seconds = static_cast<unsigned>(options.evaluation.time.count() / 1000);
-  raw.mebibytes = static_cast<unsigned>(options.evaluation.memory >> 20U);
+  parsed.options.host_name = Delivery::host_name();
+  Written written(parsed.options);
   CLI::App app("Takes mail over LMTP and files it by the recipients' rules.", "quarrow-lmtpd");
-  app.set_version_flag("--version", "quarrow-lmtpd " QUARROW_VERSION);
-  app.allow_config_extras(CLI::config_extras_mode::error);
-  declare_places(app, options, raw);
-  declare_numbers(app, options, raw);
+  declare(app, parsed.options, written);
   try {
     app.parse(argc, argv);
-  } catch (const CLI::Success& help) {
-    std::ostringstream text;
-    (void)app.exit(help, text, text);
+    written.convert(parsed.options);
+    parsed.outcome = Parsed::Outcome::run;
+  } catch (const CLI::Success& success) {
     parsed.outcome = Parsed::Outcome::help;
-    parsed.text = text.str();
-    return parsed;
+    parsed.text = text_of(app, success);
   } catch (const CLI::FileError& error) {
     parsed.text = std::string("--config: ") + error.what();
-    return parsed;
   } catch (const CLI::ConfigError& error) {
     parsed.text = std::string("--config: ") + error.what();
-    return parsed;
   } catch (const CLI::ParseError& error) {
     parsed.text = error.what();
-    return parsed;
   }
-  options.rights.mode = static_cast<mode_t>(std::stoul(raw.mode, nullptr, 8));
-  options.log = raw.log == "syslog" ? LogTarget::system_log : LogTarget::standard_error;
-  options.evaluation.time = std::chrono::seconds(raw.seconds);
-  options.evaluation.memory = std::uint64_t{raw.mebibytes} << 20U;
-  parsed.outcome = Parsed::Outcome::run;
   return parsed;
 }
 

@@ -1,4 +1,4 @@
-// Options on the command line and in a file, and what is said about wrong ones.
+// Options on the command line and in a file, and complaints about wrong ones.
 #include "apps/quarrow-lmtpd/options.h"
 
 #include <gtest/gtest.h>
@@ -10,14 +10,47 @@ namespace {
 
 using Server::LogTarget;
 
+// Each option, set to another value than its default.
+const struct {
+  std::string option;
+  std::vector<const char*> values;
+} settings[] = {{"--listen", {"/run/a", "127.0.0.1:24"}},
+                {"--socket-mode", {"0620"}},
+                {"--socket-group", {"postfix"}},
+                {"--user", {"vmail"}},
+                {"--root", {"/srv/mail"}},
+                {"--spool", {"/srv/spool"}},
+                {"--host-name", {"mx.example.org"}},
+                {"--recipient-delimiter", {"+-"}},
+                {"--metrics", {"/srv/metrics"}},
+                {"--log", {"syslog"}},
+                {"--workers", {"4"}},
+                {"--max-size", {"1000"}},
+                {"--max-line", {"2000"}},
+                {"--max-recipients", {"30"}},
+                {"--evaluation-time", {"5"}},
+                {"--evaluation-memory", {"256"}}};
+
+// The options that take a value, and the name of the value in the help.
+const struct {
+  const char* option;
+  const char* value;
+} options_with_values[] = {
+    {"--config", "FILE"},        {"--listen", "SOCKET"},      {"--socket-mode", "MODE"},
+    {"--socket-group", "GROUP"}, {"--user", "USER"},          {"--root", "DIR"},
+    {"--spool", "DIR"},          {"--host-name", "NAME"},     {"--recipient-delimiter", "CHARS"},
+    {"--metrics", "FILE"},       {"--log", "stderr|syslog"},  {"--workers", "N"},
+    {"--max-size", "N"},         {"--max-line", "N"},         {"--max-recipients", "N"},
+    {"--evaluation-time", "N"},  {"--evaluation-memory", "N"}};
+
 Parsed parse(std::vector<const char*> arguments) {
   arguments.insert(arguments.begin(), "quarrow-lmtpd");
   return parse_options(static_cast<int>(arguments.size()), arguments.data());
 }
 
-Parsed parse_file(const std::string& settings, std::vector<const char*> arguments = {}) {
+Parsed parse_file(const std::string& content, std::vector<const char*> arguments = {}) {
   const TemporaryFolder folder;
-  const std::string path = folder.write("config", settings);
+  const std::string path = folder.write("config", content);
   arguments.insert(arguments.begin(), {"--config", path.c_str()});
   return parse(arguments);
 }
@@ -26,20 +59,39 @@ bool contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-void expect_what_every_option_sets(const Parsed& parsed) {
+std::vector<const char*> settings_as_arguments() {
+  std::vector<const char*> arguments;
+  for (const auto& [option, values] : settings) {
+    arguments.push_back(option.c_str());
+    arguments.insert(arguments.end(), values.begin(), values.end());
+  }
+  return arguments;
+}
+
+std::string settings_as_a_file() {
+  std::string text;
+  for (const auto& [option, values] : settings) {
+    text += option.substr(2) + '=' + values.front();
+    for (std::size_t i = 1; i < values.size(); ++i) text += std::string(" ") + values[i];
+    text += '\n';
+  }
+  return text;
+}
+
+void expect_settings(const Parsed& parsed) {
   ASSERT_EQ(Parsed::Outcome::run, parsed.outcome) << parsed.text;
   const Options& options = parsed.options;
-  EXPECT_EQ((std::vector<std::string>{"/run/a", "127.0.0.1:24"}), options.listen);
-  EXPECT_EQ(mode_t{0620}, options.rights.mode);
-  EXPECT_EQ("postfix", options.rights.group);
-  EXPECT_EQ("vmail", options.user);
+  EXPECT_EQ((std::vector<std::string>{"/run/a", "127.0.0.1:24"}), options.server.listen);
+  EXPECT_EQ(mode_t{0620}, options.server.rights.mode);
+  EXPECT_EQ("postfix", options.server.rights.group);
+  EXPECT_EQ("vmail", options.server.user);
   EXPECT_EQ("/srv/mail", options.root);
   EXPECT_EQ("/srv/spool", options.spool);
   EXPECT_EQ("mx.example.org", options.host_name);
   EXPECT_EQ("+-", options.recipient_delimiter);
-  EXPECT_EQ("/srv/metrics", options.metrics);
-  EXPECT_EQ(LogTarget::system_log, options.log);
-  EXPECT_EQ(4U, options.workers);
+  EXPECT_EQ("/srv/metrics", options.server.metrics);
+  EXPECT_EQ(LogTarget::system_log, options.server.log);
+  EXPECT_EQ(4U, options.server.workers);
   EXPECT_EQ(1000U, options.limits.message);
   EXPECT_EQ(2000U, options.limits.line);
   EXPECT_EQ(30U, options.limits.recipients);
@@ -47,64 +99,23 @@ void expect_what_every_option_sets(const Parsed& parsed) {
   EXPECT_EQ(std::uint64_t{256} << 20U, options.evaluation.memory);
 }
 
-TEST(LmtpdOptions, AreReadFromTheCommandLine) {
-  expect_what_every_option_sets(parse({"--listen",
-                                       "/run/a",
-                                       "127.0.0.1:24",
-                                       "--socket-mode",
-                                       "0620",
-                                       "--socket-group",
-                                       "postfix",
-                                       "--user",
-                                       "vmail",
-                                       "--root",
-                                       "/srv/mail",
-                                       "--spool",
-                                       "/srv/spool",
-                                       "--host-name",
-                                       "mx.example.org",
-                                       "--recipient-delimiter",
-                                       "+-",
-                                       "--metrics",
-                                       "/srv/metrics",
-                                       "--log",
-                                       "syslog",
-                                       "--workers",
-                                       "4",
-                                       "--max-size",
-                                       "1000",
-                                       "--max-line",
-                                       "2000",
-                                       "--max-recipients",
-                                       "30",
-                                       "--evaluation-time",
-                                       "5",
-                                       "--evaluation-memory",
-                                       "256"}));
-}
+TEST(LmtpdOptions, AreReadFromTheCommandLine) { expect_settings(parse(settings_as_arguments())); }
 
-TEST(LmtpdOptions, AreReadFromAFile) {
-  expect_what_every_option_sets(
-      parse_file("listen=/run/a 127.0.0.1:24\nsocket-mode=0620\nsocket-group=postfix\nuser=vmail\n"
-                 "root=/srv/mail\nspool=/srv/spool\nhost-name=mx.example.org\n"
-                 "recipient-delimiter=+-\n"
-                 "metrics=/srv/metrics\nlog=syslog\nworkers=4\nmax-size=1000\nmax-line=2000\n"
-                 "max-recipients=30\nevaluation-time=5\nevaluation-memory=256\n"));
-}
+TEST(LmtpdOptions, AreReadFromAFile) { expect_settings(parse_file(settings_as_a_file())); }
 
 TEST(LmtpdOptions, HaveDefaults) {
   const Parsed parsed = parse({});
   ASSERT_EQ(Parsed::Outcome::run, parsed.outcome);
   const Options& options = parsed.options;
-  EXPECT_EQ(std::vector<std::string>{"/run/quarrow/lmtp"}, options.listen);
-  EXPECT_EQ(mode_t{0660}, options.rights.mode);
-  EXPECT_EQ("", options.rights.group + options.user + options.metrics);
+  EXPECT_EQ(std::vector<std::string>{"/run/quarrow/lmtp"}, options.server.listen);
+  EXPECT_EQ(mode_t{0660}, options.server.rights.mode);
+  EXPECT_EQ("", options.server.rights.group + options.server.user + options.server.metrics);
   EXPECT_EQ("/var/spool/quarrow", options.root);
   EXPECT_EQ("/var/tmp", options.spool);
   EXPECT_NE("", options.host_name);
   EXPECT_EQ("+", options.recipient_delimiter);
-  EXPECT_EQ(LogTarget::standard_error, options.log);
-  EXPECT_EQ(10U, options.workers);
+  EXPECT_EQ(LogTarget::standard_error, options.server.log);
+  EXPECT_EQ(10U, options.server.workers);
   EXPECT_EQ(67108864U, options.limits.message);
   EXPECT_EQ(1000U, options.limits.line);
   EXPECT_EQ(1000U, options.limits.recipients);
@@ -115,7 +126,7 @@ TEST(LmtpdOptions, HaveDefaults) {
 TEST(LmtpdOptions, OnTheCommandLineOverrideTheFile) {
   const Parsed parsed = parse_file("workers=4\nroot=/srv/mail\n", {"--workers", "5"});
   ASSERT_EQ(Parsed::Outcome::run, parsed.outcome);
-  EXPECT_EQ(5U, parsed.options.workers);
+  EXPECT_EQ(5U, parsed.options.server.workers);
   EXPECT_EQ("/srv/mail", parsed.options.root);
 }
 
@@ -125,42 +136,44 @@ TEST(LmtpdOptions, MayLeaveAddressesWithoutExtensions) {
 }
 
 TEST(LmtpdOptions, TakeNumbersInDecimal) {
-  EXPECT_EQ(10U, parse({"--workers", "010"}).options.workers);
+  EXPECT_EQ(10U, parse({"--workers", "010"}).options.server.workers);
   EXPECT_EQ(Parsed::Outcome::wrong, parse({"--workers", "0x10"}).outcome);
 }
 
+// A wrong value of an option, and the complaint.
+const struct {
+  const char* option;
+  const char* value;
+  const char* want;
+} faults[] = {
+    {"--workers", "0", "not a whole number from 1 to 1000: 0"},
+    {"--workers", "1001", "not a whole number from 1 to 1000: 1001"},
+    {"--workers", "many", "not a whole number from 1 to 1000: many"},
+    {"--workers", "", "not a whole number from 1 to 1000: "},
+    {"--workers", "2.5", "not a whole number from 1 to 1000: 2.5"},
+    {"--max-size", "0", "not a whole number from 1 to 1099511627776: 0"},
+    {"--max-size", "64M", "not a whole number from 1 to 1099511627776: 64M"},
+    {"--max-size", "99999999999999999999999",
+     "not a whole number from 1 to 1099511627776: 99999999999999999999999"},
+    {"--max-line", "1", "not a whole number from 2 to 1099511627776: 1"},
+    {"--max-recipients", "0", "not a whole number from 1 to 1000000: 0"},
+    {"--evaluation-time", "601", "not a whole number from 1 to 600: 601"},
+    {"--evaluation-memory", "159", "not a whole number from 160 to 65536: 159"},
+    {"--socket-mode", "rw", "not a mode such as 0660: rw"},
+    {"--socket-mode", "06600", "not a mode such as 0660: 06600"},
+    {"--socket-mode", "0668", "not a mode such as 0660: 0668"},
+    {"--socket-mode", "", "not a mode such as 0660: "},
+    {"--log", "paper", "neither stderr nor syslog: paper"},
+    {"--listen", "", "must not be empty"},
+    {"--root", "", "must not be empty"},
+    {"--spool", "", "must not be empty"},
+    {"--host-name", "", "not a host's name, ASCII without blanks: "},
+    {"--host-name", "mx example", "not a host's name, ASCII without blanks: mx example"},
+    {"--recipient-delimiter", "+@", "not of the characters !#$%&*+-./=?^_{|}~: +@"},
+};
+
 TEST(LmtpdOptions, NameTheOptionAndItsValuesWhereOneIsWrong) {
-  const struct {
-    const char* option;
-    const char* value;
-    const char* want;
-  } cases[] = {
-      {"--workers", "0", "not a whole number from 1 to 1000: 0"},
-      {"--workers", "1001", "not a whole number from 1 to 1000: 1001"},
-      {"--workers", "many", "not a whole number from 1 to 1000: many"},
-      {"--workers", "", "not a whole number from 1 to 1000: "},
-      {"--workers", "2.5", "not a whole number from 1 to 1000: 2.5"},
-      {"--max-size", "0", "not a whole number from 1 to 1099511627776: 0"},
-      {"--max-size", "64M", "not a whole number from 1 to 1099511627776: 64M"},
-      {"--max-size", "99999999999999999999999",
-       "not a whole number from 1 to 1099511627776: 99999999999999999999999"},
-      {"--max-line", "1", "not a whole number from 2 to 1099511627776: 1"},
-      {"--max-recipients", "0", "not a whole number from 1 to 1000000: 0"},
-      {"--evaluation-time", "601", "not a whole number from 1 to 600: 601"},
-      {"--evaluation-memory", "159", "not a whole number from 160 to 65536: 159"},
-      {"--socket-mode", "rw", "not a mode such as 0660: rw"},
-      {"--socket-mode", "06600", "not a mode such as 0660: 06600"},
-      {"--socket-mode", "0668", "not a mode such as 0660: 0668"},
-      {"--socket-mode", "", "not a mode such as 0660: "},
-      {"--log", "paper", "neither stderr nor syslog: paper"},
-      {"--listen", "", "must not be empty"},
-      {"--root", "", "must not be empty"},
-      {"--spool", "", "must not be empty"},
-      {"--host-name", "", "not a host's name, ASCII without blanks: "},
-      {"--host-name", "mx example", "not a host's name, ASCII without blanks: mx example"},
-      {"--recipient-delimiter", "+@", "not of the characters !#$%&*+-./=?^_{|}~: +@"},
-  };
-  for (const auto& c : cases) {
+  for (const auto& c : faults) {
     const Parsed parsed = parse({c.option, c.value});
     EXPECT_EQ(Parsed::Outcome::wrong, parsed.outcome) << c.option << ' ' << c.value;
     EXPECT_EQ(std::string(c.option) + ": " + c.want, parsed.text);
@@ -174,10 +187,7 @@ TEST(LmtpdOptions, NameAFileThatIsNotThere) {
 }
 
 TEST(LmtpdOptions, AreRefusedWithoutAValueTwiceOrUnknown) {
-  for (const char* const option :
-       {"--listen", "--socket-mode", "--socket-group", "--user", "--root", "--spool", "--host-name",
-        "--recipient-delimiter", "--metrics", "--log", "--workers", "--max-size", "--max-line",
-        "--max-recipients", "--evaluation-time", "--evaluation-memory", "--config"}) {
+  for (const auto& [option, value] : options_with_values) {
     const Parsed parsed = parse({option});
     EXPECT_EQ(Parsed::Outcome::wrong, parsed.outcome) << option;
     EXPECT_EQ(0U, parsed.text.find(std::string(option) + ": ")) << parsed.text;
@@ -198,13 +208,8 @@ TEST(LmtpdOptions, OfAFileAreCheckedAlike) {
 TEST(LmtpdOptions, AreExplainedWhenAsked) {
   const Parsed help = parse({"--help"});
   EXPECT_EQ(Parsed::Outcome::help, help.outcome);
-  for (const char* const option :
-       {"--config FILE", "--listen SOCKET", "--socket-mode MODE", "--socket-group GROUP",
-        "--user USER", "--root DIR", "--spool DIR", "--host-name NAME",
-        "--recipient-delimiter CHARS", "--metrics FILE", "--log stderr|syslog", "--workers N",
-        "--max-size N", "--max-line N", "--max-recipients N", "--evaluation-time N",
-        "--evaluation-memory N"})
-    EXPECT_TRUE(contains(help.text, option)) << option;
+  for (const auto& [option, value] : options_with_values)
+    EXPECT_TRUE(contains(help.text, std::string(option) + ' ' + value)) << option;
   const Parsed version = parse({"--version"});
   EXPECT_EQ(Parsed::Outcome::help, version.outcome);
   EXPECT_EQ("quarrow-lmtpd " QUARROW_VERSION "\n", version.text);

@@ -1,0 +1,143 @@
+// A protocol that only notes down its calls, over a pair of sockets.
+#include "server/connection.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <utility>
+
+#include "system/child_process_test_support.h"
+#include "system/file_io.h"
+#include "system/memory_file.h"
+
+namespace Quarrow::Server {
+namespace {
+
+// Sends "hello" as its greeting and "thanks" for each block. A block with an exclamation mark ends
+// the conversation, and so does a second stop, which must not come.
+class Notes : public Protocol {
+ public:
+  Notes(int journal, Output output) : journal_(journal), output_(std::move(output)) {}
+
+  void greet() override {
+    note("greet");
+    say("hello");
+  }
+  void take(const char* data, std::size_t size) override {
+    const std::string text(data, size);
+    note("take " + text);
+    say("thanks");
+    over_ = over_ || text.find('!') != std::string::npos;
+  }
+  void stop() override {
+    note("stop");
+    over_ = std::exchange(stopped_, true);
+  }
+  void time_out() override {
+    note("time out");
+    over_ = true;
+  }
+  void abandon() override {
+    note("abandon");
+    over_ = true;
+  }
+  bool is_over() const override { return over_; }
+  bool is_in_message() const override { return false; }
+  std::size_t steps() const override { return 0; }
+
+ private:
+  void note(const std::string& event) { (void)write_all(journal_, event + '\n'); }
+
+  void say(const std::string& text) {
+    if (output_(text)) return;
+    note("can't say " + text);
+    over_ = true;
+  }
+
+  const int journal_;
+  const Output output_;
+  bool over_ = false;
+  bool stopped_ = false;
+};
+
+// A client, and a server in a process of its own, which changes what signals do.
+class ConnectionTest : public ::testing::Test {
+ protected:
+  ConnectionTest() { (void)socketpair(AF_UNIX, SOCK_STREAM, 0, sockets_.data()); }
+  ~ConnectionTest() override {
+    leave();
+    close(sockets_[1]);
+  }
+
+  void say(const std::string& text) const { ASSERT_TRUE(write_all(client(), text)); }
+  void leave() { close(std::exchange(sockets_[0], -1)); }
+
+  // Serves a client that sends no more than it said up to now, in a server that was told to stop
+  // before if `stopped`. Gives the calls of the protocol, a line each.
+  std::string served(bool stopped = false) const {
+    const MemoryFile journal;
+    (void)shutdown(client(), SHUT_WR);
+    const ProcessEnd end = end_of_child([&] {
+      if (client() >= 0) close(client());
+      const StopSignal stop;
+      if (stopped) (void)raise(SIGTERM);
+      const auto new_notes = [&journal](Output output) {
+        return std::make_unique<Notes>(journal.fd(), std::move(output));
+      };
+      converse(sockets_[1], new_notes, stop);
+      return 0;
+    });
+    EXPECT_EQ(0, end.signal);
+    EXPECT_EQ(0, end.status);
+    return journal.read();
+  }
+
+  // All that the server sent.
+  std::string heard() const {
+    shutdown(sockets_[1], SHUT_WR);
+    std::string text;
+    while (append_from(client(), text) > 0) continue;
+    return text;
+  }
+
+ private:
+  int client() const { return sockets_[0]; }
+
+  std::array<int, 2> sockets_;
+};
+
+TEST_F(ConnectionTest, CarriesBytesBothWaysUntilTheConversationIsOver) {
+  say("good morning!");
+  EXPECT_EQ("greet\ntake good morning!\n", served());
+  EXPECT_EQ("hellothanks", heard());
+}
+
+TEST_F(ConnectionTest, CarriesEveryByte) {
+  const std::string morning = std::string("good\0morning", 12) + std::string(70000, '.') + '!';
+  say(morning);
+  std::string taken = served();
+  for (std::size_t at = 0; (at = taken.find("\ntake ", at)) != std::string::npos;)
+    taken.erase(at, 6);
+  EXPECT_EQ("greet" + morning + '\n', taken);
+}
+
+TEST_F(ConnectionTest, EndsWhenTheClientIsGone) {
+  say("good morning");
+  EXPECT_EQ("greet\ntake good morning\nabandon\n", served());
+}
+
+TEST_F(ConnectionTest, TellsThatTheClientTakesNoMoreBytes) {
+  leave();
+  EXPECT_EQ("greet\ncan't say hello\n", served());
+}
+
+TEST_F(ConnectionTest, StopsOnceAndFinishesWhatIsUnderWay) {
+  say("good morning!");
+  EXPECT_EQ("greet\nstop\ntake good morning!\n", served(/*stopped=*/true));
+}
+
+}  // namespace
+}  // namespace Quarrow::Server

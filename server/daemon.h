@@ -1,0 +1,75 @@
+// A server program, whatever protocol it speaks: from its start to its end.
+#ifndef QUARROW_SERVER_DAEMON_H_
+#define QUARROW_SERVER_DAEMON_H_
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "server/counters.h"
+#include "server/listener.h"
+#include "server/log.h"
+#include "server/protocol.h"
+
+namespace Quarrow::Server {
+
+// What an administrator sets for any server. The daemon's messages call two of the settings by
+// their options: --user and --metrics.
+struct DaemonSettings {
+  // These stand until the server is started anew.
+  std::vector<std::string> listen = {};  // addresses as listen_at takes them
+  SocketRights rights = {};
+  std::string user = {};  // name of the user to run as; empty: the user that started the server
+
+  // These may change with a reload.
+  std::size_t workers = 10;  // connections that are served at a time
+  LogTarget log = LogTarget::standard_error;
+  std::string metrics = {};  // path of the file to write counters to; empty: none
+};
+
+// What a daemon does at its events.
+struct DaemonHooks {
+  // Before the first worker starts, as the user to run as: loads what all workers need. Empty, or
+  // why the server can't serve.
+  std::function<std::string()> prepare;
+  // In each worker, before its first connection: what makes its conversations.
+  std::function<NewProtocol()> start_worker;
+  // SIGHUP: the settings from here on, or nothing when all stays as it is. The hook logs why.
+  std::function<std::optional<DaemonSettings>()> reload;
+  // A worker ended unasked.
+  std::function<void()> replaced;
+};
+
+// Opens the sockets, becomes the user and serves with workers under a supervisor.
+class Daemon {
+ public:
+  // `origin` also names the program in complaints. `counters` outlives this object.
+  Daemon(LogOrigin origin, DaemonSettings settings, const Counters& counters, DaemonHooks hooks);
+
+  // Serves until SIGTERM or SIGINT. Gives the exit status (sysexits.h): EX_OK after that; when the
+  // server could not start, another one, after a complaint to standard error. In a worker it does
+  // not return.
+  int run();
+
+ private:
+  std::string open_listeners();
+  void remove_sockets() const;
+  int complain(const std::string& reason, int status) const;
+  void supervise();
+  int work() const;
+  std::optional<std::size_t> reload();
+  void write_counters() const;
+
+  const LogOrigin origin_;
+  DaemonSettings settings_;
+  const Counters& counters_;
+  const DaemonHooks hooks_;
+  std::vector<int> listeners_;        // until the process ends
+  std::vector<std::string> sockets_;  // of these, the paths that were made here
+};
+
+}  // namespace Quarrow::Server
+
+#endif  // QUARROW_SERVER_DAEMON_H_
