@@ -1,4 +1,4 @@
-// Decoding by whole stretches of text: only the first bytes of a line are looked at one by one.
+// Decodes whole stretches of text at a time; only the first bytes of a line are taken one by one.
 #include "lmtp/data_decoder.h"
 
 #include <cstring>
@@ -15,7 +15,7 @@ std::size_t DataDecoder::decode(const char* data, std::size_t size, std::string&
   return used;
 }
 
-// Looks at a byte at the beginning of a line; whether it is dealt with. Otherwise it is text.
+// Looks at a byte at the beginning of a line. True when it is dealt with, false when it is text.
 bool DataDecoder::step(char c) {
   if (at_ == At::line_start && c == '.') {
     at_ = At::dot;

@@ -10,25 +10,28 @@ namespace Quarrow::Lmtp {
 
 // Finds the end of a message (CRLF "." CRLF and nothing that resembles it), removes the dots that
 // the client put in front of lines (RFC 5321, section 4.5.2), and gives lines that end with LF, as
-// files have them. What is wrong with a message is only noted, since the client waits for its end.
+// files have them. It only notes the faults of a message: the client sends all of it before it
+// reads a reply.
 class DataDecoder {
  public:
   // `longest_line` counts the CRLF, but no dot that was put in front.
   explicit DataDecoder(std::size_t longest_line) : longest_line_(longest_line) {}
 
-  // Decodes up to `size` bytes of `data` onto `out`; gives how many it took: fewer than all only
-  // when the message ended within them.
+  // Decodes up to `size` bytes of `data` and appends the text to `out`. Gives the number of bytes
+  // that it took: fewer than `size` only when the message ended within them.
   std::size_t decode(const char* data, std::size_t size, std::string& out);
 
   bool is_complete() const { return complete_; }
 
-  // Octets up to now as RFC 1870 counts them: with CRLF line ends, without the dots of transfer.
+  // Octets up to now as RFC 1870 counts them: with CRLF line ends, without the dots that the client
+  // put in front.
   std::uint64_t size() const { return size_; }
 
-  // A LF without CR came. To take one for the end of a line would let a message be read as two.
+  // Whether a LF without CR came. A reader that takes it for the end of a line may take one message
+  // for two.
   bool has_bare_lf() const { return bare_lf_; }
 
-  // A line passed the limit.
+  // Whether a line passed the limit.
   bool has_long_line() const { return long_line_; }
 
  private:

@@ -1,4 +1,4 @@
-// What is logged of a delivery.
+// A delivery's line in the log.
 #ifndef QUARROW_LMTP_DELIVERY_RECORD_H_
 #define QUARROW_LMTP_DELIVERY_RECORD_H_
 
@@ -7,19 +7,19 @@
 
 namespace Quarrow::Lmtp {
 
-// What one delivery came to.
+// The outcome of one delivery.
 struct DeliveryRecord {
-  std::string user;
+  std::string user;        // the recipient's address
   std::string message_id;  // with angle brackets; may be empty
-  std::string rule;
-  std::string action;
-  std::string note;  // left out when empty
+  std::string rule;        // name of the filter that decided; may be empty
+  std::string action;      // such as "fileinto:Work"
+  std::string note;        // why the message is in the inbox; left out when empty
   std::chrono::milliseconds took{0};
 };
 
-// "user=a@example.org msgid=<1@example.org> rule="News" action=fileinto:Work took=3ms". Texts in
-// quotes have quotes and backslashes escaped, and in what stands without quotes blanks are, too:
-// none can pass for another field.
+// The record as one line: user=a@example.org msgid=<1@example.org> rule="News" action=fileinto:Work
+// took=3ms. Between quotes, quotes and backslashes are escaped; in fields without quotes, blanks
+// and backslashes are: no text can pass for another field.
 std::string log_line(const DeliveryRecord& record);
 
 }  // namespace Quarrow::Lmtp

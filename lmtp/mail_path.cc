@@ -20,7 +20,7 @@ bool is_atom_character(char c) {
   return is_eight_bit_byte(c) || is_one_of(c, atom);
 }
 
-// Two dots in a row, or one at an end, are not in the grammar, yet addresses with them exist.
+// Two dots in a row, or a dot at an end, are not in the grammar, yet addresses with them exist.
 bool needs_no_quotes(const std::string& local) {
   return !local.empty() &&
          std::all_of(
@@ -41,7 +41,7 @@ class PathReader {
  public:
   explicit PathReader(const std::string& text) : text_(text) {}
 
-  // Reads the path from `start`, where its "<" is; false when it is none.
+  // Reads the path from `start`, where its "<" is; false when that is no path.
   bool read(std::size_t start) {
     at_ = start;
     if (!take('<')) return false;
@@ -65,7 +65,7 @@ class PathReader {
     return true;
   }
 
-  // "@one,@two:" before the mailbox is obsolete, and to be ignored (RFC 5321, appendix C).
+  // A server ignores "@one,@two:" before the mailbox (RFC 5321, appendix C).
   bool skip_route() {
     const std::size_t colon = text_.find_first_of(":<> ", at_);
     if (colon == std::string::npos || text_[colon] != ':') return false;

@@ -13,11 +13,12 @@ struct MailPath {
   // "local@domain", or "local" alone; empty for the null path. A source route is dropped, and a
   // local part that needs no quotes has none.
   std::string mailbox;
-  std::map<std::string, std::string> parameters;  // keywords in capitals; "" for one without "="
+  std::map<std::string, std::string>
+      parameters;  // keywords in capitals; "" for a keyword without "="
 };
 
 // Reads "FROM:<a@b> SIZE=5", where `label` is "FROM:" in capitals. Blanks after the label are
-// tolerated. Nothing when it has another form, or when a parameter comes twice.
+// tolerated. Nothing when the arguments have another form, or when a parameter comes twice.
 std::optional<MailPath> parse_mail_path(const std::string& arguments, const std::string& label);
 
 // Whether `text` has bytes outside ASCII.

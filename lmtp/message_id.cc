@@ -1,4 +1,4 @@
-// A plain search: a worker parses no message, that is the evaluation's part.
+// A plain search: a worker parses no message, the evaluation does.
 #include "lmtp/message_id.h"
 
 #include <strings.h>

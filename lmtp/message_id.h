@@ -7,8 +7,8 @@
 
 namespace Quarrow::Lmtp {
 
-// The first word of the Message-ID header line, angle brackets included, cut to 250 bytes; empty
-// when there is none in `header`, which ends with an empty line. The text is a stranger's.
+// The first word of the Message-ID line in `header`, angle brackets included, cut to 250 bytes;
+// empty when there is none. `header` ends at its first empty line. A stranger chose the text.
 std::string message_id(std::string_view header);
 
 }  // namespace Quarrow::Lmtp

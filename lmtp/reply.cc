@@ -9,8 +9,8 @@
 namespace Quarrow::Lmtp {
 namespace {
 
-// A reply has to be ASCII unless both sides agreed on more, and a line break in it would be read
-// as the next reply.
+// A reply has to be ASCII unless both sides agreed on more, and a client would take the text behind
+// a line break for the next reply.
 char reply_character(char c) {
   if (static_cast<unsigned char>(c) > 126) return '?';
   return is_control(c) ? ' ' : c;

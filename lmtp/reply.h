@@ -1,4 +1,4 @@
-// What the server answers.
+// The server's replies.
 #ifndef QUARROW_LMTP_REPLY_H_
 #define QUARROW_LMTP_REPLY_H_
 
@@ -6,19 +6,18 @@
 
 namespace Quarrow::Lmtp {
 
-// One reply: its code (RFC 5321, section 4.2), its enhanced status code (RFC 2034; empty where the
-// protocol has none), and a text for people.
+// One reply.
 struct Reply {
-  int code = 0;
-  std::string status;
-  std::string text;
+  int code = 0;        // RFC 5321, section 4.2
+  std::string status;  // enhanced status code (RFC 2034); empty where the protocol has none
+  std::string text;    // for people
 
   // Whether the client may go on: 2xx and 3xx.
   bool is_positive() const { return code < 400; }
 };
 
-// The reply as a line, CRLF included. Of the text, control characters become blanks, bytes outside
-// ASCII question marks, and what passes longest_reply_text is cut.
+// The reply as a line, CRLF included. The text is cut to longest_reply_text; control characters in
+// it become blanks, bytes outside ASCII question marks.
 std::string reply_line(const Reply& reply);
 
 }  // namespace Quarrow::Lmtp

@@ -9,30 +9,30 @@
 
 namespace Quarrow::Lmtp {
 
-// Nothing is left behind, however the process ends: the file has no name, and needs no fsync, since
+// Nothing is left behind, however the process ends: the file has no name. It needs no fsync, since
 // the client keeps the message until it has a reply.
 class Spool {
  public:
-  // `folder` is where the file is made.
+  // The file is made in `folder`.
   explicit Spool(std::string folder) : folder_(std::move(folder)) {}
   ~Spool() { close(); }
   Spool(const Spool&) = delete;
   Spool& operator=(const Spool&) = delete;
 
-  // Starts anew with an empty file. False, with errno set, when none can be made.
+  // Starts anew with an empty file. False, with errno set, when no file can be made.
   bool open();
 
-  // Appends. False when not all was written: the disk is full, or fails.
+  // Appends. False, with errno set, when not all was written: the disk is full, or fails.
   bool add(const char* data, std::size_t size);
 
-  // What it begins with, as far as the header's end at least, or most_header; empty when it can't
-  // be read.
+  // The beginning of the message: up to the header's end at least, or most_header bytes. Empty when
+  // it can't be read.
   std::string header() const;
 
-  // Gives the room back.
+  // Gives the file's room back.
   void close();
 
-  // The file, -1 when none is open, and how much is in it.
+  // The file, -1 when none is open, and the number of bytes in it.
   int fd() const { return fd_; }
   std::uint64_t size() const { return size_; }
 

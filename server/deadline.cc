@@ -1,4 +1,4 @@
-// Deadlines from the limits.
+// Deadlines, made of the limits.
 #include "server/deadline.h"
 
 #include <algorithm>

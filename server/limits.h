@@ -7,23 +7,23 @@
 
 namespace Quarrow::Server {
 
-// From one command to the next, and between two blocks of a message. RFC 5321, section 4.5.3.2,
-// asks for as much.
+// From one command to the next, and between two blocks of a message. A protocol whose standard asks
+// for a time asserts that this is no less.
 constexpr std::chrono::seconds silence{300};
 
-// For a whole message: bounds a client that trickles.
+// For a whole message: bounds a client that sends it in drops.
 constexpr std::chrono::seconds longest_transfer{1800};
 
-// For the client to take a reply.
+// For the client to take what the protocol sends.
 constexpr std::chrono::seconds longest_reply_wait{300};
 
-// For a client to go on with a transaction once the server has been told to stop.
+// From one block to the next, once the server has been told to stop.
 constexpr std::chrono::seconds silence_when_stopping{10};
 
-// For the workers to finish when the server stops; then they are killed.
+// For the workers to finish when the server stops; the supervisor kills those that are left.
 constexpr std::chrono::seconds longest_stop{60};
 
-// A worker that lived for less and failed is replaced after this time only.
+// A worker that ends sooner is replaced only after this time.
 constexpr std::chrono::seconds shortest_life{1};
 
 // Bytes that are taken from a client at a time.

@@ -35,7 +35,7 @@ bool bind_and_listen(int fd, const void* address, socklen_t size) {
          listen(fd, waiting_connections) == 0;
 }
 
-// Whether the socket at `path` has nobody behind it.
+// Whether no server answers at the socket at `path`.
 bool is_left_over(const std::string& path, const sockaddr_un& address) {
   struct stat status {};
   if (lstat(path.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode)) return false;
@@ -61,7 +61,7 @@ Listener listen_at_path(const std::string& path, const SocketRights& rights) {
   if (!group) return {-1, rights.group + ": there is no such group"};
   if (is_left_over(path, address)) (void)unlink(path.c_str());
   const int fd = new_socket(AF_UNIX);
-  const mode_t mask = umask(0177);  // nobody connects before the rights are as they should be
+  const mode_t mask = umask(0177);  // nobody connects before the rights are set
   const bool bound = bind_and_listen(fd, &address, sizeof address);
   umask(mask);
   const bool given = bound && chown(path.c_str(), static_cast<uid_t>(-1), *group) == 0 &&

@@ -8,22 +8,22 @@
 
 namespace Quarrow::Server {
 
-// Who may connect to a socket in the file system.
+// Rights of a socket in the file system, which say what users may connect to it.
 struct SocketRights {
   mode_t mode = 0660;
-  std::string group;  // name of its group; empty: the process's
+  std::string group = {};  // name of its group; empty: the group of the process
 };
 
-// A listening socket that does not block, or what went wrong.
+// A listening socket that does not block, or why there is none.
 struct Listener {
-  int fd = -1;
-  std::string reason;
+  int fd = -1;         // the caller closes it; negative on failure
+  std::string reason;  // empty on success
 };
 
 // Listens at `address`: a path that begins with "/", or "127.0.0.1:2424", "[::1]:2424". A socket
-// that a server left at the path is replaced, one that a server still answers at, or a file of
-// another kind, is not. Addresses other than of this host alone are refused: LMTP asks no client
-// who he is.
+// that a server left at the path is replaced; a socket that a server still answers at stays, and so
+// does a file of another kind. Addresses that other hosts reach are refused: the server does not
+// ask its clients for a password.
 Listener listen_at(const std::string& address, const SocketRights& rights);
 
 }  // namespace Quarrow::Server

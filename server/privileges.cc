@@ -34,7 +34,7 @@ std::string become(const std::string& user) {
   if (initgroups(user.c_str(), gid) != 0 || setresgid(gid, gid, gid) != 0 ||
       setresuid(uid, uid, uid) != 0)
     return user + ": can't become this user: " + std::strerror(errno);
-  // a kernel that lets one come back would make all of the above worthless
+  // if the kernel lets the process come back, all of the above is worth nothing
   return setuid(0) == 0 ? user + ": the superuser's rights could not be given up" : "";
 }
 

@@ -6,12 +6,12 @@
 
 namespace Quarrow::Server {
 
-// Whether the process may serve as `user`; an empty name stands for who it runs as. Empty if so, or
-// why not: the superuser serves nobody, and there may be no such user. Changes nothing.
+// Tells why the process must not serve as `user`: it is the superuser, or there is no such user.
+// Empty when it may. An empty name stands for the user that the process runs as. Changes nothing.
 std::string refusal_to_serve_as(const std::string& user);
 
-// Makes the process run as `user` with his groups, for good. Empty when done, or why not: what
-// refusal_to_serve_as says, and that only the superuser can become another.
+// Makes the process run as `user`, with the user's groups, for good. Empty when done, or why not:
+// refusal_to_serve_as tells of a reason, or the process is not the superuser's.
 std::string become(const std::string& user);
 
 }  // namespace Quarrow::Server

@@ -8,7 +8,7 @@
 namespace Quarrow::Server {
 
 void tell_service_manager(const std::string& state) {
-  (void)sd_notify(0, state.c_str());  // it finds out otherwise, and later
+  (void)sd_notify(0, state.c_str());  // on failure it finds out later
 }
 
 std::vector<int> inherited_listeners() {

@@ -7,11 +7,13 @@
 
 namespace Quarrow::Server {
 
-// Tells it a state, as sd_notify(3) has them: "READY=1". Without one nothing happens.
+// Tells it a state in the form of sd_notify(3), such as "READY=1". Without a service manager
+// nothing happens.
 void tell_service_manager(const std::string& state);
 
 // The listening sockets that it opened for this process (sd_listen_fds(3)), made non-blocking; none
-// without it. Call it once: later processes are not to take them for theirs.
+// without a service manager. Only the first call gives them: child processes do not take them for
+// theirs.
 std::vector<int> inherited_listeners();
 
 }  // namespace Quarrow::Server

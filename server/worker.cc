@@ -23,7 +23,7 @@ void note_termination(int) { terminated = 1; }
 void handle(int signal, void (*handler)(int)) {
   struct sigaction action {};
   action.sa_handler = handler;
-  (void)sigaction(signal, &action, nullptr);  // fails for numbers that are no signals only
+  (void)sigaction(signal, &action, nullptr);  // fails only for numbers of no signal
 }
 
 }  // namespace
@@ -38,7 +38,7 @@ StopSignal::StopSignal() {
   (void)sigprocmask(SIG_SETMASK, &blocked, nullptr);
 }
 
-// One that came during work is pending, and a wait that ends at once leaves it so.
+// A SIGTERM that came during work is pending, and a wait that ends at once leaves it pending.
 bool StopSignal::is_set() const {
   sigset_t pending;
   sigemptyset(&pending);
@@ -67,14 +67,14 @@ void serve(const std::vector<int>& listeners, const StopSignal& stop,
   while (!stop.is_set()) {
     int listener = -1;
     if (stop.wait(listeners, listener) != StopSignal::Wait::ready) continue;
-    if (stop.is_set()) return;  // who comes now is served by the worker that follows
+    if (stop.is_set()) return;  // the worker that follows serves this client
     const Descriptor connection(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
     if (connection.get() >= 0) {
       job(connection.get());
     } else if (errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS) {
       log_error(std::string("accept: ") + std::strerror(errno));
-      (void)poll(nullptr, 0, 1000);  // the connection still waits: trying again at once would spin
-    }                                // otherwise another worker was faster, or the client left
+      (void)poll(nullptr, 0, 1000);  // the connection still waits: another try at once would spin
+    }                                // otherwise another worker was faster, or the client is gone
   }
 }
 

@@ -10,31 +10,30 @@
 
 namespace Quarrow::Server {
 
-// SIGTERM as a worker gets it: only while it waits for something, so that no delivery is
-// interrupted.
+// SIGTERM as a worker gets it: only while it waits for something, so that no job is interrupted.
 class StopSignal {
  public:
-  // From here on SIGTERM is noted instead of ending the process, in waits only. Other signals that
-  // the supervisor handles are set back to what they do by default; SIGPIPE and SIGXFSZ, which
-  // writing brings about, are ignored, and so is SIGINT, which a terminal sends to all processes.
+  // From here on SIGTERM does not end the process, but is noted, in waits only. The other signals
+  // that the supervisor handles get their default effect back. Three are ignored: SIGPIPE and
+  // SIGXFSZ, which come of writing, and SIGINT, which a terminal sends to all processes.
   StopSignal();
   StopSignal(const StopSignal&) = delete;
   StopSignal& operator=(const StopSignal&) = delete;
 
-  // Whether it came.
+  // Whether SIGTERM came.
   bool is_set() const;
 
-  // What a wait ended with.
+  // Why a wait ended.
   enum class Wait { ready, interrupted, timed_out };
 
-  // Waits until one of `descriptors` can be read, giving it in `which`, or a signal came, or
-  // `until` is past; without it, for ever.
+  // Waits until one of `descriptors` can be read, which is then in `which`, or a signal comes, or
+  // `until` is past. Without `until` it may wait for ever.
   Wait wait(const std::vector<int>& descriptors, int& which,
             std::optional<Clock::time_point> until = std::nullopt) const;
 };
 
-// Accepts connections from `listeners`, which don't block, and gives each to `job`, which leaves
-// it open. Returns once `stop` is set.
+// Accepts connections from `listeners`, which must not block, and calls `job` for each; `job`
+// leaves the connection open. Returns once `stop` is set.
 void serve(const std::vector<int>& listeners, const StopSignal& stop,
            const std::function<void(int connection)>& job);
 

@@ -26,7 +26,7 @@ FOLDERS = {"work": ".Work", "deep": ".A.B", "other": ""}
 
 
 def unprivileged_user():
-    """Who the server runs as; nobody where this test is the superuser's."""
+    """The user that the server runs as: nobody where the superuser runs this test."""
     return "nobody" if os.geteuid() == 0 else pwd.getpwuid(os.geteuid()).pw_name
 
 
@@ -47,7 +47,7 @@ def children(process):
 
 
 def is_running(process):
-    """Whether it is there, and not only waits for its parent to ask how it ended."""
+    """Whether the process is there, and not only waits for its parent to ask how it ended."""
     with contextlib.suppress(OSError):
         return "\nState:\tZ" not in pathlib.Path(f"/proc/{process}/status").read_text()
     return False
@@ -61,7 +61,7 @@ class Lmtp(smtplib.LMTP):
         self.sock.settimeout(PATIENCE)
 
     def deliver(self, recipients, subject, name="1", body="body", head=""):
-        """One message, with the lines `head` in front; the replies of its recipients, in order."""
+        """Sends one message, the lines `head` first; the recipients' replies, in order."""
         assert self.mail("sender@example.net")[0] == 250
         for recipient in recipients:
             assert self.rcpt(recipient)[0] == 250
