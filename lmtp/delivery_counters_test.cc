@@ -1,4 +1,4 @@
-// What the LMTP server counts, by name.
+// The LMTP server's counters, by name.
 #include "lmtp/delivery_counters.h"
 
 #include <gtest/gtest.h>

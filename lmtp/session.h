@@ -16,7 +16,7 @@
 
 namespace Quarrow::Lmtp {
 
-// Where a message comes from and goes to.
+// A message's client, sender and recipients.
 struct Envelope {
   std::string client;  // how the client named itself
   std::string sender;  // empty: the null sender

@@ -15,8 +15,8 @@
 
 namespace Quarrow::Server {
 
-// What an administrator sets for any server. The daemon's messages call two of the settings by
-// their options: --user and --metrics.
+// Settings that any server has. Two messages of the daemon name the option of a setting: --user and
+// --metrics.
 struct DaemonSettings {
   // These stand until the server is started anew.
   std::vector<std::string> listen = {};  // addresses as listen_at takes them
@@ -29,14 +29,15 @@ struct DaemonSettings {
   std::string metrics = {};  // path of the file to write counters to; empty: none
 };
 
-// What a daemon does at its events.
+// The server's own part in the daemon's events.
 struct DaemonHooks {
-  // Before the first worker starts, as the user to run as: loads what all workers need. Empty, or
-  // why the server can't serve.
+  // Before the first worker starts, as the user to run as: loads what all workers need. Gives the
+  // reason why the server can't serve, or nothing.
   std::function<std::string()> prepare;
-  // In each worker, before its first connection: what makes its conversations.
+  // In each worker, before its first connection: gives the maker of its conversations.
   std::function<NewProtocol()> start_worker;
-  // SIGHUP: the settings from here on, or nothing when all stays as it is. The hook logs why.
+  // SIGHUP: gives the settings from here on, or nothing when all stays as it is. Then the hook has
+  // logged the reason.
   std::function<std::optional<DaemonSettings>()> reload;
   // A worker ended unasked.
   std::function<void()> replaced;

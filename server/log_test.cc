@@ -12,7 +12,7 @@
 namespace Quarrow::Server {
 namespace {
 
-// What a process writes to standard error that logs `line` as "a%db" at each level.
+// All that a process writes to standard error when it logs `line` as "a%db" at each level.
 std::string logged(const std::string& line) {
   const MemoryFile file;
   (void)end_of_child([&] {

@@ -1,3 +1,4 @@
+// A library and its functions, loaded by name.
 #include "system/loaded_library.h"
 
 #include <gtest/gtest.h>

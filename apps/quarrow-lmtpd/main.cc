@@ -1,6 +1,6 @@
-// The LMTP server: what it speaks, counts and delivers to. server/daemon.h does the rest.
+// The LMTP server: its protocol, its counters and its deliveries. server/daemon.h does the rest.
 //
-// SECURITY: clients are the mail servers that may open its socket; it believes what they say. It
+// SECURITY: clients are the mail servers that may open its socket; the server believes them. It
 // starts as the superuser only to make sockets, and then becomes the user that the mail belongs to.
 // Messages are parsed in the evaluation's helper processes, not here.
 #include <sysexits.h>

@@ -173,7 +173,7 @@ void declare(CLI::App& app, Options& options, Written& written) {
   declare_limits(app, options, written);
 }
 
-// What CLI11 says when it ends the program well: the help or the version.
+// The help or the version.
 std::string text_of(const CLI::App& app, const CLI::Success& success) {
   std::ostringstream text;
   (void)app.exit(success, text, text);
