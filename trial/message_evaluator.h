@@ -1,4 +1,4 @@
-// The two ways in which the command runs a user's script over a message.
+// Running a user's script over a message.
 #ifndef QUARROW_TRIAL_MESSAGE_EVALUATOR_H_
 #define QUARROW_TRIAL_MESSAGE_EVALUATOR_H_
 
@@ -11,12 +11,13 @@
 
 namespace Quarrow::Trial {
 
+// A user's script, and a way to run it.
 class MessageEvaluator {
  public:
   virtual ~MessageEvaluator() = default;
 
-  // Runs the script over `message`, which was received at `received`. What is not done has a
-  // reason.
+  // Runs the script over `message`, which was received at `received`. The outcome of an evaluation
+  // that failed is another one than `done`, with a reason.
   virtual Delivery::Evaluation evaluate(const Message& message, std::time_t received) = 0;
 };
 
@@ -24,10 +25,6 @@ class MessageEvaluator {
 // descriptor: neither the message nor the script can harm this process. The script is read anew for
 // each message. Null when it is missing, unreadable, empty or not valid.
 std::unique_ptr<MessageEvaluator> isolated_evaluator(const std::string& path);
-
-// Runs the script at `path` in this process and writes the interpreter's log to standard error.
-// Never tells which rule decided. Null in the same cases, with the log saying why.
-std::unique_ptr<MessageEvaluator> logged_evaluator(const std::string& path);
 
 }  // namespace Quarrow::Trial
 

@@ -1,4 +1,6 @@
-// Evaluation in this process, for the interpreter's log.
+// Evaluation in this process, with the interpreter's log as complaints.
+#include "apps/quarrow/logged_evaluator.h"
+
 #include <quarrow/evaluation.h>
 #include <sysexits.h>
 #include <zvellparser.h>
@@ -9,16 +11,13 @@
 #include <utility>
 
 #include "apps/quarrow/complaint.h"
-#include "trial/message_evaluator.h"
 
-namespace Quarrow::Trial {
-
-using Command::complain;
+namespace Quarrow::Command {
 namespace {
 
 using Delivery::Evaluation;
 
-// The evaluation's log on standard error, a line per entry.
+// The evaluation's log on standard error, a line for each entry.
 class ErrorStreamLog : public SieveLog {
  public:
   void Error(const char* format, ...) override __attribute__((format(printf, 2, 3))) {
@@ -51,11 +50,11 @@ class ErrorStreamLog : public SieveLog {
   std::string component_;
 };
 
-class LoggedEvaluator : public MessageEvaluator {
+class LoggedEvaluator : public Trial::MessageEvaluator {
  public:
   explicit LoggedEvaluator(std::unique_ptr<SieveMatch> matcher) : matcher_(std::move(matcher)) {}
 
-  Evaluation evaluate(const Message& message, std::time_t received) override {
+  Evaluation evaluate(const Trial::Message& message, std::time_t received) override {
     const auto parsed = MimePart::parse(message.bytes.data(), message.bytes.size());
     Evaluation evaluation;
     evaluation.outcome = Evaluation::Outcome::done;
@@ -69,11 +68,11 @@ class LoggedEvaluator : public MessageEvaluator {
 
 }  // namespace
 
-std::unique_ptr<MessageEvaluator> logged_evaluator(const std::string& path) {
+std::unique_ptr<Trial::MessageEvaluator> logged_evaluator(const std::string& path) {
   SieveLog* const log = new ErrorStreamLog;  // the matcher's from here on
   std::unique_ptr<SieveMatch> matcher(SieveMatch::Create(path, log));
   if (!matcher) return nullptr;
   return std::make_unique<LoggedEvaluator>(std::move(matcher));
 }
 
-}  // namespace Quarrow::Trial
+}  // namespace Quarrow::Command

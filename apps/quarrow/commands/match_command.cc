@@ -16,6 +16,7 @@
 #include "apps/quarrow/commands/filter_command.h"
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/files.h"
+#include "apps/quarrow/logged_evaluator.h"
 #include "apps/quarrow/match_output.h"
 #include "apps/quarrow/progress_bar.h"
 #include "delivery/helper_process.h"
