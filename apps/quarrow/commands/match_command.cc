@@ -19,6 +19,7 @@
 #include "apps/quarrow/logged_evaluator.h"
 #include "apps/quarrow/match_output.h"
 #include "apps/quarrow/progress_bar.h"
+#include "apps/quarrow/tally_table.h"
 #include "delivery/helper_process.h"
 #include "delivery/one_processor.h"
 #include "trial/mail_sources.h"
@@ -89,7 +90,10 @@ class MatchRun {
   int run() {
     for (const auto& file : files_) evaluate(file);
     bar_.finish();
-    if (!options_.json) print_table();
+    if (!options_.json) {
+      std::cout << '\n';
+      print_table(tally_, std::cout);
+    }
     return all_evaluated_ ? status_ : EX_TEMPFAIL;
   }
 
@@ -127,11 +131,6 @@ class MatchRun {
     tally_.add_not_evaluated();
     bar_.finish();
     complain(name, "not evaluated: " + reason, EX_TEMPFAIL);
-  }
-
-  void print_table() {
-    std::cout << '\n';
-    tally_.print(std::cout);
   }
 
   const Options& options_;
