@@ -26,10 +26,10 @@ class IsolatedEvaluator : public MessageEvaluator {
  public:
   explicit IsolatedEvaluator(std::string script) : script_(std::move(script)) {}
 
-  Evaluation evaluate(const Message& message, std::time_t received) override {
+  Evaluation evaluate(const FoundMessage& message, std::time_t received) override {
     const std::uint64_t size = message.bytes.size();
     if (message.file >= 0) return evaluator_.evaluate(message.file, size, received, script_);
-    // rules see no more of it
+    // rules see no more of a message
     const std::string header(Delivery::header_of(message.bytes));
     if (!headers_.write(header)) return failure("not enough memory");
     return evaluator_.evaluate(headers_.fd(), size, received, script_);

@@ -1,72 +1,51 @@
-// The messages that a command line names: files, Maildir folders, mbox files and standard input.
+// Where mail lies: message files, mbox files, Maildir folders and standard input.
 #ifndef QUARROW_TRIAL_MAIL_SOURCES_H_
 #define QUARROW_TRIAL_MAIL_SOURCES_H_
 
-#include <cstddef>
 #include <cstdint>
-#include <ctime>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
-
-#include "apps/quarrow/complaint.h"
-#include "system/descriptor.h"
 
 namespace Quarrow::Trial {
 
-// A file to read messages from. "-" is standard input.
-struct MessageFile {
-  std::string path;
-  std::uint64_t size = 0;  // in bytes, where known
+// A file to read one or several messages from.
+struct MailSource {
+  std::string path;        // "-" is standard input
+  std::uint64_t size = 0;  // in bytes; 0 where it is not known
+
+  bool is_standard_input() const { return path == "-"; }
 };
 
-// The files that `arguments` stand for, in that order: a Maildir folder stands for what is in its
-// cur/ and new/, sorted by name. What is no file and no Maildir is complained about, and the last
-// exit status for it stored in `status`.
-std::vector<MessageFile> message_files(const std::vector<std::string>& arguments, int& status);
+// Why no message was read from a place.
+struct SourceFailure {
+  enum class Kind {
+    cannot_read,    // it is missing, or the system refused to read it
+    not_a_maildir,  // a folder without cur/ and new/
+    empty,          // it holds nothing
+    too_long        // a stream that went on beyond the limit
+  };
 
-// The contents of one file: a large one is mapped, so that only what is looked at is read.
-class FileContents {
- public:
-  FileContents() = default;
-  ~FileContents();
-  FileContents(const FileContents&) = delete;
-  FileContents& operator=(const FileContents&) = delete;
-
-  // Opens `path`, once for each object, and says what went wrong.
-  Command::Fault open(const std::string& path);
-
-  std::string_view bytes() const { return bytes_; }
-
-  // The file that holds just these bytes, from its start; negative for what is read from a stream.
-  int file() const { return is_file_ ? file_->get() : -1; }
-
-  // When the file was last changed; now for standard input.
-  std::time_t time() const { return time_; }
-
- private:
-  Command::Fault read_small(int descriptor, std::size_t size);
-  Command::Fault read_all(int descriptor);
-
-  std::optional<Descriptor> file_;
-  std::string_view bytes_;
-  std::time_t time_ = 0;
-  bool is_file_ = false;
-  void* mapping_ = nullptr;
-  std::string buffer_;
+  std::string object;  // the path of the file or the folder; "-" is standard input
+  Kind kind = Kind::cannot_read;
+  std::string reason;  // the same for a person, to stand behind the object and a colon
 };
 
-// A message within a file's contents, which must outlive it.
-struct Message {
-  std::string name;  // the file's path, with "#1" and so on for the messages of an mbox file
-  std::string_view bytes;
-  int file = -1;  // that holds the message and nothing else; negative when there is none
+// The failure to read `object` that `error`, an errno, explains.
+SourceFailure cannot_read(const std::string& object, int error);
+
+struct FoundMail {
+  std::vector<MailSource> sources;
+  std::vector<SourceFailure> failures;
 };
 
-// The messages in `contents`, those of the file at `path`: the ones of an mbox file, which begins
-// with a "From " line, or one.
-std::vector<Message> messages_in(const std::string& path, const FileContents& contents);
+// The sources that `arguments` stand for, in that order. An argument is the path of a file or of a
+// Maildir folder, or "-". A Maildir folder stands for the files in its cur/ and then in its new/,
+// each sorted by name. An argument that is missing, or is a folder but no Maildir, becomes a
+// failure. No file is opened yet.
+FoundMail find_mail(const std::vector<std::string>& arguments);
+
+// The sum of the sizes of `sources`, in bytes.
+std::uint64_t total_size(const std::vector<MailSource>& sources);
 
 }  // namespace Quarrow::Trial
 

@@ -1,12 +1,10 @@
-// Which messages a command line names.
+// Which sources the arguments of a command stand for.
 #include "trial/mail_sources.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sysexits.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <string>
 
 #include "tests/support/temporary_folder_test_support.h"
@@ -14,100 +12,114 @@
 namespace Quarrow::Trial {
 namespace {
 
-std::vector<std::string> paths(const std::vector<std::string>& arguments, int& status) {
-  std::vector<std::string> out;
-  for (const auto& file : message_files(arguments, status)) out.push_back(file.path);
+using Kind = SourceFailure::Kind;
+using Paths = std::vector<std::string>;
+
+Paths paths(const FoundMail& found) {
+  Paths out;
+  for (const auto& source : found.sources) out.push_back(source.path);
   return out;
 }
 
-TEST(MessageFiles, StandForMaildirsByTheirMessagesInOrder) {
-  const TemporaryFolder folder;
-  for (const char* name : {"cur", "new", "tmp"})
-    ASSERT_EQ(0, mkdir(folder.file(name).c_str(), 0700));
-  const std::string second = folder.write("cur/2:2,S", "x");
-  const std::string first = folder.write("cur/1:2,", "x");
-  const std::string third = folder.write("new/0", "x");
-  folder.write("cur/.hidden", "x");
-  folder.write("tmp/unfinished", "x");
-  int status = EX_OK;
-  EXPECT_EQ((std::vector<std::string>{first, second, third, "-"}),
-            paths({folder.path(), "-"}, status));
-  EXPECT_EQ(EX_OK, status);
+// The only failure of `found`; another number of them fails the test.
+SourceFailure failure_of(const FoundMail& found) {
+  EXPECT_EQ(1U, found.failures.size());
+  return found.failures.empty() ? SourceFailure() : found.failures.front();
 }
 
-TEST(MessageFiles, LeaveOutWhatIsMissingOrNoMaildir) {
-  const TemporaryFolder folder;
-  const std::string file = folder.write("a.eml", "x");
-  int status = EX_OK;
-  EXPECT_EQ(std::vector<std::string>{file}, paths({folder.file("none"), file}, status));
-  EXPECT_EQ(EX_NOINPUT, status);
-  EXPECT_EQ(std::vector<std::string>{file}, paths({folder.path(), file}, status));
-  EXPECT_EQ(EX_DATAERR, status);
-}
-
-TEST(FileContents, AreThoseOfTheFile) {
-  const TemporaryFolder folder;
-  const std::string small("Subject: a\0b\n\nText", 19);
-  for (const std::string& text : {small, small + std::string(100000, 'x')}) {
-    FileContents contents;
-    EXPECT_FALSE(contents.open(folder.write("a.eml", text)));
-    EXPECT_EQ(text, contents.bytes());
-    struct stat found;
-    ASSERT_EQ(0, stat(folder.file("a.eml").c_str(), &found));
-    EXPECT_EQ(found.st_mtime, contents.time());
+class FindMail : public testing::Test {
+ protected:
+  void make_folder(const std::string& name) {
+    ASSERT_EQ(0, mkdir(folder_.file(name).c_str(), 0700));
   }
-}
 
-TEST(FileContents, OfAStreamAreInNoFile) {
-  int ends[2] = {-1, -1};
-  ASSERT_EQ(0, pipe(ends));
-  const Descriptor reader(ends[0]);
-  ASSERT_EQ(1, write(ends[1], "x", 1));
-  ASSERT_EQ(0, close(ends[1]));
-  FileContents contents;
-  ASSERT_FALSE(contents.open("/proc/self/fd/" + std::to_string(reader.get())));
-  EXPECT_EQ("x", contents.bytes());
-  EXPECT_GT(0, contents.file());
-}
-
-TEST(FileContents, RefuseAnEmptyAndAMissingFile) {
-  const TemporaryFolder folder;
-  FileContents empty;
-  EXPECT_EQ(EX_DATAERR, empty.open(folder.write("a.eml", "")).status);
-  FileContents missing;
-  EXPECT_EQ(EX_NOINPUT, missing.open(folder.file("b.eml")).status);
-}
-
-TEST(MessagesIn, TakesTheMessagesOfAnMboxApart) {
-  const TemporaryFolder folder;
-  FileContents mbox;
-  ASSERT_FALSE(
-      mbox.open(folder.write("mbox",
-                             "From a@example.org Mon May  4 09:30:00 2026\nSubject: a\n\nText\n\n"
-                             "From b@example.org Mon May  4 09:31:00 2026\nSubject: b\n\nText\n")));
-  const auto messages = messages_in("x", mbox);
-  ASSERT_EQ(2U, messages.size());
-  EXPECT_EQ("x#1", messages[0].name);
-  EXPECT_EQ("Subject: a\n\nText\n", messages[0].bytes);
-  EXPECT_EQ("x#2", messages[1].name);
-  EXPECT_EQ("Subject: b\n\nText\n", messages[1].bytes);
-  for (const auto& message : messages) EXPECT_GT(0, message.file) << message.name;
-}
-
-TEST(MessagesIn, TakesAnythingElseAsOneMessage) {
-  const TemporaryFolder folder;
-  for (const char* text : {"Subject: a\n\nText\n", "From the start\n", "From ", "x"}) {
-    FileContents contents;
-    ASSERT_FALSE(contents.open(folder.write("a.eml", text)));
-    const auto messages = messages_in("x", contents);
-    ASSERT_EQ(1U, messages.size()) << "text: " << text;
-    EXPECT_EQ("x", messages[0].name);
-    EXPECT_EQ(text, messages[0].bytes);
-    std::string in_file(messages[0].bytes.size() + 1, '\0');
-    in_file.resize(static_cast<std::size_t>(
-        std::max<ssize_t>(0, pread(messages[0].file, in_file.data(), in_file.size(), 0))));
-    EXPECT_EQ(text, in_file);
+  void make_maildir() {
+    for (const char* name : {"cur", "new", "tmp"}) make_folder(name);
   }
+
+  const TemporaryFolder folder_;
+};
+
+TEST_F(FindMail, TakesAMaildirForItsMessagesInOrder) {
+  make_maildir();
+  const std::string second = folder_.write("cur/2:2,S", "x");
+  const std::string first = folder_.write("cur/1:2,", "x");
+  const std::string third = folder_.write("new/0", "x");
+  folder_.write("cur/.hidden", "x");
+  folder_.write("tmp/unfinished", "x");
+  make_folder("cur/folder");
+  const FoundMail found = find_mail({folder_.path(), "-"});
+  EXPECT_EQ((Paths{first, second, third, "-"}), paths(found));
+  EXPECT_TRUE(found.failures.empty());
+}
+
+TEST_F(FindMail, FindsNothingInAnEmptyMaildir) {
+  make_maildir();
+  const FoundMail found = find_mail({folder_.path()});
+  EXPECT_TRUE(found.sources.empty());
+  EXPECT_TRUE(found.failures.empty());
+}
+
+TEST_F(FindMail, CantReadAMissingFile) {
+  const std::string file = folder_.write("a.eml", "x");
+  const FoundMail found = find_mail({folder_.file("none"), file});
+  EXPECT_EQ(Paths{file}, paths(found));
+  const SourceFailure failure = failure_of(found);
+  EXPECT_EQ(Kind::cannot_read, failure.kind);
+  EXPECT_EQ(folder_.file("none"), failure.object);
+  EXPECT_EQ("can't be read: No such file or directory", failure.reason);
+}
+
+TEST_F(FindMail, TakesAFolderWithoutCurAndNewForNoMaildir) {
+  const std::string file = folder_.write("a.eml", "x");
+  make_folder("cur");
+  const FoundMail found = find_mail({folder_.path(), file});
+  EXPECT_EQ(Paths{file}, paths(found));
+  const SourceFailure failure = failure_of(found);
+  EXPECT_EQ(Kind::not_a_maildir, failure.kind);
+  EXPECT_EQ(folder_.path(), failure.object);
+  EXPECT_EQ("a folder without cur/ and new/, so no Maildir; name the message files in it",
+            failure.reason);
+}
+
+TEST_F(FindMail, CantReadALockedFolderOfAMaildir) {
+  if (geteuid() == 0) GTEST_SKIP() << "root reads every folder";
+  make_maildir();
+  folder_.write("new/1", "x");
+  ASSERT_EQ(0, chmod(folder_.file("cur").c_str(), 0300));
+  const FoundMail found = find_mail({folder_.path()});
+  ASSERT_EQ(0, chmod(folder_.file("cur").c_str(), 0700));
+  EXPECT_TRUE(found.sources.empty());
+  const SourceFailure failure = failure_of(found);
+  EXPECT_EQ(Kind::cannot_read, failure.kind);
+  EXPECT_EQ(folder_.file("cur"), failure.object);
+}
+
+TEST_F(FindMail, TellsAllFailuresInTheOrderOfTheArguments) {
+  const FoundMail found =
+      find_mail({folder_.file("b"), folder_.path(), folder_.file("a"), folder_.file("b")});
+  Paths objects;
+  for (const auto& failure : found.failures) objects.push_back(failure.object);
+  EXPECT_EQ((Paths{folder_.file("b"), folder_.path(), folder_.file("a"), folder_.file("b")}),
+            objects);
+  EXPECT_TRUE(found.sources.empty());
+}
+
+TEST_F(FindMail, KnowsTheSizesOfFiles) {
+  make_maildir();
+  folder_.write("cur/1", "four");
+  const FoundMail found =
+      find_mail({folder_.path(), folder_.write("a.eml", "sixteen in total"), "-"});
+  ASSERT_EQ(3U, found.sources.size());
+  EXPECT_EQ(4U, found.sources[0].size);
+  EXPECT_EQ(16U, found.sources[1].size);
+  EXPECT_EQ(0U, found.sources[2].size);
+  EXPECT_EQ(20U, total_size(found.sources));
+}
+
+TEST_F(FindMail, TakesOnlyADashForStandardInput) {
+  EXPECT_TRUE(MailSource{"-"}.is_standard_input());
+  EXPECT_FALSE(MailSource{"./-"}.is_standard_input());
 }
 
 }  // namespace

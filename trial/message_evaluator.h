@@ -7,7 +7,7 @@
 #include <string>
 
 #include "quarrow/delivery/evaluation_outcome.h"
-#include "trial/mail_sources.h"
+#include "trial/mail_contents.h"
 
 namespace Quarrow::Trial {
 
@@ -18,7 +18,7 @@ class MessageEvaluator {
 
   // Runs the script over `message`, which was received at `received`. The outcome of an evaluation
   // that failed is another one than `done`, with a reason.
-  virtual Delivery::Evaluation evaluate(const Message& message, std::time_t received) = 0;
+  virtual Delivery::Evaluation evaluate(const FoundMessage& message, std::time_t received) = 0;
 };
 
 // Runs the script at `path` in a process that can do nothing else, which gets a message by its

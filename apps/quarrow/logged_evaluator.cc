@@ -54,7 +54,7 @@ class LoggedEvaluator : public Trial::MessageEvaluator {
  public:
   explicit LoggedEvaluator(std::unique_ptr<SieveMatch> matcher) : matcher_(std::move(matcher)) {}
 
-  Evaluation evaluate(const Trial::Message& message, std::time_t received) override {
+  Evaluation evaluate(const Trial::FoundMessage& message, std::time_t received) override {
     const auto parsed = MimePart::parse(message.bytes.data(), message.bytes.size());
     Evaluation evaluation;
     evaluation.outcome = Evaluation::Outcome::done;
