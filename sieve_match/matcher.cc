@@ -22,6 +22,17 @@ namespace {
 // The folder of the files that belong to a user, as hosts number the kinds.
 constexpr int preferences_folder = 5;
 
+// Reads the start of a script into `buffer`, as read(2) does. Without a buffer, after a set-up that
+// failed, a file that holds something can't be read: EFAULT.
+ssize_t read_script(int fd, char* buffer) {
+  if (buffer != nullptr) return read(fd, buffer, script_limit);
+  char byte = 0;
+  const ssize_t count = read(fd, &byte, 1);
+  if (count <= 0) return count;
+  errno = EFAULT;
+  return -1;
+}
+
 // Reads the start of the script file into the matcher's buffer, with one read. False when there is
 // nothing to run.
 bool load_script(SieveMatchImpl& matcher) {
@@ -32,11 +43,9 @@ bool load_script(SieveMatchImpl& matcher) {
     if (matcher.log) matcher.log->Error("failed to open rule file '%s', errno = %d", path, errno);
     return false;
   }
-  // Without a buffer, after a set-up that failed, this is where it shows.
-  const ssize_t count = read(file.get(), matcher.script, script_limit);
-  if (count < 0) {
-    if (matcher.log) matcher.log->Error("failed to read rule file '%s', errno = %d", path, errno);
-  }
+  const ssize_t count = read_script(file.get(), matcher.script);
+  if (count < 0 && matcher.log)
+    matcher.log->Error("failed to read rule file '%s', errno = %d", path, errno);
   matcher.script_length = count < 0 ? 0 : static_cast<std::size_t>(count);
   return matcher.script_length != 0;
 }
@@ -47,6 +56,17 @@ int use_interpreter(SieveMatchImpl& matcher, int (interpreter::Use::*task)(void*
   if (use.created() != SIEVE2_OK) return use.created();
   const int installed = use.install_callbacks(matcher.log != nullptr);
   return installed != SIEVE2_OK ? installed : (use.*task)(&matcher);
+}
+
+// Whether the interpreter may run the matcher's script, and takes it.
+bool is_good_script(SieveMatchImpl& matcher) {
+  if (has_unsafe_words(matcher.script)) {
+    *matcher.script = '\0';  // a caller who runs it all the same must not run these words
+    return false;
+  }
+  // The interpreter's result alone never says that a script is bad.
+  return use_interpreter(matcher, &interpreter::Use::validate) == SIEVE2_OK &&
+         matcher.result.error == SieveMatchResult::NONE;
 }
 
 }  // namespace
@@ -100,13 +120,7 @@ bool SieveMatchImpl::Validate() {
   if (access(path.c_str(), F_OK) != 0) return false;
   if (!load_script(*this)) return false;
   if (log) log->Debug("rule file '%s' is loaded", path.c_str());
-  if (has_unsafe_words(script)) {
-    *script = '\0';  // a caller who runs it all the same must not get them to the interpreter
-  } else if (use_interpreter(*this, &interpreter::Use::validate) == SIEVE2_OK &&
-             result.error == SieveMatchResult::NONE) {
-    // The interpreter's result alone never says that a script is bad.
-    return true;
-  }
+  if (is_good_script(*this)) return true;
   if (log) log->Error("rule file '%s' is invalid", path.c_str());
   return false;
 }

@@ -71,6 +71,29 @@ TEST_F(SetUpFailure, WithoutCallbacks) {
   expect_no_matcher("failed to install sieve callbacks");
 }
 
+TEST_F(SetUpFailure, HidesNoOtherFailure) {
+  no_context = true;
+  const TemporaryFolder folder;
+  const struct {
+    std::string path;
+    std::vector<std::string> want;
+  } cases[] = {
+      {folder.write("empty", ""), {}},
+      {folder.file("missing"), {}},
+      {folder.path(),
+       {"Error: failed to read rule file '" + folder.path() +
+        "', errno = " + std::to_string(EISDIR)}},
+  };
+  for (const auto& c : cases) {
+    LogRecord record;
+    EXPECT_EQ(nullptr, SieveMatch::Create(c.path, new RecordingLog(record)));
+    std::vector<std::string> want = {"SetComponent: SieveMatchImpl",
+                                     "Error: failed to create sieve context"};
+    want.insert(want.end(), c.want.begin(), c.want.end());
+    EXPECT_EQ(want, record.lines) << c.path;
+  }
+}
+
 TEST_F(SetUpFailure, ANullBufferMarksIt) {
   no_callbacks = true;
   SieveMatchImpl matcher("", nullptr);
