@@ -13,14 +13,14 @@ namespace {
 
 using Outcome = Evaluation::Outcome;
 
-// What carries one descriptor beside a packet (cmsg(3)).
+// Room for one descriptor beside a packet (cmsg(3)).
 union DescriptorSpace {
   char bytes[CMSG_SPACE(sizeof(int))];
   cmsghdr aligned;
 };
 
-// A packet of two parts, with room for a descriptor.
-msghdr packet_of(iovec (&parts)[2], DescriptorSpace& space) {
+// The form in which the system takes and gives a packet of two parts, with room for a descriptor.
+msghdr system_form(iovec (&parts)[2], DescriptorSpace& space) {
   msghdr packet = {};
   packet.msg_iov = parts;
   packet.msg_iovlen = 2;
@@ -109,7 +109,7 @@ bool send_request(int socket, const Request& request, const std::string& script,
   iovec parts[] = {{const_cast<Request*>(&request), sizeof request},
                    {const_cast<char*>(script.data()), script.size()}};
   DescriptorSpace space = {};
-  const msghdr message = packet_of(parts, space);
+  const msghdr message = system_form(parts, space);
   cmsghdr* const head = CMSG_FIRSTHDR(&message);
   head->cmsg_level = SOL_SOCKET;
   head->cmsg_type = SCM_RIGHTS;
@@ -125,7 +125,7 @@ int receive_request(int socket, Request& request, std::string& script) {
   std::array<char, script_limit> text;
   iovec parts[] = {{&request, sizeof request}, {text.data(), text.size()}};
   DescriptorSpace space = {};
-  msghdr message = packet_of(parts, space);
+  msghdr message = system_form(parts, space);
   ssize_t count = 0;
   do {
     count = recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
