@@ -1,24 +1,21 @@
+// Setting a helper process up, and its loop over requests.
 #include "delivery/helper_process.h"
 
 #include <fcntl.h>
-#include <iconv.h>
-#include <strings.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
-#include <zvellparser.h>
 
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
-#include <deque>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "delivery/charset_preloading.h"
 #include "delivery/execution_form.h"
 #include "delivery/header_end.h"
 #include "delivery/memory_use.h"
@@ -30,94 +27,7 @@
 namespace Quarrow::Delivery {
 namespace {
 
-constexpr int helper_socket = 3;  // behind the standard descriptors
-
-// The charsets that mail is written in. What is not here can't be decoded by a helper, unless the C
-// library has it built in (UTF-16, UTF-32).
-const std::vector<const char*> charsets = {
-    "US-ASCII",    "UTF-8",         "ISO-8859-1",  "ISO-8859-2",  "ISO-8859-3",  "ISO-8859-4",
-    "ISO-8859-5",  "ISO-8859-6",    "ISO-8859-7",  "ISO-8859-8",  "ISO-8859-9",  "ISO-8859-10",
-    "ISO-8859-11", "ISO-8859-13",   "ISO-8859-14", "ISO-8859-15", "ISO-8859-16", "CP1250",
-    "CP1251",      "CP1252",        "CP1253",      "CP1254",      "CP1255",      "CP1256",
-    "CP1257",      "CP1258",        "CP437",       "CP850",       "CP852",       "CP866",
-    "CP874",       "CP932",         "CP949",       "KOI8-R",      "KOI8-U",      "KOI8-T",
-    "MACINTOSH",   "MAC-CYRILLIC",  "TIS-620",     "GB2312",      "GBK",         "GB18030",
-    "HZ",          "BIG5",          "BIG5-HKSCS",  "EUC-TW",      "EUC-JP",      "SHIFT_JIS",
-    "ISO-2022-JP", "ISO-2022-JP-2", "EUC-KR",      "ISO-2022-KR", "ISO-2022-CN", "JOHAB",
-    "UHC",         "TCVN",          "VISCII",      "ARMSCII-8",   "GEORGIAN-PS", "GEORGIAN-ACADEMY",
-    "UTF-7",       "RK1048"};
-
-// What text is taken to be that is not in the charset it claims.
-const std::vector<const char*> fallback_charsets = {"ISO-8859-1", "CP1252"};
-
-// More are not looked through one by one: a header may be nothing else.
-constexpr int most_words = 1000;
-
-class Converter {
- public:
-  explicit Converter(const char* charset) : converter_(iconv_open("UTF-8", charset)) {}
-  ~Converter() {
-    if (converter_ != reinterpret_cast<iconv_t>(-1)) (void)iconv_close(converter_);
-  }
-  Converter(const Converter&) = delete;
-  Converter& operator=(const Converter&) = delete;
-
- private:
-  const iconv_t converter_;
-};
-
-// The converters stay open: the C library unloads the code of those that are not used.
-void load_charset(const char* charset) {
-  static std::deque<Converter> converters;
-  converters.emplace_back(charset);
-  (void)stringToUtf8("=?" + std::string(charset) + "?q?=41=C4?=", nullptr);
-}
-
-// A NUL goes away before decoding, and what is around it may become an encoded word.
-bool is_plain_byte(unsigned char c) { return c > 0 && c < 0x80; }
-
-// Takes the rest of an encoded word (RFC 2047), whose "=?" is gone, off `header`, and gives what it
-// names as its charset; nothing when decoders may see another word in it.
-std::optional<std::string_view> take_charset(std::string_view& header) {
-  const std::size_t name = header.find('?');
-  const std::size_t encoding = name == header.npos ? name : header.find('?', name + 1);
-  const std::size_t end = encoding == header.npos ? encoding : header.find("?=", encoding + 1);
-  if (end == header.npos || header.substr(0, end).find("=?") != header.npos) return std::nullopt;
-  const std::string_view charset = header.substr(0, name);
-  header.remove_prefix(end + 1);  // the last byte may begin another word
-  return charset;
-}
-
-// Which of `charsets` an encoded word names, with a language or without (RFC 2231); null when it is
-// none of them.
-const char* known_charset(std::string_view named) {
-  constexpr std::string_view registered = "windows-";  // what is CP in shorter names
-  std::string name(named.substr(0, named.find('*')));
-  if (strcasecmp(name.c_str(), "GB2312") == 0) name = "GBK";  // which holds it: GMime takes that
-  if (strncasecmp(name.c_str(), registered.data(), registered.size()) == 0)
-    name.replace(0, registered.size(), "CP");
-  const auto known = std::find_if(charsets.begin(), charsets.end(), [&name](const char* charset) {
-    return strcasecmp(charset, name.c_str()) == 0;
-  });
-  return known == charsets.end() ? nullptr : *known;
-}
-
-// What has to be loaded for decoding a header. Only names of ours are looked up outside a helper:
-// the header's are a stranger's.
-std::vector<const char*> charsets_for(std::string_view header) {
-  if (!std::all_of(header.begin(), header.end(), is_plain_byte)) return charsets;
-  std::vector<const char*> needed;
-  int words = 0;
-  for (std::size_t at = 0; (at = header.find("=?")) != header.npos;) {
-    header.remove_prefix(at + 2);
-    if (needed.empty()) needed = fallback_charsets;
-    const auto named = take_charset(header);
-    const char* const known = named ? known_charset(*named) : nullptr;
-    if (known == nullptr || ++words > most_words) return charsets;
-    if (std::find(needed.begin(), needed.end(), known) == needed.end()) needed.push_back(known);
-  }
-  return needed;
-}
+constexpr int helper_socket = 3;  // the first number after the standard descriptors
 
 // Only the first call in a process gives true.
 bool is_unprepared() {
@@ -125,9 +35,9 @@ bool is_unprepared() {
   return !std::exchange(prepared, true);
 }
 
-void prepare_with(const std::vector<const char*>& names) {
+void prepare_with(const std::vector<const char*>& charsets) {
   tzset();
-  for (const char* name : names) load_charset(name);
+  load_charsets(charsets);
   (void)execution_form("");  // learns the shape of our scripts
 }
 
@@ -203,7 +113,7 @@ void serve(int statm, ScriptRunner& runner) {
 
 void prepare_for_helpers() {
   if (!is_unprepared()) return;
-  prepare_with(charsets);
+  prepare_with(all_charsets());
   evaluate_once();
 }
 

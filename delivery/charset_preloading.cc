@@ -1,0 +1,104 @@
+// Which charsets a header needs, and loading them.
+#include "delivery/charset_preloading.h"
+
+#include <iconv.h>
+#include <strings.h>
+#include <zvellparser.h>
+
+#include <algorithm>
+#include <deque>
+#include <optional>
+#include <string>
+
+namespace Quarrow::Delivery {
+namespace {
+
+const std::vector<const char*> charsets = {
+    "US-ASCII",    "UTF-8",         "ISO-8859-1",  "ISO-8859-2",  "ISO-8859-3",  "ISO-8859-4",
+    "ISO-8859-5",  "ISO-8859-6",    "ISO-8859-7",  "ISO-8859-8",  "ISO-8859-9",  "ISO-8859-10",
+    "ISO-8859-11", "ISO-8859-13",   "ISO-8859-14", "ISO-8859-15", "ISO-8859-16", "CP1250",
+    "CP1251",      "CP1252",        "CP1253",      "CP1254",      "CP1255",      "CP1256",
+    "CP1257",      "CP1258",        "CP437",       "CP850",       "CP852",       "CP866",
+    "CP874",       "CP932",         "CP949",       "KOI8-R",      "KOI8-U",      "KOI8-T",
+    "MACINTOSH",   "MAC-CYRILLIC",  "TIS-620",     "GB2312",      "GBK",         "GB18030",
+    "HZ",          "BIG5",          "BIG5-HKSCS",  "EUC-TW",      "EUC-JP",      "SHIFT_JIS",
+    "ISO-2022-JP", "ISO-2022-JP-2", "EUC-KR",      "ISO-2022-KR", "ISO-2022-CN", "JOHAB",
+    "UHC",         "TCVN",          "VISCII",      "ARMSCII-8",   "GEORGIAN-PS", "GEORGIAN-ACADEMY",
+    "UTF-7",       "RK1048"};
+
+// Decoders read text as one of these when it is not valid in the charset that it names.
+const std::vector<const char*> fallback_charsets = {"ISO-8859-1", "CP1252"};
+
+class Converter {
+ public:
+  explicit Converter(const char* charset) : converter_(iconv_open("UTF-8", charset)) {}
+  ~Converter() {
+    if (converter_ != reinterpret_cast<iconv_t>(-1)) (void)iconv_close(converter_);
+  }
+  Converter(const Converter&) = delete;
+  Converter& operator=(const Converter&) = delete;
+
+ private:
+  const iconv_t converter_;
+};
+
+// The converters stay open: the C library unloads the code of those that are not used.
+void load_charset(const char* charset) {
+  static std::deque<Converter> converters;
+  converters.emplace_back(charset);
+  (void)stringToUtf8("=?" + std::string(charset) + "?q?=41=C4?=", nullptr);
+}
+
+// A NUL goes away before decoding, and the text around it may become an encoded word.
+bool is_plain_byte(unsigned char c) { return c > 0 && c < 0x80; }
+
+// Takes the rest of an encoded word, whose "=?" is gone, off `header`, and gives the name of its
+// charset; nothing when decoders may see another word in it.
+std::optional<std::string_view> take_charset(std::string_view& header) {
+  const std::size_t name = header.find('?');
+  const std::size_t encoding = name == header.npos ? name : header.find('?', name + 1);
+  const std::size_t end = encoding == header.npos ? encoding : header.find("?=", encoding + 1);
+  if (end == header.npos || header.substr(0, end).find("=?") != header.npos) return std::nullopt;
+  const std::string_view charset = header.substr(0, name);
+  header.remove_prefix(end + 1);  // the last byte may begin another word
+  return charset;
+}
+
+// Our name of the charset that an encoded word names, with a language or without (RFC 2231); null
+// when `charsets` does not hold it.
+const char* known_charset(std::string_view named) {
+  constexpr std::string_view registered = "windows-";  // "CP" in shorter names
+  std::string name(named.substr(0, named.find('*')));
+  if (strcasecmp(name.c_str(), "GB2312") == 0) name = "GBK";  // holds GB2312; GMime takes it
+  if (strncasecmp(name.c_str(), registered.data(), registered.size()) == 0)
+    name.replace(0, registered.size(), "CP");
+  const auto known = std::find_if(charsets.begin(), charsets.end(), [&name](const char* charset) {
+    return strcasecmp(charset, name.c_str()) == 0;
+  });
+  return known == charsets.end() ? nullptr : *known;
+}
+
+}  // namespace
+
+const std::vector<const char*>& all_charsets() { return charsets; }
+
+std::vector<const char*> charsets_for(std::string_view header) {
+  if (!std::all_of(header.begin(), header.end(), is_plain_byte)) return charsets;
+  std::vector<const char*> needed;
+  int words = 0;
+  for (std::size_t at = 0; (at = header.find("=?")) != header.npos;) {
+    header.remove_prefix(at + 2);
+    if (needed.empty()) needed = fallback_charsets;
+    const auto named = take_charset(header);
+    const char* const known = named ? known_charset(*named) : nullptr;
+    if (known == nullptr || ++words > most_encoded_words) return charsets;
+    if (std::find(needed.begin(), needed.end(), known) == needed.end()) needed.push_back(known);
+  }
+  return needed;
+}
+
+void load_charsets(const std::vector<const char*>& charsets) {
+  for (const char* const charset : charsets) load_charset(charset);
+}
+
+}  // namespace Quarrow::Delivery

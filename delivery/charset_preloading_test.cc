@@ -1,0 +1,68 @@
+// Headers and the charsets that they need.
+#include "delivery/charset_preloading.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace Quarrow::Delivery {
+namespace {
+
+using Names = std::vector<std::string>;
+
+std::string words(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) text += "=?utf-8?q?a?= ";
+  return text;
+}
+
+// Headers whose words tell which charsets they need.
+const struct {
+  std::string header;
+  Names want;
+} told[] = {
+    {"", {}},
+    {"Subject: an offer = 3?\n", {}},
+    {"Subject: =?utf-8?q?caf=C3=A9?=\n", {"ISO-8859-1", "CP1252", "UTF-8"}},
+    {"Subject: =?ISO-8859-1?q?J=E4?=\n", {"ISO-8859-1", "CP1252"}},
+    {"Subject: =?windows-1252?q?=80?=\n", {"ISO-8859-1", "CP1252"}},
+    {"Subject: =?Windows-1251?q?=EF?=\n", {"ISO-8859-1", "CP1252", "CP1251"}},
+    {"Subject: =?gb2312?B?xOO6ww==?=\n", {"ISO-8859-1", "CP1252", "GBK"}},
+    {"Subject: =?koi8-r*ru?q?=D0?=\n", {"ISO-8859-1", "CP1252", "KOI8-R"}},
+    {"From: =?koi8-r?q?=D0?= <a@b>\nTo: =?big5?q?x?=, =?KOI8-R?b?0NI=?=\n",
+     {"ISO-8859-1", "CP1252", "KOI8-R", "BIG5"}},
+    {"Subject: =?utf-8?q?a?=?koi8-r?q?b?=\n", {"ISO-8859-1", "CP1252", "UTF-8", "KOI8-R"}},
+    {words(most_encoded_words), {"ISO-8859-1", "CP1252", "UTF-8"}},
+};
+
+// Headers that may need any charset.
+const std::string not_told[] = {
+    "Subject: =?x-none?q?=E1?=\n",
+    "Subject: =??q?=E1?=\n",
+    "Subject: =?windows-?q?=E1?=\n",
+    "Subject: =?utf-8?q?a?= =?x-none?q?=E1?=\n",
+    "Subject: raw \xe4\n",
+    std::string("Subject: =\0?koi8-r?q?=D0=D2?=\n", 30),
+    "Subject: =?utf-8?q?=?koi8-r?q?x?=\n",
+    "Subject: =?koi8-r?q?never ended\n",
+    "Subject: =?koi8-r?q\n",
+    "Subject: =?koi8-r\n",
+    "Subject: =?",
+    words(most_encoded_words + 1),
+};
+
+Names names_of(const std::vector<const char*>& charsets) {
+  return {charsets.begin(), charsets.end()};
+}
+
+TEST(CharsetsFor, AreThoseOfTheEncodedWordsAndTheFallbacks) {
+  for (const auto& c : told) EXPECT_EQ(c.want, names_of(charsets_for(c.header))) << c.header;
+}
+
+TEST(CharsetsFor, AreAllWhereTheHeaderDoesNotTell) {
+  for (const std::string& header : not_told)
+    EXPECT_EQ(names_of(all_charsets()), names_of(charsets_for(header))) << header;
+}
+
+}  // namespace
+}  // namespace Quarrow::Delivery
