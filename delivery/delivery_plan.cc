@@ -1,16 +1,18 @@
-// The table of what an evaluation means.
+// The meaning of each evaluation.
 #include "quarrow/delivery/delivery_plan.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "delivery/folder_name.h"
 
 namespace Quarrow::Delivery {
 namespace {
 
-Plan inbox_because(const std::string& note) {
+Plan inbox_because(InboxReason reason, const std::string& note) {
   Plan plan;
   plan.mailboxes = {""};
+  plan.inbox_reason = reason;
   plan.note = note;
   return plan;
 }
@@ -22,8 +24,8 @@ Plan refused(Plan::Refusal refusal, const std::string& text) {
   return plan;
 }
 
-std::string with_reason(const std::string& what, const std::string& reason) {
-  return reason.empty() ? what : what + ": " + reason;
+std::string with_reason(const std::string& failure, const std::string& reason) {
+  return reason.empty() ? failure : failure + ": " + reason;
 }
 
 bool holds_folder(const std::vector<std::string>& mailboxes, const std::string& folder) {
@@ -32,21 +34,24 @@ bool holds_folder(const std::vector<std::string>& mailboxes, const std::string& 
       [&folder](const std::string& mailbox) { return maildir_folder(mailbox) == folder; });
 }
 
-// Adds where a KEEP or a FILEINTO goes, unless it is there already.
+// Adds the mailbox of a KEEP or a FILEINTO, unless it is there already.
 void add_mailbox(const SieveAction& action, Plan& plan) {
   std::string mailbox;
   if (action.type == SieveAction::FILEINTO) mailbox = action.mailbox;
-  auto folder = maildir_folder(mailbox);
-  if (!folder) plan.note = "not a folder name, hence the inbox: " + mailbox;
-  if (!folder || folder->empty()) {
-    mailbox.clear();
-    folder = "";
+  const std::optional<std::string> folder = maildir_folder(mailbox);
+  const bool is_inbox = !folder || folder->empty();
+  if (!folder) {
+    plan.inbox_reason = InboxReason::failure;
+    plan.note = "not a folder name, hence the inbox: " + mailbox;
+  } else if (is_inbox && plan.inbox_reason == InboxReason::none) {
+    plan.inbox_reason = InboxReason::asked;
   }
-  if (!holds_folder(plan.mailboxes, *folder)) plan.mailboxes.push_back(mailbox);
+  if (is_inbox) mailbox.clear();
+  if (!holds_folder(plan.mailboxes, is_inbox ? "" : *folder)) plan.mailboxes.push_back(mailbox);
 }
 
 Plan plan_for_actions(const std::vector<SieveAction>& actions) {
-  if (actions.empty()) return inbox_because("no rule matched");
+  if (actions.empty()) return inbox_because(InboxReason::no_rule, "no rule matched");
   Plan plan;
   const SieveAction* reject = nullptr;
   bool discard = false;
@@ -59,7 +64,7 @@ Plan plan_for_actions(const std::vector<SieveAction>& actions) {
   if (!plan.mailboxes.empty()) return plan;
   if (reject != nullptr) return refused(Plan::Refusal::reject, reject->message);
   if (discard) return refused(Plan::Refusal::discard, "");
-  return inbox_because("no action that delivery knows");
+  return inbox_because(InboxReason::failure, "no action that delivery knows");
 }
 
 // By SieveMatchResult::Error.
@@ -80,17 +85,18 @@ std::string error_text(int error) {
 Plan plan_for(const Evaluation& evaluation) {
   switch (evaluation.outcome) {
     case Evaluation::Outcome::no_script:
-      return inbox_because(with_reason("no script", evaluation.reason));
+      return inbox_because(InboxReason::no_script, with_reason("no script", evaluation.reason));
     case Evaluation::Outcome::bad_script:
-      return inbox_because(with_reason("damaged script", evaluation.reason));
+      return inbox_because(InboxReason::failure, with_reason("damaged script", evaluation.reason));
     case Evaluation::Outcome::done:
       if (evaluation.result.error == SieveMatchResult::NONE)
         return plan_for_actions(evaluation.result.actions);
-      return inbox_because("evaluation: " + error_text(evaluation.result.error));
+      return inbox_because(InboxReason::failure,
+                           "evaluation: " + error_text(evaluation.result.error));
     case Evaluation::Outcome::failed:
       break;
   }
-  return inbox_because(with_reason("evaluation failed", evaluation.reason));
+  return inbox_because(InboxReason::failure, with_reason("evaluation failed", evaluation.reason));
 }
 
 }  // namespace Quarrow::Delivery

@@ -1,4 +1,4 @@
-// Each row of the table of what an evaluation means.
+// The meaning of each evaluation.
 #include "quarrow/delivery/delivery_plan.h"
 
 #include <gtest/gtest.h>
@@ -12,30 +12,44 @@ using Names = std::vector<std::string>;
 using Outcome = Evaluation::Outcome;
 using Refusal = Plan::Refusal;
 
+const struct {
+  std::vector<SieveAction> actions;
+  Names want;
+  InboxReason reason;
+} deliveries[] = {
+    {{keep()}, {""}, InboxReason::asked},
+    {{keep(), keep()}, {""}, InboxReason::asked},
+    {{file_into("Work")}, {"Work"}, InboxReason::none},
+    {{file_into("Work"), keep()}, {"Work", ""}, InboxReason::asked},
+    {{file_into("B"), file_into("A")}, {"B", "A"}, InboxReason::none},
+    {{file_into("A"), file_into("A")}, {"A"}, InboxReason::none},
+    {{file_into("A"), file_into("Inbox/A"), file_into("inbox/A")}, {"A"}, InboxReason::none},
+    {{file_into("INBOX"), keep()}, {""}, InboxReason::asked},
+    {{file_into("a"), file_into("A")}, {"a", "A"}, InboxReason::none},  // folders differ by case
+    {{file_into("A"), reject("no")}, {"A"}, InboxReason::none},
+    {{file_into("A"), discard()}, {"A"}, InboxReason::none},
+    {{keep(), reject("no"), discard()}, {""}, InboxReason::asked},
+    {{file_into("A"), keep(), reject("no"), discard()}, {"A", ""}, InboxReason::asked},
+};
+
+const struct {
+  int error;
+  std::string note;
+} errors[] = {{SieveMatchResult::PARSE_SCRIPT, "evaluation: the script is not valid"},
+              {SieveMatchResult::PARSE_HEADER, "evaluation: a header could not be read"},
+              {SieveMatchResult::PARSE_ADDRESS, "evaluation: an address could not be read"},
+              {SieveMatchResult::INVALID_MESSAGE, "evaluation: no message"},
+              {SieveMatchResult::UNKNOWN, "evaluation: unknown error"},
+              {-1, "evaluation: unknown error"},
+              {1000, "evaluation: unknown error"}};
+
 TEST(PlanFor, DeliversEveryFileintoAndKeepOnce) {
-  const struct {
-    std::vector<SieveAction> actions;
-    Names want;
-  } cases[] = {
-      {{keep()}, {""}},
-      {{keep(), keep()}, {""}},
-      {{file_into("Work")}, {"Work"}},
-      {{file_into("Work"), keep()}, {"Work", ""}},
-      {{file_into("B"), file_into("A")}, {"B", "A"}},
-      {{file_into("A"), file_into("A")}, {"A"}},
-      {{file_into("A"), file_into("Inbox/A"), file_into("inbox/A")}, {"A"}},
-      {{file_into("INBOX"), keep()}, {""}},
-      {{file_into("a"), file_into("A")}, {"a", "A"}},  // folders differ by case
-      {{file_into("A"), reject("no")}, {"A"}},
-      {{file_into("A"), discard()}, {"A"}},
-      {{keep(), reject("no"), discard()}, {""}},
-      {{file_into("A"), keep(), reject("no"), discard()}, {"A", ""}},
-  };
-  for (const auto& c : cases) {
+  for (const auto& c : deliveries) {
     const Evaluation evaluation = evaluation_of(c.actions);
     const Plan plan = plan_for(evaluation);
     const auto row = testing::Message() << evaluation.result;
     EXPECT_EQ(c.want, plan.mailboxes) << row;
+    EXPECT_EQ(c.reason, plan.inbox_reason) << row;
     EXPECT_EQ(Refusal::none, plan.refusal) << row;
     EXPECT_EQ("", plan.note) << row;
     EXPECT_EQ("", plan.reject_text) << row;
@@ -60,6 +74,7 @@ TEST(PlanFor, RefusesOnlyWhatNothingElseDelivers) {
     EXPECT_EQ(c.want, plan.refusal) << row;
     EXPECT_EQ(c.text, plan.reject_text) << row;
     EXPECT_EQ(Names{}, plan.mailboxes) << row;
+    EXPECT_EQ(InboxReason::none, plan.inbox_reason) << row;
     EXPECT_EQ("", plan.note) << row;
   }
 }
@@ -67,19 +82,23 @@ TEST(PlanFor, RefusesOnlyWhatNothingElseDelivers) {
 TEST(PlanFor, LeavesInTheInboxWhatCouldNotBeEvaluated) {
   const struct {
     Evaluation evaluation;
+    InboxReason reason;
     std::string note;
   } cases[] = {
-      {evaluation_without_result(Outcome::no_script), "no script"},
-      {evaluation_without_result(Outcome::bad_script, "line 3"), "damaged script: line 3"},
-      {evaluation_without_result(Outcome::failed, "timed out"), "evaluation failed: timed out"},
-      {evaluation_of({}), "no rule matched"},
+      {evaluation_without_result(Outcome::no_script), InboxReason::no_script, "no script"},
+      {evaluation_without_result(Outcome::bad_script, "line 3"), InboxReason::failure,
+       "damaged script: line 3"},
+      {evaluation_without_result(Outcome::failed, "timed out"), InboxReason::failure,
+       "evaluation failed: timed out"},
+      {evaluation_of({}), InboxReason::no_rule, "no rule matched"},
       {evaluation_of({make_action(SieveAction::REDIRECT), make_action(SieveAction::VACATION),
                       make_action(SieveAction::NOTIFY)}),
-       "no action that delivery knows"},
+       InboxReason::failure, "no action that delivery knows"},
   };
   for (const auto& c : cases) {
     const Plan plan = plan_for(c.evaluation);
     EXPECT_EQ(Names{""}, plan.mailboxes) << c.note;
+    EXPECT_EQ(c.reason, plan.inbox_reason) << c.note;
     EXPECT_EQ(Refusal::none, plan.refusal) << c.note;
     EXPECT_EQ(c.note, plan.note);
   }
@@ -95,21 +114,12 @@ TEST(PlanFor, TakesNoActionFromAnEvaluationThatIsNotDone) {
 }
 
 TEST(PlanFor, LeavesInTheInboxWhatGaveAnError) {
-  const struct {
-    int error;
-    std::string note;
-  } cases[] = {{SieveMatchResult::PARSE_SCRIPT, "evaluation: the script is not valid"},
-               {SieveMatchResult::PARSE_HEADER, "evaluation: a header could not be read"},
-               {SieveMatchResult::PARSE_ADDRESS, "evaluation: an address could not be read"},
-               {SieveMatchResult::INVALID_MESSAGE, "evaluation: no message"},
-               {SieveMatchResult::UNKNOWN, "evaluation: unknown error"},
-               {-1, "evaluation: unknown error"},
-               {1000, "evaluation: unknown error"}};
-  for (const auto& c : cases) {
+  for (const auto& c : errors) {
     Evaluation evaluation = evaluation_of({discard(), file_into("A")});
     evaluation.result.error = c.error;
     const Plan plan = plan_for(evaluation);
     EXPECT_EQ(Names{""}, plan.mailboxes) << c.error;
+    EXPECT_EQ(InboxReason::failure, plan.inbox_reason) << c.error;
     EXPECT_EQ(Refusal::none, plan.refusal) << c.error;
     EXPECT_EQ(c.note, plan.note);
   }
@@ -118,7 +128,13 @@ TEST(PlanFor, LeavesInTheInboxWhatGaveAnError) {
 TEST(PlanFor, TakesTheInboxForANameThatCanBeNoFolder) {
   const Plan plan = plan_for(evaluation_of({file_into("A//B"), file_into("C"), keep()}));
   EXPECT_EQ((Names{"", "C"}), plan.mailboxes);
+  EXPECT_EQ(InboxReason::failure, plan.inbox_reason);
   EXPECT_EQ("not a folder name, hence the inbox: A//B", plan.note);
+}
+
+TEST(PlanFor, AFailureIsTheReasonWhicheverActionComesFirst) {
+  EXPECT_EQ(InboxReason::failure,
+            plan_for(evaluation_of({keep(), file_into("A//B")})).inbox_reason);
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
-// One message to one user.
+// The folders of one message, and storing it in each of them.
 #include "quarrow/delivery/mailbox_delivery.h"
 
 #include <algorithm>
 
 #include "delivery/folder_name.h"
 #include "message_filters/user_files.h"
-#include "quarrow/delivery/delivery_plan.h"
 #include "quarrow/delivery/maildir_store.h"
 
 namespace Quarrow::Delivery {
@@ -29,18 +28,23 @@ Target target_for(const std::string& mailbox) {
   return {mailbox, *maildir_folder(mailbox), "fileinto:" + mailbox};
 }
 
-// Where the plan's inbox is: in the recipient's mailbox, when that can be a folder.
-Target kept_target(const Recipient& recipient, std::string& note) {
+void add_failure(const std::string& note, Report& report) {
+  report.inbox_reason = InboxReason::failure;
+  add_text(note, "; ", report.note);
+}
+
+// The place of the plan's inbox: the recipient's mailbox, when that can be a folder.
+Target kept_target(const Recipient& recipient, Report& report) {
   const auto folder = maildir_folder(recipient.mailbox);
-  if (!folder) add_text("not a folder name, hence the inbox: " + recipient.mailbox, "; ", note);
+  if (!folder) add_failure("not a folder name, hence the inbox: " + recipient.mailbox, report);
   if (!folder || folder->empty()) return target_for("");
   return {recipient.mailbox, *folder, "keep"};
 }
 
-std::vector<Target> targets_of(const Plan& plan, const Recipient& recipient, std::string& note) {
+std::vector<Target> targets_of(const Plan& plan, const Recipient& recipient, Report& report) {
   std::vector<Target> targets;
   for (const auto& mailbox : plan.mailboxes) {
-    Target target = mailbox.empty() ? kept_target(recipient, note) : target_for(mailbox);
+    Target target = mailbox.empty() ? kept_target(recipient, report) : target_for(mailbox);
     const bool known = std::any_of(targets.begin(), targets.end(), [&target](const Target& each) {
       return each.folder == target.folder;
     });
@@ -67,7 +71,7 @@ class Storing {
     const auto result = store_.store(target.folder, message_);
     if (target.folder.empty()) inbox_ = result ? Inbox::has_it : Inbox::failed;
     if (!result) {
-      add_text("can't store in " + target.mailbox + ": " + result.reason, "; ", report_.note);
+      add_failure("can't store in " + target.mailbox + ": " + result.reason, report_);
       return false;
     }
     report_.folders.push_back(target.mailbox);
@@ -75,8 +79,8 @@ class Storing {
     return true;
   }
 
-  // Whether the inbox has the message, from the plan or from now on. One that failed is not tried
-  // a second time.
+  // Whether the inbox has the message, from the plan or from now on. An inbox that failed is not
+  // tried a second time.
   bool store_in_inbox() {
     if (inbox_ == Inbox::untried) store(target_for(""));
     return inbox_ == Inbox::has_it;
@@ -99,6 +103,7 @@ Report deliver(const Recipient& recipient, const MessageFile& message, std::time
   const Plan plan = plan_for(evaluation);
   Report report;
   report.rule = evaluation.rule;
+  report.inbox_reason = plan.inbox_reason;
   report.note = plan.note;
   report.reject_text = plan.reject_text;
   if (plan.refusal == Plan::Refusal::reject) {
@@ -109,7 +114,7 @@ Report deliver(const Recipient& recipient, const MessageFile& message, std::time
     report.action = "discard";
   } else {
     const MaildirStore store(in_folder(recipient.folder, maildir_name), host_name);
-    Storing(store, message, report).store_all(targets_of(plan, recipient, report.note));
+    Storing(store, message, report).store_all(targets_of(plan, recipient, report));
   }
   return report;
 }

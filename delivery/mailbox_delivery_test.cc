@@ -1,4 +1,4 @@
-// One message to one user, up to what is on disk.
+// Delivering one message to one user, and the files on disk afterwards.
 #include "quarrow/delivery/mailbox_delivery.h"
 
 #include <gtest/gtest.h>
@@ -58,6 +58,7 @@ TEST_F(MailboxDelivery, StoresWhereTheRulesSay) {
   EXPECT_EQ((Names{"A/B", "C", "Inbox"}), report.folders);
   EXPECT_EQ("fileinto:A/B,fileinto:C,keep", report.action);
   EXPECT_EQ("Lists", report.rule);
+  EXPECT_EQ(InboxReason::asked, report.inbox_reason);
   EXPECT_EQ("", report.note);
   for (const char* folder : {".A.B", ".C", ""})
     EXPECT_EQ(Names{"Added: d\nA: b\n\nc\n"}, messages_in(maildir(folder))) << folder;
@@ -71,6 +72,7 @@ TEST_F(MailboxDelivery, StoresNothingThatIsRefused) {
   const Report discarded = deliver_after(evaluation_of({discard()}));
   EXPECT_EQ(Status::discarded, discarded.status);
   EXPECT_EQ("discard", discarded.action);
+  EXPECT_EQ(InboxReason::none, discarded.inbox_reason);
   EXPECT_EQ(Names{}, discarded.folders);
   EXPECT_EQ(Names{}, names_in(user_));
 }
@@ -81,8 +83,16 @@ TEST_F(MailboxDelivery, LeavesInTheInboxWhatCouldNotBeEvaluated) {
   EXPECT_EQ(Status::delivered, report.status);
   EXPECT_EQ(Names{"Inbox"}, report.folders);
   EXPECT_EQ("keep", report.action);
+  EXPECT_EQ(InboxReason::failure, report.inbox_reason);
   EXPECT_EQ("evaluation failed: killed", report.note);
   EXPECT_EQ(1U, count_in(""));
+}
+
+TEST_F(MailboxDelivery, TellsAUserWithoutRulesFromAFailure) {
+  EXPECT_EQ(InboxReason::no_rule, deliver_after(evaluation_of({})).inbox_reason);
+  EXPECT_EQ(InboxReason::no_script,
+            deliver_after(evaluation_without_result(Evaluation::Outcome::no_script)).inbox_reason);
+  EXPECT_EQ(InboxReason::none, deliver_after(evaluation_of({file_into("A")})).inbox_reason);
 }
 
 TEST_F(MailboxDelivery, PutsIntoTheInboxOnceWhatFoldersDoNotTake) {
@@ -93,6 +103,7 @@ TEST_F(MailboxDelivery, PutsIntoTheInboxOnceWhatFoldersDoNotTake) {
   EXPECT_EQ(Status::delivered, report.status);
   EXPECT_EQ((Names{"C", "Inbox"}), report.folders);
   EXPECT_EQ("fileinto:C,keep", report.action);
+  EXPECT_EQ(InboxReason::failure, report.inbox_reason);
   EXPECT_EQ("can't store in A: " + maildir(".A") +
                 ": Not a directory; can't store in B: " + maildir(".B") + ": Not a directory",
             report.note);
@@ -143,6 +154,7 @@ TEST_F(MailboxDelivery, KeepsInTheInboxWhatTheMailboxDoesNotTake) {
   EXPECT_EQ(Names{"Inbox"}, deliver_after(evaluation_of({keep()}), "A").folders);
   const Report report = deliver_after(evaluation_of({keep()}), "../x");
   EXPECT_EQ(Names{"Inbox"}, report.folders);
+  EXPECT_EQ(InboxReason::failure, report.inbox_reason);
   EXPECT_EQ("not a folder name, hence the inbox: ../x", report.note);
   EXPECT_EQ(2U, count_in(""));
 }

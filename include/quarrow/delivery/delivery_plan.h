@@ -1,4 +1,4 @@
-// What an evaluation means for a message.
+// From the evaluation of a message to the places where the message goes.
 #ifndef QUARROW_DELIVERY_DELIVERY_PLAN_H_
 #define QUARROW_DELIVERY_DELIVERY_PLAN_H_
 
@@ -9,6 +9,15 @@
 
 namespace Quarrow::Delivery {
 
+// Why a message is in the inbox.
+enum class InboxReason {
+  none,       // it is not: a rule refused it, or each of its mailboxes is another folder
+  asked,      // the script asks for it
+  no_rule,    // no rule of the user matched
+  no_script,  // the user has no script
+  failure  // the script or its evaluation failed, or a folder that the script names can't be used
+};
+
 // Where a message goes.
 struct Plan {
   enum class Refusal { none, reject, discard };
@@ -16,23 +25,24 @@ struct Plan {
   std::vector<std::string> mailboxes;  // in order, each folder once; "" is the inbox
   Refusal refusal = Refusal::none;     // other than none: there are no mailboxes
   std::string reject_text;             // for the sender
-  std::string note;  // why the inbox, for the log; empty when the script asked for each mailbox
+  InboxReason inbox_reason = InboxReason::none;
+  std::string note;  // the reason in words, for a log; empty for the reasons none and asked
 };
 
 // The plan for `evaluation`:
 //
-//   no script, bad script, evaluation failed    the inbox, with a note
-//   an error result                             the inbox, with a note
-//   no action at all                            the inbox, with a note: no rule matched
+//   no script                                   the inbox: no_script
+//   bad script, evaluation failed               the inbox: failure
+//   an error result                             the inbox: failure
+//   no action at all                            the inbox: no_rule
 //   any FILEINTO or KEEP                        each of them, the same folder once; REJECT and
 //                                               DISCARD beside them do not count
 //   REJECT, with or without DISCARD             refused with the first text: the sender learns of
 //                                               it, so that nothing is lost
 //   DISCARD                                     discarded
-//   other actions only                          the inbox, with a note
+//   other actions only                          the inbox: failure
 //
-// A mailbox whose name can't be a folder is the inbox, with a note. A user without any script gets
-// a note as well, since only the log tells him from one whose script went away.
+// A mailbox whose name can't be a folder is the inbox: failure.
 Plan plan_for(const Evaluation& evaluation);
 
 }  // namespace Quarrow::Delivery

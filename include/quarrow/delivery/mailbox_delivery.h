@@ -1,4 +1,4 @@
-// One message to one user: evaluated, and stored where his rules say.
+// Delivering a message to one user: evaluating the rules, and storing the message as they say.
 #ifndef QUARROW_DELIVERY_MAILBOX_DELIVERY_H_
 #define QUARROW_DELIVERY_MAILBOX_DELIVERY_H_
 
@@ -8,32 +8,36 @@
 #include <string>
 #include <vector>
 
+#include "quarrow/delivery/delivery_plan.h"
 #include "quarrow/delivery/evaluation_outcome.h"
 #include "quarrow/delivery/message_file.h"
 
 namespace Quarrow::Delivery {
 
-// Runs the script at `script_path` over a message: Evaluator::evaluate, or what stands in for it.
+// Runs the script at `script_path` over a message: Evaluator::evaluate, or a function that stands
+// in for it.
 using Evaluate = std::function<Evaluation(int message_fd, std::uint64_t size, std::time_t received,
                                           const std::string& script_path)>;
 
-// Whose mail it is.
+// The user whose mail it is.
 struct Recipient {
-  std::string folder;   // his folder, which exists: it holds his script and his Maildir
-  std::string mailbox;  // gets what the plan leaves in the inbox; "" is the inbox
+  std::string folder;   // the user's folder, which exists: it holds the script and the Maildir
+  std::string mailbox;  // takes the place of the plan's inbox; "" is the inbox itself
 };
 
-// What became of a message.
+// The result of a delivery.
 struct Report {
-  // delivered: in at least one folder, and in each that the rules named or else in the inbox.
-  // temporary_failure: the message is the sender's still, though some folders may have it.
+  // delivered: the message is in each folder that the rules name; where one of these can't be
+  // written, it is in the inbox.
+  // temporary_failure: the sender keeps the message, though some folders may have it.
   enum class Status { delivered, rejected, discarded, temporary_failure };
 
   Status status = Status::temporary_failure;
   std::vector<std::string> folders;  // mailbox names; "Inbox" is the inbox
-  std::string rule;                  // the name of the rule that decided, where known
+  InboxReason inbox_reason = InboxReason::none;
+  std::string rule;    // the name of the rule that decided, where known
   std::string action;  // "fileinto:Work", "keep", "reject", "discard"; several with commas
-  std::string note;    // why the inbox, and what could not be written; for the log, may be empty
+  std::string note;    // the reason in words, and each folder that can't be written; for a log
   std::string reject_text;
 };
 
@@ -41,9 +45,9 @@ struct Report {
 // recipient's folder, and stores it below `Maildir` there, under file names with `host_name`.
 // Rules see the message without its added headers.
 //
-// Whatever can't be written is stored in the inbox instead, once. When the inbox can't be written,
-// the result is a temporary failure even if other folders have the message: the sender tries
-// again, and a folder may hold it twice, which is better than not at all.
+// When a folder can't be written, the message is stored in the inbox instead, once. When the inbox
+// can't be written, the result is a temporary failure even if other folders have the message: the
+// sender tries again, and a folder may hold it twice, which is better than not at all.
 Report deliver(const Recipient& recipient, const MessageFile& message, std::time_t received,
                const std::string& host_name, const Evaluate& evaluate);
 
