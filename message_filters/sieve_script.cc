@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "message_filters/mailbox_name.h"
 #include "message_filters/script_words.h"
 #include "message_filters/sieve_test_text.h"
 

@@ -1,8 +1,6 @@
 // From tests to Sieve text. Blanks matter: every piece ends with one, and the test starts with one.
 #include "message_filters/sieve_test_text.h"
 
-#include <zvellparser.h>
-
 #include <algorithm>
 #include <iterator>
 
@@ -12,9 +10,6 @@ namespace Quarrow::MessageFilters {
 
 namespace {
 
-const char imap_charset[] = "IMAP-mailbox-name";
-constexpr std::size_t converter_limit = 1024;  // bytes of one level of a folder
-
 // Pseudo fields that stand for several headers.
 const struct {
   const char* name;
@@ -23,10 +18,6 @@ const struct {
                          {"from_to_cc", ScriptWords::from_to_and_cc}};
 
 std::string quoted(const std::string& text) { return '"' + text + '"'; }
-
-std::string imap_level(const std::string& level) {
-  return ZvellConv::fromUtf8(imap_charset, level.data(), level.size(), converter_limit).data();
-}
 
 // Sieve compares without case unless told otherwise.
 std::string case_clause(const Test& test) { return test.match_case ? ScriptWords::match_case : ""; }
@@ -105,18 +96,6 @@ std::string digits_only(const std::string& text) {
   std::copy_if(text.begin(), text.end(), std::back_inserter(digits),
                [](char c) { return c >= '0' && c <= '9'; });
   return digits;
-}
-
-std::string imap_mailbox_name(const std::string& folder) {
-  std::string name;
-  std::size_t start = 0;
-  // The character behind a separator never separates: "a//b" is "a" and "/b".
-  for (std::size_t end = folder.find('/'); end != std::string::npos;
-       end = folder.find('/', start + 1)) {
-    name += imap_level(folder.substr(start, end - start)) + '/';
-    start = end + 1;
-  }
-  return name + imap_level(folder.substr(start));
 }
 
 bool write_test(const Test& test, std::ostream& out) {

@@ -20,9 +20,6 @@ std::string regex_escape(const std::string& text);
 // The digits 0 to 9 of `text`, in order: "20100501" for "2010-05-01".
 std::string digits_only(const std::string& text);
 
-// A folder's name as IMAP writes it (RFC 3501, section 5.1.3), level by level; "/" stays "/".
-std::string imap_mailbox_name(const std::string& folder);
-
 // Writes `test` with a blank before and behind it. False, with nothing written, when the test is
 // not valid.
 bool write_test(const Test& test, std::ostream& out);

@@ -48,36 +48,6 @@ TEST(DigitsOnly, DropsAllElse) {
   for (const auto& c : cases) EXPECT_EQ(c.want, digits_only(c.text)) << c.text;
 }
 
-TEST(ImapMailboxName, ConvertsLevelByLevel) {
-  const struct {
-    const char* folder;
-    const char* want;
-  } cases[] = {{"", ""},
-               {"Inbox", "Inbox"},
-               {"a/b/c", "a/b/c"},
-               {"Work/", "Work/"},
-               {"/Work", "/Work"},
-               {"/", "/"},
-               {"R&D", "R&-D"},
-               {"B\xC3\xBC"
-                "cher/\xC3\xA9t\xC3\xA9",
-                "B&APw-cher/&AOk-t&AOk-"}};
-  for (const auto& c : cases) EXPECT_EQ(c.want, imap_mailbox_name(c.folder)) << c.folder;
-}
-
-TEST(ImapMailboxName, CharacterBehindASeparatorNeverSeparates) {
-  // Seen at the limit of the converter, 1024 bytes of a level: "/" and 1023 others are one level.
-  const std::string letters(1023, 'x');
-  EXPECT_EQ("a//" + letters, imap_mailbox_name("a//" + letters + 'y'));
-  EXPECT_EQ("a//b/c", imap_mailbox_name("a//b/c"));
-  EXPECT_EQ("a///b", imap_mailbox_name("a///b"));
-}
-
-TEST(ImapMailboxName, LimitsEachLevelOnItsOwn) {
-  const std::string level(1024, 'x');
-  EXPECT_EQ(level + '/' + level, imap_mailbox_name(level + "y/" + level + "z"));
-}
-
 TEST(WriteTest, EveryCombinationOfTypeAndComparator) {
   const struct {
     const char* type;
