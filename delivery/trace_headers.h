@@ -1,33 +1,68 @@
-// The header lines that final delivery adds, and the mail loops that they show.
+// The header lines that tell which way a message came: what a header says, and the lines that final
+// delivery puts in front of it.
 #ifndef QUARROW_DELIVERY_TRACE_HEADERS_H_
 #define QUARROW_DELIVERY_TRACE_HEADERS_H_
 
+#include <ctime>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace Quarrow::Delivery {
 
-// Between whom a message goes.
-struct Envelope {
+// The trace lines of a header. The lines above the topmost Received line were put there by the mail
+// server that hands the message over now, the lines below it by earlier servers.
+struct FoundTrace {
+  bool received = false;           // there is a Received line
+  bool return_path_above = false;  // Return-Path
+  bool delivered_above = false;    // Delivered-To the recipient that was asked for
+  bool delivered_below = false;
+
+  // Whether the message was delivered to the recipient before. In a header without Received lines
+  // each Delivered-To line counts.
+  bool is_loop() const { return delivered_below || (delivered_above && !received); }
+};
+
+// Looks for trace lines in `header`, which ends with the first line that is no field. `recipient`
+// is compared with letters of either case alike.
+FoundTrace find_trace(std::string_view header, std::string_view recipient);
+
+// The addresses in the lines that are put in front.
+struct TraceAddresses {
   std::optional<std::string> sender;  // without angle brackets; "" for bounces; none: not known
   std::string recipient;
 };
 
-// What a message's header says about the way it came.
-struct Trace {
-  bool loop = false;          // it was delivered to this recipient before
-  std::string added_headers;  // Return-Path (RFC 5321, section 4.4) and Delivered-To, with LF
+// How a server of our own got a message, for its Received line (RFC 5321, section 4.4).
+struct Reception {
+  std::string client;    // the name that the client gave itself
+  std::string host;      // the name of this host
+  std::string protocol;  // "LMTP", as it stands behind "with"
+  std::time_t time;
 };
 
-// Looks at the header of `message`. What stands above the topmost Received line was put there by
-// the mail server that hands the message over now. A Delivered-To line for the recipient is
-// therefore a loop only below it, and is not added where the server has done so; the same goes for
-// Return-Path. In a header without Received lines each Delivered-To line counts.
+// The lines to put in front of a message, and whether it loops.
+struct TraceHeaders {
+  bool is_loop = false;  // the message was delivered to this recipient before
+  std::string lines;     // whole lines, with LF
+};
+
+// For a message that another mail server hands over: Return-Path and Delivered-To, each unless that
+// server has put it above the topmost Received line already. Return-Path needs a known sender.
 //
-// Control characters in addresses become "?", so that none begins a header line of its own, and
-// what is behind 900 bytes is cut off (RFC 5322, section 2.1.1, allows lines of 998).
-Trace trace_of(std::string_view message, const Envelope& envelope);
+// Blanks around addresses are left out, control characters in them become "?", so that none begins
+// a header line of its own, and after 900 bytes they are cut off (RFC 5322, section 2.1.1, allows
+// lines of 998).
+TraceHeaders trace_headers(std::string_view message, const TraceAddresses& addresses);
+
+// For a message that a server of our own has received: Return-Path, Delivered-To and Received,
+// above all lines that the message brings along. The addresses keep their length and their blanks.
+// A client's name with characters that mean something in a Received line becomes "unknown".
+TraceHeaders trace_headers(std::string_view message, const TraceAddresses& addresses,
+                           const Reception& reception);
+
+// `text` without the blanks and line ends around it.
+std::string_view trimmed(std::string_view text);
 
 }  // namespace Quarrow::Delivery
 

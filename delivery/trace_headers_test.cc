@@ -1,4 +1,4 @@
-// Return-Path, Delivered-To, and loops seen through them.
+// Return-Path, Delivered-To and Received, and loops seen through them.
 #include "delivery/trace_headers.h"
 
 #include <gtest/gtest.h>
@@ -6,13 +6,57 @@
 namespace Quarrow::Delivery {
 namespace {
 
+const std::string alice = "alice@example.org";
 const std::string to_alice = "Delivered-To: alice@example.org\n";
+const std::string path = "Return-Path: <bob@example.net>\n";
+const std::string received = "Received: from a\n\tby b\n";
 
-Trace trace_to_alice(const std::string& message) {
-  return trace_of(message, {"bob@example.net", "alice@example.org"});
+TraceHeaders handed_over_to_alice(const std::string& message) {
+  return trace_headers(message, {"bob@example.net", alice});
 }
 
-TEST(AddedHeaders, NameSenderAndRecipient) {
+const struct {
+  std::string message;
+  bool want;
+} loops[] = {
+    {to_alice + "\n", true},
+    {to_alice, true},
+    {"Subject: x\n" + to_alice + "\nbody", true},
+    {received + to_alice + received + "\n", true},
+    {"DELIVERED-TO:\n  Alice@Example.ORG \r\n\r\n", true},
+    {"Delivered-To : alice@example.org\n\n", true},
+    {to_alice + received + to_alice + received + "\n", true},
+    {to_alice + received + "\n", false},  // by the server that hands it over
+    {"", false},
+    {"\n" + to_alice, false},
+    {"Subject: x\n\n" + to_alice, false},
+    {"Subject: x\n " + to_alice + "\n", false},
+    {"Delivered-To: malice@example.org\nDelivered-To: alice@example.org.example.net\n\n", false},
+    {"Delivered-To:\n\n", false},
+    {"X-Delivered-To: alice@example.org\n\n", false},
+    {"no field\n" + to_alice + "\n", false},  // the body has begun
+};
+
+TEST(FoundTrace, ShowsALoopWhereTheRecipientHadTheMessageBefore) {
+  for (const auto& c : loops)
+    EXPECT_EQ(c.want, find_trace(c.message, alice).is_loop()) << c.message;
+}
+
+TEST(FoundTrace, TellsTheLinesAboveTheTopmostReceivedFromThoseBelow) {
+  EXPECT_TRUE(find_trace(path + received + "\n", alice).return_path_above);
+  EXPECT_FALSE(find_trace(received + path + "\n", alice).return_path_above);
+  EXPECT_TRUE(find_trace(to_alice + received + "\n", alice).delivered_above);
+  EXPECT_FALSE(find_trace(received + to_alice + "\n", alice).delivered_above);
+  EXPECT_FALSE(find_trace(path + to_alice + "\n", alice).received);
+}
+
+TEST(Trimmed, LeavesOutBlanksAndLineEnds) {
+  EXPECT_EQ("a b", trimmed(" \t\r\na b\r\n \t"));
+  EXPECT_EQ("", trimmed(" \n"));
+  EXPECT_EQ("", trimmed(""));
+}
+
+TEST(HeadersOfAMessageHandedOver, NameSenderAndRecipient) {
   const struct {
     std::optional<std::string> sender;
     std::string recipient;
@@ -25,28 +69,83 @@ TEST(AddedHeaders, NameSenderAndRecipient) {
       {"a\nBcc: b", "c\r\nd\te", "Return-Path: <a?Bcc: b>\nDelivered-To: c??d?e\n"},
       {std::nullopt, std::string(2000, 'x'), "Delivered-To: " + std::string(900, 'x') + '\n'}};
   for (const auto& c : cases) {
-    const Trace trace = trace_of("Subject: x\n\nbody\n", {c.sender, c.recipient});
-    EXPECT_EQ(c.want, trace.added_headers);
-    EXPECT_FALSE(trace.loop);
+    const TraceHeaders headers = trace_headers("Subject: x\n\nbody\n", {c.sender, c.recipient});
+    EXPECT_EQ(c.want, headers.lines);
+    EXPECT_FALSE(headers.is_loop);
   }
 }
 
-TEST(AddedHeaders, AreNotAddedWhereTheServerHasPutThem) {
-  const std::string received = "Received: from a\n\tby b\n";
-  const std::string path = "Return-Path: <bob@example.net>\n";
-  EXPECT_EQ("", trace_to_alice(path + to_alice + received + "\n").added_headers);
-  EXPECT_EQ(path, trace_to_alice(to_alice + received + "\n").added_headers);
-  EXPECT_EQ(to_alice, trace_to_alice(path + received + "\n").added_headers);
-  EXPECT_EQ(path + to_alice, trace_to_alice(received + path + "\n").added_headers);
-  EXPECT_EQ(path + to_alice, trace_to_alice(path + "\n").added_headers);
+TEST(HeadersOfAMessageHandedOver, AreNotAddedWhereTheServerHasPutThem) {
+  EXPECT_EQ("", handed_over_to_alice(path + to_alice + received + "\n").lines);
+  EXPECT_EQ(path, handed_over_to_alice(to_alice + received + "\n").lines);
+  EXPECT_EQ(to_alice, handed_over_to_alice(path + received + "\n").lines);
+  EXPECT_EQ(path + to_alice, handed_over_to_alice(received + path + "\n").lines);
+  EXPECT_EQ(path + to_alice, handed_over_to_alice(path + "\n").lines);
 }
 
-TEST(Loop, IsAMessageThatWasGivenTheseLinesBefore) {
+TEST(HeadersOfAMessageHandedOver, ShowALoopWhenTheMessageComesAgain) {
   for (const std::string& recipient :
        {std::string("alice@example.org"), std::string("a\nb"), std::string(2000, 'x')}) {
-    const Trace first = trace_of("Subject: x\n\n", {"", recipient});
-    EXPECT_TRUE(trace_of(first.added_headers + "\n", {"", recipient}).loop);
+    const TraceHeaders first = trace_headers("Subject: x\n\n", {"", recipient});
+    EXPECT_TRUE(trace_headers(first.lines + "\n", {"", recipient}).is_loop);
   }
+}
+
+class HeadersOfAMessageReceived : public testing::Test {
+ protected:
+  HeadersOfAMessageReceived() {
+    setenv("TZ", "UTC", 1);
+    tzset();
+  }
+  ~HeadersOfAMessageReceived() override {
+    unsetenv("TZ");
+    tzset();
+  }
+
+  // 4 May 2026, 12:00:00 UTC.
+  static Reception from(const std::string& client) {
+    return {client, "mx.example.org", "LMTP", 1777896000};
+  }
+  static std::string received_from(const std::string& client) {
+    return "Received: from " + client +
+           "\n\tby mx.example.org with LMTP\n\tfor <alice@example.org>; "
+           "Mon, 04 May 2026 12:00:00 +0000\n";
+  }
+};
+
+TEST_F(HeadersOfAMessageReceived, NameTheClientTheHostAndTheTime) {
+  const TraceHeaders headers =
+      trace_headers("Subject: x\n\n", {"bob@example.net", alice}, from("client.example.net"));
+  EXPECT_EQ(path + to_alice + received_from("client.example.net"), headers.lines);
+  EXPECT_FALSE(headers.is_loop);
+}
+
+TEST_F(HeadersOfAMessageReceived, NameAClientOnlyWhereItsNameMeansNothingElse) {
+  for (const std::string client : {"mx-1_a.example.net", "[192.0.2.1]", "[IPv6:2001:db8::1]", ""})
+    EXPECT_EQ(path + to_alice + received_from(client),
+              trace_headers("\n", {"bob@example.net", alice}, from(client)).lines);
+  for (const std::string client : {"client (x)", "a b", "a;b", "m\xc3\xbcller", "a\nBcc: b"})
+    EXPECT_EQ(path + to_alice + received_from("unknown"),
+              trace_headers("\n", {"bob@example.net", alice}, from(client)).lines);
+}
+
+TEST_F(HeadersOfAMessageReceived, AreAddedWhateverTheMessageBringsAlong) {
+  const TraceHeaders headers =
+      trace_headers(path + to_alice + received + "\n", {"bob@example.net", alice}, from("client"));
+  EXPECT_EQ(path + to_alice + received_from("client"), headers.lines);
+}
+
+TEST_F(HeadersOfAMessageReceived, KeepLongAddressesAndLetNoneBeginALine) {
+  const std::string sender(2000, 'x');
+  const std::string lines = trace_headers("\n", {sender, "a\nb"}, from("client")).lines;
+  EXPECT_EQ("Return-Path: <" + sender + ">\nDelivered-To: a?b\n",
+            lines.substr(0, lines.find("Received")));
+}
+
+TEST_F(HeadersOfAMessageReceived, ShowALoopWhenTheMessageComesAgain) {
+  const TraceHeaders first = trace_headers("Subject: x\n\n", {"", alice}, from("client"));
+  const std::string again = "Received: from elsewhere\n" + first.lines + "\n";
+  EXPECT_TRUE(trace_headers(again, {"", alice}, from("client")).is_loop);
 }
 
 }  // namespace

@@ -1,9 +1,5 @@
-// Recipients' folders, trace headers, and what a delivery's report means to a client.
+// Replies to what a lookup finds and a delivery reports, and their counters.
 #include "lmtp/delivery_handler.h"
-
-#include <sys/stat.h>
-#include <zvellparser.h>
-#include <zvelluser.h>
 
 #include <cerrno>
 #include <chrono>
@@ -11,7 +7,6 @@
 #include <exception>
 #include <utility>
 
-#include "delivery/trace_lines.h"
 #include "lmtp/message_id.h"
 #include "server/log.h"
 
@@ -20,53 +15,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using Delivery::Evaluation;
+using Delivery::InboxReason;
+using Delivery::RecipientLookup;
 using Delivery::Report;
 using Server::log_error;
 using Server::log_info;
 
 const Reply try_again{451, "4.3.0", "The message can't be delivered now"};
-
-// Empty for what can't be a user's address.
-std::string folder_of(const std::string& recipient) {
-  const EmailAddress address(recipient);
-  return address.isNull() ? "" : ZvMailUserId(MAILBOX_USER, address.address()).prefpath();
-}
-
-// The address without its extension: alice@example.org for alice+lists@example.org.
-std::string without_extension(const std::string& recipient, const std::string& delimiter) {
-  const std::size_t at = recipient.rfind('@');
-  const std::size_t begin = recipient.find_first_of(delimiter);
-  if (at == std::string::npos || begin == 0 || begin >= at) return recipient;
-  return recipient.substr(0, begin) + recipient.substr(at);
-}
-
-bool is_folder(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) return false;
-  errno = ENOTDIR;
-  return S_ISDIR(status.st_mode);
-}
-
-std::string date_text(std::time_t time) {
-  std::tm local{};
-  char text[64];
-  localtime_r(&time, &local);
-  return {text, std::strftime(text, sizeof text, "%a, %d %b %Y %H:%M:%S %z", &local)};
-}
-
-// The client's name as it may stand in a Received line, where blanks and parentheses mean
-// something.
-std::string trace_name(const std::string& client) {
-  static const char plain[] =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.:[]";
-  return client.find_first_not_of(plain) == std::string::npos ? client : "unknown";
-}
-
-bool asked_for_nothing(const Evaluation& evaluation) {
-  if (evaluation.outcome == Evaluation::Outcome::no_script) return true;
-  return evaluation.outcome == Evaluation::Outcome::done &&
-         evaluation.result.error == SieveMatchResult::NONE && evaluation.result.actions.empty();
-}
 
 Reply reply_to(const Report& report) {
   switch (report.status) {
@@ -82,6 +37,15 @@ Reply reply_to(const Report& report) {
   return try_again;
 }
 
+// For a user whose folder went away between RCPT and the end of the message.
+Report gone_since_accepted(const RecipientLookup& lookup) {
+  Report report;
+  report.note = lookup.result == RecipientLookup::Result::unknown
+                    ? "the user has no folder any more"
+                    : lookup.object + ": " + lookup.reason;
+  return report;
+}
+
 }  // namespace
 
 DeliveryHandler::DeliveryHandler(Places places, Delivery::Evaluate evaluate,
@@ -92,16 +56,17 @@ DeliveryHandler::DeliveryHandler(Places places, Delivery::Evaluate evaluate,
       spool_(places_.spool) {}
 
 Reply DeliveryHandler::check_recipient(const std::string& recipient) {
-  const std::string folder = folder_for(recipient);
-  if (!folder.empty() && is_folder(folder)) return {250, "2.1.5", "Recipient accepted"};
-  const int error = errno;
-  const bool is_missing = folder.empty() || error == ENOENT || error == ENOTDIR;
-  if (is_missing && is_folder(places_.root)) {
-    metrics_.add(Counter::unknown_recipient);
-    return {550, "5.1.1", "There is no such user here"};
+  const RecipientLookup lookup = look_up(recipient);
+  switch (lookup.result) {
+    case RecipientLookup::Result::found:
+      return {250, "2.1.5", "Recipient accepted"};
+    case RecipientLookup::Result::unknown:
+      metrics_.add(Counter::unknown_recipient);
+      return {550, "5.1.1", "There is no such user here"};
+    case RecipientLookup::Result::unavailable:
+      break;
   }
-  log_error((is_missing ? places_.root : folder) + ": " +
-            std::strerror(is_missing ? errno : error));
+  log_error(lookup.object + ": " + lookup.reason);
   return {451, "4.3.0", "Users can't be looked up now"};
 }
 
@@ -131,7 +96,10 @@ Reply DeliveryHandler::deliver(const Envelope& envelope, const std::string& reci
     reply = conclude(failed, record);
   }
   record.took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
-  (reply.code == try_again.code ? log_error : log_info)(log_line(record));
+  if (reply.code == try_again.code)
+    log_error(log_line(record));
+  else
+    log_info(log_line(record));
   return reply;
 }
 
@@ -140,14 +108,15 @@ Reply DeliveryHandler::deliver_unless_it_loops(const Envelope& envelope,
                                                DeliveryRecord& record) {
   const std::string header = spool_.header();
   record.message_id = message_id(header);
-  if (!Delivery::trace_lines(header, recipient).are_of_a_loop())
-    return conclude(deliver_to(folder_for(recipient), added_headers(envelope, recipient)), record);
+  const Delivery::TraceHeaders trace =
+      Delivery::trace_headers(header, {envelope.sender, recipient}, reception_of(envelope));
+  if (!trace.is_loop) return conclude(deliver_to(recipient, trace.lines), record);
   metrics_.add(Counter::looped);
   record.action = "loop";
   return {554, "5.4.6", "The message loops: it was delivered to this recipient before"};
 }
 
-// Counts what became of a message, tells the log of it, and gives the reply.
+// Counts the result of a delivery, puts it into the log's record, and gives the reply.
 Reply DeliveryHandler::conclude(const Report& report, DeliveryRecord& record) {
   count(report);
   record.rule = report.rule;
@@ -156,36 +125,28 @@ Reply DeliveryHandler::conclude(const Report& report, DeliveryRecord& record) {
   return reply_to(report);
 }
 
-// The folder of the user whose mail it is; where he has none, that of the recipient as he stands.
-std::string DeliveryHandler::folder_for(const std::string& recipient) const {
-  const std::string exact = folder_of(recipient);
-  const std::string user = without_extension(recipient, places_.recipient_delimiter);
-  if (user == recipient || is_folder(exact) || errno != ENOENT) return exact;
-  const std::string folder = folder_of(user);
-  return is_folder(folder) ? folder : exact;
+RecipientLookup DeliveryHandler::look_up(const std::string& recipient) const {
+  return Delivery::look_up_recipient(recipient, {places_.root, Delivery::MountSign::Kind::folder},
+                                     places_.recipient_delimiter);
 }
 
-Report DeliveryHandler::deliver_to(const std::string& folder, const std::string& headers) {
-  no_rule_ = false;
+Report DeliveryHandler::deliver_to(const std::string& recipient, const std::string& headers) {
+  const RecipientLookup lookup = look_up(recipient);
+  if (lookup.result != RecipientLookup::Result::found) return gone_since_accepted(lookup);
   const auto timed = [this](int fd, std::uint64_t size, std::time_t received,
                             const std::string& script) {
     const auto start = Clock::now();
     Evaluation evaluation = evaluate_(fd, size, received, script);
     metrics_.add_evaluation(
         std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start));
-    no_rule_ = asked_for_nothing(evaluation);
     return evaluation;
   };
-  return Delivery::deliver({folder, ""}, {spool_.fd(), spool_.size(), headers}, received_,
+  return Delivery::deliver({lookup.folder, ""}, {spool_.fd(), spool_.size(), headers}, received_,
                            places_.host_name, timed);
 }
 
-std::string DeliveryHandler::added_headers(const Envelope& envelope,
-                                           const std::string& recipient) const {
-  return "Return-Path: <" + envelope.sender + ">\nDelivered-To: " + recipient +
-         "\nReceived: from " + trace_name(envelope.client) + "\n\tby " + places_.host_name +
-         " with " + (envelope.utf8 ? "UTF8LMTP" : "LMTP") + "\n\tfor <" + recipient + ">; " +
-         date_text(received_) + '\n';
+Delivery::Reception DeliveryHandler::reception_of(const Envelope& envelope) const {
+  return {envelope.client, places_.host_name, envelope.utf8 ? "UTF8LMTP" : "LMTP", received_};
 }
 
 void DeliveryHandler::count(const Report& report) {
@@ -201,9 +162,9 @@ void DeliveryHandler::count(const Report& report) {
   }
   for (const std::string& folder : report.folders)
     metrics_.add(folder == "Inbox" ? Counter::delivered_inbox : Counter::delivered_other);
-  if (no_rule_)
+  if (report.inbox_reason == InboxReason::no_rule || report.inbox_reason == InboxReason::no_script)
     metrics_.add(Counter::kept_without_rule);
-  else if (!report.note.empty())
+  else if (report.inbox_reason == InboxReason::failure)
     metrics_.add(Counter::kept_after_failure);
 }
 

@@ -1,10 +1,12 @@
-// What a session stands on in the daemon: users' folders, a spool, and delivery by their rules.
+// The daemon's side of a session: users' folders, a spool, and delivery by the users' rules.
 #ifndef QUARROW_LMTP_DELIVERY_HANDLER_H_
 #define QUARROW_LMTP_DELIVERY_HANDLER_H_
 
 #include <ctime>
 #include <string>
 
+#include "delivery/recipient_lookup.h"
+#include "delivery/trace_headers.h"
 #include "lmtp/delivery_counters.h"
 #include "lmtp/delivery_record.h"
 #include "lmtp/session.h"
@@ -22,23 +24,22 @@ struct Places {
   std::string recipient_delimiter = {};
 };
 
-// Delivers a session's messages. A user is known when he has a folder; alice+lists@example.org is
-// alice@example.org where nobody has that very name. While the root itself is missing (a disk that
-// is not mounted), every user is to be tried again.
+// Delivers a session's messages. Users are looked up as look_up_recipient does it; the root itself
+// is the sign that their disk is mounted.
 class DeliveryHandler : public Handler {
  public:
   // `metrics` outlives this object.
   DeliveryHandler(Places places, Delivery::Evaluate evaluate, DeliveryCounters& metrics);
 
-  // 250 2.1.5; 550 5.1.1 unknown; 451 4.3.0 when that can't be told now.
+  // 250 2.1.5; 550 5.1.1 for an unknown user; 451 4.3.0 when that can't be told now.
   Reply check_recipient(const std::string& recipient) override;
 
   bool open_message() override;
   bool add(const char* data, std::size_t size) override;
 
-  // 250 2.0.0 for a message that is on disk, or that a rule threw away; 550 5.7.1 with the rule's
-  // text; 554 5.4.6 for one that the recipient had before; 451 4.3.0 for everything that went
-  // wrong. Logs a line and counts.
+  // 250 2.0.0 for a message that is on disk, or that a rule discards; 550 5.7.1 with the text of
+  // the rule that rejects it; 554 5.4.6 for a message that the recipient had before; 451 4.3.0 for
+  // all failures. Logs a line and counts.
   Reply deliver(const Envelope& envelope, const std::string& recipient) override;
 
   void close_message() override;
@@ -47,9 +48,9 @@ class DeliveryHandler : public Handler {
   Reply deliver_unless_it_loops(const Envelope& envelope, const std::string& recipient,
                                 DeliveryRecord& record);
   Reply conclude(const Delivery::Report& report, DeliveryRecord& record);
-  std::string folder_for(const std::string& recipient) const;
-  Delivery::Report deliver_to(const std::string& folder, const std::string& headers);
-  std::string added_headers(const Envelope& envelope, const std::string& recipient) const;
+  Delivery::RecipientLookup look_up(const std::string& recipient) const;
+  Delivery::Report deliver_to(const std::string& recipient, const std::string& headers);
+  Delivery::Reception reception_of(const Envelope& envelope) const;
   void count(const Delivery::Report& report);
 
   const Places places_;
@@ -57,7 +58,6 @@ class DeliveryHandler : public Handler {
   DeliveryCounters& metrics_;
   Spool spool_;
   std::time_t received_ = 0;
-  bool no_rule_ = false;  // the last evaluation asked for nothing, without having failed
 };
 
 }  // namespace Quarrow::Lmtp

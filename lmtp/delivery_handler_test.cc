@@ -103,6 +103,19 @@ TEST_F(DeliveryHandlerTest, BouncesNothingWhileTheUsersDiskIsMissing) {
   EXPECT_EQ(451, handler.check_recipient(user).code);
 }
 
+TEST_F(DeliveryHandlerTest, AsksToTryAgainWhereAFileIsInPlaceOfAUsersFolder) {
+  write_file(folder_.path() + "/example.org/bob", "in the way");
+  EXPECT_EQ(451, check("bob@example.org").code);
+  EXPECT_TRUE(counts("unknown_recipients_total 0"));
+}
+
+TEST_F(DeliveryHandlerTest, AsksToTryAgainWhenAUsersFolderWentAway) {
+  const Reply reply = deliver(done({{SieveAction::KEEP, ""}}), "Subject: x\n\n", "bob@example.org");
+  EXPECT_EQ(451, reply.code);
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() + "/example.org/bob"));
+  EXPECT_TRUE(counts("temporary_failures_total 1"));
+}
+
 TEST_F(DeliveryHandlerTest, FilesWithTraceHeaders) {
   EXPECT_EQ(250, deliver(done({{SieveAction::FILEINTO, "Work"}})).code);
   const std::string message = stored(".Work/new");
@@ -122,6 +135,16 @@ TEST_F(DeliveryHandlerTest, CountsWhyTheInboxHasIt) {
   EXPECT_TRUE(counts("kept_total{reason=\"no_rule\"} 1")) << metrics_.text();
   EXPECT_TRUE(counts("kept_total{reason=\"failure\"} 1")) << metrics_.text();
   EXPECT_TRUE(counts("delivered_total{folder=\"inbox\"} 3")) << metrics_.text();
+}
+
+TEST_F(DeliveryHandlerTest, CountsAMissingScriptAsNoRuleAndABadFolderNameAsAFailure) {
+  Evaluation without_script;
+  without_script.outcome = Evaluation::Outcome::no_script;
+  EXPECT_EQ(250, deliver(without_script).code);
+  EXPECT_TRUE(counts("kept_total{reason=\"no_rule\"} 1")) << metrics_.text();
+  EXPECT_EQ(250, deliver(done({{SieveAction::FILEINTO, "A//B"}})).code);
+  EXPECT_TRUE(counts("kept_total{reason=\"no_rule\"} 1")) << metrics_.text();
+  EXPECT_TRUE(counts("kept_total{reason=\"failure\"} 1")) << metrics_.text();
 }
 
 TEST_F(DeliveryHandlerTest, PassesARejectionOn) {

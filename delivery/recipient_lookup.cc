@@ -1,0 +1,64 @@
+// Addresses to the folders of users.
+#include "delivery/recipient_lookup.h"
+
+#include <sys/stat.h>
+#include <zvellparser.h>
+#include <zvelluser.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace Quarrow::Delivery {
+namespace {
+
+using Result = RecipientLookup::Result;
+
+RecipientLookup unavailable(const std::string& object, const std::string& reason) {
+  return {Result::unavailable, {}, object, reason};
+}
+
+// The address without its extension: alice@example.org for alice+lists@example.org.
+std::string without_extension(const std::string& address, const std::string& delimiters) {
+  const std::size_t at = address.rfind('@');
+  const std::size_t begin = address.find_first_of(delimiters);
+  if (at == std::string::npos || begin == 0 || begin >= at) return address;
+  return address.substr(0, begin) + address.substr(at);
+}
+
+// Looks at the folder of the user with that very address.
+RecipientLookup look_up_exactly(const std::string& address) {
+  const EmailAddress parsed(address);
+  const std::string folder = ZvMailUserId(MAILBOX_USER, parsed.address()).prefpath();
+  if (folder.empty()) return {Result::unknown, {}, {}, {}};
+  struct stat status {};
+  if (stat(folder.c_str(), &status) != 0) {
+    if (errno == ENOENT) return {Result::unknown, {}, {}, {}};
+    return unavailable(folder, std::strerror(errno));
+  }
+  if (!S_ISDIR(status.st_mode)) return unavailable(folder, "not a folder");
+  return {Result::found, folder, {}, {}};
+}
+
+// Why `sign` does not show that the disk is mounted; empty when it does.
+std::string missing_reason(const MountSign& sign) {
+  struct stat status {};
+  int error = stat(sign.path.c_str(), &status) == 0 ? 0 : errno;
+  if (error == 0 && sign.kind == MountSign::Kind::folder && !S_ISDIR(status.st_mode))
+    error = ENOTDIR;
+  if (error == 0) return "";
+  return sign.reason_when_missing.empty() ? std::strerror(error) : sign.reason_when_missing;
+}
+
+}  // namespace
+
+RecipientLookup look_up_recipient(const std::string& address, const MountSign& sign,
+                                  const std::string& delimiters) {
+  RecipientLookup lookup = look_up_exactly(address);
+  const std::string user = without_extension(address, delimiters);
+  if (lookup.result == Result::unknown && user != address) lookup = look_up_exactly(user);
+  if (lookup.result != Result::unknown) return lookup;
+  const std::string reason = missing_reason(sign);
+  return reason.empty() ? lookup : unavailable(sign.path, reason);
+}
+
+}  // namespace Quarrow::Delivery

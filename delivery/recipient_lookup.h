@@ -1,0 +1,45 @@
+// Finding the user that a message is for.
+#ifndef QUARROW_DELIVERY_RECIPIENT_LOOKUP_H_
+#define QUARROW_DELIVERY_RECIPIENT_LOOKUP_H_
+
+#include <string>
+
+namespace Quarrow::Delivery {
+
+// The sign that the disk with the users' folders is mounted: without the disk, each user would be
+// unknown, and the mail for all of them would go back to its senders.
+struct MountSign {
+  enum class Kind { anything, folder };
+
+  std::string path;                      // exists wherever the disk is mounted, and only there
+  Kind kind;                             // what has to be at `path`
+  std::string reason_when_missing = {};  // for a person; "" stands for the reason of the system
+};
+
+struct RecipientLookup {
+  enum class Result {
+    found,       // the user has a folder
+    unknown,     // there is no such user
+    unavailable  // that can't be told now: the mail is to be kept, and tried again
+  };
+
+  Result result = Result::unavailable;
+  std::string folder;  // found: the user's folder
+  std::string object;  // unavailable: the path that can't be looked at
+  std::string reason;  // unavailable: why not, for a person
+};
+
+// Looks up the user with the mail address `address` below the root that mailuser_set_root was
+// given. A user is known when the user's folder exists. Each of the characters `delimiters` may
+// begin an extension: alice+lists@example.org is alice@example.org where no user has that very
+// name. An address that can't have a folder, for example one without "@", is unknown.
+//
+// `sign` is looked at only where no folder was found: a user is unknown while it is there, and
+// unavailable while it is missing. A folder that can't be looked at, or a file in its place, is
+// unavailable, too.
+RecipientLookup look_up_recipient(const std::string& address, const MountSign& sign,
+                                  const std::string& delimiters = {});
+
+}  // namespace Quarrow::Delivery
+
+#endif  // QUARROW_DELIVERY_RECIPIENT_LOOKUP_H_
