@@ -55,27 +55,29 @@ void kill_with_message(pid_t helper, std::ptrdiff_t idle) {
   (void)kill(helper, SIGKILL);
 }
 
+const char* const scripts[] = {
+    ordinary_script,
+    "keep;",
+    "discard;",
+    "require \"reject\"; reject \"not here\";",
+    "require [\"fileinto\"]; fileinto \"A\"; fileinto \"INBOX/b\"; keep;",
+    "require [\"fileinto\"]; if size :over 1K { fileinto \"Big\"; }",
+    "if address :all :is \"from\" \"a@example.org\" { discard; }",
+    "if header :is \"zvx-received-date\" \"20100512\" { discard; }",
+    "if address :all :contains \"x-from\" \"zz\" { discard; }"};
+
+const std::string messages[] = {
+    ordinary_message,
+    "",
+    "\n\n",
+    "From: a@example.org\r\nSubject: x\r\n\r\nSubject: offer\r\n",
+    "From: A <a@example.org>\nSubject: an\n offer\n\n" + std::string(5000, 'x'),
+    "X-From: a@b@c\nSubject: =?utf-8?b?b2ZmZXI=?=\n\n",
+    "X-Long: " + std::string(70000, 'y') + "\nSubject: offer\n\n",
+    "Subject: " + std::string("of\0fer", 6) + "\n\n",
+    "no header at all"};
+
 TEST_F(EvaluatorTest, GivesWhatMatchGives) {
-  const char* const scripts[] = {
-      ordinary_script,
-      "keep;",
-      "discard;",
-      "require \"reject\"; reject \"not here\";",
-      "require [\"fileinto\"]; fileinto \"A\"; fileinto \"INBOX/b\"; keep;",
-      "require [\"fileinto\"]; if size :over 1K { fileinto \"Big\"; }",
-      "if address :all :is \"from\" \"a@example.org\" { discard; }",
-      "if header :is \"zvx-received-date\" \"20100512\" { discard; }",
-      "if address :all :contains \"x-from\" \"zz\" { discard; }"};
-  const std::string messages[] = {
-      ordinary_message,
-      "",
-      "\n\n",
-      "From: a@example.org\r\nSubject: x\r\n\r\nSubject: offer\r\n",
-      "From: A <a@example.org>\nSubject: an\n offer\n\n" + std::string(5000, 'x'),
-      "X-From: a@b@c\nSubject: =?utf-8?b?b2ZmZXI=?=\n\n",
-      "X-Long: " + std::string(70000, 'y') + "\nSubject: offer\n\n",
-      "Subject: " + std::string("of\0fer", 6) + "\n\n",
-      "no header at all"};
   Evaluator evaluator;
   for (const std::string script : scripts) {
     for (const std::string& message : messages) {
@@ -122,14 +124,15 @@ TEST_F(EvaluatorTest, NamesTheFilterThatDecided) {
   EXPECT_EQ("", evaluate(evaluator, "Subject: other\n\n").rule);
 }
 
+const char* const words[] = {"=?koi8-r?q?=D0=D2?=",      "=?windows-1251?q?=EF=F0?=",
+                             "=?iso-8859-2?q?=B1=E6?=",  "=?iso-2022-jp?b?GyRCRnxLXBsoQg==?=",
+                             "=?shift_jis?b?k/qWew==?=", "=?gb18030?b?xOO6ww==?=",
+                             "=?big5?b?p0GmbQ==?=",      "=?euc-kr?b?vsiz5w==?=",
+                             "=?iso-8859-15?q?=A4?=",    "=?windows-1252?q?=80?=",
+                             "=?no-such?q?=E4?=",        "raw \xe4\xf6"};
+
 // A helper can't load what it needs for a charset: that has to be there before.
 TEST_F(EvaluatorTest, DecodesCharsetsAsMatchDoes) {
-  const char* const words[] = {"=?koi8-r?q?=D0=D2?=",      "=?windows-1251?q?=EF=F0?=",
-                               "=?iso-8859-2?q?=B1=E6?=",  "=?iso-2022-jp?b?GyRCRnxLXBsoQg==?=",
-                               "=?shift_jis?b?k/qWew==?=", "=?gb18030?b?xOO6ww==?=",
-                               "=?big5?b?p0GmbQ==?=",      "=?euc-kr?b?vsiz5w==?=",
-                               "=?iso-8859-15?q?=A4?=",    "=?windows-1252?q?=80?=",
-                               "=?no-such?q?=E4?=",        "raw \xe4\xf6"};
   Evaluator evaluator;
   for (const char* const word : words) {
     const Buffer decoded = stringToUtf8(word, nullptr);
@@ -141,24 +144,25 @@ TEST_F(EvaluatorTest, DecodesCharsetsAsMatchDoes) {
   }
 }
 
+const struct {
+  std::string subject;
+  std::string word;
+} subjects[] = {{"an offer", "offer"},
+                {"=?utf-8?q?caf=C3=A9?=", "caf\xc3\xa9"},
+                {"=?koi8-r?q?=D0=D2?=", "\xd0\xbf\xd1\x80"},
+                {"=?Windows-1251*ru?q?=EF=F0?=", "\xd0\xbf\xd1\x80"},
+                {"=?iso-8859-7?q?=E1?= =?x-none?q?=E1?= =?iso-8859-5?q?=DF?=", "\xd0\xbf"},
+                {"=?iso-8859-1?q?J=E4?= <a>, =?iso-8859-1?q?J=E4?= <a>, =?iso-8859-1?q?J=E4?= <a>, "
+                 "=?gb2312?B?xOO6ww==?=",
+                 "\xe4\xbd\xa0\xe5\xa5\xbd"},
+                {"=?utf-8?b?w6Q=?= =?koi8-r?b?0NI=?=", "\xc3\xa4\xd0\xbf\xd1\x80"},
+                {std::string("=\0?koi8-r?q?=D0=D2?=", 20), "\xd0\xbf\xd1\x80"},
+                {"raw \xe4", "raw \xc3\xa4"}};
+
 // A process that is made for one message loads what that one needs, and no test before this one may
 // have loaded more: each runs in a process of its own.
 TEST_F(EvaluatorTest, IsPreparedForTheOneMessageOfItsProcess) {
-  const struct {
-    std::string subject;
-    std::string word;
-  } cases[] = {{"an offer", "offer"},
-               {"=?utf-8?q?caf=C3=A9?=", "caf\xc3\xa9"},
-               {"=?koi8-r?q?=D0=D2?=", "\xd0\xbf\xd1\x80"},
-               {"=?Windows-1251*ru?q?=EF=F0?=", "\xd0\xbf\xd1\x80"},
-               {"=?iso-8859-7?q?=E1?= =?x-none?q?=E1?= =?iso-8859-5?q?=DF?=", "\xd0\xbf"},
-               {"=?iso-8859-1?q?J=E4?= <a>, =?iso-8859-1?q?J=E4?= <a>, =?iso-8859-1?q?J=E4?= <a>, "
-                "=?gb2312?B?xOO6ww==?=",
-                "\xe4\xbd\xa0\xe5\xa5\xbd"},
-               {"=?utf-8?b?w6Q=?= =?koi8-r?b?0NI=?=", "\xc3\xa4\xd0\xbf\xd1\x80"},
-               {std::string("=\0?koi8-r?q?=D0=D2?=", 20), "\xd0\xbf\xd1\x80"},
-               {"raw \xe4", "raw \xc3\xa4"}};
-  for (const auto& c : cases) {
+  for (const auto& c : subjects) {
     const std::string message = "Subject: " + c.subject + "\n\n=?big5?q?not a header?= \xff\n";
     const std::string script = "require [\"fileinto\"]; if header :contains \"subject\" \"" +
                                c.word + "\" { fileinto \"Same\"; }";

@@ -51,68 +51,77 @@ TEST(ExecutionForm, HasNoCommentsAndOneActionForEachBranch) {
   EXPECT_EQ("Inbox/x", form.branches[1].actions[0].mailbox);
 }
 
+const struct {
+  const char* comparator;
+  const char* value;
+  const char* want;
+} comparisons[] = {{"begin_with", "abc", R"( header :matches "subject" "abc*" )"},
+                   {"begin_with", "[a] (b)", R"( header :matches "subject" "[a] (b)*" )"},
+                   {"begin_with", "a$", R"( header :matches "subject" "a$*" )"},
+                   {"end_with", "abc", R"( header :matches "subject" "*abc" )"},
+                   {"end_with", "^a.b", R"( header :matches "subject" "*^a.b" )"},
+                   {"end_with", "a/b", R"( header :matches "subject" "*a/b" )"},
+                   // :matches can't say a star or a question mark.
+                   {"begin_with", "a*b", R"( header :regex "subject" "^a\*b" )"},
+                   {"end_with", "why?", R"( header :regex "subject" "why\?$" )"},
+                   // Not anchored, though they look so.
+                   {"contains", "^a", R"( header :contains "subject" "^a" )"},
+                   {"is", "a$", R"( header :is "subject" "a$" )"}};
+
 TEST(ExecutionForm, ComparesBeginningsAndEndsWithoutRegularExpressions) {
-  const struct {
-    const char* comparator;
-    const char* value;
-    const char* want;
-  } cases[] = {{"begin_with", "abc", R"( header :matches "subject" "abc*" )"},
-               {"begin_with", "[a] (b)", R"( header :matches "subject" "[a] (b)*" )"},
-               {"begin_with", "a$", R"( header :matches "subject" "a$*" )"},
-               {"end_with", "abc", R"( header :matches "subject" "*abc" )"},
-               {"end_with", "^a.b", R"( header :matches "subject" "*^a.b" )"},
-               {"end_with", "a/b", R"( header :matches "subject" "*a/b" )"},
-               // :matches can't say a star or a question mark.
-               {"begin_with", "a*b", R"( header :regex "subject" "^a\*b" )"},
-               {"end_with", "why?", R"( header :regex "subject" "why\?$" )"},
-               // Not anchored, though they look so.
-               {"contains", "^a", R"( header :contains "subject" "^a" )"},
-               {"is", "a$", R"( header :is "subject" "a$" )"}};
-  for (const auto& c : cases)
+  for (const auto& c : comparisons)
     EXPECT_EQ(c.want, condition_of(make_test("string", "subject", c.comparator, c.value)));
 }
 
+const struct {
+  const char* type;
+  const char* field;
+  const char* comparator;
+  const char* value;
+} tests_of_every_kind[] = {
+    {"string", "to_cc", "end_with", "x"},     {"address", "from_to_cc", "is", "a@b"},
+    {"size", "size", "less", "20"},           {"size", "size", "greater", "20"},
+    {"date", "date", "before", "2010-05-01"}, {"date", "date", "after", "2010-05-01"},
+    {"date", "date", "is", "2010-05-01"}};
+
 TEST(ExecutionForm, KnowsEveryTestThatTheWriterWrites) {
-  Condition negative = make_test("string", "to_cc", "end_with", "x");
-  negative.negative = true;
-  Condition exact = make_test("address", "from_to_cc", "is", "a@b");
-  exact.match_case = true;
-  const Condition tests[] = {negative,
-                             exact,
-                             make_test("size", "size", "less", "20"),
-                             make_test("size", "size", "greater", "20"),
-                             make_test("date", "date", "before", "2010-05-01"),
-                             make_test("date", "date", "after", "2010-05-01"),
-                             make_test("date", "date", "is", "2010-05-01")};
-  for (const Condition& test : tests)
-    EXPECT_EQ(1U, execution_form(script_of(test)).branches.size()) << script_of(test);
+  for (const auto& c : tests_of_every_kind) {
+    Condition test = make_test(c.type, c.field, c.comparator, c.value);
+    for (const int variant : {0, 1, 2, 3}) {
+      test.negative = variant % 2 == 1;
+      test.match_case = variant >= 2;
+      EXPECT_EQ(1U, execution_form(script_of(test)).branches.size()) << script_of(test);
+    }
+  }
 }
+
+// Changes that make another script of one that begins its comparison with "^a".
+const struct {
+  std::string from;
+  std::string to;
+} changes[] = {{"\"^a\"", "\"^a.\""},
+               {"\"^a\"", "\"a\""},
+               {"\"^a\"", "\"^\""},
+               {"\"^a\"", "\"^\\a\""},
+               {"\"^a\"", "\"^a\\\""},
+               {"\"^a\"", "\"^\\\\a\""},
+               {"\"^a\"", std::string("\"^\0a\"", 6)},
+               {":regex", ":REGEX"},
+               {"header :regex", "header :regex :comparator \"i;octet\""},
+               {"fileinto \"Trash\"", "reject \"Trash\""},
+               {"    stop;\n", ""},
+               {"# RULE: r\n", "# RULE: r\n# more\n"}};
 
 TEST(ExecutionForm, LeavesOtherScriptsAsTheyAre) {
   const std::string own = script_of(make_test("string", "subject", "begin_with", "a"));
-  const auto changed = [&own](const std::string& from, const std::string& to) {
+  std::vector<std::string> scripts = {"", "keep;", own + "keep;", own.substr(0, own.size() - 1),
+                                      "\n" + own};
+  for (const auto& change : changes) {
     std::string script = own;
-    return script.replace(script.find(from), from.size(), to);
-  };
-  const std::string cases[] = {"",
-                               "keep;",
-                               own + "keep;",
-                               own.substr(0, own.size() - 1),
-                               "\n" + own,
-                               changed("\"^a\"", "\"^a.\""),
-                               changed("\"^a\"", "\"a\""),
-                               changed("\"^a\"", "\"^\""),
-                               changed("\"^a\"", "\"^\\a\""),
-                               changed("\"^a\"", "\"^a\\\""),
-                               changed("\"^a\"", "\"^\\\\a\""),
-                               changed("\"^a\"", std::string("\"^\0a\"", 6)),
-                               changed(":regex", ":REGEX"),
-                               changed("header :regex", "header :regex :comparator \"i;octet\""),
-                               changed("fileinto \"Trash\"", "reject \"Trash\""),
-                               changed("    stop;\n", ""),
-                               changed("# RULE: r\n", "# RULE: r\n# more\n")};
+    scripts.push_back(script.replace(script.find(change.from), change.from.size(), change.to));
+  }
   ASSERT_EQ(1U, execution_form(own).branches.size());
-  for (const std::string& script : cases) {
+  for (const std::string& script : scripts) {
     const ExecutionForm form = execution_form(script);
     EXPECT_EQ(script, form.script);
     EXPECT_TRUE(form.branches.empty()) << script;

@@ -77,21 +77,22 @@ TEST_F(MaildirStoreTest, MakesAFolderAndSubscribesToIt) {
   EXPECT_EQ((Names{".A.B", "cur", "new", "subscriptions", "tmp"}), names_in(path()));
 }
 
+const struct {
+  const char* before;
+  const char* after;
+} subscriptions[] = {{"", "A.B\n"},
+                     {"X\n", "X\nA.B\n"},
+                     {"X", "X\nA.B\n"},
+                     {"A.B\n", "A.B\n"},
+                     {"X\nA.B\nY\n", "X\nA.B\nY\n"},
+                     {"AA.B\nA.B.C\n", "AA.B\nA.B.C\nA.B\n"},
+                     {"V\t2\n\n", "V\t2\n\nA\tB\n"},
+                     {"V\t2\n\nX\n", "V\t2\n\nX\nA\tB\n"},
+                     {"V\t2\n\nA\tB\n", "V\t2\n\nA\tB\n"}};
+
 TEST_F(MaildirStoreTest, AddsToTheSubscriptionsInTheirOwnForm) {
-  const struct {
-    const char* before;
-    const char* after;
-  } cases[] = {{"", "A.B\n"},
-               {"X\n", "X\nA.B\n"},
-               {"X", "X\nA.B\n"},
-               {"A.B\n", "A.B\n"},
-               {"X\nA.B\nY\n", "X\nA.B\nY\n"},
-               {"AA.B\nA.B.C\n", "AA.B\nA.B.C\nA.B\n"},
-               {"V\t2\n\n", "V\t2\n\nA\tB\n"},
-               {"V\t2\n\nX\n", "V\t2\n\nX\nA\tB\n"},
-               {"V\t2\n\nA\tB\n", "V\t2\n\nA\tB\n"}};
   expect_stored("");
-  for (const auto& c : cases) {
+  for (const auto& c : subscriptions) {
     std::filesystem::remove_all(path(".A.B"));
     write_file(path("subscriptions"), c.before);
     expect_stored(".A.B");

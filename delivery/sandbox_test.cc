@@ -35,30 +35,31 @@ int status_of(Deed deed) {
   return status;
 }
 
+const struct {
+  const char* name;
+  Deed deed;
+} forbidden_deeds[] = {
+    {"socket", [](const MemoryFile&) { return socket(AF_INET, SOCK_STREAM, 0); }},
+    {"unix socket", [](const MemoryFile&) { return socket(AF_UNIX, SOCK_STREAM, 0); }},
+    {"fork", [](const MemoryFile&) { return static_cast<int>(fork()); }},
+    {"exec", [](const MemoryFile&) { return execl("/bin/true", "true", nullptr); }},
+    {"open to write", [](const MemoryFile&) { return open("/dev/null", O_WRONLY); }},
+    {"open to change", [](const MemoryFile&) { return open("/dev/null", O_RDWR); }},
+    {"create", [](const MemoryFile&) { return open("/tmp/x", O_RDONLY | O_CREAT, 0600); }},
+    {"unlink", [](const MemoryFile&) { return unlink("/nowhere"); }},
+    {"kill", [](const MemoryFile&) { return kill(getppid(), 0); }},
+    {"write to another file",
+     [](const MemoryFile&) { return static_cast<int>(write(STDERR_FILENO, "x", 1)); }},
+    {"close its own files", [](const MemoryFile& file) { return close(file.fd()); }},
+    {"duplicate", [](const MemoryFile& file) { return dup(file.fd()); }},
+    {"run made code", [](const MemoryFile&) {
+       void* const page = mmap(nullptr, 4096, PROT_READ | PROT_WRITE | PROT_EXEC,
+                               MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+       return page == MAP_FAILED ? 1 : 0;
+     }}};
+
 TEST(Sandbox, EndsAProcessThatDoesWhatItMayNot) {
-  const struct {
-    const char* name;
-    Deed deed;
-  } cases[] = {
-      {"socket", [](const MemoryFile&) { return socket(AF_INET, SOCK_STREAM, 0); }},
-      {"unix socket", [](const MemoryFile&) { return socket(AF_UNIX, SOCK_STREAM, 0); }},
-      {"fork", [](const MemoryFile&) { return static_cast<int>(fork()); }},
-      {"exec", [](const MemoryFile&) { return execl("/bin/true", "true", nullptr); }},
-      {"open to write", [](const MemoryFile&) { return open("/dev/null", O_WRONLY); }},
-      {"open to change", [](const MemoryFile&) { return open("/dev/null", O_RDWR); }},
-      {"create", [](const MemoryFile&) { return open("/tmp/x", O_RDONLY | O_CREAT, 0600); }},
-      {"unlink", [](const MemoryFile&) { return unlink("/nowhere"); }},
-      {"kill", [](const MemoryFile&) { return kill(getppid(), 0); }},
-      {"write to another file",
-       [](const MemoryFile&) { return static_cast<int>(write(STDERR_FILENO, "x", 1)); }},
-      {"close its own files", [](const MemoryFile& file) { return close(file.fd()); }},
-      {"duplicate", [](const MemoryFile& file) { return dup(file.fd()); }},
-      {"run made code", [](const MemoryFile&) {
-         void* const page = mmap(nullptr, 4096, PROT_READ | PROT_WRITE | PROT_EXEC,
-                                 MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-         return page == MAP_FAILED ? 1 : 0;
-       }}};
-  for (const auto& c : cases) {
+  for (const auto& c : forbidden_deeds) {
     const int status = status_of(c.deed);
     EXPECT_TRUE(WIFSIGNALED(status)) << c.name << ": status " << WEXITSTATUS(status);
     EXPECT_EQ(SIGSYS, WTERMSIG(status)) << c.name;
