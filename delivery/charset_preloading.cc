@@ -42,7 +42,7 @@ class Converter {
   const iconv_t converter_;
 };
 
-// The converters stay open: the C library unloads the code of those that are not used.
+// The converters stay open: the C library unloads the code of converters that are not used.
 void load_charset(const char* charset) {
   static std::deque<Converter> converters;
   converters.emplace_back(charset);

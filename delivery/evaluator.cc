@@ -1,3 +1,4 @@
+// The evaluator's end of the conversation with its helper process.
 #include "quarrow/delivery/evaluator.h"
 
 #include <poll.h>
@@ -27,7 +28,7 @@ Evaluation not_done(Evaluation::Outcome outcome, const std::string& reason) {
   return evaluation;
 }
 
-// Whether something can be received, the end included, before `deadline`.
+// Whether a packet, or the end of the connection, comes before `deadline`.
 bool wait_for_input(int socket, Clock::time_point deadline) {
   pollfd waiting = {socket, POLLIN, 0};
   for (;;) {
@@ -40,13 +41,14 @@ bool wait_for_input(int socket, Clock::time_point deadline) {
   }
 }
 
-// The next packet; its bytes beyond the limit are counted only. Negative as recv(2) is, with EAGAIN
-// when none came in time.
+// Receives the next packet and gives its size; bytes beyond the limit are only counted. Negative as
+// recv(2) is, with EAGAIN when no packet came in time.
 ssize_t receive_packet(int socket, char* packet, Clock::time_point deadline) {
   for (;;) {
     const ssize_t count = recv(socket, packet, answer_limit, MSG_TRUNC);
     if (count >= 0 || errno != EINTR) return count;
-    // A signal came; its handler may be the caller's. The socket's own time would start anew.
+    // A signal came; its handler may be the caller's. The time limit of the socket would start
+    // anew.
     if (!wait_for_input(socket, deadline)) {
       errno = EAGAIN;
       return -1;
@@ -85,7 +87,7 @@ Evaluation Evaluator::evaluate(int message_fd, std::uint64_t size, std::time_t r
   if (!script.found) return not_done(Evaluation::Outcome::no_script, script.reason);
   const Request request = {++sequence_, size, received};
   if (!send_request(socket_, request, script.text, message_fd)) {
-    // It died before this message, which another one may well survive.
+    // The helper died before this message, which another helper may well survive.
     replace();
     if (!send_request(socket_, request, script.text, message_fd))
       return failure("no evaluation could be started");

@@ -35,7 +35,7 @@ TEST_F(EvaluatorGrowth, AHundredThousandMessagesTakeLessThanFiveMegabytes) {
     const std::string path = folder_.write(std::to_string(files.size()), message);
     files.push_back(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   }
-  // The last one takes an unusual amount, which must be given back.
+  // The last message takes an unusual amount of memory, which the helper must give back.
   const auto run = [&](int times) {
     for (int i = 0; i < times; ++i) {
       const std::size_t which = i % 1000 == 0 ? 3 : static_cast<std::size_t>(i % 3);

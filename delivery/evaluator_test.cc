@@ -1,3 +1,4 @@
+// Evaluations, and helpers that die, hang, grow or are dismissed.
 #include "quarrow/delivery/evaluator.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +28,7 @@ const char* const ordinary_script =
 const char* const ordinary_message = "Subject: an offer\n\nbody\n";
 const char* const ordinary_result = "MatchResult [action=FILEINTO:Offers]";
 
-// Backtracks for ages: each star tries every place behind the one before it.
+// Backtracks for ages: each star tries every place behind the place of the star before it.
 const char* const endless_script =
     "require [\"fileinto\"]; if header :matches \"subject\" "
     "\"*a*a*a*a*a*a*a*a*a*a*a*a*a*b\" { fileinto \"A\"; }";
@@ -49,7 +50,7 @@ std::ptrdiff_t descriptors_of(pid_t process) {
   return std::distance(first, {});
 }
 
-// Kills a helper, whose descriptors are `idle` in number, once it has got a message.
+// Kills a helper, which has `idle` descriptors while it waits, after it has got a message.
 void kill_with_message(pid_t helper, std::ptrdiff_t idle) {
   while (descriptors_of(helper) == idle) std::this_thread::yield();
   (void)kill(helper, SIGKILL);
@@ -131,7 +132,7 @@ const char* const words[] = {"=?koi8-r?q?=D0=D2?=",      "=?windows-1251?q?=EF=F
                              "=?iso-8859-15?q?=A4?=",    "=?windows-1252?q?=80?=",
                              "=?no-such?q?=E4?=",        "raw \xe4\xf6"};
 
-// A helper can't load what it needs for a charset: that has to be there before.
+// A helper can't load the data of a charset: they have to be there before.
 TEST_F(EvaluatorTest, DecodesCharsetsAsMatchDoes) {
   Evaluator evaluator;
   for (const char* const word : words) {
@@ -159,8 +160,8 @@ const struct {
                 {std::string("=\0?koi8-r?q?=D0=D2?=", 20), "\xd0\xbf\xd1\x80"},
                 {"raw \xe4", "raw \xc3\xa4"}};
 
-// A process that is made for one message loads what that one needs, and no test before this one may
-// have loaded more: each runs in a process of its own.
+// A process that is made for one message loads only the charsets of that message. Each message has
+// a process of its own here, since another message or test may have loaded more.
 TEST_F(EvaluatorTest, IsPreparedForTheOneMessageOfItsProcess) {
   for (const auto& c : subjects) {
     const std::string message = "Subject: " + c.subject + "\n\n=?big5?q?not a header?= \xff\n";
@@ -373,7 +374,7 @@ TEST_F(EvaluatorTest, TheHelperGoesWithTheEvaluator) {
   EXPECT_FALSE(is_running(helper));
 }
 
-// No descriptor of the server stays open in a helper: the far end of this one sees its end.
+// No descriptor of the server stays open in a helper: the far end of this socket sees its end.
 TEST_F(EvaluatorTest, AHelperKeepsNoDescriptorOfTheServer) {
   int ends[2] = {-1, -1};
   ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));

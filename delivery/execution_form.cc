@@ -1,5 +1,5 @@
-// Reads a script as its writer writes it, word for word, and writes the other form on the way. What
-// is not exactly as expected ends that.
+// Reads a script as its writer writes it, word for word, and writes the other form on the way. Any
+// difference from the expected words ends that.
 #include "delivery/execution_form.h"
 
 #include <quarrow/filter_list.h>
@@ -21,13 +21,13 @@ namespace {
 // section 5.1.3) holds a control byte.
 constexpr std::string_view mark = "\x01";
 
-// What :matches takes for more than itself. The interpreter has no way to write them for
-// themselves: its backslash stands for a backslash and hides what follows.
+// The characters that :matches takes for more than themselves. The interpreter has no way to write
+// them for themselves: its backslash stands for a backslash and hides the next character.
 constexpr const char* wildcards = "*?\\";
 
 constexpr std::string_view closing = ScriptWords::end;
 
-// What every script begins with: the writer's words for an empty list. Empty on failure, and then
+// The beginning of every script: the writer's words for an empty list. Empty on failure, and then
 // no script has the shape.
 const std::string& opening() {
   static const std::string text = [] {
@@ -71,7 +71,7 @@ std::optional<std::string> literal_of(std::string_view expression) {
 }
 
 // The pattern for :matches that means the same as `expression`; the expression itself when there is
-// none, and nothing when it is not one that stands for a text at the value's start or end.
+// no such pattern, and nothing when it does not stand for a text at the value's start or end.
 std::optional<std::string> pattern_for(std::string_view expression) {
   if (expression.empty()) return std::nullopt;
   const bool at_start = expression.front() == '^';
@@ -226,7 +226,8 @@ class Deriver {
   ExecutionForm form_;
 };
 
-// The index of what an action stands for; nothing when it stands for itself.
+// The index of the branch, or of the script's end, that an action stands for; nothing when the
+// action stands for itself.
 std::optional<std::size_t> index_of(const ExecutionForm& form, const SieveAction& action) {
   if (form.branches.empty() || action.type != SieveAction::FILEINTO) return std::nullopt;
   if (action.mailbox.compare(0, mark.size(), mark) != 0) return std::nullopt;
@@ -253,7 +254,7 @@ bool is_cut_short(const ExecutionForm& form, const SieveMatchResult& result) {
 }
 
 std::string complete(const ExecutionForm& form, SieveMatchResult& result) {
-  // Of a chain one branch at most is taken, which stops the script, or else its end is reached.
+  // A run takes one branch of the chain at most, which stops the script, or else reaches the end.
   if (result.actions.size() != 1) return {};
   const std::optional<std::size_t> index = index_of(form, result.actions.front());
   if (!index) return {};

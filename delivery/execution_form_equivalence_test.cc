@@ -24,8 +24,8 @@ constexpr int messages_per_list = 10;
 
 const char* const headers[] = {"subject", "from", "to", "cc", "list-id", "x-absent"};
 
-// Pieces of values: what means something to :regex or :matches, letters in both cases, UTF-8, bytes
-// that are no UTF-8, blanks, line ends, and what addresses are made of.
+// Pieces of values: characters that mean something to :regex or :matches, letters in both cases,
+// UTF-8, bytes that are no UTF-8, blanks, line ends, and parts of addresses.
 const char* const pieces[] = {
     "^",        ".",        "$",    "|",    "(",     ")",  "[",  "]",  "*",  "+", "?",
     "/",        "{",        "}",    "a",    "b",     "A",  "B",  "ab", "aa", "i", "I",
@@ -157,7 +157,7 @@ std::string written(const boost::shared_ptr<FilterList__>& list) {
   return list->SaveToSieve(file.path(), true) ? file.read() : std::string();
 }
 
-// How often something was seen, so that the random pairs are known to try what they are for.
+// How often each case was seen, so that a test can tell whether the random pairs hold all cases.
 struct Seen {
   int derived = 0;
   int pairs = 0;

@@ -1,3 +1,4 @@
+// Scripts and their execution forms.
 #include "delivery/execution_form.h"
 
 #include <gtest/gtest.h>
@@ -95,7 +96,7 @@ TEST(ExecutionForm, KnowsEveryTestThatTheWriterWrites) {
   }
 }
 
-// Changes that make another script of one that begins its comparison with "^a".
+// Changes to a script with the expression "^a" that take the writer's shape from it.
 const struct {
   std::string from;
   std::string to;
@@ -162,7 +163,7 @@ TEST(ExecutionForm, ARunWithoutAnEndIsKnown) {
   list->append(make_rule("Two", subject_test("b")));
   const ExecutionForm form = execution_form(written(list));
   const auto matcher = matcher_of(form.script);
-  EXPECT_TRUE(is_cut_short(form, SieveMatchResult()));  // what the interpreter leaves then
+  EXPECT_TRUE(is_cut_short(form, SieveMatchResult()));  // the interpreter leaves this then
   EXPECT_FALSE(is_cut_short(form, outcome(*matcher, "From: x@b\nSubject: b\n\n")));
   EXPECT_FALSE(is_cut_short(form, outcome(*matcher, "From: x@b\nSubject: c\n\n")));
 }

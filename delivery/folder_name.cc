@@ -27,7 +27,7 @@ std::string_view without_inbox(std::string_view mailbox) {
 
 bool is_folder_byte(char c) { return c >= ' ' && c <= '~'; }
 
-// Adds "." and `level` to `folder`; false when it can't be one.
+// Adds "." and `level` to `folder`; false when it can't be a level of a folder.
 bool add_level(std::string_view level, std::string& folder) {
   if (level.empty() || level == "." || level == "..") return false;
   folder += '.';

@@ -8,9 +8,9 @@
 namespace Quarrow::Delivery {
 
 // The Maildir++ folder of `mailbox`, a name in modified UTF-7 (RFC 3501, section 5.1.3) whose
-// levels are separated by "/": ".A.B" for "A/B". Empty for the inbox: "", "Inbox" in any case, and
-// what is left of either behind "Inbox/". That prefix is taken off in any case, and as often as
-// it stands there, since a folder named like the inbox could not be told from it.
+// levels are separated by "/": ".A.B" for "A/B". Empty for the inbox: "", "Inbox" with letters of
+// either case, and each of them behind "Inbox/". That prefix, with letters of either case, is taken
+// off as often as it stands there, since a folder named like the inbox could not be told from it.
 //
 // A dot within a level, which would separate levels on disk, becomes "&AC4-".
 //

@@ -14,8 +14,8 @@ namespace Quarrow::Delivery {
 std::string_view header_of(std::string_view message);
 
 // Reads the file `fd` from its start, wherever its position is, until the header block is whole:
-// that, what follows it in the same block, and no more than `most` bytes. Nothing, with errno set,
-// when the file can't be read.
+// gives it and the rest of the last block that was read, `most` bytes at most. Nothing, with errno
+// set, when the file can't be read.
 std::optional<std::string> read_header(int fd, std::size_t most = std::string::npos);
 
 }  // namespace Quarrow::Delivery

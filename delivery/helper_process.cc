@@ -41,7 +41,7 @@ void prepare_with(const std::vector<const char*>& charsets) {
   (void)execution_form("");  // learns the shape of our scripts
 }
 
-// The first evaluation sets up what later ones use.
+// The first evaluation sets up data that later evaluations use.
 void evaluate_once() {
   const MemoryFile script;
   const MemoryFile message;
@@ -64,8 +64,8 @@ bool shed_descriptors(int socket) {
   return close_range(helper_socket + 1, ~0U, 0) == 0;
 }
 
-// The helper ends with its evaluator, and by nothing that is meant for that one: a server that is
-// told to stop first finishes what is under way.
+// The helper ends with its evaluator, and not by a signal that is meant for the evaluator: a server
+// that is told to stop first finishes the messages that it is working on.
 bool live_and_die_with(pid_t parent) {
   struct sigaction ignoring = {};
   ignoring.sa_handler = SIG_IGN;
@@ -74,7 +74,7 @@ bool live_and_die_with(pid_t parent) {
   return prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) == 0 && getppid() == parent;
 }
 
-// Takes the next request. False when there won't be one any more.
+// Takes the next request. False when no more requests will come.
 bool evaluate_next(ScriptRunner& runner, Answer& answer) {
   Request request = {};
   std::string script;
@@ -86,7 +86,7 @@ bool evaluate_next(ScriptRunner& runner, Answer& answer) {
 }
 
 void serve(int statm, ScriptRunner& runner) {
-  // What the server had at the fork counts as the helper's, too.
+  // The memory that the server had at the fork counts as the helper's, too.
   const std::uint64_t size_at_start = memory_use(statm).resident;
   Answer answer;
   while (evaluate_next(runner, answer)) {

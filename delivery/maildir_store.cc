@@ -24,7 +24,7 @@ namespace {
 constexpr int directory_flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr int new_file_flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
-// A name is taken only where clocks were set back or process ids come from several hosts.
+// A name is taken only after a clock was set back, or where process ids come from several hosts.
 constexpr int most_names_tried = 100;
 
 // Longer host names are cut, so that a file name stays below NAME_MAX.
@@ -36,7 +36,7 @@ int errno_unless(bool success) { return success ? 0 : errno; }
 
 int sync(int fd) { return errno_unless(fsync(fd) == 0); }
 
-// Makes a folder for the owner; one that exists is as good.
+// Makes a folder for the owner; a folder that exists is as good.
 int make_directory(int parent, const char* name) {
   return errno_unless(mkdirat(parent, name, 0700) == 0 || errno == EEXIST);
 }
@@ -46,7 +46,7 @@ int open_directory(int parent, const char* name) {
 }
 
 // "/" and ":" would end the name, or its unique part, and are written as the Maildir format has it;
-// so is what needs care in a shell.
+// so are characters that need care in a shell.
 std::string host_in_file_names(const std::string& host) {
   std::string text;
   for (const char c : host.empty() ? std::string("localhost") : host) {
@@ -92,7 +92,7 @@ int write_aside(int tmp, const std::string& name, const MessageFile& message) {
 int rename_into(int target, int tmp, const std::string& name) {
   if (renameat2(tmp, name.c_str(), target, name.c_str(), RENAME_NOREPLACE) == 0) return 0;
   if (errno != EINVAL && errno != ENOSYS) return errno;
-  // a file system that can't do so, NFS for one
+  // a file system that can't do so, NFS for example
   if (linkat(tmp, name.c_str(), target, name.c_str(), 0) != 0) return errno;
   (void)unlinkat(tmp, name.c_str(), 0);  // a second name in tmp/ is litter
   return 0;
@@ -119,8 +119,8 @@ int store_in(int directory, const NewName& new_name, const MessageFile& message)
   return error;
 }
 
-// Makes what is missing in `directory`. tmp/ comes last, after all else is on disk: who finds it
-// there can rely on the rest.
+// Makes the missing parts of `directory`. tmp/ comes last, after all else is on disk: a process
+// that finds it can rely on the rest.
 int complete_folder(int directory, bool is_subfolder) {
   if (is_subfolder) {
     const Descriptor mark(
@@ -160,7 +160,7 @@ void subscribe(int maildir, const std::string& folder) {
   (void)write_all(file.get(), line);  // the message matters more
 }
 
-// Makes what is missing of the Maildir itself, and puts it on disk.
+// Makes the missing parts of the Maildir itself, and puts them on disk.
 int make_maildir(const std::string& maildir) {
   if (const int error = make_directory(AT_FDCWD, maildir.c_str())) return error;
   const Descriptor parent(open((maildir + "/..").c_str(), directory_flags));
@@ -170,7 +170,7 @@ int make_maildir(const std::string& maildir) {
   return complete_folder(directory.get(), false);
 }
 
-// Makes what is missing of `folder`, and puts it on disk.
+// Makes the missing parts of `folder`, and puts them on disk.
 int make_folder(const std::string& maildir, const std::string& folder) {
   if (const int error = make_maildir(maildir)) return error;
   if (folder.empty()) return 0;

@@ -1,4 +1,4 @@
-// What is on disk after a message was stored, or could not be.
+// The files on disk after a message was stored, or could not be.
 #include "quarrow/delivery/maildir_store.h"
 
 #include <gtest/gtest.h>

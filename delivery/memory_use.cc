@@ -1,3 +1,4 @@
+// Reading statm.
 #include "delivery/memory_use.h"
 
 #include <unistd.h>

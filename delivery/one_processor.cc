@@ -1,3 +1,4 @@
+// Choosing the processor.
 #include "delivery/one_processor.h"
 
 #include <sched.h>
@@ -10,7 +11,7 @@ void stay_on_one_processor() {
   cpu_set_t only;
   CPU_ZERO(&only);
   CPU_SET(processor, &only);
-  (void)sched_setaffinity(0, sizeof only, &only);  // it is as fast as before without
+  (void)sched_setaffinity(0, sizeof only, &only);  // without it, the process is as fast as before
 }
 
 }  // namespace Quarrow::Delivery

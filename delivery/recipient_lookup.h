@@ -11,8 +11,8 @@ namespace Quarrow::Delivery {
 struct MountSign {
   enum class Kind { anything, folder };
 
-  std::string path;                      // exists wherever the disk is mounted, and only there
-  Kind kind;                             // what has to be at `path`
+  std::string path;  // exists wherever the disk is mounted, and only there
+  Kind kind;         // a folder has to be at `path`, or a file may be there, too
   std::string reason_when_missing = {};  // for a person; "" stands for the reason of the system
 };
 

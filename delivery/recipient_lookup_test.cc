@@ -1,4 +1,4 @@
-// Users by their folders, and everything that may be in place of one.
+// Users by their folders, and everything that may be in place of a folder.
 #include "delivery/recipient_lookup.h"
 
 #include <gtest/gtest.h>

@@ -28,7 +28,7 @@ struct FilterFree {
 };
 using Filter = std::unique_ptr<std::remove_pointer_t<scmp_filter_ctx>, FilterFree>;
 
-// Memory, time, what the C library asks on the way, and ending.
+// Memory, time, questions that the C library asks on the way, and ending.
 const int harmless_calls[] = {SCMP_SYS(access),          SCMP_SYS(brk),
                               SCMP_SYS(clock_gettime),   SCMP_SYS(exit),
                               SCMP_SYS(exit_group),      SCMP_SYS(faccessat),
@@ -59,7 +59,7 @@ std::vector<ConditionalCall> conditional_calls(const Confinement& kept) {
           {SCMP_SYS(sendto), SCMP_A0(SCMP_CMP_EQ, datum(kept.socket))},
           {SCMP_SYS(pwrite64), SCMP_A0(SCMP_CMP_EQ, datum(kept.writable_file))},
           {SCMP_SYS(ftruncate), SCMP_A0(SCMP_CMP_EQ, datum(kept.writable_file))},
-          // No other file can take the number of the writable one, or of the socket.
+          // No other file can take the number of the writable file, or of the socket.
           {SCMP_SYS(close), SCMP_A0(SCMP_CMP_GE, datum(kept.first_foreign_fd))},
           {SCMP_SYS(open), SCMP_A1(SCMP_CMP_MASKED_EQ, writing, O_RDONLY)},
           {SCMP_SYS(openat), SCMP_A2(SCMP_CMP_MASKED_EQ, writing, O_RDONLY)},

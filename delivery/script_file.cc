@@ -1,3 +1,4 @@
+// Looking for a script, and waiting for a commit to bring it.
 #include "delivery/script_file.h"
 
 #include <fcntl.h>
@@ -30,7 +31,7 @@ ScriptFile read_whole(int fd) {
   return script;
 }
 
-// With ENOENT in `error` when there is none.
+// The script as it is now; with ENOENT in `error` when there is no script.
 ScriptFile look(const std::string& path, int& error) {
   // A fifo in place of the file must not hold the caller up.
   const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -53,7 +54,7 @@ ScriptFile read_script(const std::string& path, std::chrono::milliseconds wait) 
     int error = 0;
     ScriptFile script = look(path, error);
     if (error != ENOENT) return script;
-    // Once more: the new one may have come into place between the look and the question.
+    // Once more: the new script may have come into place between the look and the question.
     if (!is_due(path)) return look(path, error);
     if (Clock::now() >= end) return script;
     (void)poll(nullptr, 0, pause_ms);  // a signal only makes the next look earlier

@@ -13,9 +13,10 @@ struct ScriptFile {
   std::string reason;  // why it was not found
 };
 
-// Reads the script at `path`. One that is missing although its rules document, or its next version,
-// lies beside it is waited for up to `wait`: a commit removes the old script just before it puts
-// the new one in place. Where neither is there, the user has no rules, and nothing is waited for.
+// Reads the script at `path`. When the script is missing although its rules document, or its next
+// version, lies beside it, waits for the script up to `wait`: a commit removes the old script just
+// before it puts the new script in place. Where both are missing, the user has no rules, and there
+// is no wait.
 ScriptFile read_script(const std::string& path, std::chrono::milliseconds wait);
 
 }  // namespace Quarrow::Delivery

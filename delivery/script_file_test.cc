@@ -1,3 +1,4 @@
+// Scripts that are there, missing, or on their way.
 #include "delivery/script_file.h"
 
 #include <gtest/gtest.h>

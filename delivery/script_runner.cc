@@ -1,3 +1,4 @@
+// Compiling scripts, and running them over messages.
 #include "delivery/script_runner.h"
 
 #include <zvellparser.h>

@@ -1,4 +1,4 @@
-// Running users' scripts over messages: what a helper process does.
+// Running users' scripts over messages, in a helper process.
 #ifndef QUARROW_DELIVERY_SCRIPT_RUNNER_H_
 #define QUARROW_DELIVERY_SCRIPT_RUNNER_H_
 
@@ -14,11 +14,12 @@
 
 namespace Quarrow::Delivery {
 
-// The scripts that were run last stay compiled. A script goes by its text, so that a changed one is
-// another one.
+// The scripts that were run last stay compiled. A script is known by its text, so that a changed
+// script is another script.
 class ScriptRunner {
  public:
-  // Hands scripts to the interpreter through `file`; keeps at most `cached_scripts`, at least one.
+  // Hands scripts to the interpreter through `file`. Keeps at most `cached_scripts` scripts
+  // compiled; 0 counts as 1.
   ScriptRunner(const MemoryFile& file, std::size_t cached_scripts);
 
   // Runs `script`, in its execution form, over the message in `message_fd`.

@@ -1,4 +1,4 @@
-// A walk over the fields of a header, none of which is decoded, and writing new ones.
+// A walk over the fields of a header, without decoding them, and writing new fields.
 #include "delivery/trace_headers.h"
 
 #include <strings.h>

@@ -1,5 +1,5 @@
-// The header lines that tell which way a message came: what a header says, and the lines that final
-// delivery puts in front of it.
+// The header lines that tell which way a message came: finding them in a header, and writing those
+// that final delivery puts in front.
 #ifndef QUARROW_DELIVERY_TRACE_HEADERS_H_
 #define QUARROW_DELIVERY_TRACE_HEADERS_H_
 

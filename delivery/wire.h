@@ -1,4 +1,4 @@
-// The messages between an evaluator and its helper process: one packet each way for each message.
+// The packets between an evaluator and its helper process: one each way for each message.
 #ifndef QUARROW_DELIVERY_WIRE_H_
 #define QUARROW_DELIVERY_WIRE_H_
 

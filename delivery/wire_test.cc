@@ -1,3 +1,4 @@
+// Answers as packets, whole and damaged.
 #include "delivery/wire.h"
 
 #include <gtest/gtest.h>

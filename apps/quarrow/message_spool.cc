@@ -20,7 +20,9 @@ namespace {
 
 constexpr std::size_t most_in_memory = std::size_t{4} << 20;
 
-Fault fault(const std::string& what) { return {what + ": " + std::strerror(errno), EX_TEMPFAIL}; }
+Fault fault(const std::string& failure) {
+  return {failure + ": " + std::strerror(errno), EX_TEMPFAIL};
+}
 
 // The first bytes of the message without the line that separates messages in an mbox file.
 std::string_view without_separator(std::string_view text) {
@@ -35,7 +37,7 @@ int open_nameless(bool in_memory) {
   return nameless_file_in(folder == nullptr ? "/tmp" : folder);
 }
 
-// The same file, for those who are given it to read and must not change what is delivered.
+// The same file, for readers that must not change the message.
 int open_for_reading(int fd) {
   return open(("/proc/self/fd/" + std::to_string(fd)).c_str(), O_RDONLY | O_CLOEXEC);
 }

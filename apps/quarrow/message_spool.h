@@ -11,8 +11,8 @@
 
 namespace Quarrow::Command {
 
-// Holds a message in memory, or from 4 MiB on in a file in $TMPDIR or else /tmp that is gone with
-// this object, however the process ends.
+// Holds a message in memory. A message of 4 MiB or more is in a file in $TMPDIR, or else /tmp,
+// which is gone with this object, however the process ends.
 class MessageSpool {
  public:
   MessageSpool() = default;
@@ -20,12 +20,12 @@ class MessageSpool {
   MessageSpool(const MessageSpool&) = delete;
   MessageSpool& operator=(const MessageSpool&) = delete;
 
-  // Reads all of `input`, once for each object, and leaves out a "From " line at its start. Says
-  // what went wrong; an empty message is wrong, too: no mail server hands one over, and what looks
-  // like one was lost on the way.
+  // Reads all of `input`, once for each object, and leaves out a "From " line at its start. Gives
+  // the reason of a failure. An empty message is a failure, too: no mail server hands an empty
+  // message over, so that its bytes were lost on the way.
   Fault read(int input);
 
-  // After a successful read(). The descriptor can only be read from.
+  // The message, after a successful read(). The descriptor can only be read from.
   int fd() const { return file_->get(); }
   std::string_view bytes() const { return bytes_; }
 

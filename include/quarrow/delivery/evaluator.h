@@ -1,8 +1,8 @@
 // Evaluation of messages in a process that can do nothing else.
 //
-// Parsing a stranger's message and running the interpreter over it happen in a helper process
-// without network, files to write or further processes, within limits on memory and time. Whatever
-// a message or a script does to the helper, the caller gets an answer in time.
+// A helper process parses a stranger's message and runs the interpreter over it. The helper has no
+// network, writes no files, makes no processes, and has limits on memory and time. Whatever a
+// message or a script does to the helper, the caller gets an answer in time.
 #ifndef QUARROW_DELIVERY_EVALUATOR_H_
 #define QUARROW_DELIVERY_EVALUATOR_H_
 
@@ -19,58 +19,62 @@
 
 namespace Quarrow::Delivery {
 
-// What a helper process may take, and how long one serves.
+// How much memory and time a helper process may take, and how long it serves.
 struct EvaluatorLimits {
-  // Bytes of address space beyond what the process starts with. The interpreter may map 128 MiB of
-  // them; the rest is for the header block, which is in memory a few times over.
+  // Bytes of address space, beyond those at the start of the process. The interpreter may map 128
+  // MiB of them; the rest is for the header block, of which there are several copies in memory.
   std::uint64_t memory = std::uint64_t{512} << 20;
-  // For one message; the helper is killed then. Hostile headers take below a second.
+  // The time for one message, after which the helper is killed. Hostile headers take less than a
+  // second.
   std::chrono::milliseconds time{10000};
-  // A helper is replaced once it has served so many messages, so that nothing lives for ever.
+  // A helper is replaced after this number of messages, so that no process lives for ever.
   std::uint64_t messages = 100000;
-  // Bytes of memory in use, beyond what the process starts with, above which it is replaced after a
-  // message.
+  // A helper is replaced when, after a message, it uses this number of bytes of memory more than at
+  // its start.
   std::uint64_t growth = std::uint64_t{64} << 20;
-  // Scripts that stay compiled: those of the users who got mail last. One takes some 70 KiB.
+  // The number of scripts that stay compiled: the scripts of the users who got mail last. A
+  // compiled script takes about 70 KiB.
   std::size_t cached_scripts = 64;
-  // How long a script that is missing is waited for, when rules that it is made from are there: a
-  // commit of changed rules takes the old script away just before it puts the new one in place.
+  // How long the evaluator waits for a missing script, when the rules that the script is made from
+  // are there: a commit of changed rules removes the old script just before it puts the new script
+  // in place.
   std::chrono::milliseconds script_wait{200};
 };
 
-// Evaluates messages through one helper process, which is started ahead and replaced when it dies,
-// hangs, answers nonsense, has served its messages or has grown. A helper is forked from the
-// process that owns the evaluator: one without further threads, now and whenever it evaluates. Used
-// by one thread. The helper goes with the evaluator.
+// Evaluates messages through one helper process. The helper is started before the first message,
+// and replaced when it dies, hangs, answers nonsense, has served its messages or has grown. It is
+// forked from the process that owns the evaluator; that process must have no other threads, now and
+// whenever it evaluates. One thread uses the evaluator. The helper ends with the evaluator.
 class Evaluator {
  public:
-  // Starts the helper. A start that fails is tried again with each message.
+  // Starts the helper. After a start that failed, each message tries again.
   explicit Evaluator(const EvaluatorLimits& limits = EvaluatorLimits());
   ~Evaluator();
   Evaluator(const Evaluator&) = delete;
   Evaluator& operator=(const Evaluator&) = delete;
 
-  // Runs the script at `script_path` over the message in the file `message_fd`, which is read from
-  // its start wherever its position is, and left open. `size`, in bytes, is what the script's size
-  // tests see; `received` is when the message arrived. Returns within limits().time, the wait for a
-  // missing script and the start of a helper. Every outcome of Evaluation occurs; never throws for
-  // what a message or a script holds.
+  // Runs the script at `script_path` over the message in the file `message_fd`. The file is read
+  // from its start, whatever its position is, and stays open. `size`, in bytes, is the size that
+  // the script tests; `received` is the time when the message arrived. Returns after at most the
+  // limit on time, the wait for a missing script, and the start of a helper. Any outcome of
+  // Evaluation is possible; no message and no script makes this function throw.
   Evaluation evaluate(int message_fd, std::uint64_t size, std::time_t received,
                       const std::string& script_path);
 
-  // Ends the helper without waiting until it is gone, for who has no more messages for it but other
-  // things to do. A message that comes all the same gets a new one.
+  // Ends the helper without waiting until it is gone, for a caller that has other work to do but no
+  // more messages. If a message comes nevertheless, it gets a new helper.
   void dismiss();
 
-  // The helper's process id, for who watches over processes; -1 when none could be started.
+  // The helper's process id, for a caller that watches its processes; -1 when no helper could be
+  // started.
   pid_t helper() const { return helper_; }
 
  private:
   void start();
-  std::string stop();     // how the helper ended
-  std::string replace();  // how the old one did
+  std::string stop();     // gives how the helper ended, for a log
+  std::string replace();  // gives how the old helper ended
   Evaluation receive();
-  // Replaces the helper; without a reason the old one's end is the reason.
+  // Replaces the helper. Where `reason` is empty, the end of the old helper is the reason.
   Evaluation failure(const std::string& reason);
 
   const EvaluatorLimits limits_;
@@ -78,8 +82,8 @@ class Evaluator {
   int socket_ = -1;             // to the helper
   std::uint64_t served_ = 0;    // messages by this helper
   std::uint64_t sequence_ = 0;  // number of the latest request
-  // Room for an answer. Left as it comes: an answer is short, and filling all would take longer
-  // than an evaluation.
+  // Room for an answer. It is not initialized: an answer is short, and filling the whole room would
+  // take longer than an evaluation.
   const std::unique_ptr<char[]> packet_;
 };
 

@@ -22,26 +22,25 @@ class MaildirStore {
     explicit operator bool() const { return reason.empty(); }
   };
 
-  // Gives what tells one file name from all others of this host: "time.MmicroPpidQcount".
+  // Gives the part that makes a file name unique on this host: "time.MmicroPpidQcount".
   using UniqueText = std::function<std::string()>;
 
   // `maildir` is the path of the Maildir; its parent exists. `host_name` becomes a part of the
-  // messages' file names. A text from `unique` that is taken nevertheless, which set back clocks
-  // can lead to, harms no message: the next one is tried.
+  // messages' file names. If a text from `unique` is taken nevertheless, for example after the
+  // clock was set back, no message is harmed: the next text is tried.
   MaildirStore(std::string maildir, const std::string& host_name, UniqueText unique = unique_text);
 
   // Stores `message` as a new file, named time.MmicroPpidQcount.host,S=size, in `folder`, a name
   // from maildir_folder. On success it is on disk, fsynced, its place in the folder included.
-  // After a failure nothing of it is in new/, unless that fsync is what failed, and nothing in
-  // tmp/.
+  // After a failure nothing of it is in tmp/, nor in new/, unless the last fsync failed.
   //
-  // What is missing of the Maildir and the folder is made for the owner alone. A folder that is
-  // made here is added to the Maildir's file "subscriptions", a line each: "A.B", or, where the
-  // file begins with the line "V<tab>2", the levels separated by tabs. That fails silently: it
-  // concerns what a client shows, not the message. Symbolic links are not followed below the
-  // Maildir.
+  // Missing parts of the Maildir and the folder are made for the owner alone. A folder that is made
+  // here is added to the Maildir's file "subscriptions", a line each: "A.B", or, where the file
+  // begins with the line "V<tab>2", the levels separated by tabs. That fails silently: a mail
+  // client may not show the folder then, but the message is stored. Symbolic links are not followed
+  // below the Maildir.
   //
-  // A file size limit makes itself known by SIGXFSZ, which the caller ignores.
+  // The caller ignores SIGXFSZ, by which the system tells of a limit on the size of files.
   Result store(const std::string& folder, const MessageFile& message) const;
 
  private:

@@ -8,7 +8,7 @@
 namespace Quarrow::Delivery {
 
 // The first `size` bytes of the file `fd`, which is the caller's, and header lines that go in front
-// of them. The file is read with pread(2): its position means nothing and does not change.
+// of them. The file is read with pread(2): its position does not matter and does not change.
 struct MessageFile {
   int fd = -1;
   std::uint64_t size = 0;
