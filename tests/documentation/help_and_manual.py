@@ -1,0 +1,191 @@
+#!/usr/bin/env -S python3 -B
+"""Compares what the programs say with --help with what their manual pages say.
+
+Usage: help_and_manual.py QUARROW QUARROW_LMTPD FOLDER_OF_PAGES
+
+For each program and subcommand, the options of the help, those of the page's SYNOPSIS and those
+that the page describes must be the same, with the same arguments; the subcommands and the
+positional arguments likewise. A default that the help shows is what the option's description names
+in front of "by default", and the other way round. Prints what differs, and exits with 1 then.
+"""
+
+import pathlib
+import re
+import subprocess
+import sys
+
+# Every subcommand has them; the pages name them once, for the program.
+HELP = ("-h", "--help")
+
+
+class Help:
+    """What a program says with --help. Names are as they are given, arguments in lower case."""
+
+    def __init__(self, program, words):
+        self.options = {}  # name: argument, "" for none
+        self.defaults = {}  # name: text, for options whose default is shown
+        self.positionals = set()
+        self.subcommands = []
+        text = subprocess.run([program, *words, HELP[-1]], check=True, capture_output=True,
+                              text=True, timeout=60).stdout
+        readers = {"Options:": self._read_option, "Positionals:": self._read_positional,
+                   "Subcommands:": self.subcommands.append}
+        read = None
+        for line in text.splitlines():
+            if not line.startswith(" "):
+                read = readers.get(line)
+            elif read and re.match(r"  \S", line):
+                read(re.split(r"\s{2,}", line.strip())[0])
+
+    def _read_option(self, text):
+        names, _, rest = text.partition(" ")
+        rest = re.sub(r"REQUIRED|Excludes: .*|\.\.\.", "", rest).strip()
+        described, _, default = rest.partition("=")
+        for name in names.split(","):
+            self.options[name] = described.partition(":")[0].lower()  # a range may stand behind
+            if default:
+                self.defaults[name] = default.strip("[] ")
+
+    def _read_positional(self, text):
+        self.positionals.add(text.split()[0].lower())
+
+
+class Words:
+    """The options and positional arguments in the macros of some lines of mdoc."""
+
+    def __init__(self, lines):
+        self.options = {}
+        self.positionals = set()
+        for line in lines:
+            self._read(line)
+
+    def _read(self, line):
+        macro = name = None
+        for word in line.replace(",", " ").split():
+            if word in ("Fl", "Ar", "Cm", "Op"):
+                macro = word
+                name = name if word in ("Ar", "Cm") else None
+            elif macro == "Fl" and word != "|":
+                name = "-" + word
+                self.options[name] = ""
+            elif macro in ("Ar", "Cm") and word != "...":
+                self._take(name, word, macro)
+
+    def _take(self, name, word, macro):
+        if name:
+            self.options[name] += word
+        elif macro == "Ar":
+            self.positionals.add(word)
+
+
+class Page:
+    """A manual page, by its source."""
+
+    def __init__(self, path):
+        self.sections = {}  # by heading; those below DESCRIPTION by theirs, too
+        heading = ""
+        for line in path.read_text().splitlines():
+            if line.startswith((".Sh ", ".Ss ")):
+                heading = line[4:]
+            self.sections.setdefault(heading, []).append(line)
+
+    def subsections(self):
+        return {name for name, lines in self.sections.items() if lines[0].startswith(".Ss ")}
+
+    def synopsis(self):
+        """{subcommand or "": lines}."""
+        found = {}
+        for form in "\n".join(self.sections["SYNOPSIS"]).split("\n.Nm")[1:]:
+            lines = [line.lstrip(".") for line in form.splitlines()]
+            command = [line[3:] for line in lines if line.startswith("Cm ")]
+            words = " ".join(command)
+            # the root stands in front of the subcommand, and is the program's
+            lines = lines if not command else lines[lines.index("Cm " + words) + 1:]
+            found.setdefault(words, []).extend(lines)
+        return found
+
+    def described(self, heading):
+        """{option: (argument, text)} of the entries of lists in that section."""
+        entries = {}
+        names = {}
+        for line in self.sections.get(heading, []):
+            if line.startswith(".It "):
+                names = Words([line[4:]]).options
+                entries.update({name: [argument, ""] for name, argument in names.items()})
+            elif line == ".El":
+                names = {}
+            for name in names:
+                entries[name][1] += re.sub(r"^\.\w+ ", " ", line) + " "
+        return entries
+
+
+class Comparison:
+    def __init__(self):
+        self.differs = False
+
+    def expect_equal(self, what, in_help, in_page):
+        """Compares two sets, or two dictionaries."""
+        if in_help == in_page:
+            return
+        self.differs = True
+        if isinstance(in_help, dict):
+            in_help, in_page = in_help.items(), in_page.items()
+        print(f"{what}: only the help has {sorted(in_help - in_page)}, "
+              f"only the page {sorted(in_page - in_help)}")
+
+    def command(self, name, told, synopsis, described):
+        """`told`: the help; `synopsis`: lines; `described`: as Page.described gives it."""
+        used = Words(synopsis)
+        self.expect_equal(f"{name}, options in the synopsis", told.options, used.options)
+        self.expect_equal(f"{name}, positional arguments", told.positionals, used.positionals)
+        arguments = {option: argument for option, (argument, _) in described.items()}
+        self.expect_equal(f"{name}, described options", told.options, arguments)
+        defaults = {option: found[1] for option, (_, text) in described.items()
+                    if (found := re.search(r"(\S+) by default", text))}
+        self.expect_equal(f"{name}, defaults", told.defaults, defaults)
+
+
+def subcommands(program, words=()):
+    """{words: help} of all subcommands that have none themselves."""
+    told = Help(program, words)
+    if not told.subcommands:
+        return {" ".join(words): told}
+    return {name: each for word in told.subcommands
+            for name, each in subcommands(program, (*words, word)).items()}
+
+
+def compare_quarrow(comparison, program, folder):
+    page, deliver = Page(folder / "quarrow.1"), Page(folder / "quarrow-deliver.1")
+    commands = subcommands(program)
+    synopsis = page.synopsis()
+    names = set(commands)
+    comparison.expect_equal("quarrow, subcommands in the synopsis", names, set(synopsis) - {""})
+    comparison.expect_equal("quarrow, described subcommands", names, page.subsections())
+    comparison.command("quarrow", Help(program, ()), [*synopsis[""], "Op Fl -root Ar dir"],
+                       page.described("DESCRIPTION"))
+    for name in names & set(synopsis):
+        told = commands[name]
+        for option in HELP:
+            del told.options[option]
+        if name == "deliver":
+            entries = deliver.described("DESCRIPTION")
+            entries.pop("--root", None)  # the program's
+            comparison.command(name, told, deliver.synopsis()[name], entries)
+        else:
+            comparison.command(name, told, synopsis[name], page.described(name))
+
+
+def compare_lmtpd(comparison, program, folder):
+    page = Page(folder / "quarrow-lmtpd.8")
+    comparison.command("quarrow-lmtpd", Help(program, ()), page.synopsis()[""],
+                       page.described("DESCRIPTION"))
+
+
+def main(quarrow, lmtpd, folder):
+    comparison = Comparison()
+    compare_quarrow(comparison, quarrow, pathlib.Path(folder))
+    compare_lmtpd(comparison, lmtpd, pathlib.Path(folder))
+    sys.exit(1 if comparison.differs else 0)
+
+
+main(*sys.argv[1:])
