@@ -10,9 +10,11 @@ namespace Quarrow {
 // Of a script no more bytes are read, sent or run.
 constexpr std::size_t script_limit = 32768;
 
+}  // namespace Quarrow
+
 // The pieces of a script, in the order in which they come. Blanks matter: every piece of a test
 // ends with one, and the test starts with one.
-namespace ScriptWords {
+namespace Quarrow::ScriptWords {
 
 // A branch.
 constexpr char rule[] = "# RULE: ";  // the filter's name and a line end follow
@@ -57,8 +59,6 @@ constexpr char block_end[] = "    stop;\n}";
 // The script's end.
 constexpr char end[] = "# NO MATCH\n";
 
-}  // namespace ScriptWords
-
-}  // namespace Quarrow
+}  // namespace Quarrow::ScriptWords
 
 #endif  // QUARROW_MESSAGE_FILTERS_SCRIPT_WORDS_H_
