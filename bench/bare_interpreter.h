@@ -1,4 +1,4 @@
-// libsieve as Debian ships it, used as plainly as possible: what Match is measured against.
+// libsieve as Debian ships it, used as plainly as possible: Match is measured against it.
 #ifndef QUARROW_BENCH_BARE_INTERPRETER_H_
 #define QUARROW_BENCH_BARE_INTERPRETER_H_
 
@@ -16,7 +16,7 @@ struct BareMessage {
   int size = 0;  // bytes
 };
 
-// Runs `script` over a message in a fresh context; how many actions it asks for.
+// Runs `script` over a message in a fresh context. Gives the number of actions that it asks for.
 int bare_match(const std::string& script, BareMessage& message);
 
 #endif  // QUARROW_BENCH_BARE_INTERPRETER_H_

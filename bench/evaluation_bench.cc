@@ -1,4 +1,4 @@
-// What evaluation in a helper process costs, and what the execution form of a script saves: one
+// The cost of evaluation in a helper process, and the savings of a script's execution form, for one
 // message after the other.
 
 #include <benchmark/benchmark.h>
@@ -19,8 +19,8 @@
 
 namespace {
 
-using MemoryFile;
 using Quarrow::Descriptor;
+using Quarrow::MemoryFile;
 using Quarrow::SieveMatch;
 using Quarrow::Delivery::Evaluation;
 using Quarrow::Delivery::Evaluator;
@@ -102,7 +102,7 @@ void Isolated(benchmark::State& state) {
     }
   }
   state.SetItemsProcessed(items(state));
-  if (helper != evaluator.helper()) return;  // a new one, whose time is another
+  if (helper != evaluator.helper()) return;  // it was replaced, and its time with it
   const auto messages = static_cast<double>(items(state));
   state.counters["helper_us"] = (cpu_time(helper) - before) * 1e6 / messages;
 }

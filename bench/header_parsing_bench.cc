@@ -1,4 +1,4 @@
-// Parsing a message costs what its headers cost, whatever its size.
+// Parsing a message takes the time of its headers, whatever its size.
 
 #include <benchmark/benchmark.h>
 #include <zvellparser.h>

@@ -44,7 +44,7 @@ std::vector<BareMessage> bare_messages() {
   return bare;
 }
 
-// Both must want the same before their times are compared.
+// Both must give the same actions before their times are compared.
 bool agree(const Compiled& compiled, std::vector<BareMessage>& bare) {
   for (std::size_t i = 0; i < bare.size(); ++i) {
     const BenchMessage& message = bench_messages()[i];
@@ -58,7 +58,7 @@ bool agree(const Compiled& compiled, std::vector<BareMessage>& bare) {
 void Match(benchmark::State& state) {
   const Compiled compiled = compile(static_cast<int>(state.range(0)));
   auto bare = bare_messages();
-  if (!agree(compiled, bare)) state.SkipWithError("the bare interpreter wants something else");
+  if (!agree(compiled, bare)) state.SkipWithError("the bare interpreter gives other actions");
   for (auto _ : state)
     for (const BenchMessage& message : bench_messages())
       benchmark::DoNotOptimize(compiled.matcher->Match(message.part.get(), message.size, 0));

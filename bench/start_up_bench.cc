@@ -1,4 +1,4 @@
-// What one run of the command costs as a whole process.
+// The cost of one run of the command as a whole process.
 
 #include <benchmark/benchmark.h>
 #include <quarrow/user_stores.h>

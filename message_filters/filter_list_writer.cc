@@ -64,8 +64,8 @@ XmlTree filter_list_to_xml(const boost::shared_ptr<FilterList__>& list) {
   return document;
 }
 
-// The file is opened, and emptied, before anything is built: whoever calls this writes aside, and
-// puts the file in place only when all went well.
+// The file is opened, and emptied, before anything is built: the caller writes aside, and puts the
+// file in place only when all went well.
 bool FilterList__::SaveToXML(const std::string& path) {
   std::ofstream file(path, std::ios::out | std::ios::trunc);
   if (!file) return false;

@@ -18,8 +18,8 @@ XmlTree filter_list_to_xml(const boost::shared_ptr<FilterList__>& list);
 // unknown word for "enabled" or "relation". Tests and actions that are invalid are left out.
 boost::shared_ptr<Filter__> filter_from_xml(ezxml* element);
 
-// The test of a "test" element. What is missing or unknown keeps its default, so that the test may
-// be invalid.
+// The test of a "test" element. A part that is missing or unknown keeps its default, so that the
+// test may be invalid.
 Test test_from_xml(ezxml* element);
 
 }  // namespace Quarrow::MessageFilters

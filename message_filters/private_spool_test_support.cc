@@ -16,7 +16,7 @@ namespace Quarrow::MessageFilters {
 
 namespace {
 
-// A user other than root may only mount in a user namespace, where he is root.
+// A user other than root may only mount in a user namespace, as its root.
 bool leave_namespaces() {
   const uid_t user = geteuid();
   const gid_t group = getegid();

@@ -1,4 +1,4 @@
-// What is valid in a rule.
+// The parts of a rule, valid and not.
 #include "quarrow/rule_model.h"
 
 #include <gtest/gtest.h>

@@ -80,7 +80,7 @@ std::string sieve_header_list(const Test& test) {
 }
 
 std::string regex_escape(const std::string& text) {
-  // also what the string itself takes for more than a character
+  // also the characters that end or escape in the string itself
   static const std::string regex_metachars = std::string(ScriptWords::regex_operators) + "\\\"";
   std::string escaped;
   for (const char c : text) {
@@ -92,7 +92,7 @@ std::string regex_escape(const std::string& text) {
 
 std::string digits_only(const std::string& text) {
   std::string digits;
-  // By code, not isdigit(): that one depends on the locale.
+  // By code: isdigit() depends on the locale.
   std::copy_if(text.begin(), text.end(), std::back_inserter(digits),
                [](char c) { return c >= '0' && c <= '9'; });
   return digits;

@@ -60,7 +60,7 @@ boost::shared_ptr<UserFields__> UserFields__::Create(const EmailAddress& address
 // Without the system's fields, the user's own are not loaded either.
 UserFields__::UserFields__(const EmailAddress& address) : owner(address) {
   if (!load(system_catalogue, false)) return;
-  (void)load(user_filter_path(owner, CUSTOM_FIELDS_XML), true);  // he may have none
+  (void)load(user_filter_path(owner, CUSTOM_FIELDS_XML), true);  // they may have none
 }
 
 bool UserFields__::load(const std::string& path, bool customized) {

@@ -1,4 +1,4 @@
-// What lies where: the names of the files in a user's folder, and the system's catalogue.
+// The names of the files in a user's folder, and the place of the system's catalogue.
 #ifndef QUARROW_MESSAGE_FILTERS_USER_FILES_H_
 #define QUARROW_MESSAGE_FILTERS_USER_FILES_H_
 
@@ -6,7 +6,7 @@
 
 namespace Quarrow {
 
-// The script that delivery runs, the user's own fields, and their mail.
+// The script that delivery runs, the user's own fields, and the user's mail.
 constexpr char script_name[] = ".delivery_filter";
 constexpr char custom_fields_name[] = ".delivery_filter.custom.xml";
 constexpr char maildir_name[] = "Maildir";

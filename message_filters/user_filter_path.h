@@ -10,7 +10,7 @@
 
 namespace Quarrow::MessageFilters {
 
-// What user_filter_path names.
+// The files that user_filter_path names.
 enum {
   FILTER_DIRECTORY = 0,  // nothing: the folder is the host's business, and this gives no path
   FILTER_XML = 1,        // the rules document
@@ -18,8 +18,8 @@ enum {
   CUSTOM_FIELDS_XML = 3  // the user's own fields
 };
 
-// The path of a user's file, in the folder that the host keeps their preferences in. Empty for
-// FILTER_DIRECTORY and for unknown selectors.
+// The path of a user's file, in the folder in which the host keeps the user's preferences. Empty
+// for FILTER_DIRECTORY and for unknown selectors.
 std::string user_filter_path(const EmailAddress& address, int selector);
 
 // Removes the file `path` and gives its name to the one at temporary_path(path). For a moment there

@@ -59,7 +59,7 @@ class UserFilters : public testing::Test {
     for (std::size_t i = 0; i < count; ++i) filters_->filters->append(make_filter("a"));
   }
 
-  // What persist() gives for what stands before it, with the committed files seen as untouched.
+  // The result of persist(), with the committed files seen as untouched.
   int failing_persist() {
     write_file(document(), "old document");
     write_file(script(), "old script");

@@ -38,7 +38,7 @@ std::optional<std::string> read_all(int fd, std::size_t limit) {
 }
 
 std::optional<std::string> read_document(const std::string& path) {
-  // O_NONBLOCK: opening a fifo would wait for somebody to write to it.
+  // O_NONBLOCK: opening a fifo would wait for a writer.
   const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (file.get() < 0 || !is_regular_file(file.get())) return std::nullopt;
   return read_all(file.get(), most_xml_bytes);

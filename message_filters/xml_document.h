@@ -1,4 +1,5 @@
-// XML documents: reading them from files, building and writing them. All there is of ezXML.
+// XML documents: read from files, built, and written. No other file of the
+// library sees ezXML.
 #ifndef QUARROW_MESSAGE_FILTERS_XML_DOCUMENT_H_
 #define QUARROW_MESSAGE_FILTERS_XML_DOCUMENT_H_
 

@@ -16,8 +16,8 @@ namespace {
 const char reference_mark = '\x01';
 const char blanks[] = " \t\n";
 
-// What does not go to ezXML as it is. It would turn a vertical tab or a form feed in an attribute
-// into a blank.
+// Whether `c` does not go to ezXML as it is, which would turn a vertical tab or a form feed in an
+// attribute into a blank.
 bool is_special(char c) { return c == '&' || c == reference_mark || c == '\v' || c == '\f'; }
 
 // How many steps ezXML may take from element to element while it builds the rows of children, each
@@ -28,13 +28,13 @@ constexpr std::size_t bytes_per_step = 64;
 
 constexpr std::uint32_t last_code_point = 0x10FFFF;
 
-// What a reference stands for, and where it ends.
+// The text that a reference stands for, and the reference's own length.
 struct Reference {
   std::string text;
   std::size_t length;  // with the ";", without the "&"
 };
 
-// One to four bytes (RFC 3629).
+// The one to four bytes of a code point (RFC 3629).
 std::string utf8(std::uint32_t code) {
   if (code < 0x80) return std::string(1, static_cast<char>(code));
   const int more = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;

@@ -22,8 +22,8 @@ constexpr std::size_t most_xml_elements = 1000000;             // of one documen
 // DOCTYPE and text outside the root are gone, CDATA is plain text, and "&" is marked. Nothing when
 // the document is empty, passes a bound, starts with byte FE or FF (UTF-16), has a DOCTYPE with a
 // "[" anywhere behind it, has a "&#" that is no reference to U+0001 to U+10FFFF, or holds markup
-// that does not end or CDATA outside the root. The rest of well-formedness is left to ezXML. What
-// follows a NUL does not count.
+// that does not end or CDATA outside the root. The rest of well-formedness is left to ezXML. Text
+// behind a NUL does not count.
 std::optional<std::string> readable_xml(const std::string& document);
 
 // A text or attribute value that ezXML took from readable_xml(), with its references decoded.

@@ -49,7 +49,7 @@ std::vector<HostileHeader> hostile_headers() {
   };
 }
 
-// What runs into the heap's budget: no error is reported, and no action.
+// A run that meets the heap's budget: no error is reported, and no action.
 std::vector<HostileHeader> exhausting_headers() {
   return {{"dotted local part of 100 KB", repeated("x.", 50000) + "x@b", no_match},
           {"dotted local part of 1 MB", repeated("x.", 500000) + "x@b", no_match},

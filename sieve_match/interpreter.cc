@@ -29,8 +29,8 @@ int on(sieve2_context_t* context, void* matcher) noexcept {
   return result;
 }
 
-// The trace is the first row, so that the table without it begins at the second. Codes without a
-// function are things that scripts may not do.
+// The trace is the first row, so that the table without it begins at the second row. Scripts may
+// not do what the codes without a function stand for.
 sieve2_callback_t callback_table[] = {
     {SIEVE2_DEBUG_TRACE, on<SIEVE2_DEBUG_TRACE>},
     {SIEVE2_ERRCALL_PARSE, on<SIEVE2_ERRCALL_PARSE>},

@@ -25,14 +25,14 @@ class Use {
   Use(const Use&) = delete;
   Use& operator=(const Use&) = delete;
 
-  // What creating the context came to.
+  // The result of creating the context.
   int created() const { return created_; }
 
   // Registers the callbacks; the interpreter's trace, which doubles the time of a run, only on
   // request.
   int install_callbacks(bool with_trace);
 
-  // Reads the script, or runs it; `matcher` is what the callbacks get. A run that passes the heap's
+  // Reads the script, or runs it; the callbacks get `matcher`. A run that passes the heap's
   // budget ends with SIEVE2_ERROR_NOMEM.
   int validate(void* matcher);
   int execute(void* matcher);
@@ -43,16 +43,15 @@ class Use {
   int created_;
 };
 
-// The code that libsieve is calling back for in this thread; SIEVE2_VALUE_FIRST when it is not.
-// libsieve documents no call that tells it.
+// The code that libsieve is calling back for in this thread; SIEVE2_VALUE_FIRST outside of
+// callbacks. libsieve documents no call that tells it.
 sieve2_values_t current_code();
 
 // A string that libsieve hands to a callback; null when there is none of that name. It is
 // libsieve's, and good until the callback returns.
 const char* get_string(sieve2_context_t* context, const char* name);
 
-// Answers to libsieve. What the pointers point to must outlive the run; libsieve does not write
-// there.
+// Answers to libsieve. The texts must outlive the run; libsieve does not write to them.
 void set_string(sieve2_context_t* context, const char* name, const char* value);
 void set_string_list(sieve2_context_t* context, const char* name, char** values);
 void set_int(sieve2_context_t* context, const char* name, int value);

@@ -16,7 +16,7 @@ extern "C" {
 // after a run.
 extern char* libsieve_addrlval;
 
-// What in libsieve outlasts a context: the state of its lexers.
+// The parts of libsieve that outlast a context: the state of its lexers.
 void libsieve_addrlexfree();
 void libsieve_sievelexfree();
 void libsieve_headerlexfree();
@@ -27,7 +27,8 @@ namespace Quarrow::interpreter_heap {
 namespace {
 
 constexpr std::size_t alignment = 16;
-// What the interpreter may write behind a block: it overruns by a byte, and reads no further.
+// Room behind a block, into which the interpreter may write: it overruns by a byte, and reads no
+// further.
 constexpr std::size_t slack = 16;
 // Address space, not memory: freed blocks of one size do not serve another.
 constexpr std::size_t arena_size = 2 * budget;
@@ -144,7 +145,8 @@ class Heap {
     arena_ = end_ = untouched_ = static_cast<char*>(pages);
   }
 
-  // What was never handed out is zero as the kernel gives it, and takes no memory until it is used.
+  // Memory that was never handed out is zero as the kernel gives it, and is only taken when it is
+  // used.
   void clean(Block* block) {
     char* const data = reinterpret_cast<char*>(block + 1);
     char* const end = data + block->capacity;
@@ -195,8 +197,8 @@ Heap heap;
 
 void open() { heap.open(); }
 
-// sieve2_free also walks what the context points to, a table of a thousand empty slots among it,
-// block by block. close() drops all that at once.
+// sieve2_free also walks all that the context points to block by block, a table of a thousand empty
+// slots included. close() drops all of it at once.
 void free_context(sieve2_context_t*& context) {
   libsieve_addrlexfree();
   libsieve_sievelexfree();
@@ -213,7 +215,7 @@ CallbackScope::~CallbackScope() { --heap.callbacks; }
 
 }  // namespace Quarrow::interpreter_heap
 
-// What libsieve's malloc, calloc, realloc and free are renamed to.
+// libsieve's malloc, calloc, realloc and free are renamed to these.
 extern "C" {
 
 void* quarrow_heap_malloc(std::size_t size) {

@@ -2,9 +2,9 @@
 //
 // libsieve is linked with its allocation functions renamed to those of this heap. Every block is
 // handed out clean and with some bytes more than asked for, so that the interpreter's overruns hit
-// nothing and what it forgets to set reads as zero; what it forgets to free is gone when the heap
-// is closed; and a budget ends a run that would take gigabytes. The heap belongs to whoever holds
-// the interpreter's lock.
+// nothing and a byte that it forgets to set reads as zero; blocks that it forgets to free are gone
+// when the heap is closed; and a budget ends a run that would take gigabytes. The heap belongs to
+// the thread that holds the interpreter's lock.
 #ifndef QUARROW_SIEVE_MATCH_INTERPRETER_HEAP_H_
 #define QUARROW_SIEVE_MATCH_INTERPRETER_HEAP_H_
 
@@ -24,7 +24,7 @@ void open();
 // Frees the context that was made in the heap, as sieve2_free does, and sets it to null.
 void free_context(sieve2_context_t*& context);
 
-// Drops all that is left, and gives back to the system what an unusual message took.
+// Drops all that is left, and gives the memory that an unusual message took back to the system.
 void close();
 
 // sieve2_validate or sieve2_execute.
@@ -34,7 +34,7 @@ using Task = int (*)(sieve2_context_t* context, void* user);
 // budget. Only frames of libsieve are left behind by that end, never one of a callback.
 int run(Task task, sieve2_context_t* context, void* user);
 
-// While one is alive, a callback runs and the budget does not end the task.
+// While such an object is alive, a callback runs and the budget does not end the task.
 class CallbackScope {
  public:
   CallbackScope();

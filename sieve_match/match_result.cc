@@ -1,4 +1,4 @@
-// What an evaluation came to, and its text form.
+// The result of an evaluation, and its text form.
 
 #include <strings.h>
 

@@ -1,4 +1,4 @@
-// What the interpreter asks about the script and the message.
+// Answers to the interpreter's questions about the script and the message.
 
 #include <strings.h>
 #include <zvellparser.h>
@@ -21,13 +21,13 @@ constexpr std::size_t list_slots = 5;
 char** new_list() { return static_cast<char**>(std::calloc(list_slots, sizeof(char*))); }
 
 void free_list(char** list) {
-  // Up to the first empty slot: what follows a missing domain stays behind.
+  // Up to the first empty slot: the texts behind a missing domain stay.
   for (char** text = list; *text != nullptr; ++text) std::free(*text);
   std::free(list);
 }
 
-// Cuts `text` before the first `separator`; returns a copy of what stood behind it, or null when it
-// holds none.
+// Cuts `text` before the first `separator`; returns a copy of the text that stood behind it, or
+// null when there is no separator.
 char* cut_off(char* text, char separator) {
   char* found = std::strchr(text, separator);
   if (found == nullptr) return nullptr;

@@ -224,7 +224,7 @@ TEST_F(MessageEnvironment, ARunLeavesTheCacheEmptyAndTheMessageInPlace) {
   EXPECT_EQ(1U, matcher.result.actions.size());
 }
 
-// What scripts see of all this.
+// The same as scripts see it.
 
 TEST(ScriptedMessage, SizeIsTheOneGiven) {
   const auto matcher = matcher_of("if size :over 1K { keep; } else { discard; }");

@@ -1,4 +1,4 @@
-// What of the Sieve language must not reach the interpreter.
+// The words of the Sieve language that must not reach the interpreter.
 #ifndef QUARROW_SIEVE_MATCH_SCRIPT_CHECK_H_
 #define QUARROW_SIEVE_MATCH_SCRIPT_CHECK_H_
 

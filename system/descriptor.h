@@ -6,10 +6,10 @@
 
 namespace Quarrow {
 
-// The owner of a descriptor that is only read from: what closing it could report concerns writers.
+// The owner of a descriptor that is only read from: a failure of closing it concerns writers.
 class Descriptor {
  public:
-  // A negative one stands for none.
+  // A negative number stands for no descriptor.
   explicit Descriptor(int fd) : fd_(fd) {}
   ~Descriptor() {
     if (fd_ >= 0) (void)close(fd_);

@@ -23,7 +23,7 @@ ssize_t append_next(int fd, std::string& text) {
 }
 
 ssize_t append_from(int fd, std::string& text) {
-  std::array<char, 65536> block;  // what a pipe holds
+  std::array<char, 65536> block;  // as much as a pipe holds
   ssize_t count = 0;
   do {
     count = read(fd, block.data(), block.size());

@@ -13,11 +13,11 @@ namespace Quarrow {
 // pread(2), begun again when a signal interrupts it.
 ssize_t read_at(int fd, char* data, std::size_t size, std::size_t offset);
 
-// Appends to `text`, which holds the file's beginning, what comes next in the file: a block at
-// most. Gives how many bytes that were; 0 at the file's end, negative as pread(2) is.
+// Appends to `text`, which holds the file's beginning, the next bytes of the file: a block at
+// most. Gives how many bytes they were; 0 at the file's end, negative as pread(2) is.
 ssize_t append_next(int fd, std::string& text);
 
-// Appends to `text` what read(2) gives next: a block at most. Gives how many bytes that were; 0 at
+// Appends to `text` the next bytes from read(2): a block at most. Gives how many they were; 0 at
 // the end, negative as read(2) is.
 ssize_t append_from(int fd, std::string& text);
 

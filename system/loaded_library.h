@@ -11,8 +11,8 @@
 
 namespace Quarrow {
 
-// A function of a loaded library. It becomes the pointer that it is assigned to, whose type the
-// library's header tells: `decltype(&f) loaded = library["f"]`.
+// A function of a loaded library. It becomes the pointer that it is assigned to. The library's
+// header tells that pointer's type: `decltype(&f) loaded = library["f"]`.
 class LoadedFunction {
  public:
   explicit LoadedFunction(void* address) : address_(address) {}
@@ -28,12 +28,12 @@ class LoadedFunction {
 // A loaded library; it stays loaded until the process ends.
 class LoadedLibrary {
  public:
-  // Loads the library of that name (dlopen(3)). Throws std::runtime_error, which says what is
-  // missing, when it can't be loaded.
+  // Loads the library of that name (dlopen(3)). Throws std::runtime_error, which names the missing
+  // library, when it can't be loaded.
   explicit LoadedLibrary(const char* name) : handle_(existing(dlopen(name, RTLD_LAZY))) {}
 
   // The function of that name, in this library or one that it stands on. Throws std::runtime_error
-  // when there is none.
+  // when there is no such function.
   LoadedFunction operator[](const char* function) const {
     return LoadedFunction(existing(dlsym(handle_, function)));
   }

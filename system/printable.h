@@ -16,7 +16,7 @@ bool has_control_characters(std::string_view text);
 // `text` with `substitute` for each control character, where no escapes are understood.
 std::string with_controls_as(char substitute, std::string text);
 
-// What escaped() does beyond writing control characters as \xHH.
+// Further work of escaped(), which writes control characters as \xHH.
 struct Escaping {
   std::string_view marked = {};  // characters that get a backslash in front
   std::string_view hidden = {};  // characters that become \xHH as well

@@ -12,11 +12,11 @@ struct ProcessEnd {
   int status = 0;
 };
 
-// What waitpid(2) says in its status.
+// The end that waitpid(2) tells in its status.
 ProcessEnd process_end(int wait_status);
 
-// Waits until the child `process` has ended, and takes leave of it. `signal` and `status` are 0 for
-// one that is no child of this process.
+// Waits until the child `process` has ended, and reaps it. `signal` and `status` are 0 for a
+// process that is no child of this one.
 ProcessEnd wait_for(pid_t process);
 
 }  // namespace Quarrow

@@ -1,4 +1,4 @@
-// Where the example host keeps what belongs to a user: in a folder of his address below the root.
+// Where the example host keeps what belongs to a user: in a folder of their address below the root.
 #ifndef ZVELLUSER_H_
 #define ZVELLUSER_H_
 

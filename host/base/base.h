@@ -28,7 +28,7 @@ struct ConfigurationDatabase {
   bool create(const std::string& file, const SystemRecord& record);
 
   SystemRecord* system = nullptr;  // null until open() succeeds; may be set to one of the caller's
-  std::string error;               // what the last open() or create() that failed met
+  std::string error;               // the failure of the last open() or create() that failed
 
  private:
   SystemRecord opened_;

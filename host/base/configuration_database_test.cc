@@ -33,7 +33,7 @@ class Configuration : public testing::Test {
     sqlite3_close(database);
   }
 
-  // That opening `file` fails, naming the file and a reason, and leaves the settings alone.
+  // Expects that opening `file` fails, names the file and a reason, and leaves the settings alone.
   void expect_refused(const std::string& file, const std::string& reason) {
     SystemRecord mine;
     database_.system = &mine;

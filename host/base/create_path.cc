@@ -13,7 +13,7 @@ bool is_folder(const std::string& path) {
   return stat(path.c_str(), &entry) == 0 && S_ISDIR(entry.st_mode);
 }
 
-// Another process may make the same folder at the same time, so what counts is that it is there.
+// Another process may make the same folder at the same time: it counts when it is there.
 bool make_folder(const std::string& path, int mode) {
   if (mkdir(path.c_str(), static_cast<mode_t>(mode)) == 0) return true;
   const int failure = errno;

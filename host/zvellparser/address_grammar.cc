@@ -68,7 +68,7 @@ class Scanner {
   }
 
   // Between the brackets libsieve passes over brackets, line ends, and a backslash before a line
-  // end. What they part is too much: a literal has one run of text.
+  // end. A literal has one run of text: a second run behind one of these is too much.
   Token scan_domain_literal() {
     int runs = 0;
     bool within_run = false;

@@ -1,4 +1,4 @@
-// Which texts the Sieve interpreter's address parser takes.
+// The texts that the Sieve interpreter's address parser takes.
 #ifndef HOST_ZVELLPARSER_ADDRESS_GRAMMAR_H_
 #define HOST_ZVELLPARSER_ADDRESS_GRAMMAR_H_
 

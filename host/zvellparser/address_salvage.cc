@@ -124,7 +124,8 @@ class Salvager {
     }
   }
 
-  // A character, or an escaped one, the backslash of which only counts where it escapes nothing.
+  // Reads a character, or an escaped character, whose backslash only counts where it escapes
+  // nothing.
   void read_character(std::string& into) {
     if (text_[position_] == '\\' && position_ + 1 < text_.size()) {
       const char escaped = text_[++position_];
@@ -133,8 +134,8 @@ class Salvager {
     into += text_[position_++];
   }
 
-  // Where the quoted string or comment that begins here is closed, or else where looking for that
-  // ends: behind a mailbox that is a list's entry, or with the text.
+  // The place where the quoted string or comment that begins here is closed. When nothing closes
+  // it, the place where the search ends: behind a mailbox that is a list's entry, or with the text.
   std::size_t find_close(char close) const {
     std::size_t i = position_ + 1;
     for (; i < text_.size() && text_[i] != close; ++i) {
@@ -183,8 +184,8 @@ class Salvager {
     }
   }
 
-  // The text in angle brackets, or what there is of it when nothing closes them. What ends in a
-  // colon is no part of the address: a route, a scheme such as "mailto:".
+  // The text in angle brackets, up to where it must end when nothing closes them. A part that ends
+  // in a colon, a route or a scheme such as "mailto:", does not belong to the address.
   void read_angle_address() {
     constexpr std::string_view ends = "<>,;";
     end_run();
@@ -228,7 +229,8 @@ class Salvager {
     run_.clear();
   }
 
-  // An address without angle brackets is one of the words after all when one with them follows.
+  // An address without angle brackets is one of the words after all when an address with brackets
+  // follows.
   void take_address(const std::string& text, bool in_brackets) {
     const Address address = split_address(text);
     if (address.empty()) return add_words(text);

@@ -18,8 +18,8 @@ namespace zvellparser {
 // The words and comments around an address are its name. Quotes, comments and angle brackets that
 // nothing closes are passed over.
 //
-// No "=?" is left in the result, which would be taken for the beginning of an encoded word (RFC
-// 2047) where there has been decoding already.
+// The result has no "=?", which would be taken for the beginning of an encoded word (RFC 2047)
+// where the text is decoded already.
 std::string salvage_addresses(const std::string& text);
 
 }  // namespace zvellparser

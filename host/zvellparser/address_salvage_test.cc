@@ -1,4 +1,4 @@
-// What is left of broken address headers.
+// The addresses that are left of broken address headers.
 #include "host/zvellparser/address_salvage.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-// Making texts in the tests of address headers.
-#ifndef HOST_ZVELLPARSER_ADDRESS_TEST_TEXTS_H_
-#define HOST_ZVELLPARSER_ADDRESS_TEST_TEXTS_H_
+// Texts for the tests of address headers.
+#ifndef HOST_ZVELLPARSER_ADDRESS_TEST_SUPPORT_H_
+#define HOST_ZVELLPARSER_ADDRESS_TEST_SUPPORT_H_
 
 #include <zvellparser.h>
 
@@ -23,4 +23,4 @@ inline std::string decoded(const std::string& text) {
 
 }  // namespace zvellparser
 
-#endif  // HOST_ZVELLPARSER_ADDRESS_TEST_TEXTS_H_
+#endif  // HOST_ZVELLPARSER_ADDRESS_TEST_SUPPORT_H_

@@ -1,4 +1,4 @@
-// What counts as an e-mail address.
+// The rules for e-mail addresses.
 #include <algorithm>
 #include <string_view>
 

@@ -1,5 +1,6 @@
-// Not GMime's parser: it drops all headers behind a first line that is none (or behind a NUL in a
-// name), cuts values at NULs, and takes twenty times as long to make an object of each header.
+// GMime's parser is not used: it drops all headers behind a first line that is no header (or behind
+// a NUL in a name), cuts values at NULs, and takes twenty times as long to make an object of each
+// header.
 #include "host/zvellparser/header_block.h"
 
 #include <algorithm>
@@ -9,7 +10,7 @@ namespace zvellparser {
 namespace {
 
 constexpr std::string_view blanks = " \t";
-constexpr std::string_view around_value(" \t\r\0", 4);  // NULs go away: what is around them counts
+constexpr std::string_view around_value(" \t\r\0", 4);  // NULs go away: the bytes around them count
 
 bool is_name_byte(char c) { return c > ' ' && c < '\x7f'; }  // RFC 5322, section 3.6.8
 

@@ -41,7 +41,7 @@ int note_error(sieve2_context_t*, void* user_data) {
   return 0;
 }
 
-// What stands before an unexpected ")" is matched after its refusal.
+// libsieve matches the text before an unexpected ")" after it has refused the header.
 int note_match(sieve2_context_t*, void* user_data) {
   LibsieveVerdict& verdict = question(user_data).verdict;
   if (verdict == LibsieveVerdict::read) verdict = LibsieveVerdict::matched;

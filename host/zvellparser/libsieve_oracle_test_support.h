@@ -1,6 +1,6 @@
-// What libsieve itself says about address headers, for tests and measurements.
-#ifndef HOST_ZVELLPARSER_LIBSIEVE_ORACLE_H_
-#define HOST_ZVELLPARSER_LIBSIEVE_ORACLE_H_
+// libsieve's own opinion of address headers, for tests and measurements.
+#ifndef HOST_ZVELLPARSER_LIBSIEVE_ORACLE_TEST_SUPPORT_H_
+#define HOST_ZVELLPARSER_LIBSIEVE_ORACLE_TEST_SUPPORT_H_
 
 #include <string>
 #include <vector>
@@ -14,12 +14,13 @@ enum class LibsieveVerdict : char {
   matched   // it read the text, and the test matched
 };
 
-// What libsieve makes of each of `texts`, the first byte to the first NUL, as the value of a From
-// header under the test `address :all :is "from" "KEY"`. A `key` without quotes and backslashes is
-// expected. libsieve runs in child processes, since plain libsieve corrupts its heap on some texts.
+// libsieve's verdict on each of `texts`, from the first byte to the first NUL, as the value of a
+// From header under the test `address :all :is "from" "KEY"`. A `key` without quotes and
+// backslashes is expected. libsieve runs in child processes, since plain libsieve corrupts its heap
+// on some texts.
 std::vector<LibsieveVerdict> libsieve_verdicts(const std::vector<std::string>& texts,
                                                const std::string& key);
 
 }  // namespace zvellparser
 
-#endif  // HOST_ZVELLPARSER_LIBSIEVE_ORACLE_H_
+#endif  // HOST_ZVELLPARSER_LIBSIEVE_ORACLE_TEST_SUPPORT_H_

@@ -64,8 +64,8 @@ class HeaderContainer {
 class MimePart {
  public:
   // Parses a whole message, with LF or CRLF; only its header block is looked at, so that
-  // attachments cost nothing. Never null: whatever can't be read as a header is left out, the
-  // "From " line of an mbox among it.
+  // attachments cost nothing. Never null: a line that can't be read as a header is left out, such
+  // as the "From " line of an mbox.
   static std::unique_ptr<MimePart> parse(const char* data, std::size_t length);
 
   const HeaderContainer& headers() const { return headers_; }
@@ -92,8 +92,8 @@ struct MessageSpan {
 };
 
 // The messages of an mbox file (RFC 4155) in their order, without their "From " lines and without
-// the empty line that ends each of them. Empty when it does not begin with a "From " line that
-// holds a time; further ones count behind an empty line only.
+// the empty line that ends each of them. No messages when the file does not begin with a "From "
+// line that holds a time; further "From " lines count behind an empty line only.
 std::vector<MessageSpan> mbox_messages(const char* data, std::size_t length);
 
 // A new, empty file that only its owner may read (mode 0600) and that goes away with this object.
@@ -129,8 +129,8 @@ struct ZVLStaticCharSetFallbacks {
 };
 
 // A header's value as valid UTF-8 without NULs: RFC 2047 words and raw 8-bit text decoded. Never
-// fails: what can't be decoded survives as far as it can be read. UTF-8 text without an encoded
-// word comes back as it is. `fallbacks` may be null.
+// fails: text that can't be decoded survives as far as it can be read. UTF-8 text without an
+// encoded word comes back as it is. `fallbacks` may be null.
 Buffer stringToUtf8(const std::string& text, const ZVLStaticCharSetFallbacks* fallbacks);
 
 #endif  // ZVELLPARSER_H_

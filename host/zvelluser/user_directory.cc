@@ -12,7 +12,7 @@ std::string& root() {
   return directory;
 }
 
-// by hand, not isalnum() and tolower(): the process's locale must not move anybody's folder
+// by hand, not isalnum() and tolower(): the process's locale must not move a user's folder
 bool is_upper(char c) { return c >= 'A' && c <= 'Z'; }
 
 bool is_safe(char c) {
@@ -27,9 +27,8 @@ std::string lower_case(std::string text) {
   return text;
 }
 
-// `name` with a folder in between wherever it would be too long for one. Such a folder ends in a
-// lone
-// "%", as no escaped name does.
+// `name` with a folder in between wherever it would be too long for a file's name. Such a folder
+// ends in a lone "%", as no escaped name does.
 std::string split(std::string name) {
   std::string path;
   while (name.size() > longest_file_name) {

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string>
 
-// Whose mailbox it is.
+// The owner of a mailbox.
 enum MailBoxType {
   MAILBOX_USER = 1  // a user's own
 };
@@ -15,19 +15,19 @@ class ZvMailUserId {
  public:
   ZvMailUserId(MailBoxType type, const std::string& address);
 
-  // The folder of his preferences: <root>/<domain>/<local part>, the local part being all before
-  // the last "@", the domain in lower case. Every byte outside ASCII letters, digits and "._+=-",
-  // and a leading dot, is written %XX, so that no address reaches outside the root and no two share
-  // a folder but for the case of the domain. Creates nothing. Empty for an address without a local
-  // part or a domain. One that passes 255 bytes as it is written, which no file name can hold, has
-  // folders in between, whose names end in a lone "%".
+  // The folder of the user's preferences: <root>/<domain>/<local part>, the local part being all
+  // before the last "@", the domain in lower case. Every byte outside ASCII letters, digits and
+  // "._+=-", and a leading dot, is written %XX, so that no address reaches outside the root and no
+  // two share a folder but for the case of the domain. Creates nothing. Empty for an address
+  // without a local part or a domain. A part that passes 255 bytes as it is written, which no file
+  // name can hold, has folders in between, whose names end in a lone "%".
   std::string prefpath() const;
 
  private:
   std::string address_;
 };
 
-// What mailuser_filename names.
+// The kinds of paths that mailuser_filename gives.
 enum { MAILUSER_PREFERENCES = 5 };  // the folder of ZvMailUserId::prefpath()
 
 // Writes the path of that kind for a user, with a NUL, into `buffer`. 0, or -1 with an empty text

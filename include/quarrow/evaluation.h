@@ -19,7 +19,7 @@ class MimePart;
 
 namespace Quarrow {
 
-// Where an evaluation reports to, given by the caller. Formats and arguments are printf's. No
+// The log of an evaluation, given by the caller. Formats and arguments are printf's. No
 // operation may throw, use a matcher or fork: the interpreter may be in the middle of a run.
 class QUARROW_EXPORT SieveLog {
  public:
@@ -43,9 +43,9 @@ class QUARROW_EXPORT MailboxName : public std::string {
   void operator()(const std::string& name);
 };
 
-// One thing that a script asked for.
+// An action that a script asked for.
 struct QUARROW_EXPORT SieveAction {
-  // What `type` may be.
+  // The values of `type`.
   enum Type : unsigned int {
     KEEP = 0,
     FILEINTO = 1,
@@ -65,7 +65,7 @@ struct QUARROW_EXPORT SieveAction {
 // The outcome of one evaluation: an error, or the actions that the script asked for, strongest
 // first.
 struct QUARROW_EXPORT SieveMatchResult {
-  // What `error` may be.
+  // The values of `error`.
   enum Error : int {
     NONE = 0,
     PARSE_SCRIPT = 1,     // the script is not valid
@@ -129,7 +129,7 @@ class QUARROW_EXPORT SieveMatchImpl : public SieveMatch {
   // Reads the script and has libsieve check it. Call it once, before Match.
   bool Validate();
 
-  // What libsieve calls for every code that is handled; `user` is the matcher.
+  // libsieve calls this for every code that is handled; `user` is the matcher.
   static int sieve_callback(sieve2_context* ctx, void* user);
 
   int OnAction(sieve2_context* ctx, sieve2_values_t code);

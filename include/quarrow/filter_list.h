@@ -52,7 +52,7 @@ class QUARROW_EXPORT FilterList__ : public boost::enable_shared_from_this<Filter
   boost::shared_ptr<Filter__> find_filter(const std::string& name);
 
   // Inserts `filter` before the filter whose id is `position_id`, or at the end when there is no
-  // such filter. A filter without an id is given the next one. False when the filter is empty or
+  // such filter. A filter without an id is given the next id. False when the filter is empty or
   // invalid, or when no id is left.
   bool add(const boost::shared_ptr<Filter__>& filter, std::int32_t position_id);
 

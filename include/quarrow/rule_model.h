@@ -1,4 +1,4 @@
-// The words and values that delivery filters are made of, and what makes them valid.
+// The words and values that delivery filters are made of, and the conditions for valid ones.
 //
 // The words of the vocabulary are plain strings: they are stored as they stand in a user's rules
 // document, and compared byte for byte, case included.
@@ -14,7 +14,7 @@
 
 namespace Quarrow::MessageFilters {
 
-// What a test looks at: a header of the message, its size, or a date.
+// The part of a message that a test looks at: a header, the size, or a date.
 struct QUARROW_EXPORT Field {
   static const std::string STRING;   // "string": a header's text
   static const std::string ADDRESS;  // "address": the addresses in a header
@@ -58,7 +58,7 @@ struct QUARROW_EXPORT Test {
   std::string value;        // text, address, size in kibibytes or date, UTF-8
 };
 
-// What a filter does with a message that matches.
+// A filter's work on a message that matches.
 struct QUARROW_EXPORT Action {
   static const std::string MOVE;    // "move": file into the target folder
   static const std::string COPY;    // "copy": file into the target folder, and keep

@@ -1,4 +1,4 @@
-// What is kept for one user on disk: the fields that tests may name, and the filters.
+// The files of one user: the fields that tests may name, and the filters.
 #ifndef QUARROW_USER_STORES_H_
 #define QUARROW_USER_STORES_H_
 
@@ -15,16 +15,16 @@
 
 namespace Quarrow::MessageFilters {
 
-// The catalogue of fields that a user's tests may name: the system's, which are read-only, then his
-// own. Always held by a shared pointer, and used by one thread at a time. Changes stay in memory
-// until persist().
+// The catalogue of fields that a user's tests may name: the system's, which are read-only, then the
+// user's own. Always held by a shared pointer, and used by one thread at a time. Changes stay in
+// memory until persist().
 class QUARROW_EXPORT UserFields__ {
  public:
   // The catalogue of a user; empty when the address is null.
   static boost::shared_ptr<UserFields__> Create(const EmailAddress& address);
 
-  // Loads the system catalogue /var/spool/etc/message_filter_fields.xml and then, when there was
-  // one, the user's own.
+  // Loads the system catalogue /var/spool/etc/message_filter_fields.xml and then, when there was a
+  // system catalogue, the user's own.
   explicit UserFields__(const EmailAddress& address);
 
   // Appends the fields of the catalogue document at `path`, marked as `customized` or not. False,
@@ -59,8 +59,8 @@ class QUARROW_EXPORT UserFields__ {
 // thread at a time; two commits for one user must not run at once.
 class QUARROW_EXPORT UserMessageFilters__ {
  public:
-  // The filters of a user, none when he has no readable document; empty when the address is null. A
-  // document that FilterList__::LoadFromXML does not survive ends the process.
+  // The filters of a user, none when there is no readable document; empty when the address is null.
+  // A document that FilterList__::LoadFromXML does not survive ends the process.
   static boost::shared_ptr<UserMessageFilters__> Create(const EmailAddress& address);
 
   explicit UserMessageFilters__(const EmailAddress& address);
