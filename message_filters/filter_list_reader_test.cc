@@ -95,22 +95,23 @@ TEST_F(FilterListReader, ReadsRelation) {
     EXPECT_EQ(c.want, load_filter("name=\"a\"", c.tests, deletes)->relation) << c.tests;
 }
 
+const struct {
+  const char* text;
+  std::int32_t want;
+} id_texts[] = {{"7", 7},
+                {"-4", -4},
+                {" +5x", 5},
+                {"2147483647", 2147483647},
+                {"2147483648", -2147483647 - 1},
+                {"4294967301", 5},
+                {"99999999999999999999", -1},
+                {"x", 1},
+                {"", 1},
+                {"0", 1},
+                {"4294967296", 1}};
+
 TEST_F(FilterListReader, IdsAreNumbersOf32Bits) {
-  const struct {
-    const char* text;
-    std::int32_t want;
-  } cases[] = {{"7", 7},
-               {"-4", -4},
-               {" +5x", 5},
-               {"2147483647", 2147483647},
-               {"2147483648", -2147483647 - 1},
-               {"4294967301", 5},
-               {"99999999999999999999", -1},
-               {"x", 1},
-               {"", 1},
-               {"0", 1},
-               {"4294967296", 1}};
-  for (const auto& c : cases) {
+  for (const auto& c : id_texts) {
     const auto filter =
         load_filter("name=\"a\" id=\"" + std::string(c.text) + '"', no_tests, deletes);
     ASSERT_TRUE(filter) << c.text;
@@ -131,26 +132,26 @@ TEST_F(FilterListReader, FiltersWithoutIdGetTheNextFreeOne) {
   EXPECT_EQ(8, list->last_id);
 }
 
+const struct {
+  std::string attributes, tests, actions;
+} rejected_filters[] = {
+    {"", no_tests, deletes},
+    {"name=\"\"", no_tests, deletes},
+    {"name=\"a\" enabled=\"TRUE\"", no_tests, deletes},
+    {"name=\"a\" enabled=\"1\"", no_tests, deletes},
+    {"name=\"a\" enabled=\"\"", no_tests, deletes},
+    {"name=\"a\"", "", deletes},
+    {"name=\"a\"", "<tests relation=\"ALLOF\"/>", deletes},
+    {"name=\"a\"", "<tests relation=\"none\"/>", deletes},
+    {"name=\"a\"", no_tests, ""},
+    {"name=\"a\"", no_tests, "<actions/>"},
+    {"name=\"a\"", no_tests, "<actions><action/></actions>"},
+    {"name=\"a\"", no_tests, "<actions><action><method>keep</method></action></actions>"},
+    {"name=\"a\"", no_tests, "<actions><action><method>move</method></action></actions>"},
+    {"name=\"a\"", no_tests, "<actions><action><method> delete</method></action></actions>"}};
+
 TEST_F(FilterListReader, RejectedFilterEndsTheProcess) {
-  const std::string nothing;
-  const struct {
-    std::string attributes, tests, actions;
-  } cases[] = {
-      {"", no_tests, deletes},
-      {"name=\"\"", no_tests, deletes},
-      {"name=\"a\" enabled=\"TRUE\"", no_tests, deletes},
-      {"name=\"a\" enabled=\"1\"", no_tests, deletes},
-      {"name=\"a\" enabled=\"\"", no_tests, deletes},
-      {"name=\"a\"", nothing, deletes},
-      {"name=\"a\"", "<tests relation=\"ALLOF\"/>", deletes},
-      {"name=\"a\"", "<tests relation=\"none\"/>", deletes},
-      {"name=\"a\"", no_tests, nothing},
-      {"name=\"a\"", no_tests, "<actions/>"},
-      {"name=\"a\"", no_tests, "<actions><action/></actions>"},
-      {"name=\"a\"", no_tests, "<actions><action><method>keep</method></action></actions>"},
-      {"name=\"a\"", no_tests, "<actions><action><method>move</method></action></actions>"},
-      {"name=\"a\"", no_tests, "<actions><action><method> delete</method></action></actions>"}};
-  for (const auto& c : cases) {
+  for (const auto& c : rejected_filters) {
     EXPECT_DEATH((void)load_filter(c.attributes, c.tests, c.actions), "px != 0")
         << c.attributes << c.tests << c.actions;
   }

@@ -152,68 +152,69 @@ TEST(Remove, IdsAreNotGivenASecondTime) {
   EXPECT_EQ((Ids{1, 2, 4}), ids_of(*list));
 }
 
+struct MoveCase {
+  std::int32_t id, target;
+  bool moved;
+  Ids want;
+};
+
+const MoveCase moves_before[] = {{4, 2, true, {1, 4, 2, 3}},  {4, 99, true, {4, 1, 2, 3}},
+                                 {1, 4, true, {2, 3, 1, 4}},  {1, 2, true, {1, 2, 3, 4}},
+                                 {1, 99, true, {1, 2, 3, 4}}, {5, 1, false, {1, 2, 3, 4}},
+                                 {4, 4, true, {1, 2, 3, 4}},  {9, 9, true, {1, 2, 3, 4}}};
+
 TEST(MoveBefore, PutsTheFilterThereOrInFront) {
-  const struct {
-    std::int32_t id, target;
-    bool moved;
-    Ids want;
-  } cases[] = {{4, 2, true, {1, 4, 2, 3}}, {4, 99, true, {4, 1, 2, 3}}, {1, 4, true, {2, 3, 1, 4}},
-               {1, 2, true, {1, 2, 3, 4}}, {1, 99, true, {1, 2, 3, 4}}, {5, 1, false, {1, 2, 3, 4}},
-               {4, 4, true, {1, 2, 3, 4}}, {9, 9, true, {1, 2, 3, 4}}};
-  for (const auto& c : cases) {
+  for (const auto& c : moves_before) {
     const auto list = list_of({1, 2, 3, 4});
     EXPECT_EQ(c.moved, list->move_before(c.id, c.target));
     EXPECT_EQ(c.want, ids_of(*list)) << c.id << " before " << c.target;
   }
 }
 
+const MoveCase moves_after[] = {{1, 3, true, {2, 3, 1, 4}},  {1, 4, true, {2, 3, 4, 1}},
+                                {1, 99, true, {2, 3, 4, 1}}, {2, 1, true, {1, 2, 3, 4}},
+                                {4, 1, true, {1, 4, 2, 3}},  {4, 99, true, {1, 2, 3, 4}},
+                                {5, 1, false, {1, 2, 3, 4}}, {9, 9, true, {1, 2, 3, 4}}};
+
 TEST(MoveAfter, PutsTheFilterThereOrAtTheEnd) {
-  const struct {
-    std::int32_t id, target;
-    bool moved;
-    Ids want;
-  } cases[] = {{1, 3, true, {2, 3, 1, 4}},  {1, 4, true, {2, 3, 4, 1}}, {1, 99, true, {2, 3, 4, 1}},
-               {2, 1, true, {1, 2, 3, 4}},  {4, 1, true, {1, 4, 2, 3}}, {4, 99, true, {1, 2, 3, 4}},
-               {5, 1, false, {1, 2, 3, 4}}, {9, 9, true, {1, 2, 3, 4}}};
-  for (const auto& c : cases) {
+  for (const auto& c : moves_after) {
     const auto list = list_of({1, 2, 3, 4});
     EXPECT_EQ(c.moved, list->move_after(c.id, c.target));
     EXPECT_EQ(c.want, ids_of(*list)) << c.id << " after " << c.target;
   }
 }
 
+struct StepCase {
+  std::int32_t id;
+  std::uint64_t count;
+  bool moved;
+  Ids want;
+};
+
+const StepCase moves_up[] = {{4, 1, true, {1, 2, 4, 3}},  {4, 3, true, {4, 1, 2, 3}},
+                             {4, 10, true, {4, 1, 2, 3}}, {3, largest_count, true, {3, 1, 2, 4}},
+                             {1, 1, true, {1, 2, 3, 4}},  {5, 1, false, {1, 2, 3, 4}},
+                             {5, 0, true, {1, 2, 3, 4}}};
+
 TEST(MoveUp, StopsAtTheFront) {
-  const struct {
-    std::int32_t id;
-    std::uint64_t count;
-    bool moved;
-    Ids want;
-  } cases[] = {{4, 1, true, {1, 2, 4, 3}},  {4, 3, true, {4, 1, 2, 3}},
-               {4, 10, true, {4, 1, 2, 3}}, {3, largest_count, true, {3, 1, 2, 4}},
-               {1, 1, true, {1, 2, 3, 4}},  {5, 1, false, {1, 2, 3, 4}},
-               {5, 0, true, {1, 2, 3, 4}}};
-  for (const auto& c : cases) {
+  for (const auto& c : moves_up) {
     const auto list = list_of({1, 2, 3, 4});
     EXPECT_EQ(c.moved, list->move_up(c.id, c.count));
     EXPECT_EQ(c.want, ids_of(*list)) << c.id << " by " << c.count;
   }
 }
 
+const StepCase moves_down[] = {{1, 1, true, {2, 1, 3, 4}},
+                               {1, 2, true, {2, 3, 1, 4}},
+                               {1, 3, true, {2, 3, 4, 1}},
+                               {1, 10, true, {2, 3, 4, 1}},
+                               {2, largest_count, true, {1, 3, 4, 2}},
+                               {4, 1, true, {1, 2, 3, 4}},
+                               {5, 1, false, {1, 2, 3, 4}},
+                               {5, 0, true, {1, 2, 3, 4}}};
+
 TEST(MoveDown, StopsAtTheEnd) {
-  const struct {
-    std::int32_t id;
-    std::uint64_t count;
-    bool moved;
-    Ids want;
-  } cases[] = {{1, 1, true, {2, 1, 3, 4}},
-               {1, 2, true, {2, 3, 1, 4}},
-               {1, 3, true, {2, 3, 4, 1}},
-               {1, 10, true, {2, 3, 4, 1}},
-               {2, largest_count, true, {1, 3, 4, 2}},
-               {4, 1, true, {1, 2, 3, 4}},
-               {5, 1, false, {1, 2, 3, 4}},
-               {5, 0, true, {1, 2, 3, 4}}};
-  for (const auto& c : cases) {
+  for (const auto& c : moves_down) {
     const auto list = list_of({1, 2, 3, 4});
     EXPECT_EQ(c.moved, list->move_down(c.id, c.count));
     EXPECT_EQ(c.want, ids_of(*list)) << c.id << " by " << c.count;

@@ -84,32 +84,34 @@ TEST_F(FilterListWriter, WritesAnEmptyList) {
   EXPECT_FALSE(FilterList__::LoadFromXML(path_));
 }
 
+const std::string nul("a\0b", 3);
+
+const struct {
+  const char* what;
+  std::function<void(Filter__&)> spoil;
+} faults[] = {
+    {"no name", [](Filter__& filter) { filter.name.clear(); }},
+    {"no actions", [](Filter__& filter) { filter.actions.clear(); }},
+    {"relation", [](Filter__& filter) { filter.relation = "none"; }},
+    {"last test", [](Filter__& filter) { filter.tests.emplace_back(); }},
+    {"field type", [](Filter__& filter) { filter.tests.front().field.type = "x"; }},
+    {"field name", [](Filter__& filter) { filter.tests.front().field.name.clear(); }},
+    {"comparator", [](Filter__& filter) { filter.tests.front().comparator = "x"; }},
+    {"value", [](Filter__& filter) { filter.tests.front().value.clear(); }},
+    {"last action", [](Filter__& filter) { filter.actions.push_back(make_action("copy")); }},
+    {"NUL in the name", [](Filter__& filter) { filter.name = nul; }},
+    {"NUL in a field", [](Filter__& filter) { filter.tests.front().field.name = nul; }},
+    {"NUL in a value", [](Filter__& filter) { filter.tests.front().value = nul; }},
+    {"NUL in a target", [](Filter__& filter) { filter.actions.front().target = nul; }},
+    {"NUL in an operand", [](Filter__& filter) { filter.actions.front().value = nul; }},
+    {"too many tests",
+     [](Filter__& filter) { filter.tests.resize(most_xml_children + 1, subject_test()); }},
+    {"too many actions", [](Filter__& filter) {
+       filter.actions.resize(most_xml_children + 1, make_action("delete"));
+     }}};
+
 TEST_F(FilterListWriter, WhatIsInvalidLeavesTheFileEmpty) {
-  const std::string nul("a\0b", 3);
-  const struct {
-    const char* what;
-    std::function<void(Filter__&)> spoil;
-  } cases[] = {
-      {"no name", [](Filter__& filter) { filter.name.clear(); }},
-      {"no actions", [](Filter__& filter) { filter.actions.clear(); }},
-      {"relation", [](Filter__& filter) { filter.relation = "none"; }},
-      {"last test", [](Filter__& filter) { filter.tests.emplace_back(); }},
-      {"field type", [](Filter__& filter) { filter.tests.front().field.type = "x"; }},
-      {"field name", [](Filter__& filter) { filter.tests.front().field.name.clear(); }},
-      {"comparator", [](Filter__& filter) { filter.tests.front().comparator = "x"; }},
-      {"value", [](Filter__& filter) { filter.tests.front().value.clear(); }},
-      {"last action", [](Filter__& filter) { filter.actions.push_back(make_action("copy")); }},
-      {"NUL in the name", [&nul](Filter__& filter) { filter.name = nul; }},
-      {"NUL in a field", [&nul](Filter__& filter) { filter.tests.front().field.name = nul; }},
-      {"NUL in a value", [&nul](Filter__& filter) { filter.tests.front().value = nul; }},
-      {"NUL in a target", [&nul](Filter__& filter) { filter.actions.front().target = nul; }},
-      {"NUL in an operand", [&nul](Filter__& filter) { filter.actions.front().value = nul; }},
-      {"too many tests",
-       [](Filter__& filter) { filter.tests.resize(most_xml_children + 1, subject_test()); }},
-      {"too many actions", [](Filter__& filter) {
-         filter.actions.resize(most_xml_children + 1, make_action("delete"));
-       }}};
-  for (const auto& c : cases) {
+  for (const auto& c : faults) {
     write_file(path_, "old");
     list_->filters.clear();
     list_->append(make_rule("sound", subject_test()));

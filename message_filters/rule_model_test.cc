@@ -10,20 +10,21 @@
 namespace Quarrow::MessageFilters {
 namespace {
 
+const struct {
+  const std::string& constant;
+  const char* text;
+} stored_words[] = {{Field::STRING, "string"},      {Field::ADDRESS, "address"},
+                    {Field::SIZE, "size"},          {Field::DATE, "date"},
+                    {Comparator::IS, "is"},         {Comparator::CONTAINS, "contains"},
+                    {Comparator::BEFORE, "before"}, {Comparator::BEGINWITH, "begin_with"},
+                    {Comparator::AFTER, "after"},   {Comparator::ENDWITH, "end_with"},
+                    {Comparator::LESS, "less"},     {Comparator::GREATER, "greater"},
+                    {Action::MOVE, "move"},         {Action::COPY, "copy"},
+                    {Action::DELETE, "delete"},     {Filter__::ALLOF, "allof"},
+                    {Filter__::ANYOF, "anyof"}};
+
 TEST(Vocabulary, HasTheWordsOfTheStoredForm) {
-  const struct {
-    const std::string& constant;
-    const char* text;
-  } words[] = {{Field::STRING, "string"},      {Field::ADDRESS, "address"},
-               {Field::SIZE, "size"},          {Field::DATE, "date"},
-               {Comparator::IS, "is"},         {Comparator::CONTAINS, "contains"},
-               {Comparator::BEFORE, "before"}, {Comparator::BEGINWITH, "begin_with"},
-               {Comparator::AFTER, "after"},   {Comparator::ENDWITH, "end_with"},
-               {Comparator::LESS, "less"},     {Comparator::GREATER, "greater"},
-               {Action::MOVE, "move"},         {Action::COPY, "copy"},
-               {Action::DELETE, "delete"},     {Filter__::ALLOF, "allof"},
-               {Filter__::ANYOF, "anyof"}};
-  for (const auto& word : words) EXPECT_EQ(word.text, word.constant);
+  for (const auto& word : stored_words) EXPECT_EQ(word.text, word.constant);
 }
 
 struct WordCheck {
@@ -61,15 +62,16 @@ TEST(WordChecks, CompareByteForByte) {
     EXPECT_FALSE(Comparator::is_valid_op(wrong)) << wrong;
 }
 
-TEST(ActionCheck, OnlyDeleteNeedsNoTarget) {
-  const struct {
-    const char* method;
-    const char* target;
-    bool valid;
-  } cases[] = {{"move", "", false},    {"move", "Work", true},  {"copy", "", false},
+const struct {
+  const char* method;
+  const char* target;
+  bool valid;
+} actions[] = {{"move", "", false},    {"move", "Work", true},  {"copy", "", false},
                {"copy", "Work", true}, {"delete", "", true},    {"delete", "Work", true},
                {"", "Work", false},    {"Move", "Work", false}, {"discard", "Work", false}};
-  for (const auto& c : cases)
+
+TEST(ActionCheck, OnlyDeleteNeedsNoTarget) {
+  for (const auto& c : actions)
     EXPECT_EQ(c.valid, make_action(c.method, c.target).is_valid()) << c.method << ' ' << c.target;
 }
 
@@ -78,16 +80,18 @@ TEST(ActionCheck, IgnoresTheValue) {
   EXPECT_TRUE(make_action("move", "Work", "\"\\").is_valid());
 }
 
+const struct {
+  const char* comparator;
+  bool string, address, date, size;
+} suitable_types[] = {
+    {"is", true, true, true, false},           {"contains", true, true, false, false},
+    {"begin_with", true, false, false, false}, {"end_with", true, false, false, false},
+    {"before", false, false, true, false},     {"after", false, false, true, false},
+    {"greater", false, false, false, true},    {"less", false, false, false, true},
+    {"matches", false, false, false, false},   {"", false, false, false, false}};
+
 TEST(TestCheck, ComparatorMustSuitTheType) {
-  const struct {
-    const char* comparator;
-    bool string, address, date, size;
-  } rows[] = {{"is", true, true, true, false},           {"contains", true, true, false, false},
-              {"begin_with", true, false, false, false}, {"end_with", true, false, false, false},
-              {"before", false, false, true, false},     {"after", false, false, true, false},
-              {"greater", false, false, false, true},    {"less", false, false, false, true},
-              {"matches", false, false, false, false},   {"", false, false, false, false}};
-  for (const auto& row : rows) {
+  for (const auto& row : suitable_types) {
     const auto valid = [&row](const char* type) {
       return make_test(type, "x", row.comparator, "100").is_valid();
     };
@@ -100,17 +104,18 @@ TEST(TestCheck, ComparatorMustSuitTheType) {
   }
 }
 
+const struct {
+  const char* name;
+  const char* value;
+  bool valid;
+} names_and_values[] = {
+    {"subject", "word", true},   {"", "word", false},          {"subject", "", false},
+    {"subject", " ", true},      {"subject", "\"", false},     {"subject", "\\", false},
+    {"subject", "a\"b", false},  {"subject", "ab\\", false},   {"subject", "\\ab", false},
+    {"subject", "'<&>\n", true}, {"subject", "\xC3\xA9", true}};
+
 TEST(TestCheck, NeedsAFieldNameAndAValueThatCanBeQuoted) {
-  const struct {
-    const char* name;
-    const char* value;
-    bool valid;
-  } cases[] = {
-      {"subject", "word", true},   {"", "word", false},          {"subject", "", false},
-      {"subject", " ", true},      {"subject", "\"", false},     {"subject", "\\", false},
-      {"subject", "a\"b", false},  {"subject", "ab\\", false},   {"subject", "\\ab", false},
-      {"subject", "'<&>\n", true}, {"subject", "\xC3\xA9", true}};
-  for (const auto& c : cases) {
+  for (const auto& c : names_and_values) {
     EXPECT_EQ(c.valid, make_test("string", c.name, "contains", c.value).is_valid())
         << c.name << ": " << c.value;
   }
@@ -124,16 +129,17 @@ TEST(TestCheck, DoesNotLookAtTheFormOfTheValueNorAtTheFlags) {
   EXPECT_TRUE(test.is_valid());
 }
 
-TEST(FilterCheck, NeedsActionsARelationAndAName) {
-  const struct {
-    bool actions;
-    const char* relation;
-    const char* name;
-    bool valid;
-  } cases[] = {{true, "anyof", "a", true}, {true, "allof", "a", true}, {true, "ALLOF", "a", false},
+const struct {
+  bool actions;
+  const char* relation;
+  const char* name;
+  bool valid;
+} filters[] = {{true, "anyof", "a", true}, {true, "allof", "a", true}, {true, "ALLOF", "a", false},
                {true, "", "a", false},     {true, "anyof", "", false}, {false, "anyof", "a", false},
                {true, "anyof", " ", true}};
-  for (const auto& c : cases) {
+
+TEST(FilterCheck, NeedsActionsARelationAndAName) {
+  for (const auto& c : filters) {
     const auto filter = make_filter(c.name);
     filter->relation = c.relation;
     if (!c.actions) filter->actions.clear();

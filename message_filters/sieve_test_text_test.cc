@@ -48,52 +48,53 @@ TEST(DigitsOnly, DropsAllElse) {
   for (const auto& c : cases) EXPECT_EQ(c.want, digits_only(c.text)) << c.text;
 }
 
+const struct {
+  const char* type;
+  const char* comparator;
+  const char* name;
+  const char* value;
+  const char* without_case;
+  const char* with_case;
+} combinations[] = {
+    {"string", "is", "N", "V.", R"( header :is "N" "V." )",
+     R"( header :is :comparator "i;octet" "N" "V." )"},
+    {"string", "contains", "N", "V.", R"( header :contains "N" "V." )",
+     R"( header :contains :comparator "i;octet" "N" "V." )"},
+    {"string", "begin_with", "N", "V.", R"( header :regex "N" "^V\." )",
+     R"( header :regex "N" "^V\." )"},
+    {"string", "end_with", "N", "V.", R"( header :regex "N" "V\.$" )",
+     R"( header :regex "N" "V\.$" )"},
+    {"address", "is", "N", "V.", R"( address :all :is "N" "V." )",
+     R"( address :all :is :comparator "i;octet" "N" "V." )"},
+    {"address", "contains", "N", "V.", R"( address :all :contains "N" "V." )",
+     R"( address :all :contains :comparator "i;octet" "N" "V." )"},
+    {"size", "greater", "N", "500", " size :over 500K ", " size :over 500K "},
+    {"size", "less", "N", "500", " size :under 500K ", " size :under 500K "},
+    {"date", "before", "N", "2010-05-01",
+     R"( header :value "lt" :comparator "i;ascii-numeric" "N" "20100501" )",
+     R"( header :value "lt" :comparator "i;ascii-numeric" "N" "20100501" )"},
+    {"date", "after", "N", "2010-05-01",
+     R"( header :value "gt" :comparator "i;ascii-numeric" "N" "20100501" )",
+     R"( header :value "gt" :comparator "i;ascii-numeric" "N" "20100501" )"},
+    {"date", "is", "N", "2010-05-01",
+     R"( header :value "eq" :comparator "i;ascii-numeric" "N" "20100501" )",
+     R"( header :value "eq" :comparator "i;ascii-numeric" "N" "20100501" )"},
+    {"string", "is", "to_cc", "V", R"( header :is ["to", "cc"] "V" )",
+     R"( header :is :comparator "i;octet" ["to", "cc"] "V" )"},
+    {"string", "end_with", "to_cc", "(final)", R"( header :regex ["to", "cc"] "\(final\)$" )",
+     R"( header :regex ["to", "cc"] "\(final\)$" )"},
+    {"string", "begin_with", "subject", "[urgent]", R"( header :regex "subject" "^\[urgent\]" )",
+     R"( header :regex "subject" "^\[urgent\]" )"},
+    {"address", "contains", "from_to_cc", "bob",
+     R"( address :all :contains ["from", "to", "cc"] "bob" )",
+     R"( address :all :contains :comparator "i;octet" ["from", "to", "cc"] "bob" )"},
+    {"size", "greater", "size", "10M", " size :over 10MK ", " size :over 10MK "},
+    {"date", "is", "to_cc", "soon",
+     R"( header :value "eq" :comparator "i;ascii-numeric" "to_cc" "" )",
+     R"( header :value "eq" :comparator "i;ascii-numeric" "to_cc" "" )"}};
+
 TEST(WriteTest, EveryCombinationOfTypeAndComparator) {
-  const struct {
-    const char* type;
-    const char* comparator;
-    const char* name;
-    const char* value;
-    const char* without_case;
-    const char* with_case;
-  } cases[] = {
-      {"string", "is", "N", "V.", R"( header :is "N" "V." )",
-       R"( header :is :comparator "i;octet" "N" "V." )"},
-      {"string", "contains", "N", "V.", R"( header :contains "N" "V." )",
-       R"( header :contains :comparator "i;octet" "N" "V." )"},
-      {"string", "begin_with", "N", "V.", R"( header :regex "N" "^V\." )",
-       R"( header :regex "N" "^V\." )"},
-      {"string", "end_with", "N", "V.", R"( header :regex "N" "V\.$" )",
-       R"( header :regex "N" "V\.$" )"},
-      {"address", "is", "N", "V.", R"( address :all :is "N" "V." )",
-       R"( address :all :is :comparator "i;octet" "N" "V." )"},
-      {"address", "contains", "N", "V.", R"( address :all :contains "N" "V." )",
-       R"( address :all :contains :comparator "i;octet" "N" "V." )"},
-      {"size", "greater", "N", "500", " size :over 500K ", " size :over 500K "},
-      {"size", "less", "N", "500", " size :under 500K ", " size :under 500K "},
-      {"date", "before", "N", "2010-05-01",
-       R"( header :value "lt" :comparator "i;ascii-numeric" "N" "20100501" )",
-       R"( header :value "lt" :comparator "i;ascii-numeric" "N" "20100501" )"},
-      {"date", "after", "N", "2010-05-01",
-       R"( header :value "gt" :comparator "i;ascii-numeric" "N" "20100501" )",
-       R"( header :value "gt" :comparator "i;ascii-numeric" "N" "20100501" )"},
-      {"date", "is", "N", "2010-05-01",
-       R"( header :value "eq" :comparator "i;ascii-numeric" "N" "20100501" )",
-       R"( header :value "eq" :comparator "i;ascii-numeric" "N" "20100501" )"},
-      {"string", "is", "to_cc", "V", R"( header :is ["to", "cc"] "V" )",
-       R"( header :is :comparator "i;octet" ["to", "cc"] "V" )"},
-      {"string", "end_with", "to_cc", "(final)", R"( header :regex ["to", "cc"] "\(final\)$" )",
-       R"( header :regex ["to", "cc"] "\(final\)$" )"},
-      {"string", "begin_with", "subject", "[urgent]", R"( header :regex "subject" "^\[urgent\]" )",
-       R"( header :regex "subject" "^\[urgent\]" )"},
-      {"address", "contains", "from_to_cc", "bob",
-       R"( address :all :contains ["from", "to", "cc"] "bob" )",
-       R"( address :all :contains :comparator "i;octet" ["from", "to", "cc"] "bob" )"},
-      {"size", "greater", "size", "10M", " size :over 10MK ", " size :over 10MK "},
-      {"date", "is", "to_cc", "soon",
-       R"( header :value "eq" :comparator "i;ascii-numeric" "to_cc" "" )",
-       R"( header :value "eq" :comparator "i;ascii-numeric" "to_cc" "" )"}};
-  for (const auto& c : cases) {
+  for (const auto& c : combinations) {
     Condition test = make_test(c.type, c.name, c.comparator, c.value);
     EXPECT_EQ(c.without_case, text_of(test));
     test.negative = true;

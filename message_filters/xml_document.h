@@ -1,5 +1,4 @@
-// XML documents: read from files, built, and written. No other file of the
-// library sees ezXML.
+// XML documents: read from files, built, and written. The only use of ezXML in the library.
 #ifndef QUARROW_MESSAGE_FILTERS_XML_DOCUMENT_H_
 #define QUARROW_MESSAGE_FILTERS_XML_DOCUMENT_H_
 

@@ -31,41 +31,43 @@ std::string decoded(std::string text) {
   return decode_references(text);
 }
 
+const char* const kept_documents[] = {
+    "<a/>",
+    "<a></a>",
+    "<a b=\"c\" d='e'>f<g/>h</a>",
+    "<a b=c d/>",
+    "<a b = \"/>\">x</a>",
+    "<a b=\"<\"/>",
+    "<a>\xFF\xC3\xA9</a>",
+    "<_a/>",
+    "<:a/>",
+    "<\xC3\xA9/>",
+    "<a><b></a></b>",
+    "<a/><b/>",
+};
+
 TEST(ReadableXml, KeepsElementsAttributesAndText) {
-  for (const char* document : {
-           "<a/>",
-           "<a></a>",
-           "<a b=\"c\" d='e'>f<g/>h</a>",
-           "<a b=c d/>",
-           "<a b = \"/>\">x</a>",
-           "<a b=\"<\"/>",
-           "<a>\xFF\xC3\xA9</a>",
-           "<_a/>",
-           "<:a/>",
-           "<\xC3\xA9/>",
-           "<a><b></a></b>",
-           "<a/><b/>",
-       })
-    EXPECT_EQ(document, readable(document));
+  for (const char* document : kept_documents) EXPECT_EQ(document, readable(document));
 }
 
+const struct {
+  const char* document;
+  const char* want;
+} documents_with_more[] = {{"<?xml version=\"1.0\"?>\n<a/>\n", "<a/>"},
+                           {"before<a/>behind", "<a/>"},
+                           {"\xEF\xBB\xBF<a/>", "<a/>"},
+                           {"<!DOCTYPE a>\xFF\xFE<a/>", "<a/>"},
+                           {"text", ""},
+                           {"<a/><", "<a/>"},
+                           {"<!DOCTYPE a><a/>", "<a/>"},
+                           {"<!DOCTYPE a SYSTEM \"file:///x\"><a/>", "<a/>"},
+                           {"<a>x<!-- <b> & -->y</a>", "<a>xy</a>"},
+                           {"<a>x<!---->y</a>", "<a>xy</a>"},
+                           {"<a>x<?b <c> ?>y</a>", "<a>xy</a>"},
+                           {"<a>x<?>y</a>", "<a>xy</a>"}};
+
 TEST(ReadableXml, DropsWhatIsNoContent) {
-  const struct {
-    const char* document;
-    const char* want;
-  } cases[] = {{"<?xml version=\"1.0\"?>\n<a/>\n", "<a/>"},
-               {"before<a/>behind", "<a/>"},
-               {"\xEF\xBB\xBF<a/>", "<a/>"},
-               {"<!DOCTYPE a>\xFF\xFE<a/>", "<a/>"},
-               {"text", ""},
-               {"<a/><", "<a/>"},
-               {"<!DOCTYPE a><a/>", "<a/>"},
-               {"<!DOCTYPE a SYSTEM \"file:///x\"><a/>", "<a/>"},
-               {"<a>x<!-- <b> & -->y</a>", "<a>xy</a>"},
-               {"<a>x<!---->y</a>", "<a>xy</a>"},
-               {"<a>x<?b <c> ?>y</a>", "<a>xy</a>"},
-               {"<a>x<?>y</a>", "<a>xy</a>"}};
-  for (const auto& c : cases) EXPECT_EQ(c.want, readable(c.document)) << c.document;
+  for (const auto& c : documents_with_more) EXPECT_EQ(c.want, readable(c.document)) << c.document;
 }
 
 TEST(ReadableXml, MarksReferences) {
@@ -89,56 +91,60 @@ TEST(ReadableXml, EndsAtANul) {
   EXPECT_EQ("(refused)", readable(std::string("\0<a/>", 5)));
 }
 
+const char* const unended_documents[] = {"<a",
+                                         "<a ",
+                                         "<a b",
+                                         "<a b=",
+                                         "<a b=\"c",
+                                         "<a b='c\"",
+                                         "<a b=\"c\"",
+                                         "<a/",
+                                         "<a/ >",
+                                         "<a></a",
+                                         "<a><!--",
+                                         "<a><!-- --",
+                                         "<a><!-- -- --></a>",
+                                         "<a><![CDATA[x]]</a>",
+                                         "<?x",
+                                         "<!DOCTYPE",
+                                         "</a>",
+                                         "<a/></a>",
+                                         "< a>",
+                                         "<1/>",
+                                         "<a/><!x",
+                                         "<![CDATA[x]]><a/>",
+                                         "<a/><![CDATA[x]]>"};
+
 TEST(ReadableXml, RefusesMarkupThatDoesNotEnd) {
-  for (const char* document : {"<a",
-                               "<a ",
-                               "<a b",
-                               "<a b=",
-                               "<a b=\"c",
-                               "<a b='c\"",
-                               "<a b=\"c\"",
-                               "<a/",
-                               "<a/ >",
-                               "<a></a",
-                               "<a><!--",
-                               "<a><!-- --",
-                               "<a><!-- -- --></a>",
-                               "<a><![CDATA[x]]</a>",
-                               "<?x",
-                               "<!DOCTYPE",
-                               "</a>",
-                               "<a/></a>",
-                               "< a>",
-                               "<1/>",
-                               "<a/><!x",
-                               "<![CDATA[x]]><a/>",
-                               "<a/><![CDATA[x]]>"})
+  for (const char* document : unended_documents)
     EXPECT_EQ("(refused)", readable(document)) << document;
 }
 
+const char* const dangerous_documents[] = {"",
+                                           "\xFE",
+                                           "\xFF\xFE",
+                                           "\xFE<",
+                                           "\xFF<a/>",
+                                           "<!DOCTYPE a []><a/>",
+                                           "<!DOCTYPE a><a>[</a>",
+                                           "<a>&#0;</a>",
+                                           "<a>&#;</a>",
+                                           "<a>&#x;</a>",
+                                           "<a>&#-1;</a>",
+                                           "<a>&#+1;</a>",
+                                           "<a>&# 1;</a>",
+                                           "<a>&#1</a>",
+                                           "<a>&#",
+                                           "<a>&#x110000;</a>",
+                                           "<a>&#1114112;</a>",
+                                           "<a>&#xFFFFFFFFF;</a>",
+                                           "<a>&#X41;</a>",
+                                           "<a>&#0x41;</a>",
+                                           "<a>&#65 ;</a>",
+                                           "<a><!-- &#0; --></a>"};
+
 TEST(ReadableXml, RefusesWhatEzxmlCannotBeGiven) {
-  for (const char* document : {"",
-                               "\xFE",
-                               "\xFF\xFE",
-                               "\xFE<",
-                               "\xFF<a/>",
-                               "<!DOCTYPE a []><a/>",
-                               "<!DOCTYPE a><a>[</a>",
-                               "<a>&#0;</a>",
-                               "<a>&#;</a>",
-                               "<a>&#x;</a>",
-                               "<a>&#-1;</a>",
-                               "<a>&#+1;</a>",
-                               "<a>&# 1;</a>",
-                               "<a>&#1</a>",
-                               "<a>&#",
-                               "<a>&#x110000;</a>",
-                               "<a>&#1114112;</a>",
-                               "<a>&#xFFFFFFFFF;</a>",
-                               "<a>&#X41;</a>",
-                               "<a>&#0x41;</a>",
-                               "<a>&#65 ;</a>",
-                               "<a><!-- &#0; --></a>"})
+  for (const char* document : dangerous_documents)
     EXPECT_EQ("(refused)", readable(document)) << document;
 }
 
@@ -195,25 +201,26 @@ TEST(ReadableXml, BoundsLongNamesInARow) {
   EXPECT_FALSE(readable_xml("<r>" + repeated('<' + name + "/>", 3000) + "</r>"));
 }
 
+const struct {
+  const char* text;
+  const char* want;
+} references[] = {{"", ""},
+                  {"plain & &amp;", "plain & &amp;"},
+                  {"@lt;@gt;@quot;@apos;@amp;", "<>\"'&"},
+                  {"@amp;lt;", "&lt;"},
+                  {"@", "&"},
+                  {"x@", "x&"},
+                  {"@amp", "&amp"},
+                  {"@x;@LT;", "&x;&LT;"},
+                  {"@#65;@#x42;@#x0043;", "ABC"},
+                  {"@#1;@#11;@#13;", "\x01\v\r"},
+                  {"@#x7F;@#x80;@#x7FF;", "\x7F\xC2\x80\xDF\xBF"},
+                  {"@#x800;@#xFFFF;", "\xE0\xA0\x80\xEF\xBF\xBF"},
+                  {"@#x10000;@#x10FFFF;", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
+                  {"@#0;@#", "&#0;&#"}};
+
 TEST(DecodeReferences, TakesTheFiveNamesAndNumbers) {
-  const struct {
-    const char* text;
-    const char* want;
-  } cases[] = {{"", ""},
-               {"plain & &amp;", "plain & &amp;"},
-               {"@lt;@gt;@quot;@apos;@amp;", "<>\"'&"},
-               {"@amp;lt;", "&lt;"},
-               {"@", "&"},
-               {"x@", "x&"},
-               {"@amp", "&amp"},
-               {"@x;@LT;", "&x;&LT;"},
-               {"@#65;@#x42;@#x0043;", "ABC"},
-               {"@#1;@#11;@#13;", "\x01\v\r"},
-               {"@#x7F;@#x80;@#x7FF;", "\x7F\xC2\x80\xDF\xBF"},
-               {"@#x800;@#xFFFF;", "\xE0\xA0\x80\xEF\xBF\xBF"},
-               {"@#x10000;@#x10FFFF;", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
-               {"@#0;@#", "&#0;&#"}};
-  for (const auto& c : cases) EXPECT_EQ(c.want, decoded(c.text)) << c.text;
+  for (const auto& c : references) EXPECT_EQ(c.want, decoded(c.text)) << c.text;
 }
 
 }  // namespace

@@ -121,33 +121,33 @@ TEST_F(HostileHeaders, ThePlaceInTheListDoesNotMatter) {
 
 const char* const refused = "no matcher";
 
+const struct {
+  const char* name;
+  std::string script;
+  const char* want;
+} hostile_scripts[] = {
+    {"hasflag with a tag", "require \"imap4flags\";\nif hasflag :is \"a\" { keep; }\n", refused},
+    {"setflag twice", "require \"imap4flags\";\nsetflag \"a\";\nsetflag \"b\";\nkeep;\n", refused},
+    {"envelope part", "if envelope :is \"zzz\" \"a\" { keep; }\n", refused},
+    {"empty text block", "require \"reject\";\nreject text:\n.\n;\n",
+     "MatchResult [action=REJECT]"},
+    {"text block of 256", "require \"reject\";\nreject text:\n" + repeated("x", 256) + "\n.\n;\n",
+     "MatchResult [action=REJECT]"},
+    {"bad header name of 235",
+     "if header :contains \"" + repeated("a", 234) + " \" \"x\" { keep; }\n", refused},
+    {"nested repetition",
+     "require \"regex\";\nif header :regex \"subject\" \"((a{1,200}){1,200}){1,200}\" { keep; "
+     "}\n",
+     refused},
+    {"unknown comparator",
+     "if not header :is :comparator \"i;foo\" \"subject\" \"a\" { discard; }\n",
+     "MatchResult [action=DISCARD]"},
+    {"8-bit byte", "keep;\n\xc3\xbc this is never parsed { } (\n", "MatchResult [action=KEEP]"},
+    {"unterminated string", "require \"fileinto\";\nfileinto \"abc\n", refused},
+};
+
 TEST(HostileScripts, AreRefusedOrRunWithoutHarm) {
-  const struct {
-    const char* name;
-    std::string script;
-    const char* want;
-  } cases[] = {
-      {"hasflag with a tag", "require \"imap4flags\";\nif hasflag :is \"a\" { keep; }\n", refused},
-      {"setflag twice", "require \"imap4flags\";\nsetflag \"a\";\nsetflag \"b\";\nkeep;\n",
-       refused},
-      {"envelope part", "if envelope :is \"zzz\" \"a\" { keep; }\n", refused},
-      {"empty text block", "require \"reject\";\nreject text:\n.\n;\n",
-       "MatchResult [action=REJECT]"},
-      {"text block of 256", "require \"reject\";\nreject text:\n" + repeated("x", 256) + "\n.\n;\n",
-       "MatchResult [action=REJECT]"},
-      {"bad header name of 235",
-       "if header :contains \"" + repeated("a", 234) + " \" \"x\" { keep; }\n", refused},
-      {"nested repetition",
-       "require \"regex\";\nif header :regex \"subject\" \"((a{1,200}){1,200}){1,200}\" { keep; "
-       "}\n",
-       refused},
-      {"unknown comparator",
-       "if not header :is :comparator \"i;foo\" \"subject\" \"a\" { discard; }\n",
-       "MatchResult [action=DISCARD]"},
-      {"8-bit byte", "keep;\n\xc3\xbc this is never parsed { } (\n", "MatchResult [action=KEEP]"},
-      {"unterminated string", "require \"fileinto\";\nfileinto \"abc\n", refused},
-  };
-  for (const auto& c : cases) {
+  for (const auto& c : hostile_scripts) {
     EXPECT_EQ(c.want, result_of(c.script, "Subject: plain\n\n")) << c.name;
     EXPECT_EQ("MatchResult [action=KEEP]", result_of("keep;", "Subject: plain\n\n")) << c.name;
   }

@@ -21,20 +21,22 @@ SieveMatchResult result_with(const std::vector<SieveAction>& actions) {
   return result;
 }
 
+const struct {
+  const char* name;
+  const char* want;
+} mailbox_names[] = {{"INBOX/Work", "Inbox/Work"},
+                     {"inbox/", "Inbox/"},
+                     {"inbox/Sub", "Inbox/Sub"},
+                     {"Inbox/Work/inbox/x", "Inbox/Work/inbox/x"},
+                     {"INBOX", "INBOX"},
+                     {"inboxes/Work", "inboxes/Work"},
+                     {"Archive/Inbox/x", "Archive/Inbox/x"},
+                     {"Archive", "Archive"},
+                     {"", ""}};
+
 TEST(MailboxName, HasTheInboxPrefixInOneSpelling) {
-  const struct {
-    const char* name;
-    const char* want;
-  } cases[] = {{"INBOX/Work", "Inbox/Work"},
-               {"inbox/", "Inbox/"},
-               {"inbox/Sub", "Inbox/Sub"},
-               {"Inbox/Work/inbox/x", "Inbox/Work/inbox/x"},
-               {"INBOX", "INBOX"},
-               {"inboxes/Work", "inboxes/Work"},
-               {"Archive/Inbox/x", "Archive/Inbox/x"},
-               {"Archive", "Archive"},
-               {"", ""}};
-  for (const auto& c : cases) EXPECT_EQ(c.want, action(1, c.name).mailbox) << "name: " << c.name;
+  for (const auto& c : mailbox_names)
+    EXPECT_EQ(c.want, action(1, c.name).mailbox) << "name: " << c.name;
 }
 
 TEST(MailboxName, ReadsComparesAndPrintsAsText) {
@@ -86,15 +88,17 @@ TEST(SieveMatchResult, ComparesTypesAsUnsigned) {
   EXPECT_TRUE(SieveMatchResult::comp(action(~0U), action(0)));
 }
 
+const struct {
+  unsigned int type;
+  const char* want;
+} action_texts[] = {{0, "MatchResult [action=KEEP]"},     {1, "MatchResult [action=FILEINTO:Work]"},
+                    {2, "MatchResult [action=VACATION]"}, {3, "MatchResult [action=NOTIFY]"},
+                    {4, "MatchResult [action=REDIRECT]"}, {5, "MatchResult [action=REJECT]"},
+                    {6, "MatchResult [action=DISCARD]"}};
+
 TEST(SieveMatchResult, PrintsEachActionByName) {
-  const struct {
-    unsigned int type;
-    const char* want;
-  } cases[] = {{0, "MatchResult [action=KEEP]"},     {1, "MatchResult [action=FILEINTO:Work]"},
-               {2, "MatchResult [action=VACATION]"}, {3, "MatchResult [action=NOTIFY]"},
-               {4, "MatchResult [action=REDIRECT]"}, {5, "MatchResult [action=REJECT]"},
-               {6, "MatchResult [action=DISCARD]"}};
-  for (const auto& c : cases) EXPECT_EQ(c.want, text_of(result_with({action(c.type, "Work")})));
+  for (const auto& c : action_texts)
+    EXPECT_EQ(c.want, text_of(result_with({action(c.type, "Work")})));
 }
 
 TEST(SieveMatchResult, PrintsSeveralActionsWithoutBlanks) {

@@ -72,15 +72,16 @@ TEST_F(Matcher, AFifoInPlaceOfTheScriptDoesNotHang) {
   EXPECT_EQ(nullptr, create(path));
 }
 
+const char* const refused_scripts[] = {"keep",
+                                       "no such command;",
+                                       "fileinto \"A\";",
+                                       "require [\"vacation\"]; keep;",
+                                       "if size :over 10MK { keep; }",
+                                       "if header :is \"bad name\" \"x\" { keep; }",
+                                       "if header :is \"subject\" \"unterminated { keep; }"};
+
 TEST_F(Matcher, RefusesAScriptThatTheInterpreterRefuses) {
-  const char* scripts[] = {"keep",
-                           "no such command;",
-                           "fileinto \"A\";",
-                           "require [\"vacation\"]; keep;",
-                           "if size :over 10MK { keep; }",
-                           "if header :is \"bad name\" \"x\" { keep; }",
-                           "if header :is \"subject\" \"unterminated { keep; }"};
-  for (const char* script : scripts) {
+  for (const char* script : refused_scripts) {
     LogRecord said;
     const std::string path = folder.write("script", script);
     EXPECT_EQ(nullptr, SieveMatch::Create(path, new RecordingLog(said))) << script;
@@ -135,21 +136,23 @@ TEST_F(Matcher, AMissingMessageIsAnError) {
   EXPECT_EQ("MatchResult [error=INVALID_MESSAGE]", text_of(result));
 }
 
+const struct {
+  const char* script;
+  const char* want;
+} scripts_of_actions[] = {
+    {"keep;", "MatchResult [action=KEEP]"},
+    {"discard;", "MatchResult [action=DISCARD]"},
+    {"require \"fileinto\"; fileinto \"inbox/Sub\";", "MatchResult [action=FILEINTO:Inbox/Sub]"},
+    {"require \"fileinto\"; fileinto \"Archive\";", "MatchResult [action=FILEINTO:Archive]"},
+    {"require \"reject\"; reject \"no\";", "MatchResult [action=REJECT]"},
+    {"require \"fileinto\"; keep; fileinto \"Inbox/A\"; discard;",
+     "MatchResult [action=DISCARD,action=FILEINTO:Inbox/A,action=KEEP]"},
+    {"stop;", "MatchResult []"},
+    {"# nothing\n", "MatchResult []"}};
+
 TEST_F(Matcher, ReportsEachKindOfAction) {
-  const struct {
-    const char* script;
-    const char* want;
-  } cases[] = {
-      {"keep;", "MatchResult [action=KEEP]"},
-      {"discard;", "MatchResult [action=DISCARD]"},
-      {"require \"fileinto\"; fileinto \"inbox/Sub\";", "MatchResult [action=FILEINTO:Inbox/Sub]"},
-      {"require \"fileinto\"; fileinto \"Archive\";", "MatchResult [action=FILEINTO:Archive]"},
-      {"require \"reject\"; reject \"no\";", "MatchResult [action=REJECT]"},
-      {"require \"fileinto\"; keep; fileinto \"Inbox/A\"; discard;",
-       "MatchResult [action=DISCARD,action=FILEINTO:Inbox/A,action=KEEP]"},
-      {"stop;", "MatchResult []"},
-      {"# nothing\n", "MatchResult []"}};
-  for (const auto& c : cases) EXPECT_EQ(c.want, result_of(c.script, plain_message)) << c.script;
+  for (const auto& c : scripts_of_actions)
+    EXPECT_EQ(c.want, result_of(c.script, plain_message)) << c.script;
 }
 
 TEST_F(Matcher, ReportsTheTextOfAReject) {

@@ -13,16 +13,17 @@ struct TextCase {
   std::string want;
 };
 
+const TextCase texts[] = {{"", ""},
+                          {"inbox/1.eml", "inbox/1.eml"},
+                          {"B\xC3\xBCro", "B\xC3\xBCro"},
+                          {"a\tb\nc\rd", "a\\tb\\nc\\rd"},
+                          {"\x1B[31mred", "\\x1b[31mred"},
+                          {std::string("a\0b", 3), "a\\x00b"},
+                          {"\x7F", "\\x7f"},
+                          {"a\\nb", "a\\\\nb"}};
+
 TEST(Printable, EscapesControlCharactersAndBackslashes) {
-  const TextCase cases[] = {{"", ""},
-                            {"inbox/1.eml", "inbox/1.eml"},
-                            {"B\xC3\xBCro", "B\xC3\xBCro"},
-                            {"a\tb\nc\rd", "a\\tb\\nc\\rd"},
-                            {"\x1B[31mred", "\\x1b[31mred"},
-                            {std::string("a\0b", 3), "a\\x00b"},
-                            {"\x7F", "\\x7f"},
-                            {"a\\nb", "a\\\\nb"}};
-  for (const auto& c : cases) EXPECT_EQ(c.want, printable(c.text));
+  for (const auto& c : texts) EXPECT_EQ(c.want, printable(c.text));
 }
 
 TEST(Escaped, WritesWhatIsToBeHiddenLikeAControlCharacter) {

@@ -102,23 +102,24 @@ TEST_F(Configuration, RefusesANameWithANul) {
   EXPECT_EQ(1U, entries());
 }
 
+const struct {
+  const char* sql;
+  const char* reason;
+} other_contents[] = {
+    {"PRAGMA application_id = 1", "not a configuration file"},
+    {"PRAGMA user_version = 2", "unknown schema version 2"},
+    {"DELETE FROM system", "no settings"},
+    {"DROP TABLE system", "no such table"},
+    {"PRAGMA ignore_check_constraints = 1; UPDATE system SET capacity_grade = -1", "no settings"},
+    {"PRAGMA ignore_check_constraints = 1; UPDATE system SET capacity_grade = 4294967296",
+     "no settings"},
+    {"DROP TABLE system; CREATE TABLE system (capacity_grade);"
+     "INSERT INTO system VALUES ('seven')",
+     "no settings"},
+};
+
 TEST_F(Configuration, RefusesOtherContent) {
-  const struct {
-    const char* sql;
-    const char* reason;
-  } cases[] = {
-      {"PRAGMA application_id = 1", "not a configuration file"},
-      {"PRAGMA user_version = 2", "unknown schema version 2"},
-      {"DELETE FROM system", "no settings"},
-      {"DROP TABLE system", "no such table"},
-      {"PRAGMA ignore_check_constraints = 1; UPDATE system SET capacity_grade = -1", "no settings"},
-      {"PRAGMA ignore_check_constraints = 1; UPDATE system SET capacity_grade = 4294967296",
-       "no settings"},
-      {"DROP TABLE system; CREATE TABLE system (capacity_grade);"
-       "INSERT INTO system VALUES ('seven')",
-       "no settings"},
-  };
-  for (const auto& c : cases) {
+  for (const auto& c : other_contents) {
     const std::string file = create(3);
     change(file, c.sql);
     expect_refused(file, c.reason);

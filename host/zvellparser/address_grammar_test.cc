@@ -12,76 +12,80 @@ using zvellparser::repeated;
 
 namespace {
 
+const char* const well_formed_headers[] = {
+    "",
+    "  ",
+    "word",
+    "\"a few words\"",
+    "bob@example.org",
+    "<bob@example.org>",
+    "Bob <bob@example.org>",
+    "\"Bob, Jr.\" <bob@example.org>",
+    "Bob \"Q.\" Jr <bob@example.org>",
+    "bob@example.org (Bob)",
+    "(a (nested \\) comment)) bob (x) @ (y) example . org",
+    "\"bob smith\".jr@example.org",
+    "bob@[192.0.2.1]",
+    "<@a.example,@b.example:bob@example.org>",
+    "a@example.org, B <b@example.org>,\tc@example.org",
+    "friends: a@example.org, B <b@example.org>;",
+    "undisclosed-recipients:;",
+    "J\xc3\xb6rg <j\xc3\xb6rg@example.org>",
+    "a!#$%&'*+-/=?^_`{|}~b@example.org",
+    "\"a\\\"b\" <bob@example.org>",
+};
+
 TEST(AddressGrammar, ReadsWellFormedHeaders) {
-  const char* const texts[] = {
-      "",
-      "  ",
-      "word",
-      "\"a few words\"",
-      "bob@example.org",
-      "<bob@example.org>",
-      "Bob <bob@example.org>",
-      "\"Bob, Jr.\" <bob@example.org>",
-      "Bob \"Q.\" Jr <bob@example.org>",
-      "bob@example.org (Bob)",
-      "(a (nested \\) comment)) bob (x) @ (y) example . org",
-      "\"bob smith\".jr@example.org",
-      "bob@[192.0.2.1]",
-      "<@a.example,@b.example:bob@example.org>",
-      "a@example.org, B <b@example.org>,\tc@example.org",
-      "friends: a@example.org, B <b@example.org>;",
-      "undisclosed-recipients:;",
-      "J\xc3\xb6rg <j\xc3\xb6rg@example.org>",
-      "a!#$%&'*+-/=?^_`{|}~b@example.org",
-      "\"a\\\"b\" <bob@example.org>",
-  };
-  for (const char* text : texts) EXPECT_TRUE(interpreter_reads(text)) << "text: " << text;
+  for (const char* text : well_formed_headers)
+    EXPECT_TRUE(interpreter_reads(text)) << "text: " << text;
 }
 
+const char* const malformed_headers[] = {
+    "two words",
+    "<>",
+    "<bob>",
+    "\"\"",
+    "\"\" <bob@example.org>",
+    "J. Smith <bob@example.org>",
+    "Smith, J <bob@example.org>",
+    "[list] Bob <bob@example.org>",
+    "bob@example.org <bob@example.org>",
+    "<bob@example.org> Bob",
+    "<bob smith@example.org>",
+    "bob@example.org@example.com",
+    "bob..smith@example.org",
+    ".bob@example.org",
+    "bob.@example.org",
+    "bob@example..org",
+    "bob@example.org.",
+    "@example.org",
+    "bob@",
+    "bob@\"example\"",
+    "bob@[]",
+    "bob@[192.0.2.1",
+    "<bob@example.org",
+    "bob@example.org>",
+    "\"Bob <bob@example.org>",
+    "\"Bob\\\" <bob@example.org>",
+    "(Bob bob@example.org",
+    "bob@example.org)",
+    "corp\\bob@example.org",
+    "a@example.org,",
+    ",a@example.org",
+    "a@example.org,,b@example.org",
+    "a@example.org, word",
+    "a@example.org; b@example.org",
+    "friends: a@example.org",
+    ":;",
+    "friends: a@example.org;, b@example.org",
+    "b@example.org, friends: a@example.org;",
+    "<@a.example:>",
+    "<@a.example bob@example.org>",
+};
+
 TEST(AddressGrammar, RefusesMalformedHeaders) {
-  const char* const texts[] = {
-      "two words",
-      "<>",
-      "<bob>",
-      "\"\"",
-      "\"\" <bob@example.org>",
-      "J. Smith <bob@example.org>",
-      "Smith, J <bob@example.org>",
-      "[list] Bob <bob@example.org>",
-      "bob@example.org <bob@example.org>",
-      "<bob@example.org> Bob",
-      "<bob smith@example.org>",
-      "bob@example.org@example.com",
-      "bob..smith@example.org",
-      ".bob@example.org",
-      "bob.@example.org",
-      "bob@example..org",
-      "bob@example.org.",
-      "@example.org",
-      "bob@",
-      "bob@\"example\"",
-      "bob@[]",
-      "bob@[192.0.2.1",
-      "<bob@example.org",
-      "bob@example.org>",
-      "\"Bob <bob@example.org>",
-      "\"Bob\\\" <bob@example.org>",
-      "(Bob bob@example.org",
-      "bob@example.org)",
-      "corp\\bob@example.org",
-      "a@example.org,",
-      ",a@example.org",
-      "a@example.org,,b@example.org",
-      "a@example.org, word",
-      "a@example.org; b@example.org",
-      "friends: a@example.org",
-      ":;",
-      "friends: a@example.org;, b@example.org",
-      "b@example.org, friends: a@example.org;",
-      "<@a.example:>",
-      "<@a.example bob@example.org>",
-  };
-  for (const char* text : texts) EXPECT_FALSE(interpreter_reads(text)) << "text: " << text;
+  for (const char* text : malformed_headers)
+    EXPECT_FALSE(interpreter_reads(text)) << "text: " << text;
 }
 
 TEST(AddressGrammar, LooksAtNothingBehindANul) {
@@ -104,14 +108,14 @@ TEST(AddressGrammar, TakesLongTexts) {
   EXPECT_FALSE(interpreter_reads(std::string(length, '"') + "x"));
 }
 
+const struct {
+  const char* word;
+  bool want;
+} words[] = {{"a", true},    {"a-b_c'd", true}, {"\xc3\xb6", true}, {"\x01", true}, {"", false},
+             {"a b", false}, {"a.b", false},    {"a\\", false},     {"\"", false},  {"\n", false}};
+
 TEST(AddressGrammar, KnowsAtoms) {
-  const struct {
-    const char* word;
-    bool want;
-  } cases[] = {{"a", true},   {"a-b_c'd", true}, {"\xc3\xb6", true}, {"\x01", true},
-               {"", false},   {"a b", false},    {"a.b", false},     {"a\\", false},
-               {"\"", false}, {"\n", false}};
-  for (const auto& c : cases) EXPECT_EQ(c.want, is_atom(c.word)) << "word: " << c.word;
+  for (const auto& c : words) EXPECT_EQ(c.want, is_atom(c.word)) << "word: " << c.word;
 }
 
 }  // namespace

@@ -101,21 +101,22 @@ TEST(AddressHeaderAndLibsieve, WhatIsSalvagedIsNotDecodedAgain) {
   }
 }
 
+const struct {
+  const char* header;
+  const char* address;
+} refused_headers[] = {
+    {"Doe, J. <j@example.org>", "j@example.org"},
+    {"a..b@example.org", "a..b@example.org"},
+    {"a@b@example.org", "a@b@example.org"},
+    {"<Undisclosed Recipients@example.org>", "Undisclosed Recipients@example.org"},
+    {"a@example.org., b@example.org", "a@example.org"},
+    {"a@example.org; b@example.org", "b@example.org"},
+    {"\"A <a@example.org>, \"B\" <b@example.org>", "b@example.org"},
+    {"a@[192.0.2.1],", "a@192.0.2.1"},
+};
+
 TEST(AddressHeaderAndLibsieve, SalvagedAddressesAreReadAsTheyAreMeant) {
-  const struct {
-    const char* header;
-    const char* address;
-  } cases[] = {
-      {"Doe, J. <j@example.org>", "j@example.org"},
-      {"a..b@example.org", "a..b@example.org"},
-      {"a@b@example.org", "a@b@example.org"},
-      {"<Undisclosed Recipients@example.org>", "Undisclosed Recipients@example.org"},
-      {"a@example.org., b@example.org", "a@example.org"},
-      {"a@example.org; b@example.org", "b@example.org"},
-      {"\"A <a@example.org>, \"B\" <b@example.org>", "b@example.org"},
-      {"a@[192.0.2.1],", "a@192.0.2.1"},
-  };
-  for (const auto& c : cases) {
+  for (const auto& c : refused_headers) {
     EXPECT_EQ(LibsieveVerdict::refused, libsieve_verdicts({c.header}, c.address)[0]) << c.header;
     const std::string readable = readable_address_header(c.header);
     EXPECT_EQ(LibsieveVerdict::matched, libsieve_verdicts({readable}, c.address)[0]) << readable;

@@ -11,10 +11,12 @@ using zvellparser::readable_address_header;
 
 namespace {
 
+const char* const address_header_names[] = {
+    "From",        "to",        "CC",        "Bcc",        "sender",        "REPLY-TO",
+    "Resent-From", "resent-to", "RESENT-CC", "Resent-Bcc", "Resent-Sender", "resent-reply-to"};
+
 TEST(AddressHeader, IsKnownByItsName) {
-  for (const char* name :
-       {"From", "to", "CC", "Bcc", "sender", "REPLY-TO", "Resent-From", "resent-to", "RESENT-CC",
-        "Resent-Bcc", "Resent-Sender", "resent-reply-to"})
+  for (const char* name : address_header_names)
     EXPECT_TRUE(is_address_header(name)) << "name: " << name;
   for (const char* name : {"", "Subject", "Fro", "From ", "Resent-", "Resent-Date", "To:"})
     EXPECT_FALSE(is_address_header(name)) << "name: " << name;

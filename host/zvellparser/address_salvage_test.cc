@@ -26,83 +26,81 @@ void expect_salvaged(const Case (&cases)[Count]) {
   }
 }
 
-TEST(AddressSalvage, KeepsNames) {
-  const Case cases[] = {
-      {"J. Q. Doe <j@example.org>", "\"J. Q. Doe\" <j@example.org>"},
-      {"Doe, J. <j@example.org>", "\"Doe, J.\" <j@example.org>"},
-      {"[list] Jane Doe <j@example.org>", "\"[list] Jane Doe\" <j@example.org>"},
-      {"Sales: Jane <j@example.org>", "Sales Jane <j@example.org>"},
-      {"\"\" <j@example.org>", "j@example.org"},
-      {"\" \" J. <j@example.org>", "\"J.\" <j@example.org>"},
-      {"J\xc3\xb6rg Q. <j@example.org>", "\"J\xc3\xb6rg Q.\" <j@example.org>"},
-      {"CORP\\jane <j@example.org>", "\"CORP\\jane\" <j@example.org>"},
-      {"\"Jane \\\"J\\\" D.\" <j@example.org>,", "\"Jane J D.\" <j@example.org>"},
-      {"\"Jane\\\" <j@example.org>", "Jane <j@example.org>"},
-      {"j@example.org (Jane), (", "Jane <j@example.org>"},
-      {"Jane <j@example.org> Doe", "Jane Doe <j@example.org>"},
-      {"jane j@example.org", "jane <j@example.org>"},
-      {"j@example.org <j@example.org>", "\"j@example.org\" <j@example.org>"},
-      {"jane@example.org via List <list@example.com>",
-       "\"jane@example.org via List\" <list@example.com>"},
-  };
-  expect_salvaged(cases);
-}
+const Case names_kept[] = {
+    {"J. Q. Doe <j@example.org>", "\"J. Q. Doe\" <j@example.org>"},
+    {"Doe, J. <j@example.org>", "\"Doe, J.\" <j@example.org>"},
+    {"[list] Jane Doe <j@example.org>", "\"[list] Jane Doe\" <j@example.org>"},
+    {"Sales: Jane <j@example.org>", "Sales Jane <j@example.org>"},
+    {"\"\" <j@example.org>", "j@example.org"},
+    {"\" \" J. <j@example.org>", "\"J.\" <j@example.org>"},
+    {"J\xc3\xb6rg Q. <j@example.org>", "\"J\xc3\xb6rg Q.\" <j@example.org>"},
+    {"CORP\\jane <j@example.org>", "\"CORP\\jane\" <j@example.org>"},
+    {"\"Jane \\\"J\\\" D.\" <j@example.org>,", "\"Jane J D.\" <j@example.org>"},
+    {"\"Jane\\\" <j@example.org>", "Jane <j@example.org>"},
+    {"j@example.org (Jane), (", "Jane <j@example.org>"},
+    {"Jane <j@example.org> Doe", "Jane Doe <j@example.org>"},
+    {"jane j@example.org", "jane <j@example.org>"},
+    {"j@example.org <j@example.org>", "\"j@example.org\" <j@example.org>"},
+    {"jane@example.org via List <list@example.com>",
+     "\"jane@example.org via List\" <list@example.com>"},
+};
 
-TEST(AddressSalvage, KeepsAddressesAsTheyAreMeant) {
-  const Case cases[] = {
-      {"a..b@example.org", "\"a..b\"@example.org"},
-      {".a@example.org", "\".a\"@example.org"},
-      {"a.@example.org", "\"a.\"@example.org"},
-      {"a@b@example.org", "\"a@b\"@example.org"},
-      {"<Undisclosed Recipients@example.org>", "\"Undisclosed Recipients\"@example.org"},
-      {"corp\\jane@example.org", "\"corp\\jane\"@example.org"},
-      {"a@example.org.", "a@example.org"},
-      {"a@example..org", "a@example.org"},
-      {"a@.example.org", "a@example.org"},
-      {"a@example.org@", "a@example.org"},
-      {"<a@example.org:25>", "25 <a@example.org>"},
-      {"<a@example.org Jane>", "a@example.org"},
-      {"<mailto:a@example.org>", "a@example.org"},
-      {"<@x.example:a@example.org>,", "a@example.org"},
-      {"\"jane doe\"@example.org,", "\"jane doe\"@example.org"},
-      {"jane.\"x y\"@example.org,", "\"jane.x y\"@example.org"},
-      {"jane @ example.org,", "jane@example.org"},
-      {"a@[192.0.2.1],", "a@192.0.2.1"},
-      {"j\xc3\xb6rg@ex\xc3\xa4mple.org,", "j\xc3\xb6rg@ex\xc3\xa4mple.org"},
-  };
-  expect_salvaged(cases);
-}
+TEST(AddressSalvage, KeepsNames) { expect_salvaged(names_kept); }
 
-TEST(AddressSalvage, LosesNoAddressToItsNeighbours) {
-  const Case cases[] = {
-      {"a@x.org, b@y.org@z.org, c@x.org", "a@x.org, \"b@y.org\"@z.org, c@x.org"},
-      {"a@x.org,", "a@x.org"},
-      {", a@x.org,, b@x.org", "a@x.org, b@x.org"},
-      {"a@x.org; b@x.org", "a@x.org, b@x.org"},
-      {"a@x.org b@x.org", "a@x.org, b@x.org"},
-      {"<a@x.org> <b@x.org>", "a@x.org, b@x.org"},
-      {"<>, a@x.org", "a@x.org"},
-      {"a@x.org, nobody", "a@x.org"},
-      {"undisclosed-recipients:;, a@x.org", "a@x.org"},
-      {"friends: a@x.org, b@x.org;, c@x.org", "friends <a@x.org>, b@x.org, c@x.org"},
-      {"\"A <a@x.org>, \"B, C\" <b@x.org>", "A <a@x.org>, \"B, C\" <b@x.org>"},
-      {"A\" <a@x.org>, b@x.org", "A <a@x.org>, b@x.org"},
-      {"(A <a@x.org>, (B) <b@x.org>", "A <a@x.org>, B <b@x.org>"},
-      {"A) <a@x.org>, b@x.org", "A <a@x.org>, b@x.org"},
-      {"A <a@x.org, B <b@x.org>", "A <a@x.org>, B <b@x.org>"},
-      {"A <<a@x.org>>, b@x.org", "A <a@x.org>, b@x.org"},
-      {"A a@x.org>, b@x.org", "A <a@x.org>, b@x.org"},
-      {"A <\"a@x.org>, b@x.org", "A <a@x.org>, b@x.org"},
-      {"a@x.org (A, B), c@x.org.", "\"A, B\" <a@x.org>, c@x.org"},
-  };
-  expect_salvaged(cases);
-}
+const Case addresses_kept[] = {
+    {"a..b@example.org", "\"a..b\"@example.org"},
+    {".a@example.org", "\".a\"@example.org"},
+    {"a.@example.org", "\"a.\"@example.org"},
+    {"a@b@example.org", "\"a@b\"@example.org"},
+    {"<Undisclosed Recipients@example.org>", "\"Undisclosed Recipients\"@example.org"},
+    {"corp\\jane@example.org", "\"corp\\jane\"@example.org"},
+    {"a@example.org.", "a@example.org"},
+    {"a@example..org", "a@example.org"},
+    {"a@.example.org", "a@example.org"},
+    {"a@example.org@", "a@example.org"},
+    {"<a@example.org:25>", "25 <a@example.org>"},
+    {"<a@example.org Jane>", "a@example.org"},
+    {"<mailto:a@example.org>", "a@example.org"},
+    {"<@x.example:a@example.org>,", "a@example.org"},
+    {"\"jane doe\"@example.org,", "\"jane doe\"@example.org"},
+    {"jane.\"x y\"@example.org,", "\"jane.x y\"@example.org"},
+    {"jane @ example.org,", "jane@example.org"},
+    {"a@[192.0.2.1],", "a@192.0.2.1"},
+    {"j\xc3\xb6rg@ex\xc3\xa4mple.org,", "j\xc3\xb6rg@ex\xc3\xa4mple.org"},
+};
+
+TEST(AddressSalvage, KeepsAddressesAsTheyAreMeant) { expect_salvaged(addresses_kept); }
+
+const Case neighbours[] = {
+    {"a@x.org, b@y.org@z.org, c@x.org", "a@x.org, \"b@y.org\"@z.org, c@x.org"},
+    {"a@x.org,", "a@x.org"},
+    {", a@x.org,, b@x.org", "a@x.org, b@x.org"},
+    {"a@x.org; b@x.org", "a@x.org, b@x.org"},
+    {"a@x.org b@x.org", "a@x.org, b@x.org"},
+    {"<a@x.org> <b@x.org>", "a@x.org, b@x.org"},
+    {"<>, a@x.org", "a@x.org"},
+    {"a@x.org, nobody", "a@x.org"},
+    {"undisclosed-recipients:;, a@x.org", "a@x.org"},
+    {"friends: a@x.org, b@x.org;, c@x.org", "friends <a@x.org>, b@x.org, c@x.org"},
+    {"\"A <a@x.org>, \"B, C\" <b@x.org>", "A <a@x.org>, \"B, C\" <b@x.org>"},
+    {"A\" <a@x.org>, b@x.org", "A <a@x.org>, b@x.org"},
+    {"(A <a@x.org>, (B) <b@x.org>", "A <a@x.org>, B <b@x.org>"},
+    {"A) <a@x.org>, b@x.org", "A <a@x.org>, b@x.org"},
+    {"A <a@x.org, B <b@x.org>", "A <a@x.org>, B <b@x.org>"},
+    {"A <<a@x.org>>, b@x.org", "A <a@x.org>, b@x.org"},
+    {"A a@x.org>, b@x.org", "A <a@x.org>, b@x.org"},
+    {"A <\"a@x.org>, b@x.org", "A <a@x.org>, b@x.org"},
+    {"a@x.org (A, B), c@x.org.", "\"A, B\" <a@x.org>, c@x.org"},
+};
+
+TEST(AddressSalvage, LosesNoAddressToItsNeighbours) { expect_salvaged(neighbours); }
+
+const char* const texts_without_address[] = {"<>",  "<jane>", "two words", "(",     "@",
+                                             "@@",  "@x.org", "<@x.org>",  "jane@", "<jane@.>",
+                                             "\\@", ",;:",    "jane, doe", "<a@,>"};
 
 TEST(AddressSalvage, KeepsTextWithoutAnAddressAsTheNameOfAnEmptyGroup) {
-  const char* const texts[] = {"<>",  "<jane>", "two words", "(",     "@",
-                               "@@",  "@x.org", "<@x.org>",  "jane@", "<jane@.>",
-                               "\\@", ",;:",    "jane, doe", "<a@,>"};
-  for (const char* text : texts)
+  for (const char* text : texts_without_address)
     EXPECT_EQ('"' + std::string(text) + "\":;", salvage_addresses(text)) << "text: " << text;
   EXPECT_EQ("\"@x.org\":;", salvage_addresses("\"\"@x.org"));
   EXPECT_EQ("\"one two\":;", salvage_addresses(" one\ttwo \\"));

@@ -11,23 +11,24 @@ std::string convert(const char* charset, const std::string& text, std::size_t li
   return {result.data(), result.size()};
 }
 
+const struct {
+  std::string folder;
+  std::string want;
+} folders[] = {
+    {"", ""},
+    {"Inbox", "Inbox"},
+    {"R&D", "R&-D"},
+    {"~peter \\ \"x\"", "~peter \\ \"x\""},
+    {"\xe5\x8f\xb0\xe5\x8c\x97", "&U,BTFw-"},                // RFC 3501, section 5.1.3
+    {"\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e", "&ZeVnLIqe-"},  // the same
+    {"Entw\xc3\xbcrfe", "Entw&APw-rfe"},
+    {"\xf0\x9f\x98\x80", "&2D3eAA-"},     // two surrogates
+    {std::string("a\0b", 3), "a&AAA-b"},  // the result stays one C text
+    {"\t", "&AAk-"},
+};
+
 TEST(MailboxName, IsModifiedUtf7) {
-  const struct {
-    std::string folder;
-    std::string want;
-  } cases[] = {
-      {"", ""},
-      {"Inbox", "Inbox"},
-      {"R&D", "R&-D"},
-      {"~peter \\ \"x\"", "~peter \\ \"x\""},
-      {"\xe5\x8f\xb0\xe5\x8c\x97", "&U,BTFw-"},                // RFC 3501, section 5.1.3
-      {"\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e", "&ZeVnLIqe-"},  // the same
-      {"Entw\xc3\xbcrfe", "Entw&APw-rfe"},
-      {"\xf0\x9f\x98\x80", "&2D3eAA-"},     // two surrogates
-      {std::string("a\0b", 3), "a&AAA-b"},  // the result stays one C text
-      {"\t", "&AAk-"},
-  };
-  for (const auto& c : cases) EXPECT_EQ(c.want, convert("IMAP-mailbox-name", c.folder));
+  for (const auto& c : folders) EXPECT_EQ(c.want, convert("IMAP-mailbox-name", c.folder));
 }
 
 TEST(MailboxName, TakesBadBytesAsReplacementCharacters) {

@@ -22,16 +22,17 @@ void expect_decoded(const std::vector<Case>& cases) {
   for (const Case& c : cases) EXPECT_EQ(c.want, decode(c.text)) << c.text;
 }
 
+const std::string plain_texts[] = {"",
+                                   "plain",
+                                   "a  b\tc ",
+                                   "caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80",
+                                   "a =? b",
+                                   "1 = 2?",
+                                   "name@example.org (=comment?=)",
+                                   "\"quoted\" <user@example.org>"};
+
 TEST(EncodedText, LeavesPlainTextAlone) {
-  const std::string cases[] = {"",
-                               "plain",
-                               "a  b\tc ",
-                               "caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80",
-                               "a =? b",
-                               "1 = 2?",
-                               "name@example.org (=comment?=)",
-                               "\"quoted\" <user@example.org>"};
-  for (const std::string& text : cases) EXPECT_EQ(text, decode(text));
+  for (const std::string& text : plain_texts) EXPECT_EQ(text, decode(text));
 }
 
 TEST(EncodedText, DecodesWordsOfManyCharsets) {
