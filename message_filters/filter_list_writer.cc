@@ -1,6 +1,7 @@
 // From a list of filters to its rules document.
 #include <fstream>
 
+#include "message_filters/document_words.h"
 #include "message_filters/filter_list_xml.h"
 #include "message_filters/xml_text.h"
 
@@ -8,17 +9,17 @@ namespace Quarrow::MessageFilters {
 
 namespace {
 
-const char* boolean_word(bool value) { return value ? "true" : "false"; }
+const char* boolean_word(bool value) { return value ? DocumentWords::yes : DocumentWords::no; }
 
 bool add_test(ezxml* tests, const Test& test) {
   if (!test.is_valid()) return false;
-  ezxml* const element = add_xml_child(tests, "test");
-  ezxml* const field = add_xml_child(element, "field", test.field.name);
-  if (!set_xml_attribute(field, "type", test.field.type)) return false;
-  ezxml* const comparator = add_xml_child(element, "comparator", test.comparator);
-  return set_xml_attribute(comparator, "case", boolean_word(test.match_case)) &&
-         set_xml_attribute(comparator, "negative", boolean_word(test.negative)) &&
-         add_xml_child(element, "value", test.value);
+  ezxml* const element = add_xml_child(tests, DocumentWords::test);
+  ezxml* const field = add_xml_child(element, DocumentWords::field, test.field.name);
+  if (!set_xml_attribute(field, DocumentWords::type, test.field.type)) return false;
+  ezxml* const comparator = add_xml_child(element, DocumentWords::comparator, test.comparator);
+  return set_xml_attribute(comparator, DocumentWords::match_case, boolean_word(test.match_case)) &&
+         set_xml_attribute(comparator, DocumentWords::negative, boolean_word(test.negative)) &&
+         add_xml_child(element, DocumentWords::value, test.value);
 }
 
 bool add_unless_empty(ezxml* element, const char* name, const std::string& text) {
@@ -27,10 +28,10 @@ bool add_unless_empty(ezxml* element, const char* name, const std::string& text)
 
 bool add_action(ezxml* actions, const Action& action) {
   if (!action.is_valid()) return false;
-  ezxml* const element = add_xml_child(actions, "action");
-  return add_xml_child(element, "method", action.method) &&
-         add_unless_empty(element, "target", action.target) &&
-         add_unless_empty(element, "value", action.value);
+  ezxml* const element = add_xml_child(actions, DocumentWords::action);
+  return add_xml_child(element, DocumentWords::method, action.method) &&
+         add_unless_empty(element, DocumentWords::target, action.target) &&
+         add_unless_empty(element, DocumentWords::value, action.value);
 }
 
 // A row that is too long to be read again is refused before ezXML walks it for every new child.
@@ -44,22 +45,22 @@ bool add_all(ezxml* row, const std::list<Item>& items, bool (*add)(ezxml*, const
 
 bool add_filter(ezxml* filters, const boost::shared_ptr<Filter__>& filter) {
   if (!filter || !filter->is_valid()) return false;
-  ezxml* const element = add_xml_child(filters, "filter");
-  if (!set_xml_attribute(element, "name", filter->name) ||
-      !set_xml_attribute(element, "enabled", boolean_word(filter->enabled)) ||
-      !set_xml_attribute(element, "id", std::to_string(filter->id)))
+  ezxml* const element = add_xml_child(filters, DocumentWords::filter);
+  if (!set_xml_attribute(element, DocumentWords::name, filter->name) ||
+      !set_xml_attribute(element, DocumentWords::enabled, boolean_word(filter->enabled)) ||
+      !set_xml_attribute(element, DocumentWords::id, std::to_string(filter->id)))
     return false;
-  ezxml* const tests =
-      set_xml_attribute(add_xml_child(element, "tests"), "relation", filter->relation);
+  ezxml* const tests = set_xml_attribute(add_xml_child(element, DocumentWords::tests),
+                                         DocumentWords::relation, filter->relation);
   return tests && add_all(tests, filter->tests, add_test) &&
-         add_all(add_xml_child(element, "actions"), filter->actions, add_action);
+         add_all(add_xml_child(element, DocumentWords::actions), filter->actions, add_action);
 }
 
 }  // namespace
 
 XmlTree filter_list_to_xml(const boost::shared_ptr<FilterList__>& list) {
   if (!list) return nullptr;
-  XmlTree document = new_xml_document("filters");
+  XmlTree document = new_xml_document(DocumentWords::filters);
   if (!add_all(document.get(), list->filters, add_filter)) return nullptr;
   return document;
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "message_filters/field_names.h"
 #include "message_filters/script_words.h"
 
 namespace Quarrow::MessageFilters {
@@ -14,8 +15,8 @@ namespace {
 const struct {
   const char* name;
   const char* headers;
-} header_list_table[] = {{"to_cc", ScriptWords::to_and_cc},
-                         {"from_to_cc", ScriptWords::from_to_and_cc}};
+} header_list_table[] = {{FieldNames::to_cc, ScriptWords::to_and_cc},
+                         {FieldNames::from_to_cc, ScriptWords::from_to_and_cc}};
 
 std::string quoted(const std::string& text) { return '"' + text + '"'; }
 

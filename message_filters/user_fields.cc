@@ -4,6 +4,7 @@
 #include <fstream>
 #include <locale>
 
+#include "message_filters/document_words.h"
 #include "message_filters/user_filter_path.h"
 #include "message_filters/xml_document.h"
 #include "message_filters/xml_text.h"
@@ -27,7 +28,7 @@ bool equal_without_case(const std::string& a, const std::string& b) {
 
 Field field_from_xml(ezxml* element, bool customized) {
   Field field;
-  const std::string type = xml_attribute(element, "type").value_or("");
+  const std::string type = xml_attribute(element, DocumentWords::type).value_or("");
   field.type = Field::is_valid_type(type) ? type : Field::STRING;
   field.name = xml_text(element);
   field.customized = customized;
@@ -40,12 +41,12 @@ XmlTree catalogue_to_xml(const std::list<Field>& fields) {
   const auto count = std::count_if(fields.begin(), fields.end(),
                                    [](const Field& field) { return field.customized; });
   if (static_cast<std::size_t>(count) > most_xml_children) return nullptr;
-  XmlTree document = new_xml_document("fields");
+  XmlTree document = new_xml_document(DocumentWords::fields);
   for (const Field& field : fields) {
     if (!field.customized) continue;
     if (!is_valid(field)) return nullptr;
-    ezxml* const element = add_xml_child(document.get(), "field", field.name);
-    if (!set_xml_attribute(element, "type", field.type)) return nullptr;
+    ezxml* const element = add_xml_child(document.get(), DocumentWords::field, field.name);
+    if (!set_xml_attribute(element, DocumentWords::type, field.type)) return nullptr;
   }
   return document;
 }
@@ -66,7 +67,8 @@ UserFields__::UserFields__(const EmailAddress& address) : owner(address) {
 bool UserFields__::load(const std::string& path, bool customized) {
   const XmlTree document = parse_xml_file(path);
   if (!document) return false;
-  for (ezxml* element = xml_child(document.get(), "field"); element; element = xml_next(element)) {
+  for (ezxml* element = xml_child(document.get(), DocumentWords::field); element;
+       element = xml_next(element)) {
     const Field field = field_from_xml(element, customized);
     if (!field.name.empty()) fields.push_back(field);
   }

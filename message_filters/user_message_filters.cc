@@ -16,6 +16,13 @@ enum { DONE = 0, INVALID_TEST = 1, NOT_WRITTEN = 2, REFUSED = 3 };
 
 constexpr int directory_mode = 0766;
 
+// The most filters of a user, by the grade of the system's capacity, and above the last grade.
+constexpr struct {
+  std::uint32_t last_grade;
+  std::uint64_t filters;
+} filters_by_grade[] = {{7, 20}, {18, 60}};
+constexpr std::uint64_t filters_above = 100;
+
 // The folder is the host's business: the path is empty, and create_path succeeds with it.
 bool make_directory(const EmailAddress& address) {
   return create_path(user_filter_path(address, FILTER_DIRECTORY), directory_mode) >= 0;
@@ -51,10 +58,10 @@ UserMessageFilters__::UserMessageFilters__(const EmailAddress& user)
 }
 
 std::uint64_t UserMessageFilters__::max_filters() {
-  if (!cmdb.system) return 100;
-  if (cmdb.system->capacity_grade <= 7) return 20;
-  if (cmdb.system->capacity_grade <= 18) return 60;
-  return 100;
+  if (!cmdb.system) return filters_above;
+  for (const auto& row : filters_by_grade)
+    if (cmdb.system->capacity_grade <= row.last_grade) return row.filters;
+  return filters_above;
 }
 
 bool UserMessageFilters__::max_filters_reached() const {

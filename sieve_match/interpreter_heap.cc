@@ -35,10 +35,13 @@ constexpr std::size_t arena_size = 2 * budget;
 // Pages that stay with the process between two uses; an ordinary script and message need less.
 constexpr std::size_t kept_size = std::size_t{1} << 20;
 
-// Sizes up to this go in steps of the alignment, larger ones in four steps a doubling.
-constexpr std::size_t small_limit = 1024;
+// Sizes up to this go in steps of the alignment, larger sizes in four steps a doubling.
+constexpr unsigned small_doubling = 10;
+constexpr std::size_t small_limit = std::size_t{1} << small_doubling;
 constexpr std::size_t small_classes = small_limit / alignment;
-constexpr std::size_t class_count = small_classes + 4 * 20;
+constexpr std::size_t steps_per_doubling = 4;
+constexpr std::size_t doublings = 20;  // more than the arena has
+constexpr std::size_t class_count = small_classes + steps_per_doubling * doublings;
 
 struct Block {
   std::uint32_t size_class;
@@ -62,10 +65,12 @@ SizeClass size_class_of(std::size_t size) {
     const std::size_t steps = (size + alignment - 1) / alignment;
     return {static_cast<std::uint32_t>(steps), steps * alignment};
   }
+  // above 2^doubling, and up to twice as much
   const unsigned doubling = 63U - static_cast<unsigned>(__builtin_clzll(size - 1));
-  const std::size_t step = std::size_t{1} << (doubling - 2);
+  const std::size_t step = (std::size_t{1} << doubling) / steps_per_doubling;
   const std::size_t steps = (size - 1) / step + 1;  // 5 to 8
-  const std::size_t index = small_classes + 4 * (doubling - 10) + (steps - 4);
+  const std::size_t index = small_classes + steps_per_doubling * (doubling - small_doubling) +
+                            (steps - steps_per_doubling);
   return {static_cast<std::uint32_t>(index), steps * step};
 }
 

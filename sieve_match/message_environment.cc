@@ -7,6 +7,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "message_filters/field_names.h"
 #include "quarrow/evaluation.h"
 #include "sieve_match/interpreter.h"
 
@@ -120,7 +121,7 @@ const char* SieveMatchImpl::GetReceivedDate(const std::string& /*name*/) {
 }
 
 void SieveMatchImpl::InitHeaderProcMap() {
-  header_procs["zvx-received-date"] = &SieveMatchImpl::GetReceivedDate;
+  header_procs[FieldNames::received_date] = &SieveMatchImpl::GetReceivedDate;
 }
 
 void SieveMatchImpl::ClearCache() {

@@ -102,7 +102,10 @@ class Salvager {
   }
 
  private:
-  bool at(char c) const { return position_ < text_.size() && text_[position_] == c; }
+  bool stands_at(std::size_t place, char c) const {
+    return place < text_.size() && text_[place] == c;
+  }
+  bool at(char c) const { return stands_at(position_, c); }
 
   void read_piece() {
     const char c = text_[position_];
@@ -158,7 +161,7 @@ class Salvager {
 
   void read_quoted_string() {
     const std::size_t close = find_close('"');
-    if (close == text_.size() || text_[close] != '"') {
+    if (!stands_at(close, '"')) {
       end_run();
       ++position_;
       return;
@@ -176,12 +179,22 @@ class Salvager {
   void read_comment() {
     end_run();
     const std::size_t close = position_ < unclosed_until_ ? unclosed_until_ : find_close(')');
-    if (close < text_.size() && text_[close] == ')') {
+    if (stands_at(close, ')')) {
       add_words(read_enclosed(close));
     } else {
       unclosed_until_ = close;
       ++position_;
     }
+  }
+
+  // What the quotes that begin here enclose, into `inside`. A quote that nothing closes is passed
+  // over.
+  void read_quotes_within(std::string& inside) {
+    const std::size_t close = find_close('"');
+    if (stands_at(close, '"'))
+      inside += read_enclosed(close);
+    else
+      ++position_;
   }
 
   // The text in angle brackets, up to where it must end when nothing closes them. A part that ends
@@ -192,15 +205,16 @@ class Salvager {
     ++position_;
     std::string inside;
     while (position_ < text_.size() && ends.find(text_[position_]) == npos) {
-      if (at(':') && inside.find('@', 1) != npos) break;
-      if (at(':')) inside.clear();
-      const std::size_t close = at('"') ? find_close('"') : text_.size();
-      if (close < text_.size() && text_[close] == '"')
-        inside += read_enclosed(close);
-      else if (at(':') || at('"'))
-        ++position_;
-      else
+      if (at('"')) {
+        read_quotes_within(inside);
+      } else if (!at(':')) {
         read_character(inside);
+      } else if (inside.find('@', 1) == npos) {
+        inside.clear();
+        ++position_;
+      } else {
+        break;
+      }
     }
     if (at('>')) ++position_;
     take_address(inside, true);
