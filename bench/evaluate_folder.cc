@@ -4,7 +4,7 @@
 //   evaluate_folder SCRIPT FOLDER
 //
 // Each file below FOLDER is a message. Printed are how many there were and how many of them the
-// script does something with; the exit status is 1 when one was not evaluated.
+// script does something with; the exit status is 1 when a message was not evaluated.
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,4 +1,4 @@
-"""What the comparisons with other mail programs share: rules, messages, folders, configuration."""
+"""Common parts of the comparisons with other mail programs: rules, messages, configuration."""
 
 import os
 import pathlib
@@ -122,7 +122,7 @@ def numbered(number, text):
 def messages_of(folder):
     """The files of a folder in a mail server's form: CRLF, no mbox line, numbers in front.
 
-    What a mail server would not pass on is left out: lines above 998 bytes, zero bytes.
+    Messages that a mail server would not pass on are left out: lines above 998 bytes, zero bytes.
     """
     texts = []
     for path in sorted(path for path in folder.rglob("*") if path.is_file()):

@@ -21,7 +21,7 @@ std::optional<bool> boolean_attribute(ezxml* element, const char* name) {
   return std::nullopt;
 }
 
-// A number beyond 32 bits keeps its low 32 bits; what is no number counts as 0.
+// A number beyond 32 bits keeps its low 32 bits; a text that is no number counts as 0.
 std::int32_t id_from_text(const std::string& text) {
   return static_cast<std::int32_t>(std::strtol(text.c_str(), nullptr, 10));
 }

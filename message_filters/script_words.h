@@ -1,5 +1,5 @@
-// The form of the scripts that the library writes: what the writer puts around the texts of a rule,
-// and what the reader of an execution form expects there, byte by byte.
+// The form of the scripts that the library writes. The writer puts these words around the texts of
+// a rule, and the reader of an execution form expects them there, byte by byte.
 #ifndef QUARROW_MESSAGE_FILTERS_SCRIPT_WORDS_H_
 #define QUARROW_MESSAGE_FILTERS_SCRIPT_WORDS_H_
 

@@ -95,11 +95,12 @@ XmlTree new_xml_document(const char* root) {
 }
 
 ezxml* add_xml_child(ezxml* parent, const char* name) {
-  // The same offset for all: those come in the order in which they are added.
+  // The same offset for all children: they then come in the order in which they are added.
   return ezxml_add_child(parent, name, 0);
 }
 
-// Not with ezXML's copying macros: one of its editions names a function of another library there.
+// ezXML's copying macros are not used: in one edition of ezXML they name a function of another
+// library.
 ezxml* add_xml_child(ezxml* parent, const char* name, const std::string& text) {
   if (holds_nul(text)) return nullptr;
   ezxml* const child = add_xml_child(parent, name);

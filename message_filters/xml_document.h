@@ -18,11 +18,11 @@ struct XmlTreeFree {
   std::unique_ptr<char[]> text;
 };
 
-// The owner of a tree; what it points to is the root element.
+// The owner of a tree. It points to the root element.
 using XmlTree = std::unique_ptr<ezxml, XmlTreeFree>;
 
-// The tree of the document at `path`. Empty when that is missing, unreadable, no regular file, not
-// well-formed, or refused by readable_xml().
+// The tree of the document at `path`. Empty when the file is missing, unreadable, no regular file,
+// not well-formed, or refused by readable_xml().
 XmlTree parse_xml_file(const std::string& path);
 
 // The first child of `element` with that name, and from there the next of the same name; null when

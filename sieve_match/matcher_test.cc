@@ -51,7 +51,7 @@ TEST_F(Matcher, AnEmptyScriptGivesNoneWithoutAWord) {
 }
 
 TEST_F(Matcher, AScriptThatCannotBeOpenedIsAnError) {
-  // A socket exists and can't be opened, whoever asks.
+  // A socket exists, and no user can open it.
   const std::string path = folder.file("socket");
   ASSERT_EQ(0, mknod(path.c_str(), S_IFSOCK | 0600, 0));
   EXPECT_EQ(nullptr, create(path));

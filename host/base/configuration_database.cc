@@ -22,7 +22,7 @@ constexpr char schema[] =
     "  id INTEGER PRIMARY KEY CHECK (id = 1),"  // one row, no more
     "  capacity_grade INTEGER NOT NULL CHECK (capacity_grade BETWEEN 0 AND 4294967295));";
 
-// The functions of SQLite that are used here.
+// The functions that are used of SQLite.
 struct Functions {
   const Quarrow::LoadedLibrary library{"libsqlite3.so.0"};
   decltype(&sqlite3_busy_timeout) const busy_timeout = library["sqlite3_busy_timeout"];

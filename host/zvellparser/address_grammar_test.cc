@@ -1,5 +1,5 @@
-// The texts that libsieve's address parser takes. That it really does is in
-// address_header_libsieve_test.cc.
+// The texts that libsieve's address parser takes. address_header_libsieve_test.cc asks libsieve
+// itself.
 #include "host/zvellparser/address_grammar.h"
 
 #include <gtest/gtest.h>

@@ -14,7 +14,7 @@ bool is_address_header(const std::string& name);
 // header which libsieve refuses ends in an error, so that a sender could switch off a user's rules.
 //
 // `raw`, the unfolded value, comes back as it is when libsieve reads it once stringToUtf8 has
-// decoded it: what is written there is for the rules to judge. Otherwise the addresses that can be
+// decoded it: its content is for the rules to judge. Otherwise the addresses that can be
 // made out in it (salvage_addresses), or else its text as the name of an empty group, come back,
 // in UTF-8, such that libsieve reads them and stringToUtf8 leaves them alone. Empty, which libsieve
 // takes for an absent header, when there is no text either. Never fails; linear time.

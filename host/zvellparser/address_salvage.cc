@@ -187,8 +187,8 @@ class Salvager {
     }
   }
 
-  // What the quotes that begin here enclose, into `inside`. A quote that nothing closes is passed
-  // over.
+  // Reads the text in the quotes that begin here into `inside`. A quote that nothing closes is
+  // passed over.
   void read_quotes_within(std::string& inside) {
     const std::size_t close = find_close('"');
     if (stands_at(close, '"'))

@@ -16,7 +16,7 @@ using Quarrow::LoadedLibrary;
 // ICU counts in 32 bits, and one byte of input can become several of output.
 constexpr std::size_t most_bytes = 1 << 26;
 
-// The functions of ICU that are used here. Their names end in its version.
+// The functions that are used of ICU. Their names end in its version.
 struct Functions {
   const LoadedLibrary library{"libicuuc.so." U_ICU_VERSION_SHORT};
   decltype(&ucnv_open) const open = library["ucnv_open_" U_ICU_VERSION_SHORT];

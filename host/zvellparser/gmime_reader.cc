@@ -14,7 +14,7 @@
 namespace zvellparser {
 namespace {
 
-// The functions of GMime, and of GLib, on which it stands, that are used here.
+// The functions that are used of GMime, and of GLib, on which GMime stands.
 struct Functions {
   const Quarrow::LoadedLibrary library{"libgmime-3.0.so.0"};
   decltype(&g_mime_init) const init = library["g_mime_init"];

@@ -19,7 +19,7 @@ HELP = ("-h", "--help")
 
 
 class Help:
-    """What a program says with --help. Names are as they are given, arguments in lower case."""
+    """The help that a program gives. Names are as they are given, arguments in lower case."""
 
     def __init__(self, program, words):
         self.options = {}  # name: argument, "" for none
@@ -82,7 +82,7 @@ class Page:
     """A manual page, by its source."""
 
     def __init__(self, path):
-        self.sections = {}  # by heading; those below DESCRIPTION by theirs, too
+        self.sections = {}  # by heading, of sections and of subsections
         heading = ""
         for line in path.read_text().splitlines():
             if line.startswith((".Sh ", ".Ss ")):
