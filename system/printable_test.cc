@@ -1,4 +1,4 @@
-// Texts that reach a terminal or a log.
+// Texts on their way to a terminal or a log.
 #include "system/printable.h"
 
 #include <gtest/gtest.h>
@@ -8,19 +8,18 @@
 namespace Quarrow {
 namespace {
 
-struct TextCase {
+// A text, and the text that a person sees.
+const struct {
   std::string text;
   std::string want;
-};
-
-const TextCase texts[] = {{"", ""},
-                          {"inbox/1.eml", "inbox/1.eml"},
-                          {"B\xC3\xBCro", "B\xC3\xBCro"},
-                          {"a\tb\nc\rd", "a\\tb\\nc\\rd"},
-                          {"\x1B[31mred", "\\x1b[31mred"},
-                          {std::string("a\0b", 3), "a\\x00b"},
-                          {"\x7F", "\\x7f"},
-                          {"a\\nb", "a\\\\nb"}};
+} texts[] = {{"", ""},
+             {"inbox/1.eml", "inbox/1.eml"},
+             {"B\xC3\xBCro", "B\xC3\xBCro"},
+             {"a\tb\nc\rd", "a\\tb\\nc\\rd"},
+             {"\x1B[31mred", "\\x1b[31mred"},
+             {std::string("a\0b", 3), "a\\x00b"},
+             {"\x7F", "\\x7f"},
+             {"a\\nb", "a\\\\nb"}};
 
 TEST(Printable, EscapesControlCharactersAndBackslashes) {
   for (const auto& c : texts) EXPECT_EQ(c.want, printable(c.text));
