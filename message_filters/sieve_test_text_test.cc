@@ -39,15 +39,6 @@ TEST(RegexEscape, PutsOneBackslashBeforeSpecialCharacters) {
   for (const auto& c : cases) EXPECT_EQ(c.want, regex_escape(c.text)) << c.text;
 }
 
-TEST(DigitsOnly, DropsAllElse) {
-  const struct {
-    const char* text;
-    const char* want;
-  } cases[] = {{"2010-05-01", "20100501"},     {"5/1/2010", "512010"},   {"soon", ""}, {"", ""},
-               {"0123456789/:", "0123456789"}, {"\xB1\xB2 \xD9\xA1", ""}};
-  for (const auto& c : cases) EXPECT_EQ(c.want, digits_only(c.text)) << c.text;
-}
-
 const struct {
   const char* type;
   const char* comparator;
@@ -92,6 +83,15 @@ const struct {
     {"date", "is", "to_cc", "soon",
      R"( header :value "eq" :comparator "i;ascii-numeric" "to_cc" "" )",
      R"( header :value "eq" :comparator "i;ascii-numeric" "to_cc" "" )"}};
+
+TEST(DigitsOnly, DropsAllElse) {
+  const struct {
+    const char* text;
+    const char* want;
+  } cases[] = {{"2010-05-01", "20100501"},     {"5/1/2010", "512010"},   {"soon", ""}, {"", ""},
+               {"0123456789/:", "0123456789"}, {"\xB1\xB2 \xD9\xA1", ""}};
+  for (const auto& c : cases) EXPECT_EQ(c.want, digits_only(c.text)) << c.text;
+}
 
 TEST(WriteTest, EveryCombinationOfTypeAndComparator) {
   for (const auto& c : combinations) {
