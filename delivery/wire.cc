@@ -7,6 +7,9 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <utility>
+
+#include "system/packet.h"
 
 namespace Quarrow::Delivery {
 namespace {
@@ -29,57 +32,9 @@ msghdr system_form(iovec (&parts)[2], DescriptorSpace& space) {
   return packet;
 }
 
-class Writer {
- public:
-  void number(std::uint64_t value) {
-    packet_.append(reinterpret_cast<const char*>(&value), sizeof value);
-  }
-  void text(const std::string& value) {
-    number(value.size());
-    packet_ += value;
-  }
-  std::string& packet() { return packet_; }
-
- private:
-  std::string packet_;
-};
-
-// Once something is missing or out of range, all that follows is, too.
-class Reader {
- public:
-  explicit Reader(std::string_view packet) : rest_(packet) {}
-
-  std::uint64_t number(std::uint64_t limit = UINT64_MAX) {
-    std::uint64_t value = 0;
-    if (rest_.size() < sizeof value) return fail();
-    std::memcpy(&value, rest_.data(), sizeof value);
-    rest_.remove_prefix(sizeof value);
-    return value <= limit ? value : fail();
-  }
-  std::string text() {
-    const std::size_t length = number(rest_.size());
-    if (length > rest_.size()) return fail(), std::string();
-    const std::string value(rest_.substr(0, length));
-    rest_.remove_prefix(length);
-    return value;
-  }
-  bool at_end() const { return well_formed_ && rest_.empty(); }
-  bool failed() const { return !well_formed_; }
-
- private:
-  std::uint64_t fail() {
-    well_formed_ = false;
-    rest_ = {};
-    return 0;
-  }
-
-  std::string_view rest_;
-  bool well_formed_ = true;
-};
-
 std::string packet_of(const Answer& answer) {
   const Evaluation& evaluation = answer.evaluation;
-  Writer writer;
+  PacketWriter writer;
   writer.number(answer.sequence);
   writer.number(answer.growth);
   writer.number(static_cast<std::uint64_t>(evaluation.outcome));
@@ -95,7 +50,7 @@ std::string packet_of(const Answer& answer) {
   return std::move(writer.packet());
 }
 
-SieveAction read_action(Reader& reader) {
+SieveAction read_action(PacketReader& reader) {
   SieveAction action;
   action.type = static_cast<unsigned int>(reader.number(SieveAction::DISCARD));
   action.mailbox = reader.text();
@@ -150,7 +105,7 @@ std::string encode(const Answer& answer) {
 
 std::optional<Answer> decode(std::string_view packet) {
   if (packet.size() > answer_limit) return std::nullopt;
-  Reader reader(packet);
+  PacketReader reader(packet);
   Answer answer;
   answer.sequence = reader.number();
   answer.growth = reader.number();
