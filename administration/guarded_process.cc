@@ -1,47 +1,99 @@
-// A child process around work that may abort.
+// A child process around work that may abort, and a pipe for what comes of it.
 #include "administration/guarded_process.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <sysexits.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <optional>
 
-#include "apps/quarrow/complaint.h"
+#include "system/descriptor.h"
+#include "system/file_io.h"
+#include "system/packet.h"
+#include "system/process_end.h"
 
 namespace Quarrow::Administration {
 namespace {
 
-int status_of_child(const std::string& document, int status) {
-  if (WIFEXITED(status)) return WEXITSTATUS(status);
-  if (WTERMSIG(status) == SIGABRT)
-    return Command::complain(
-        document,
-        "damaged filter document: a filter in it is incomplete or holds a wrong word; "
-        "restore it from a copy, or remove it to start anew",
-        EX_DATAERR);
-  return Command::complain(
-      document, std::string("loading it was ended: ") + strsignal(WTERMSIG(status)), EX_SOFTWARE);
+using Kind = Refusal::Kind;
+
+std::string encode(const Outcome& outcome) {
+  PacketWriter writer;
+  writer.number(static_cast<std::uint64_t>(outcome.refusal.kind));
+  writer.text(outcome.refusal.object);
+  writer.text(outcome.refusal.reason);
+  writer.text(outcome.answer);
+  return writer.packet();
+}
+
+// Nothing unless the packet is whole.
+std::optional<Outcome> decode(const std::string& packet) {
+  PacketReader reader(packet);
+  Outcome outcome;
+  outcome.refusal.kind =
+      static_cast<Kind>(reader.number(static_cast<std::uint64_t>(Kind::unavailable)));
+  outcome.refusal.object = reader.text();
+  outcome.refusal.reason = reader.text();
+  outcome.answer = reader.text();
+  if (!reader.at_end()) return std::nullopt;
+  return outcome;
+}
+
+Outcome outcome_of(const std::function<Outcome()>& work) {
+  try {
+    return work();
+  } catch (const std::exception& error) {  // a library that is missing, say, or memory
+    return {{Kind::unavailable, "unexpected", error.what()}, ""};
+  }
+}
+
+[[noreturn]] void run_child(int pipe, const std::function<Outcome()>& work) {
+  const rlimit no_core = {0, 0};
+  (void)setrlimit(RLIMIT_CORE, &no_core);  // without it there is a core file at worst
+  (void)std::signal(SIGABRT, SIG_DFL);     // the parent tells a failed assertion by it
+  _exit(write_all(pipe, encode(outcome_of(work))) ? 0 : 1);
+}
+
+std::string read_to_end(int fd) {
+  std::string text;
+  while (append_from(fd, text) > 0) continue;
+  return text;
+}
+
+Refusal refusal_of_end(const std::string& document, const ProcessEnd& end) {
+  if (end.signal == SIGABRT)
+    return {Kind::damaged_document, document,
+            "damaged filter document: a filter in it is incomplete or holds a wrong word; "
+            "restore it from a copy, or remove it to start anew"};
+  if (end.signal != 0)
+    return {Kind::crashed, document, std::string("loading it was ended: ") + strsignal(end.signal)};
+  return {Kind::crashed, document,
+          "loading it ended without an answer, with the exit status " + std::to_string(end.status)};
+}
+
+Outcome no_process(const char* call, int error) {
+  return {{Kind::try_again, call, std::strerror(error)}, ""};
 }
 
 }  // namespace
 
-int run_guarded(const std::string& document, const std::function<int()>& work) {
+Outcome run_guarded(const std::string& document, const std::function<Outcome()>& work) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) return no_process("pipe", errno);
+  const Descriptor reading_end(ends[0]);
   const pid_t child = fork();
-  if (child < 0) return Command::complain("fork", std::strerror(errno), EX_TEMPFAIL);
-  if (child == 0) {
-    const rlimit no_core = {0, 0};
-    (void)setrlimit(RLIMIT_CORE, &no_core);  // without it there is a core file at worst
-    std::exit(Command::finish_output(work()));
-  }
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0)
-    if (errno != EINTR) return Command::complain("waitpid", std::strerror(errno), EX_OSERR);
-  return status_of_child(document, status);
+  const int error = errno;
+  if (child == 0) run_child(ends[1], work);
+  (void)close(ends[1]);  // so that reading ends with the child
+  if (child < 0) return no_process("fork", error);
+  const std::string packet = read_to_end(reading_end.get());
+  const ProcessEnd end = wait_for(child);
+  if (const auto outcome = decode(packet)) return *outcome;
+  return {refusal_of_end(document, end), ""};
 }
 
 }  // namespace Quarrow::Administration

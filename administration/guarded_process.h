@@ -1,4 +1,4 @@
-// Work on a filter document in a process of its own, since a damaged one ends the process that
+// Work on a rules document in a process of its own, since a damaged one ends the process that
 // loads it.
 #ifndef QUARROW_ADMINISTRATION_GUARDED_PROCESS_H_
 #define QUARROW_ADMINISTRATION_GUARDED_PROCESS_H_
@@ -6,13 +6,22 @@
 #include <functional>
 #include <string>
 
+#include "administration/refusal.h"
+
 namespace Quarrow::Administration {
 
-// Runs `work`, which loads the filter document at `document`, in a child process without core
-// dumps, and gives the exit status that `work` returned. When the child was ended by a failed
-// assertion: complains that the document is damaged, and gives EX_DATAERR; by another signal:
-// EX_SOFTWARE. Standard output must be flushed.
-int run_guarded(const std::string& document, const std::function<int()>& work);
+// What comes of work: a refusal, or else an answer, whose form is between the work and its caller.
+struct Outcome {
+  Refusal refusal;
+  std::string answer;
+};
+
+// Runs `work`, which loads the rules document at `document`, in a child process without core dumps,
+// and gives what it returned. When the child was ended by a failed assertion, the document is
+// damaged; by another signal, or without an answer: it crashed. An exception of the work is the
+// refusal "unavailable". The child ends without flushing streams and without calling what the
+// program registered for its exit; the work's changes in memory are lost with it.
+Outcome run_guarded(const std::string& document, const std::function<Outcome()>& work);
 
 }  // namespace Quarrow::Administration
 

@@ -1,28 +1,40 @@
-// Checks of what a user typed, each with its explanation.
+// Checks of what a user wrote, each with its explanation.
 #include "administration/rule_check.h"
 
-#include <sysexits.h>
+#include <zvellparser.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <vector>
 
+#include "administration/write_error.h"
 #include "system/printable.h"
 #include "system/utf8.h"
 
 namespace Quarrow::Administration {
 namespace {
 
+using Kind = Refusal::Kind;
 using MessageFilters::Action;
 using MessageFilters::Comparator;
 using MessageFilters::Field;
+using MessageFilters::Filter__;
 using MessageFilters::Test;
 using MessageFilters::UserMessageFilters__;
 
 // The Sieve interpreter counts a message's size in a 32-bit int: more KiB than these wrap around.
 constexpr long largest_size = 2097151;
 
+// What the script of one test takes beside the test's own texts, and more.
+constexpr std::size_t script_around_test = 1024;
+
 const char decimal_digits[] = "0123456789";
+
+Refusal wrong(const std::string& part, const std::string& reason) {
+  return {Kind::wrong_rule, part, reason};
+}
+
+std::string quoted(const std::string& text) { return '"' + text + '"'; }
 
 std::vector<std::string> type_words() {
   return {Field::STRING, Field::ADDRESS, Field::SIZE, Field::DATE};
@@ -52,11 +64,17 @@ std::vector<std::string> comparators_of(const std::string& type) {
   return allowed;
 }
 
-// A text of the user's: what holds for names, values and folders alike.
-std::string text_fault(const std::string& what, const std::string& text) {
-  if (has_control_characters(text)) return what + " holds a control character; leave it out";
-  if (!is_utf8(text)) return what + " is not UTF-8; type it in a UTF-8 terminal";
-  return "";
+bool needs_escapes(const std::string& text) {
+  return text.find_first_of("\\\"") != std::string::npos;
+}
+
+// A text of the user's: what holds for names, values and folders alike. `name` is that of the text
+// in the reason.
+Refusal check_text(const std::string& part, const std::string& name, const std::string& text) {
+  if (has_control_characters(text))
+    return wrong(part, name + " holds a control character; leave it out");
+  if (!is_utf8(text)) return {Kind::not_utf8, part, name + " is not UTF-8"};
+  return {};
 }
 
 // Field names are header names (RFC 5322, section 3.6.8: printable, no colon); quotes and
@@ -67,85 +85,127 @@ bool is_header_name(const std::string& name) {
       [](char c) { return c > 32 && c < 127 && c != ':' && c != '"' && c != '\\'; });
 }
 
-std::string why_invalid(const Test& test) {
-  if (!Field::is_valid_type(test.field.type))
-    return "unknown type \"" + test.field.type + "\"; the types are " + joined(type_words());
-  if (test.field.name.empty()) return "the field is missing, such as subject or from";
-  if (!Comparator::is_valid_op(test.comparator))
-    return "unknown comparator \"" + test.comparator + "\"; the comparators of " + test.field.type +
-           " are " + joined(comparators_of(test.field.type));
-  if (test.value.empty()) return "the value is missing; it is the text behind the comparator";
-  if (test.value.find_first_of("\\\"") != std::string::npos)
-    return "a value can't hold a backslash or a double quote; test for the text beside it";
-  return "\"" + test.comparator + "\" does not go with " + test.field.type +
-         "; its comparators are " + joined(comparators_of(test.field.type));
-}
-
-std::string size_fault(const std::string& value) {
+Refusal check_size(const std::string& value) {
   if (value.find_first_not_of(decimal_digits) != std::string::npos)
-    return "";  // the compiler says so
+    return {};  // the compiler says so
   if (value.size() > 7 || std::strtol(value.c_str(), nullptr, 10) > largest_size)
-    return "a size is given in KiB, and at most " + std::to_string(largest_size);
-  return "";
+    return wrong("value", "a size is given in KiB, and at most " + std::to_string(largest_size));
+  return {};
 }
 
 // The interpreter compares the digits as one number, so that any other order of them means nothing.
-std::string date_fault(const std::string& value) {
+Refusal check_date(const std::string& value) {
   const auto digits =
       std::count_if(value.begin(), value.end(), [](char c) { return c >= '0' && c <= '9'; });
-  return digits == 8 ? "" : "a date is written YYYY-MM-DD, such as 2026-05-01";
+  if (digits == 8) return {};
+  return wrong("value", "a date is written YYYY-MM-DD, such as 2026-05-01");
 }
 
-// What compiles, or might, but would never do what was meant.
-std::string unfit(const Test& test) {
+// Refuses a test that compiles, or might, but would never do what the user meant.
+Refusal check_texts(const Test& test) {
   if (!is_header_name(test.field.name))
-    return "\"" + test.field.name + "\" is no header name; no blanks, quotes, colons or accents";
-  const std::string fault = text_fault("the value", test.value);
-  if (!fault.empty()) return fault;
-  if (test.field.type == Field::SIZE) return size_fault(test.value);
-  if (test.field.type == Field::DATE) return date_fault(test.value);
-  return "";
+    return wrong("field", quoted(test.field.name) +
+                              " is no header name; no blanks, quotes, colons or accents");
+  if (const Refusal refusal = check_text("value", "the value", test.value)) return refusal;
+  if (test.field.type == Field::SIZE) return check_size(test.value);
+  if (test.field.type == Field::DATE) return check_date(test.value);
+  return {};
 }
 
-Command::Fault compiler_fault(const Test& test, int code) {
+// The folder in which the library writes a script for the compiler.
+std::string temporary_folder() {
+  const char* const folder = secure_getenv("TMPDIR");
+  return folder != nullptr && *folder != '\0' ? folder : "/tmp";
+}
+
+// A script that the disk cut off is refused by the compiler, too.
+bool was_written(const Test& test) {
+  const std::size_t size = script_around_test + test.field.name.size() + 4 * test.value.size();
+  return error_of_writing(temporary_folder(), size) == 0;
+}
+
+Refusal compiler_refusal(const Test& test, int code) {
   if (code == 0) return {};
-  if (code == 1) return {why_invalid(test), EX_DATAERR};
-  if (code == 2)
-    return {
-        "can't be checked: no temporary file could be written; see $TMPDIR or /tmp for room "
-        "and rights",
-        EX_CANTCREAT};
+  if (code == 2 || !was_written(test))
+    return {Kind::no_temporary_file, "value",
+            "can't be checked: no temporary file could be written; see $TMPDIR or /tmp for room "
+            "and rights"};
   if (test.field.type == Field::SIZE)
-    return {"refused by the Sieve compiler; a size is a plain number of KiB, such as 500",
-            EX_DATAERR};
-  return {"refused by the Sieve compiler; try a shorter or plainer value", EX_DATAERR};
+    return wrong("value",
+                 "refused by the Sieve compiler; a size is a plain number of KiB, such as 500");
+  return wrong("value", "refused by the Sieve compiler; try a shorter or plainer value");
 }
 
 }  // namespace
 
-Command::Fault name_fault(const std::string& name) {
-  if (name.empty()) return {"a filter needs a name; give one with --name", EX_DATAERR};
-  return {text_fault("the name", name), EX_DATAERR};
+Refusal check_user(const std::string& user) {
+  if (!EmailAddress(user).isNull()) return {};
+  return {Kind::no_address, user, "no mail address; a user is named like alice@example.org"};
 }
 
-Command::Fault test_fault(UserMessageFilters__& rules, const Test& test) {
-  if (!test.is_valid()) return {why_invalid(test), EX_DATAERR};
-  const std::string reason = unfit(test);
-  if (!reason.empty()) return {reason, EX_DATAERR};
-  return compiler_fault(test, rules.validate_test(test));
+Refusal check_name(const std::string& name) {
+  if (name.empty()) return {Kind::no_name, "name", "a filter needs a name"};
+  return check_text("name", "the name", name);
 }
 
-Command::Fault action_fault(const Action& action) {
+Refusal check_relation(const std::string& relation) {
+  if (Filter__::is_valid_relation(relation)) return {};
+  return wrong("relation", "unknown relation " + quoted(relation) + "; the relations are " +
+                               joined({Filter__::ALLOF, Filter__::ANYOF}));
+}
+
+Refusal check_counts(std::size_t tests, std::size_t actions) {
+  if (tests == 0) return {Kind::no_tests, "tests", "a filter without a test would never run"};
+  if (tests > Filter__::max_tests())
+    return {Kind::too_many_tests, "tests",
+            "a filter has at most " + std::to_string(Filter__::max_tests()) +
+                " tests; spread them over several filters"};
+  if (actions == 0) return {Kind::no_actions, "actions", "a filter without an action does nothing"};
+  return {};
+}
+
+Refusal check_words(const Test& test) {
+  if (test.is_valid()) return {};
+  const std::string& type = test.field.type;
+  if (!Field::is_valid_type(type))
+    return wrong("type",
+                 "unknown type " + quoted(type) + "; the types are " + joined(type_words()));
+  if (test.field.name.empty())
+    return wrong("field", "the field is missing, such as subject or from");
+  if (!Comparator::is_valid_op(test.comparator))
+    return wrong("comparator", "unknown comparator " + quoted(test.comparator) +
+                                   "; the comparators of " + type + " are " +
+                                   joined(comparators_of(type)));
+  if (test.value.empty())
+    return wrong("value", "the value is missing; it is the text behind the comparator");
+  if (needs_escapes(test.value))
+    return wrong("value",
+                 "a value can't hold a backslash or a double quote; test for the text beside it");
+  return wrong("comparator", quoted(test.comparator) + " does not go with " + type +
+                                 "; its comparators are " + joined(comparators_of(type)));
+}
+
+Refusal check_words(const Action& action) {
   if (!Action::is_valid_method(action.method))
-    return {"unknown action \"" + action.method + "\"; the actions are " +
-                joined({Action::MOVE, Action::COPY, Action::DELETE}),
-            EX_DATAERR};
+    return wrong("method", "unknown action " + quoted(action.method) + "; the actions are " +
+                               joined({Action::MOVE, Action::COPY, Action::DELETE}));
   if (!action.is_valid())
-    return {"\"" + action.method + "\" needs a folder, such as " + action.method + " Reports",
-            EX_DATAERR};
-  if (action.target.find_first_of("\\\"") != std::string::npos)
-    return {"a folder can't hold a backslash or a double quote", EX_DATAERR};
-  return {text_fault("the folder", action.target), EX_DATAERR};
+    return wrong("target",
+                 quoted(action.method) + " needs a folder, such as " + action.method + " Reports");
+  return {};
+}
+
+Refusal check_test(UserMessageFilters__& rules, const Test& test) {
+  if (const Refusal refusal = check_words(test)) return refusal;
+  if (const Refusal refusal = check_texts(test)) return refusal;
+  return compiler_refusal(test, rules.validate_test(test));
+}
+
+Refusal check_action(const Action& action) {
+  if (const Refusal refusal = check_words(action)) return refusal;
+  if (needs_escapes(action.target))
+    return wrong("target", "a folder can't hold a backslash or a double quote");
+  return check_text("target", "the folder", action.target);
 }
 
 }  // namespace Quarrow::Administration

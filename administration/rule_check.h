@@ -1,27 +1,45 @@
-// Says in words why a filter's name, a test or an action can't be taken.
+// Says in words why a user's name, a filter's name, a test or an action can't be taken.
+//
+// The object of a refusal is the part that is wrong, by its name in JSON (see rules_json.h).
 #ifndef QUARROW_ADMINISTRATION_RULE_CHECK_H_
 #define QUARROW_ADMINISTRATION_RULE_CHECK_H_
 
 #include <quarrow/user_stores.h>
 
+#include <cstddef>
 #include <string>
 
-#include "apps/quarrow/complaint.h"
+#include "administration/refusal.h"
 
 namespace Quarrow::Administration {
 
+// Checks that a user's name is a mail address. The refusal's object is the name.
+Refusal check_user(const std::string& user);
+
 // Checks a filter's name: not empty, UTF-8, no control characters (a line feed would leave the
 // script's comment).
-Command::Fault name_fault(const std::string& name);
+Refusal check_name(const std::string& name);
+
+// Checks the word for how a filter's tests go together.
+Refusal check_relation(const std::string& relation);
+
+// Checks how many tests and actions a filter has. A filter without tests would be stored and never
+// run.
+Refusal check_counts(std::size_t tests, std::size_t actions);
+
+// Checks the words of a test, and whether they go together: what Test::is_valid looks at.
+Refusal check_words(const MessageFilters::Test& test);
+
+// The same for an action: what Action::is_valid looks at.
+Refusal check_words(const MessageFilters::Action& action);
 
 // Checks a test: words, texts, what would compile but never work as meant, and at last with the
 // Sieve compiler.
-Command::Fault test_fault(MessageFilters::UserMessageFilters__& rules,
-                          const MessageFilters::Test& test);
+Refusal check_test(MessageFilters::UserMessageFilters__& rules, const MessageFilters::Test& test);
 
 // Checks an action, its folder's characters among it: they stand in the script's quotes as they
 // are.
-Command::Fault action_fault(const MessageFilters::Action& action);
+Refusal check_action(const MessageFilters::Action& action);
 
 }  // namespace Quarrow::Administration
 

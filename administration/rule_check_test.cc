@@ -2,11 +2,12 @@
 #include "administration/rule_check.h"
 
 #include <gtest/gtest.h>
-#include <sysexits.h>
 #include <zvellparser.h>
 
+#include <cstdlib>
 #include <string>
 
+#include "administration/administration_test_support.h"
 #include "administration/rule_text.h"
 
 namespace Quarrow::Administration {
@@ -18,91 +19,169 @@ using MessageFilters::UserMessageFilters__;
 // A test named apart from GoogleTest's own class of that name.
 using RuleTest = MessageFilters::Test;
 
-Command::Fault fault_of_test(const std::string& text) {
+struct Case {
+  std::string text;
+  Kind kind;
+  const char* part;
+  const char* reason;
+};
+
+const Case wrong_tests[] = {
+    {"text subject is x", Kind::wrong_rule, "type",
+     "unknown type \"text\"; the types are string, address, size, date"},
+    {"string subject equals x", Kind::wrong_rule, "comparator",
+     "unknown comparator \"equals\"; the comparators of string are is, contains, begin_with, "
+     "end_with"},
+    {"size size is 5", Kind::wrong_rule, "comparator",
+     "\"is\" does not go with size; its comparators are greater, less"},
+    {"address from begin_with x", Kind::wrong_rule, "comparator",
+     "\"begin_with\" does not go with address; its comparators are is, contains"},
+    {"date zvx-received-date contains 2026", Kind::wrong_rule, "comparator",
+     "\"contains\" does not go with date; its comparators are is, before, after"},
+    {"string subject is", Kind::wrong_rule, "value",
+     "the value is missing; it is the text behind the comparator"},
+    {"string subject is a\"b", Kind::wrong_rule, "value",
+     "a value can't hold a backslash or a double quote; test for the text beside it"},
+    {"string subject is a\\b", Kind::wrong_rule, "value",
+     "a value can't hold a backslash or a double quote; test for the text beside it"},
+    {"string subject is a\nb", Kind::wrong_rule, "value",
+     "the value holds a control character; leave it out"},
+    {"string subject is caf\xE9", Kind::not_utf8, "value", "the value is not UTF-8"},
+    {"string sub\"ject is x", Kind::wrong_rule, "field",
+     "\"sub\"ject\" is no header name; no blanks, quotes, colons or accents"},
+    {"string sub:ject is x", Kind::wrong_rule, "field",
+     "\"sub:ject\" is no header name; no blanks, quotes, colons or accents"},
+    {"string subj\xC3\xA9t is x", Kind::wrong_rule, "field",
+     "\"subj\xC3\xA9t\" is no header name; no blanks, quotes, colons or accents"},
+    {"size size greater 10M", Kind::wrong_rule, "value",
+     "refused by the Sieve compiler; a size is a plain number of KiB, such as 500"},
+    {"size size greater 2097152", Kind::wrong_rule, "value",
+     "a size is given in KiB, and at most 2097151"},
+    {"size size greater 99999999999999999999", Kind::wrong_rule, "value",
+     "a size is given in KiB, and at most 2097151"},
+    {"date zvx-received-date before 1/5/2026", Kind::wrong_rule, "value",
+     "a date is written YYYY-MM-DD, such as 2026-05-01"},
+    {"string subject is " + std::string(40000, 'x'), Kind::wrong_rule, "value",
+     "refused by the Sieve compiler; try a shorter or plainer value"}};
+
+const Case wrong_actions[] = {
+    {"burn", Kind::wrong_rule, "method",
+     "unknown action \"burn\"; the actions are move, copy, delete"},
+    {"move", Kind::wrong_rule, "target", "\"move\" needs a folder, such as move Reports"},
+    {"copy ", Kind::wrong_rule, "target", "\"copy\" needs a folder, such as copy Reports"},
+    {"move a\"; discard; \"b", Kind::wrong_rule, "target",
+     "a folder can't hold a backslash or a double quote"},
+    {"move a\\b", Kind::wrong_rule, "target", "a folder can't hold a backslash or a double quote"},
+    {"move a\nb", Kind::wrong_rule, "target", "the folder holds a control character; leave it out"},
+    {"move caf\xE9", Kind::not_utf8, "target", "the folder is not UTF-8"}};
+
+const Case wrong_names[] = {
+    {"", Kind::no_name, "name", "a filter needs a name"},
+    {"x\ndiscard;", Kind::wrong_rule, "name", "the name holds a control character; leave it out"},
+    {"x\r", Kind::wrong_rule, "name", "the name holds a control character; leave it out"},
+    {"caf\xE9", Kind::not_utf8, "name", "the name is not UTF-8"}};
+
+const char no_file[] =
+    "can't be checked: no temporary file could be written; see $TMPDIR or /tmp for room and rights";
+
+void expect_refusal(const Case& c, const Refusal& refusal) {
+  SCOPED_TRACE(c.text.substr(0, 80));
+  expect_refusal(c.kind, c.part, c.reason, refusal);
+}
+
+Refusal refusal_of_test(const std::string& text) {
   UserMessageFilters__ rules{EmailAddress("alice@example.org")};
   RuleTest test;
-  EXPECT_EQ("", read_test(text, test));
-  return test_fault(rules, test);
+  EXPECT_FALSE(read_test(text, test));
+  return check_test(rules, test);
 }
 
-Command::Fault fault_of_action(const std::string& text) {
+Refusal refusal_of_action(const std::string& text) {
   Action action;
-  EXPECT_EQ("", read_action(text, action));
-  return action_fault(action);
+  EXPECT_FALSE(read_action(text, action));
+  return check_action(action);
 }
 
-TEST(TestFault, TakesEveryComparatorWithTheTypesItGoesWith) {
+TEST(CheckTest, TakesEveryComparatorWithTheTypesItGoesWith) {
   for (const char* text :
        {"string subject is x", "string subject contains x", "string subject begin_with [x]",
         "string subject end_with (x)", "address from is a@example.org", "address to_cc contains a",
         "date zvx-received-date is 2026-05-01", "date zvx-received-date before 20260501",
         "date zvx-received-date after 2026/05/01", "size size greater 0", "size size less 2097151",
         "not case string subject is B\xC3\xBCro", "string subject is  "})
-    EXPECT_EQ("", fault_of_test(text).reason) << "text: " << text;
+    EXPECT_EQ("", said(refusal_of_test(text))) << "text: " << text;
 }
 
-TEST(TestFault, NamesWhatIsWrong) {
-  const struct {
-    const char* text;
-    const char* part;
-  } cases[] = {
-      {"text subject is x", "unknown type \"text\"; the types are string, address, size, date"},
-      {"string subject equals x",
-       "unknown comparator \"equals\"; the comparators of string are is, contains, begin_with, "
-       "end_with"},
-      {"size size is 5", "\"is\" does not go with size; its comparators are greater, less"},
-      {"address from begin_with x", "its comparators are is, contains"},
-      {"date zvx-received-date contains 2026", "its comparators are is, before, after"},
-      {"string subject is", "value is missing"},
-      {"string subject is a\"b", "backslash or a double quote"},
-      {"string subject is a\\b", "backslash or a double quote"},
-      {"string subject is a\nb", "control character"},
-      {"string subject is caf\xE9", "not UTF-8"},
-      {"string sub\"ject is x", "no header name"},
-      {"string sub:ject is x", "no header name"},
-      {"string subj\xC3\xA9t is x", "no header name"},
-      {"size size greater 10M", "refused by the Sieve compiler; a size is a plain number"},
-      {"size size greater 2097152", "at most 2097151"},
-      {"size size greater 99999999999999999999", "at most 2097151"},
-      {"date zvx-received-date before 1/5/2026", "YYYY-MM-DD"}};
-  for (const auto& c : cases) {
-    const Command::Fault fault = fault_of_test(c.text);
-    EXPECT_NE(std::string::npos, fault.reason.find(c.part))
-        << "text: " << c.text << "\nreason: " << fault.reason;
-    EXPECT_EQ(EX_DATAERR, fault.status) << "text: " << c.text;
-  }
+TEST(CheckTest, NamesWhatIsWrong) {
+  for (const auto& c : wrong_tests) expect_refusal(c, refusal_of_test(c.text));
 }
 
-TEST(ActionFault, TakesEveryAction) {
+TEST(CheckTest, SaysThatNoTemporaryFileCanBeMade) {
+  const TemporaryFolder folder;
+  const Refusal refusal = in_child([&folder] {
+    (void)setenv("TMPDIR", folder.file("missing").c_str(), 1);
+    return refusal_of_test("string subject is x");
+  });
+  expect_refusal(Kind::no_temporary_file, "value", no_file, refusal);
+}
+
+TEST(CheckTest, TellsADiskThatIsFullFromATestThatDoesNotCompile) {
+  const TemporaryFolder folder;
+  const Refusal refusal = in_child([&folder] {
+    (void)setenv("TMPDIR", folder.path().c_str(), 1);
+    limit_file_size(250);
+    return refusal_of_test("string subject is " + std::string(1000, 'x'));
+  });
+  expect_refusal(Kind::no_temporary_file, "value", no_file, refusal);
+}
+
+TEST(CheckWords, MissesTheField) {
+  RuleTest test;
+  test.field.type = "string";
+  test.comparator = "is";
+  test.value = "x";
+  expect_refusal(Kind::wrong_rule, "field", "the field is missing, such as subject or from",
+                 check_words(test));
+}
+
+TEST(CheckAction, TakesEveryAction) {
   for (const char* text : {"move Reports", "copy Old mail/B\xC3\xBCro & Co", "delete"})
-    EXPECT_EQ("", fault_of_action(text).reason) << "text: " << text;
+    EXPECT_EQ("", said(refusal_of_action(text))) << "text: " << text;
 }
 
-TEST(ActionFault, NamesWhatIsWrong) {
-  const struct {
-    const char* text;
-    const char* part;
-  } cases[] = {{"burn", "unknown action \"burn\"; the actions are move, copy, delete"},
-               {"move", "\"move\" needs a folder"},
-               {"copy ", "\"copy\" needs a folder"},
-               {"move a\"; discard; \"b", "backslash or a double quote"},
-               {"move a\\b", "backslash or a double quote"},
-               {"move a\nb", "control character"},
-               {"move caf\xE9", "not UTF-8"}};
-  for (const auto& c : cases) {
-    const Command::Fault fault = fault_of_action(c.text);
-    EXPECT_NE(std::string::npos, fault.reason.find(c.part))
-        << "text: " << c.text << "\nreason: " << fault.reason;
-    EXPECT_EQ(EX_DATAERR, fault.status) << "text: " << c.text;
-  }
+TEST(CheckAction, NamesWhatIsWrong) {
+  for (const auto& c : wrong_actions) expect_refusal(c, refusal_of_action(c.text));
 }
 
-TEST(NameFault, RefusesWhatWouldLeaveTheScriptsComment) {
-  EXPECT_FALSE(name_fault("Reports; \"quoted\" # B\xC3\xBCro"));
-  EXPECT_TRUE(name_fault(""));
-  EXPECT_TRUE(name_fault("x\ndiscard;"));
-  EXPECT_TRUE(name_fault("x\r"));
-  EXPECT_TRUE(name_fault("caf\xE9"));
+TEST(CheckName, RefusesWhatWouldLeaveTheScriptsComment) {
+  EXPECT_FALSE(check_name("Reports; \"quoted\" # B\xC3\xBCro"));
+  for (const auto& c : wrong_names) expect_refusal(c, check_name(c.text));
+}
+
+TEST(CheckRelation, KnowsTwoWords) {
+  EXPECT_FALSE(check_relation("allof"));
+  EXPECT_FALSE(check_relation("anyof"));
+  expect_refusal(Kind::wrong_rule, "relation",
+                 "unknown relation \"any\"; the relations are allof, anyof", check_relation("any"));
+}
+
+TEST(CheckCounts, WantsSomeTestsAndActions) {
+  EXPECT_FALSE(check_counts(1, 1));
+  EXPECT_FALSE(check_counts(10, 100));
+  expect_refusal(Kind::no_tests, "tests", "a filter without a test would never run",
+                 check_counts(0, 1));
+  expect_refusal(Kind::too_many_tests, "tests",
+                 "a filter has at most 10 tests; spread them over several filters",
+                 check_counts(11, 1));
+  expect_refusal(Kind::no_actions, "actions", "a filter without an action does nothing",
+                 check_counts(1, 0));
+}
+
+TEST(CheckUser, WantsAMailAddress) {
+  EXPECT_FALSE(check_user("alice@example.org"));
+  for (const char* user : {"", "alice", "@example.org"})
+    expect_refusal(Kind::no_address, user,
+                   "no mail address; a user is named like alice@example.org", check_user(user));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Tests and actions read from and written as command line texts.
+// Tests and actions read from and written as texts of one line.
 #include "administration/rule_text.h"
 
 #include <algorithm>
@@ -44,7 +44,7 @@ class WordReader {
 
 }  // namespace
 
-std::string read_test(const std::string& text, Test& test) {
+Refusal read_test(const std::string& text, Test& test) {
   WordReader reader(text);
   Test read;
   read.negative = reader.take("not");
@@ -53,19 +53,23 @@ std::string read_test(const std::string& text, Test& test) {
   read.field.name = reader.next();
   read.comparator = reader.next();
   read.value = reader.rest();
-  if (read.comparator.empty()) return "a test is written [not] [case] TYPE FIELD COMPARATOR VALUE";
+  if (read.comparator.empty())
+    return {Refusal::Kind::unreadable_rule, text,
+            "a test is written [not] [case] TYPE FIELD COMPARATOR VALUE"};
   test = read;
-  return "";
+  return {};
 }
 
-std::string read_action(const std::string& text, Action& action) {
+Refusal read_action(const std::string& text, Action& action) {
   WordReader reader(text);
   Action read;
   read.method = reader.next();
   read.target = reader.rest();
-  if (read.method.empty()) return "an action is written move FOLDER, copy FOLDER or delete";
+  if (read.method.empty())
+    return {Refusal::Kind::unreadable_rule, text,
+            "an action is written move FOLDER, copy FOLDER or delete"};
   action = read;
-  return "";
+  return {};
 }
 
 std::string test_text(const Test& test) {

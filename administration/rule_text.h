@@ -1,4 +1,4 @@
-// The texts of --if and --then: how a test and an action are written on a command line.
+// Tests and actions as texts of one line, which a user can type.
 //
 //   [not] [case] TYPE FIELD COMPARATOR VALUE        not address from is boss@example.org
 //   move FOLDER | copy FOLDER | delete              move Lists/News
@@ -11,14 +11,16 @@
 
 #include <string>
 
+#include "administration/refusal.h"
+
 namespace Quarrow::Administration {
 
-// Takes the text of a test apart. Empty when all parts are there, else what is missing, with `test`
-// unchanged. Whether the words are known is not looked at: see rule_check.h.
-std::string read_test(const std::string& text, MessageFilters::Test& test);
+// Takes the text of a test apart. The refusal, whose object is the text, says what is missing;
+// `test` is unchanged then. Whether the words are known is not looked at: see rule_check.h.
+Refusal read_test(const std::string& text, MessageFilters::Test& test);
 
 // Takes the text of an action apart, likewise.
-std::string read_action(const std::string& text, MessageFilters::Action& action);
+Refusal read_action(const std::string& text, MessageFilters::Action& action);
 
 // The text that read_test takes for `test`.
 std::string test_text(const MessageFilters::Test& test);

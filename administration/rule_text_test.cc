@@ -1,9 +1,11 @@
-// The texts of --if and --then.
+// Tests and actions as texts.
 #include "administration/rule_text.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+
+#include "administration/administration_test_support.h"
 
 namespace Quarrow::Administration {
 namespace {
@@ -36,7 +38,7 @@ TEST(ReadTest, TakesTheTextApart) {
   for (const auto& c : test_cases) {
     SCOPED_TRACE(c.text);
     RuleTest test;
-    EXPECT_EQ("", read_test(c.text, test));
+    EXPECT_FALSE(read_test(c.text, test));
     EXPECT_EQ(c.negative, test.negative);
     EXPECT_EQ(c.match_case, test.match_case);
     EXPECT_EQ(c.type, test.field.type);
@@ -48,7 +50,7 @@ TEST(ReadTest, TakesTheTextApart) {
 
 TEST(ReadTest, TakesAnyNumberOfBlanksBeforeAWord) {
   RuleTest test;
-  EXPECT_EQ("", read_test("  not   string  subject   is x", test));
+  EXPECT_FALSE(read_test("  not   string  subject   is x", test));
   EXPECT_EQ("not string subject is x", test_text(test));
 }
 
@@ -56,7 +58,9 @@ TEST(ReadTest, RefusesATextThatLacksParts) {
   for (const char* text : {"", "   ", "not", "not case", "string", "string subject"}) {
     RuleTest test;
     test.value = "before";
-    EXPECT_NE("", read_test(text, test)) << "text: " << text;
+    expect_refusal(Kind::unreadable_rule, text,
+                   "a test is written [not] [case] TYPE FIELD COMPARATOR VALUE",
+                   read_test(text, test));
     EXPECT_EQ("before", test.value) << "text: " << text;
   }
 }
@@ -65,7 +69,7 @@ TEST(TestText, IsReadBackUnchanged) {
   for (const auto& c : test_cases) {
     if (c.value.empty()) continue;
     RuleTest test;
-    ASSERT_EQ("", read_test(c.text, test));
+    ASSERT_FALSE(read_test(c.text, test));
     EXPECT_EQ(c.text, test_text(test));
   }
 }
@@ -83,22 +87,27 @@ TEST(ReadAction, TakesTheTextApart) {
                {"burn all", "burn", "all"}};
   for (const auto& c : cases) {
     Action action;
-    EXPECT_EQ("", read_action(c.text, action)) << c.text;
+    EXPECT_FALSE(read_action(c.text, action)) << c.text;
     EXPECT_EQ(c.method, action.method) << c.text;
     EXPECT_EQ(c.target, action.target) << c.text;
   }
 }
 
 TEST(ReadAction, RefusesAnEmptyText) {
-  Action action;
-  EXPECT_NE("", read_action("", action));
-  EXPECT_NE("", read_action("  ", action));
+  for (const char* text : {"", "  "}) {
+    Action action;
+    action.target = "before";
+    expect_refusal(Kind::unreadable_rule, text,
+                   "an action is written move FOLDER, copy FOLDER or delete",
+                   read_action(text, action));
+    EXPECT_EQ("before", action.target);
+  }
 }
 
 TEST(ActionText, IsReadBackUnchanged) {
   for (const char* text : {"move Reports", "copy Old mail/2026", "delete"}) {
     Action action;
-    ASSERT_EQ("", read_action(text, action));
+    ASSERT_FALSE(read_action(text, action));
     EXPECT_EQ(text, action_text(action));
   }
 }

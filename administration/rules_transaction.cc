@@ -1,11 +1,9 @@
-// Opening and committing a user's filters.
+// Opening, editing and committing a user's filters.
 #include "administration/rules_transaction.h"
 
 #include <base.h>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
-#include <sysexits.h>
 #include <unistd.h>
 #include <zvelluser.h>
 
@@ -14,18 +12,27 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
+#include "administration/kept_file.h"
+#include "administration/rule_check.h"
+#include "administration/write_error.h"
+#include "message_filters/filter_list_xml.h"
 #include "message_filters/script_words.h"
+#include "message_filters/sieve_script.h"
 #include "message_filters/user_files.h"
-
-#include "apps/quarrow/complaint.h"
-#include "apps/quarrow/files.h"
+#include "system/exists.h"
 
 namespace Quarrow::Administration {
 namespace {
 
+using Kind = Refusal::Kind;
+using MessageFilters::Filter__;
 using MessageFilters::FilterList__;
 using MessageFilters::UserMessageFilters__;
+
+// What UserMessageFilters__::persist gives when the Sieve compiler refuses a rule.
+constexpr int refused_by_compiler = 3;
 
 std::string contents(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -56,61 +63,17 @@ class SilencedErrors {
   int kept_;
 };
 
-std::string kept_name(const std::string& path) { return path + ".kept"; }
-
-// A second name for a file while it is replaced, so that it can be had back. The library replaces a
-// file by removing it first: a process that is stopped between leaves the second name alone, and
-// the next one takes it up again.
-class KeptFile {
- public:
-  explicit KeptFile(const std::string& path) : path_(path) {
-    unlink(kept_name(path_).c_str());
-    kept_ = link(path_.c_str(), kept_name(path_).c_str()) == 0;
-    ok_ = kept_ || errno == ENOENT;
-  }
-  ~KeptFile() {
-    if (kept_) unlink(kept_name(path_).c_str());
-  }
-  KeptFile(const KeptFile&) = delete;
-  KeptFile& operator=(const KeptFile&) = delete;
-
-  // Whether the file, if there is one, is kept.
-  bool ok() const { return ok_; }
-
-  // Puts the file back as it was, which may be absent.
-  void restore() {
-    if (!kept_) {
-      unlink(path_.c_str());
-      return;
-    }
-    // where both names still are one file, rename leaves both
-    if (rename(kept_name(path_).c_str(), path_.c_str()) == 0) unlink(kept_name(path_).c_str());
-    kept_ = false;
-  }
-
- private:
-  std::string path_;
-  bool kept_ = false;
-  bool ok_ = false;
-};
-
-void take_up_kept(const std::string& path) {
-  if (Command::exists(path))
-    unlink(kept_name(path).c_str());
-  else
-    (void)rename(kept_name(path).c_str(), path.c_str());  // mostly there is none
+std::string document_text(const boost::shared_ptr<FilterList__>& list) {
+  std::ostringstream text;
+  auto document = filter_list_to_xml(list);
+  return document && write_xml(std::move(document), text) ? text.str() : "";
 }
 
-// The document that the library writes for a list without filters, which it reads as no list at
-// all.
-std::string empty_document() {
-  const TempFile file("");
-  return FilterList__::Create()->SaveToXML(file.name()) ? contents(file.name()) : "";
-}
-
+// The document of a list without filters, which the library reads as no list at all.
 bool is_empty_document(const std::string& path) {
-  std::error_code ignored;  // what can't be looked at is not that document
-  return std::filesystem::is_regular_file(path, ignored) && contents(path) == empty_document();
+  std::error_code ignored;  // a file that can't be looked at is not that document
+  return std::filesystem::is_regular_file(path, ignored) &&
+         contents(path) == document_text(FilterList__::Create());
 }
 
 std::string user_folder(const std::string& address) {
@@ -133,75 +96,105 @@ RulesTransaction::RulesTransaction(const EmailAddress& address)
       document_(rules_document(address.address())),
       script_(rules_script(address.address())) {}
 
-RulesTransaction::~RulesTransaction() {
-  if (lock_ >= 0) close(lock_);
-}
-
-int RulesTransaction::open(bool create) {
-  if (create && create_path(folder_, 0700) < 0) return Command::cannot_make(folder_, errno);
-  if (const int status = lock()) return status;
+Refusal RulesTransaction::open(bool create) {
+  if (create && create_path(folder_, 0700) < 0) return making_refusal(folder_, errno);
+  if (const Refusal refusal = lock()) return refusal;
   return load();
 }
 
-int RulesTransaction::lock() {
-  lock_ = ::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (lock_ < 0 && errno == ENOENT) return EX_OK;
-  if (lock_ < 0)
-    return Command::complain(folder_, std::strerror(errno), Command::file_status(errno));
-  while (flock(lock_, LOCK_EX) != 0)
+Refusal RulesTransaction::lock() {
+  lock_.emplace(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (lock_->get() < 0 && errno == ENOENT) return {};
+  if (lock_->get() < 0) return system_refusal(folder_, "", errno);
+  while (flock(lock_->get(), LOCK_EX) != 0)
     if (errno != EINTR)
-      return Command::complain(folder_, std::string("can't be locked: ") + std::strerror(errno),
-                               EX_TEMPFAIL);
+      return {Kind::try_again, folder_, std::string("can't be locked: ") + std::strerror(errno)};
   take_up_kept(document_);
   take_up_kept(script_);
-  return EX_OK;
+  return {};
 }
 
-int RulesTransaction::load() {
-  if (Command::exists(document_) && access(document_.c_str(), R_OK) != 0)
-    return Command::complain(document_, std::strerror(errno), Command::file_status(errno));
+Refusal RulesTransaction::load() {
+  if (exists(document_) && access(document_.c_str(), R_OK) != 0)
+    return system_refusal(document_, "", errno);
   {
     const SilencedErrors quiet;
     filters_ = UserMessageFilters__::Create(address_);
   }
-  if (filters_->filters->filters.empty() && Command::exists(document_) &&
-      !is_empty_document(document_))
-    return Command::complain(
-        document_,
-        "damaged filter document: no filter can be read from it; restore it from a "
-        "copy, or remove it to start anew",
-        EX_DATAERR);
-  return EX_OK;
+  if (filters_->filters->filters.empty() && exists(document_) && !is_empty_document(document_))
+    return {Kind::damaged_document, document_,
+            "damaged filter document: no filter can be read from it; restore it from a copy, or "
+            "remove it to start anew"};
+  return {};
 }
 
-int RulesTransaction::check_script_size() {
-  const TempFile file("");
-  if (!filters_->filters->SaveToSieve(file.name(), true)) return EX_OK;  // persist says why
-  const std::size_t size = contents(file.name()).size();
-  if (size <= script_limit) return EX_OK;
-  return Command::complain(address_.address(),
-                           "the rules make a script of " + std::to_string(size) +
-                               " bytes, of which only " + std::to_string(script_limit) +
-                               " would be read; nothing was changed; remove or shorten some",
-                           EX_DATAERR);
+Refusal RulesTransaction::check_filter(std::int32_t id) const {
+  if (filters_->filters->find_filter(id)) return {};
+  return {Kind::no_such_filter, address_.address(), "no filter " + std::to_string(id)};
 }
 
-int RulesTransaction::refuse_commit(int code) {
-  if (code == 3)
-    return Command::complain(
-        address_.address(),
-        "the Sieve compiler refused the rules as a whole; nothing was changed; see "
-        "quarrow filter list for a rule that looks odd",
-        EX_DATAERR);
-  if (access(folder_.c_str(), W_OK) != 0)
-    return Command::complain(folder_, std::string("nothing was changed: ") + std::strerror(errno),
-                             Command::file_status(errno));
-  return Command::complain(
-      folder_, "the rules could not be written; nothing was changed; is the disk full?", EX_IOERR);
+Refusal RulesTransaction::check_place(std::int32_t before) const {
+  if (filters_->max_filters_reached())
+    return {Kind::limit_reached, address_.address(),
+            "has " + std::to_string(UserMessageFilters__::max_filters()) +
+                " filters, the most there may be; remove one first"};
+  return before == 0 ? Refusal() : check_filter(before);
+}
+
+Refusal RulesTransaction::add(const boost::shared_ptr<Filter__>& filter, std::int32_t before) {
+  if (const Refusal refusal = check_place(before)) return refusal;
+  if (const Refusal refusal = check_name(filter->name)) return refusal;
+  if (const Refusal refusal = check_relation(filter->relation)) return refusal;
+  if (const Refusal refusal = check_counts(filter->tests.size(), filter->actions.size()))
+    return refusal;
+  if (filters_->add_filter(filter, static_cast<std::uint32_t>(before))) return {};
+  return {Kind::no_number_left, address_.address(),
+          "no filter number is left; the highest one is in use"};
+}
+
+Refusal RulesTransaction::remove(std::int32_t id) {
+  if (filters_->remove_filter(static_cast<std::uint32_t>(id))) return {};
+  return check_filter(id);
+}
+
+// The script with the disabled filters in it, which must compile, too. Empty when a filter is not
+// valid.
+std::string RulesTransaction::script() const {
+  std::ostringstream text;
+  return write_script(filters_->filters, true, text) ? text.str() : "";
+}
+
+Refusal RulesTransaction::check_script_size() const {
+  const std::size_t size = script().size();
+  if (size <= script_limit) return {};
+  return {Kind::script_too_long, address_.address(),
+          "the rules make a script of " + std::to_string(size) + " bytes, of which only " +
+              std::to_string(script_limit) +
+              " would be read; nothing was changed; remove or shorten some"};
+}
+
+// The errno of writing the files once more; 0 when that goes well.
+int RulesTransaction::writing_error() const {
+  if (const int error = error_of_opening(temporary_path(document_))) return error;
+  if (const int error = error_of_opening(temporary_path(script_))) return error;
+  return error_of_writing(folder_, document_text(filters_->filters).size() + script().size());
+}
+
+Refusal RulesTransaction::writing_refusal(const std::string& step) const {
+  return system_refusal(folder_, step + "; nothing was changed", writing_error());
+}
+
+// A script that the disk cut off is refused by the compiler, too.
+Refusal RulesTransaction::explain(int code) const {
+  if (code != refused_by_compiler ||
+      !ends_with(contents(temporary_path(script_)), ScriptWords::end))
+    return writing_refusal("the rules could not be written");
+  return {Kind::rules_refused, address_.address(),
+          "the Sieve compiler refused the rules as a whole; nothing was changed"};
 }
 
 // The library does not look at whether all bytes reached the disk.
-bool RulesTransaction::is_committed() {
+bool RulesTransaction::is_committed() const {
   if (!ends_with(contents(script_), ScriptWords::end)) return false;
   const auto& written = filters_->filters->filters;
   const auto read = FilterList__::LoadFromXML(document_);
@@ -209,16 +202,33 @@ bool RulesTransaction::is_committed() {
               : written.empty() && is_empty_document(document_);
 }
 
-int RulesTransaction::commit() {
-  if (const int status = check_script_size()) return status;
+Refusal RulesTransaction::replace() {
   KeptFile document(document_);
   KeptFile script(script_);
-  if (!document.ok() || !script.ok()) return refuse_commit(2);
-  if (const int code = filters_->persist()) return refuse_commit(code);
-  if (is_committed()) return EX_OK;
+  const std::string keeping = "could not be kept while it is replaced; nothing was changed";
+  if (document.error() != 0) return system_refusal(document_, keeping, document.error());
+  if (script.error() != 0) return system_refusal(script_, keeping, script.error());
+  if (const int code = filters_->persist()) return explain(code);
+  if (is_committed()) return {};
+  const Refusal refusal = writing_refusal("the rules could not be written in full");
   document.restore();
   script.restore();
-  return refuse_commit(2);
+  return refusal;
+}
+
+// Removes the files that a failed write, or the search for its cause, left behind.
+void RulesTransaction::remove_drafts() const {
+  (void)unlink(temporary_path(document_).c_str());
+  (void)unlink(temporary_path(script_).c_str());
+}
+
+Refusal RulesTransaction::commit() {
+  if (const Refusal refusal = check_script_size()) return refusal;
+  if (access(folder_.c_str(), W_OK) != 0)
+    return system_refusal(folder_, "nothing was changed", errno);
+  const Refusal refusal = replace();
+  if (refusal) remove_drafts();
+  return refusal;
 }
 
 }  // namespace Quarrow::Administration

@@ -3,12 +3,70 @@
 
 #include <sysexits.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <iostream>
+#include <iterator>
 
 #include "system/printable.h"
 
 namespace Quarrow::Command {
+namespace {
+
+using Administration::Refusal;
+using Kind = Refusal::Kind;
+
+// What the command does about a kind of refusal.
+struct Conduct {
+  Kind kind;
+  int status;
+  const char* hint = "";  // {} stands for what the hint is about
+};
+
+const Conduct conducts[] = {
+    {Kind::none, EX_OK},
+    {Kind::no_address, EX_NOUSER},
+    {Kind::no_such_filter, EX_DATAERR, "see quarrow filter list {}"},
+    {Kind::limit_reached, EX_DATAERR},
+    {Kind::no_number_left, EX_DATAERR},
+    {Kind::no_name, EX_DATAERR, "give one with --name"},
+    {Kind::no_tests, EX_USAGE, "give at least one --if 'TYPE FIELD COMPARATOR VALUE'"},
+    {Kind::too_many_tests, EX_USAGE},
+    {Kind::no_actions, EX_USAGE, "give at least one --then 'move FOLDER', 'copy FOLDER' or delete"},
+    {Kind::not_utf8, EX_DATAERR, "type it in a UTF-8 terminal"},
+    {Kind::unreadable_rule, EX_DATAERR},
+    {Kind::wrong_rule, EX_DATAERR},
+    {Kind::wrong_json, EX_DATAERR},
+    {Kind::script_too_long, EX_DATAERR},
+    {Kind::rules_refused, EX_DATAERR, "see quarrow filter list for a rule that looks odd"},
+    {Kind::no_configuration, EX_CONFIG, "quarrow --root {} init makes it"},
+    {Kind::damaged_configuration, EX_CONFIG,
+     "restore it from a copy, or remove it and run quarrow init"},
+    {Kind::damaged_document, EX_DATAERR},
+    {Kind::missing, EX_NOINPUT},
+    {Kind::not_permitted, EX_NOPERM},
+    {Kind::try_again, EX_TEMPFAIL},
+    {Kind::no_room, EX_IOERR},
+    {Kind::not_made, EX_CANTCREAT},
+    {Kind::no_temporary_file, EX_CANTCREAT},
+    {Kind::not_written, EX_IOERR},
+    {Kind::crashed, EX_SOFTWARE},
+    {Kind::unavailable, EX_UNAVAILABLE}};
+
+const Conduct& conduct_of(Kind kind) {
+  return *std::find_if(
+      std::begin(conducts), std::end(conducts),
+      [kind](const Conduct& conduct) { return conduct.kind == kind; });
+}
+
+std::string hint(const Conduct& conduct, const std::string& about) {
+  std::string text = conduct.hint;
+  if (text.empty()) return text;
+  const std::size_t gap = text.find("{}");
+  if (gap != std::string::npos) text.replace(gap, 2, about);
+  return "; " + text;
+}
+
+}  // namespace
 
 int complain(const std::string& object, const std::string& reason, int status) {
   std::cout.flush();  // so that both streams stay in order where they end in one place
@@ -20,18 +78,16 @@ int complain(const std::string& object, const Fault& fault) {
   return complain(object, fault.reason, fault.status);
 }
 
-int file_status(int error) {
-  static const struct {
-    int error;
-    int status;
-  } statuses[] = {{EACCES, EX_NOPERM},  {EPERM, EX_NOPERM},    {EROFS, EX_NOPERM},
-                  {ENOENT, EX_NOINPUT}, {ENOTDIR, EX_NOINPUT}, {EAGAIN, EX_TEMPFAIL},
-                  {EINTR, EX_TEMPFAIL}, {EMFILE, EX_TEMPFAIL}, {ENFILE, EX_TEMPFAIL},
-                  {ENOMEM, EX_TEMPFAIL}};
-  for (const auto& row : statuses)
-    if (row.error == error) return row.status;
-  return EX_IOERR;
+int exit_status(Kind kind) { return conduct_of(kind).status; }
+
+int complain(const Refusal& refusal) { return complain(refusal, refusal.object); }
+
+int complain(const Refusal& refusal, const std::string& about) {
+  const Conduct& conduct = conduct_of(refusal.kind);
+  return complain(refusal.object, refusal.reason + hint(conduct, about), conduct.status);
 }
+
+int file_status(int error) { return exit_status(Administration::kind_of_error(error)); }
 
 int finish_output(int status) {
   std::cout.flush();

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "administration/refusal.h"
+
 namespace Quarrow::Command {
 
 // A reason, and the exit status that goes with it. An empty reason: nothing is wrong.
@@ -21,6 +23,14 @@ int complain(const std::string& object, const std::string& reason, int status);
 
 // The same for the reason and the status of `fault`.
 int complain(const std::string& object, const Fault& fault);
+
+// The exit status for a refusal of that kind.
+int exit_status(Administration::Refusal::Kind kind);
+
+// Complains of a refusal, with a hint at the command's own words where its kind has one, and gives
+// its exit status. `about` is what the hint names: the refusal's object unless it is given.
+int complain(const Administration::Refusal& refusal);
+int complain(const Administration::Refusal& refusal, const std::string& about);
 
 // The exit status for a file operation that failed with `error` (an errno): no permission, try
 // again, no input, or input/output.

@@ -18,6 +18,4 @@ Run declare_commands(CLI::App& app, const std::vector<Subcommand>& table) {
   return [run](const Settings& settings) { return (*run)(settings); };
 }
 
-std::string configuration_file(const std::string& root) { return root + "/quarrow.sqlite"; }
-
 }  // namespace Quarrow::Command

@@ -29,9 +29,6 @@ struct Subcommand {
 // one that was.
 Run declare_commands(CLI::App& app, const std::vector<Subcommand>& table);
 
-// The configuration file below `root`.
-std::string configuration_file(const std::string& root);
-
 Run declare_deliver(CLI::App& app);
 Run declare_init(CLI::App& app);
 Run declare_filter(CLI::App& app);

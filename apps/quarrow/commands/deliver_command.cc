@@ -13,6 +13,7 @@
 #include <iostream>
 #include <memory>
 
+#include "administration/root_setup.h"
 #include "apps/quarrow/commands/command.h"
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/delivery_options.h"
@@ -25,6 +26,7 @@
 #include "quarrow/delivery/evaluator.h"
 #include "quarrow/delivery/mailbox_delivery.h"
 #include "quarrow/delivery/maildir_store.h"
+#include "system/exists.h"
 #include "system/printable.h"
 
 namespace Quarrow::Command {
@@ -51,7 +53,7 @@ int refuse(const std::string& status, const std::string& text, int exit_status) 
 
 // The configuration is the sign that the disk with the users' folders is mounted.
 Delivery::MountSign mount_sign(const std::string& root) {
-  return {configuration_file(root), Delivery::MountSign::Kind::anything,
+  return {Administration::configuration_file(root), Delivery::MountSign::Kind::anything,
           "missing; is the disk mounted, and was quarrow init run?"};
 }
 

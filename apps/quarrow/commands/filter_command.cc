@@ -4,36 +4,30 @@
 #include <sysexits.h>
 #include <zvelluser.h>
 
-#include "administration/guarded_process.h"
-#include "administration/rules_transaction.h"
+#include <iostream>
+
+#include "administration/rule_check.h"
 #include "apps/quarrow/complaint.h"
 
 namespace Quarrow::Command {
 
-using namespace Administration;
+using Administration::Outcome;
+using Administration::RulesTransaction;
 
 EmailAddress user_address(const std::string& text) {
-  const EmailAddress address(text);
-  if (address.isNull())
-    complain(text, "no mail address; a user is named like alice@example.org", EX_NOUSER);
-  return address;
+  if (const auto refusal = Administration::check_user(text)) complain(refusal);
+  return EmailAddress(text);
 }
 
 int with_filters_of(const Settings& settings, const std::string& user, bool create,
-                    const std::function<int(RulesTransaction&)>& work) {
+                    const std::function<Outcome(RulesTransaction&)>& work) {
   const EmailAddress address = user_address(user);
   if (address.isNull()) return EX_NOUSER;
   mailuser_set_root(settings.root);
-  return run_guarded(rules_document(address.address()), [&] {
-    RulesTransaction rules(address);
-    if (const int status = rules.open(create)) return status;
-    return work(rules);
-  });
-}
-
-int no_such_filter(const std::string& user, std::int32_t id) {
-  return complain(user, "no filter " + std::to_string(id) + "; see quarrow filter list " + user,
-                  EX_DATAERR);
+  const Outcome outcome = Administration::with_rules_of(address, create, work);
+  if (outcome.refusal) return complain(outcome.refusal);
+  std::cout << outcome.answer;
+  return EX_OK;
 }
 
 void add_user_option(CLI::App& app, std::string& user) {

@@ -1,24 +1,22 @@
 // quarrow filter remove: one filter less.
-#include <sysexits.h>
-
 #include <memory>
 
 #include "apps/quarrow/commands/filter_command.h"
 
 namespace Quarrow::Command {
-
-using namespace Administration;
 namespace {
+
+using Administration::Outcome;
+using Administration::RulesTransaction;
 
 struct Options {
   std::string user;
   std::int32_t id = 0;
 };
 
-int remove(RulesTransaction& rules, const Options& options) {
-  if (!rules.filters().remove_filter(static_cast<std::uint32_t>(options.id)))
-    return no_such_filter(options.user, options.id);
-  return rules.commit();
+Outcome remove(RulesTransaction& rules, std::int32_t id) {
+  if (const auto refusal = rules.remove(id)) return {refusal, ""};
+  return {rules.commit(), ""};
 }
 
 }  // namespace
@@ -31,7 +29,7 @@ Run declare_filter_remove(CLI::App& app) {
       ->required();
   return [options](const Settings& settings) {
     return with_filters_of(settings, options->user, false,
-                           [&](RulesTransaction& rules) { return remove(rules, *options); });
+                           [&](RulesTransaction& rules) { return remove(rules, options->id); });
   };
 }
 

@@ -1,0 +1,17 @@
+// A transaction in a guarded process.
+#include "administration/guarded_rules.h"
+
+namespace Quarrow::Administration {
+
+Outcome with_rules_of(const EmailAddress& address, bool create,
+                      const std::function<Outcome(RulesTransaction&)>& work) {
+  return run_guarded(
+      rules_document(address.address()),
+      [&]() -> Outcome {
+        RulesTransaction rules(address);
+        if (const Refusal refusal = rules.open(create)) return {refusal, ""};
+        return work(rules);
+      });
+}
+
+}  // namespace Quarrow::Administration

@@ -1,0 +1,19 @@
+// Work on a user's rules that a damaged rules document can't end.
+#ifndef QUARROW_ADMINISTRATION_GUARDED_RULES_H_
+#define QUARROW_ADMINISTRATION_GUARDED_RULES_H_
+
+#include <functional>
+
+#include "administration/guarded_process.h"
+#include "administration/rules_transaction.h"
+
+namespace Quarrow::Administration {
+
+// Opens the rules of the user `address`, which is not null, in a process of their own, and gives
+// what comes of `work` there, or of opening them (see RulesTransaction::open for `create`).
+Outcome with_rules_of(const EmailAddress& address, bool create,
+                      const std::function<Outcome(RulesTransaction&)>& work);
+
+}  // namespace Quarrow::Administration
+
+#endif  // QUARROW_ADMINISTRATION_GUARDED_RULES_H_
