@@ -1,0 +1,105 @@
+// What comes back from a child process, however it ends.
+#include "administration/guarded_process.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+
+#include "administration/administration_test_support.h"
+
+namespace Quarrow::Administration {
+namespace {
+
+Refusal refusal_of(const std::function<Outcome()>& work) {
+  return run_guarded("document", work).refusal;
+}
+
+TEST(GuardedProcess, GivesTheAnswerByteByByte) {
+  const std::string answer = std::string(300000, 'x') + std::string("\0\n\xFF", 3);
+  const Outcome outcome = run_guarded("document", [&answer]() -> Outcome { return {{}, answer}; });
+  EXPECT_FALSE(outcome.refusal);
+  EXPECT_EQ(answer, outcome.answer);
+}
+
+TEST(GuardedProcess, GivesEveryKindOfRefusal) {
+  for (int kind = 1; kind <= static_cast<int>(Kind::unavailable); ++kind) {
+    const Refusal refused{static_cast<Kind>(kind), "object", "reason"};
+    expect_refusal(refused.kind, "object", "reason", refusal_of([&refused]() -> Outcome {
+                     return {refused, ""};
+                   }));
+  }
+}
+
+TEST(GuardedProcess, LeavesThisProcessAsItIs) {
+  int changed = 0;
+  const pid_t self = getpid();
+  const Outcome outcome = run_guarded("document", [&]() -> Outcome {
+    changed = 1;
+    return {{}, std::to_string(getpid())};
+  });
+  EXPECT_EQ(0, changed);
+  EXPECT_NE(std::to_string(self), outcome.answer);
+}
+
+TEST(GuardedProcess, TellsAFailedAssertionAsADamagedDocument) {
+  expect_refusal(Kind::damaged_document, "document",
+                 "damaged filter document: a filter in it is incomplete or holds a wrong word; "
+                 "restore it from a copy, or remove it to start anew",
+                 refusal_of([]() -> Outcome { std::abort(); }));
+}
+
+TEST(GuardedProcess, TellsAFailedAssertionThatTheProgramWouldHandle) {
+  const auto before = std::signal(SIGABRT, SIG_IGN);
+  const Refusal refusal = refusal_of([]() -> Outcome {
+    (void)raise(SIGABRT);
+    return {{}, "answer"};
+  });
+  (void)std::signal(SIGABRT, before);
+  EXPECT_EQ(Kind::damaged_document, refusal.kind);
+}
+
+TEST(GuardedProcess, TellsAnotherSignalAsACrash) {
+  expect_refusal(Kind::crashed, "document", "loading it was ended: Killed",
+                 refusal_of([]() -> Outcome {
+                   (void)raise(SIGKILL);
+                   return {};
+                 }));
+}
+
+TEST(GuardedProcess, TellsAnEndWithoutAnAnswer) {
+  for (const int status : {0, 7})
+    expect_refusal(
+        Kind::crashed, "document",
+        "loading it ended without an answer, with the exit status " + std::to_string(status),
+        refusal_of([status]() -> Outcome { _exit(status); }));
+}
+
+TEST(GuardedProcess, TellsAnException) {
+  expect_refusal(Kind::unavailable, "unexpected", "no library",
+                 refusal_of([]() -> Outcome { throw std::runtime_error("no library"); }));
+}
+
+TEST(GuardedProcess, SaysThatThereIsNoPipe) {
+  const Refusal refusal = in_child([] {
+    const rlimit none = {0, 0};
+    (void)setrlimit(RLIMIT_NOFILE, &none);
+    return refusal_of([]() -> Outcome { return {}; });
+  });
+  expect_refusal(Kind::try_again, "pipe", "Too many open files", refusal);
+}
+
+TEST(GuardedProcess, SaysThatThereIsNoProcess) {
+  const Refusal refusal = as_nobody([] {
+    const rlimit none = {0, 0};
+    (void)setrlimit(RLIMIT_NPROC, &none);
+    return refusal_of([]() -> Outcome { return {}; });
+  });
+  expect_refusal(Kind::try_again, "fork", "Resource temporarily unavailable", refusal);
+}
+
+}  // namespace
+}  // namespace Quarrow::Administration

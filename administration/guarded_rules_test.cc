@@ -1,0 +1,63 @@
+// Work on the rules of a user, and on rules that end the process.
+#include "administration/guarded_rules.h"
+
+#include <gtest/gtest.h>
+
+#include "administration/administration_test_support.h"
+#include "tests/support/rules_test_support.h"
+
+namespace Quarrow::Administration {
+namespace {
+
+using MessageFilters::make_rule;
+using MessageFilters::subject_test;
+
+const EmailAddress alice("alice@example.org");
+
+// The number of filters as the answer.
+Outcome count(RulesTransaction& rules) {
+  return {{}, std::to_string(rules.filters().filters->filters.size())};
+}
+
+Outcome add_one(RulesTransaction& rules) {
+  Refusal refusal = rules.add(make_rule("a", subject_test()), 0);
+  if (!refusal) refusal = rules.commit();
+  return {refusal, "added"};
+}
+
+TEST(GuardedRules, GiveTheAnswerOfTheWork) {
+  const TemporaryRoot root;
+  EXPECT_EQ("added", with_rules_of(alice, true, add_one).answer);
+  EXPECT_EQ("1", with_rules_of(alice, false, count).answer);
+}
+
+TEST(GuardedRules, GiveTheRefusalOfTheWork) {
+  const TemporaryRoot root;
+  const Outcome outcome = with_rules_of(alice, false, [](RulesTransaction& rules) -> Outcome {
+    return {rules.remove(3), ""};
+  });
+  expect_refusal(Kind::no_such_filter, "alice@example.org", "no filter 3", outcome.refusal);
+}
+
+TEST(GuardedRules, GiveTheRefusalOfOpeningThem) {
+  const TemporaryRoot root;
+  root.write("example.org", "no folder");
+  const Outcome outcome = with_rules_of(alice, true, count);
+  EXPECT_EQ(Kind::not_made, outcome.refusal.kind);
+  EXPECT_EQ("", outcome.answer);
+}
+
+TEST(GuardedRules, SurviveADocumentThatEndsTheProcess) {
+  const TemporaryRoot root;
+  ASSERT_FALSE(with_rules_of(alice, true, add_one).refusal);
+  const std::string path = rules_document(alice.address());
+  write_file(path, "<filters><filter enabled=\"yes\" name=\"a\"/></filters>");
+  testing::internal::CaptureStderr();
+  const Outcome outcome = with_rules_of(alice, true, count);
+  EXPECT_EQ("", testing::internal::GetCapturedStderr());
+  EXPECT_EQ(Kind::damaged_document, outcome.refusal.kind);
+  EXPECT_EQ(path, outcome.refusal.object);
+}
+
+}  // namespace
+}  // namespace Quarrow::Administration
