@@ -37,7 +37,7 @@ inline std::string said(const Refusal& refusal) {
 inline Refusal in_child(const std::function<Refusal()>& work) {
   return run_guarded(
              "child",
-             [&work]() -> Outcome {
+             [&work]() -> GuardedOutcome {
                return {work(), ""};
              })
       .refusal;

@@ -21,7 +21,7 @@ namespace {
 
 using Kind = Refusal::Kind;
 
-std::string encode(const Outcome& outcome) {
+std::string encode(const GuardedOutcome& outcome) {
   PacketWriter writer;
   writer.number(static_cast<std::uint64_t>(outcome.refusal.kind));
   writer.text(outcome.refusal.object);
@@ -31,9 +31,9 @@ std::string encode(const Outcome& outcome) {
 }
 
 // Nothing unless the packet is whole.
-std::optional<Outcome> decode(const std::string& packet) {
+std::optional<GuardedOutcome> decode(const std::string& packet) {
   PacketReader reader(packet);
-  Outcome outcome;
+  GuardedOutcome outcome;
   outcome.refusal.kind =
       static_cast<Kind>(reader.number(static_cast<std::uint64_t>(Kind::unavailable)));
   outcome.refusal.object = reader.text();
@@ -43,7 +43,7 @@ std::optional<Outcome> decode(const std::string& packet) {
   return outcome;
 }
 
-Outcome outcome_of(const std::function<Outcome()>& work) {
+GuardedOutcome outcome_of(const std::function<GuardedOutcome()>& work) {
   try {
     return work();
   } catch (const std::exception& error) {  // a library that is missing, say, or memory
@@ -51,7 +51,7 @@ Outcome outcome_of(const std::function<Outcome()>& work) {
   }
 }
 
-[[noreturn]] void run_child(int pipe, const std::function<Outcome()>& work) {
+[[noreturn]] void run_child(int pipe, const std::function<GuardedOutcome()>& work) {
   const rlimit no_core = {0, 0};
   (void)setrlimit(RLIMIT_CORE, &no_core);  // without it there is a core file at worst
   (void)std::signal(SIGABRT, SIG_DFL);     // the parent tells a failed assertion by it
@@ -75,13 +75,14 @@ Refusal refusal_of_end(const std::string& document, const ProcessEnd& end) {
           "loading it ended without an answer, with the exit status " + std::to_string(end.status)};
 }
 
-Outcome no_process(const char* call, int error) {
+GuardedOutcome no_process(const char* call, int error) {
   return {{Kind::try_again, call, std::strerror(error)}, ""};
 }
 
 }  // namespace
 
-Outcome run_guarded(const std::string& document, const std::function<Outcome()>& work) {
+GuardedOutcome run_guarded(const std::string& document,
+                           const std::function<GuardedOutcome()>& work) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return no_process("pipe", errno);
   const Descriptor reading_end(ends[0]);

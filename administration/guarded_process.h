@@ -11,7 +11,7 @@
 namespace Quarrow::Administration {
 
 // What comes of work: a refusal, or else an answer, whose form is between the work and its caller.
-struct Outcome {
+struct GuardedOutcome {
   Refusal refusal;
   std::string answer;
 };
@@ -21,7 +21,8 @@ struct Outcome {
 // damaged; by another signal, or without an answer: it crashed. An exception of the work is the
 // refusal "unavailable". The child ends without flushing streams and without calling what the
 // program registered for its exit; the work's changes in memory are lost with it.
-Outcome run_guarded(const std::string& document, const std::function<Outcome()>& work);
+GuardedOutcome run_guarded(const std::string& document,
+                           const std::function<GuardedOutcome()>& work);
 
 }  // namespace Quarrow::Administration
 

@@ -14,13 +14,15 @@
 namespace Quarrow::Administration {
 namespace {
 
-Refusal refusal_of(const std::function<Outcome()>& work) {
+Refusal refusal_of(const std::function<GuardedOutcome()>& work) {
   return run_guarded("document", work).refusal;
 }
 
 TEST(GuardedProcess, GivesTheAnswerByteByByte) {
   const std::string answer = std::string(300000, 'x') + std::string("\0\n\xFF", 3);
-  const Outcome outcome = run_guarded("document", [&answer]() -> Outcome { return {{}, answer}; });
+  const GuardedOutcome outcome = run_guarded("document", [&answer]() -> GuardedOutcome {
+    return {{}, answer};
+  });
   EXPECT_FALSE(outcome.refusal);
   EXPECT_EQ(answer, outcome.answer);
 }
@@ -28,7 +30,7 @@ TEST(GuardedProcess, GivesTheAnswerByteByByte) {
 TEST(GuardedProcess, GivesEveryKindOfRefusal) {
   for (int kind = 1; kind <= static_cast<int>(Kind::unavailable); ++kind) {
     const Refusal refused{static_cast<Kind>(kind), "object", "reason"};
-    expect_refusal(refused.kind, "object", "reason", refusal_of([&refused]() -> Outcome {
+    expect_refusal(refused.kind, "object", "reason", refusal_of([&refused]() -> GuardedOutcome {
                      return {refused, ""};
                    }));
   }
@@ -37,7 +39,7 @@ TEST(GuardedProcess, GivesEveryKindOfRefusal) {
 TEST(GuardedProcess, LeavesThisProcessAsItIs) {
   int changed = 0;
   const pid_t self = getpid();
-  const Outcome outcome = run_guarded("document", [&]() -> Outcome {
+  const GuardedOutcome outcome = run_guarded("document", [&]() -> GuardedOutcome {
     changed = 1;
     return {{}, std::to_string(getpid())};
   });
@@ -49,12 +51,12 @@ TEST(GuardedProcess, TellsAFailedAssertionAsADamagedDocument) {
   expect_refusal(Kind::damaged_document, "document",
                  "damaged filter document: a filter in it is incomplete or holds a wrong word; "
                  "restore it from a copy, or remove it to start anew",
-                 refusal_of([]() -> Outcome { std::abort(); }));
+                 refusal_of([]() -> GuardedOutcome { std::abort(); }));
 }
 
 TEST(GuardedProcess, TellsAFailedAssertionThatTheProgramWouldHandle) {
   const auto before = std::signal(SIGABRT, SIG_IGN);
-  const Refusal refusal = refusal_of([]() -> Outcome {
+  const Refusal refusal = refusal_of([]() -> GuardedOutcome {
     (void)raise(SIGABRT);
     return {{}, "answer"};
   });
@@ -64,7 +66,7 @@ TEST(GuardedProcess, TellsAFailedAssertionThatTheProgramWouldHandle) {
 
 TEST(GuardedProcess, TellsAnotherSignalAsACrash) {
   expect_refusal(Kind::crashed, "document", "loading it was ended: Killed",
-                 refusal_of([]() -> Outcome {
+                 refusal_of([]() -> GuardedOutcome {
                    (void)raise(SIGKILL);
                    return {};
                  }));
@@ -75,19 +77,19 @@ TEST(GuardedProcess, TellsAnEndWithoutAnAnswer) {
     expect_refusal(
         Kind::crashed, "document",
         "loading it ended without an answer, with the exit status " + std::to_string(status),
-        refusal_of([status]() -> Outcome { _exit(status); }));
+        refusal_of([status]() -> GuardedOutcome { _exit(status); }));
 }
 
 TEST(GuardedProcess, TellsAnException) {
   expect_refusal(Kind::unavailable, "unexpected", "no library",
-                 refusal_of([]() -> Outcome { throw std::runtime_error("no library"); }));
+                 refusal_of([]() -> GuardedOutcome { throw std::runtime_error("no library"); }));
 }
 
 TEST(GuardedProcess, SaysThatThereIsNoPipe) {
   const Refusal refusal = in_child([] {
     const rlimit none = {0, 0};
     (void)setrlimit(RLIMIT_NOFILE, &none);
-    return refusal_of([]() -> Outcome { return {}; });
+    return refusal_of([]() -> GuardedOutcome { return {}; });
   });
   expect_refusal(Kind::try_again, "pipe", "Too many open files", refusal);
 }
@@ -96,7 +98,7 @@ TEST(GuardedProcess, SaysThatThereIsNoProcess) {
   const Refusal refusal = as_nobody([] {
     const rlimit none = {0, 0};
     (void)setrlimit(RLIMIT_NPROC, &none);
-    return refusal_of([]() -> Outcome { return {}; });
+    return refusal_of([]() -> GuardedOutcome { return {}; });
   });
   expect_refusal(Kind::try_again, "fork", "Resource temporarily unavailable", refusal);
 }

@@ -3,11 +3,11 @@
 
 namespace Quarrow::Administration {
 
-Outcome with_rules_of(const EmailAddress& address, bool create,
-                      const std::function<Outcome(RulesTransaction&)>& work) {
+GuardedOutcome with_rules_of(const EmailAddress& address, bool create,
+                             const std::function<GuardedOutcome(RulesTransaction&)>& work) {
   return run_guarded(
       rules_document(address.address()),
-      [&]() -> Outcome {
+      [&]() -> GuardedOutcome {
         RulesTransaction rules(address);
         if (const Refusal refusal = rules.open(create)) return {refusal, ""};
         return work(rules);

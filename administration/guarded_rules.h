@@ -11,8 +11,8 @@ namespace Quarrow::Administration {
 
 // Opens the rules of the user `address`, which is not null, in a process of their own, and gives
 // what comes of `work` there, or of opening them (see RulesTransaction::open for `create`).
-Outcome with_rules_of(const EmailAddress& address, bool create,
-                      const std::function<Outcome(RulesTransaction&)>& work);
+GuardedOutcome with_rules_of(const EmailAddress& address, bool create,
+                             const std::function<GuardedOutcome(RulesTransaction&)>& work);
 
 }  // namespace Quarrow::Administration
 

@@ -15,11 +15,11 @@ using MessageFilters::subject_test;
 const EmailAddress alice("alice@example.org");
 
 // The number of filters as the answer.
-Outcome count(RulesTransaction& rules) {
+GuardedOutcome count(RulesTransaction& rules) {
   return {{}, std::to_string(rules.filters().filters->filters.size())};
 }
 
-Outcome add_one(RulesTransaction& rules) {
+GuardedOutcome add_one(RulesTransaction& rules) {
   Refusal refusal = rules.add(make_rule("a", subject_test()), 0);
   if (!refusal) refusal = rules.commit();
   return {refusal, "added"};
@@ -33,16 +33,17 @@ TEST(GuardedRules, GiveTheAnswerOfTheWork) {
 
 TEST(GuardedRules, GiveTheRefusalOfTheWork) {
   const TemporaryRoot root;
-  const Outcome outcome = with_rules_of(alice, false, [](RulesTransaction& rules) -> Outcome {
-    return {rules.remove(3), ""};
-  });
+  const GuardedOutcome outcome =
+      with_rules_of(alice, false, [](RulesTransaction& rules) -> GuardedOutcome {
+        return {rules.remove(3), ""};
+      });
   expect_refusal(Kind::no_such_filter, "alice@example.org", "no filter 3", outcome.refusal);
 }
 
 TEST(GuardedRules, GiveTheRefusalOfOpeningThem) {
   const TemporaryRoot root;
   root.write("example.org", "no folder");
-  const Outcome outcome = with_rules_of(alice, true, count);
+  const GuardedOutcome outcome = with_rules_of(alice, true, count);
   EXPECT_EQ(Kind::not_made, outcome.refusal.kind);
   EXPECT_EQ("", outcome.answer);
 }
@@ -53,7 +54,7 @@ TEST(GuardedRules, SurviveADocumentThatEndsTheProcess) {
   const std::string path = rules_document(alice.address());
   write_file(path, "<filters><filter enabled=\"yes\" name=\"a\"/></filters>");
   testing::internal::CaptureStderr();
-  const Outcome outcome = with_rules_of(alice, true, count);
+  const GuardedOutcome outcome = with_rules_of(alice, true, count);
   EXPECT_EQ("", testing::internal::GetCapturedStderr());
   EXPECT_EQ(Kind::damaged_document, outcome.refusal.kind);
   EXPECT_EQ(path, outcome.refusal.object);

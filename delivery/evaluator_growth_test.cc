@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "bench/mixed_rules.h"
-#include "delivery/evaluation_test_support.h"
+#include "delivery/evaluator_test_support.h"
 
 namespace Quarrow::Delivery {
 namespace {

@@ -12,7 +12,7 @@
 #include <fstream>
 #include <thread>
 
-#include "delivery/evaluation_test_support.h"
+#include "delivery/evaluator_test_support.h"
 #include "delivery/helper_process.h"
 #include "delivery/one_processor.h"
 #include "tests/support/rules_test_support.h"

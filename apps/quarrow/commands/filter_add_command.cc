@@ -10,7 +10,7 @@
 namespace Quarrow::Command {
 namespace {
 
-using Administration::Outcome;
+using Administration::GuardedOutcome;
 using Administration::Refusal;
 using Administration::RulesTransaction;
 using MessageFilters::Action;
@@ -68,7 +68,7 @@ Refusal build(UserMessageFilters__& rules, const Options& options, Filter__& fil
 }
 
 // Adds the filter; the answer is its number.
-Outcome add(RulesTransaction& rules, const Options& options) {
+GuardedOutcome add(RulesTransaction& rules, const Options& options) {
   const auto filter = Filter__::Create();
   Refusal refusal = rules.check_place(options.before);
   if (!refusal) refusal = build(rules.filters(), options, *filter);

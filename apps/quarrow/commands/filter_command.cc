@@ -11,7 +11,7 @@
 
 namespace Quarrow::Command {
 
-using Administration::Outcome;
+using Administration::GuardedOutcome;
 using Administration::RulesTransaction;
 
 EmailAddress user_address(const std::string& text) {
@@ -20,11 +20,11 @@ EmailAddress user_address(const std::string& text) {
 }
 
 int with_filters_of(const Settings& settings, const std::string& user, bool create,
-                    const std::function<Outcome(RulesTransaction&)>& work) {
+                    const std::function<GuardedOutcome(RulesTransaction&)>& work) {
   const EmailAddress address = user_address(user);
   if (address.isNull()) return EX_NOUSER;
   mailuser_set_root(settings.root);
-  const Outcome outcome = Administration::with_rules_of(address, create, work);
+  const GuardedOutcome outcome = Administration::with_rules_of(address, create, work);
   if (outcome.refusal) return complain(outcome.refusal);
   std::cout << outcome.answer;
   return EX_OK;

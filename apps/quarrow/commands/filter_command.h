@@ -19,7 +19,7 @@ EmailAddress user_address(const std::string& text);
 // or complains; gives the exit status. `create`: makes the user's folder when it is missing.
 int with_filters_of(
     const Settings& settings, const std::string& user, bool create,
-    const std::function<Administration::Outcome(Administration::RulesTransaction&)>& work);
+    const std::function<Administration::GuardedOutcome(Administration::RulesTransaction&)>& work);
 
 // The argument that names the user.
 void add_user_option(CLI::App& app, std::string& user);

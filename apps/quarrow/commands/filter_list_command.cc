@@ -48,7 +48,7 @@ Run declare_filter_list(CLI::App& app) {
   app.add_flag("--json", options->json, "As JSON");
   return [options](const Settings& settings) {
     return with_filters_of(settings, options->user, false,
-                           [&](RulesTransaction& rules) -> Administration::Outcome {
+                           [&](RulesTransaction& rules) -> Administration::GuardedOutcome {
                              return {{}, listing(*rules.filters().filters, options->json)};
                            });
   };

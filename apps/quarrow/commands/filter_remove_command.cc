@@ -6,7 +6,7 @@
 namespace Quarrow::Command {
 namespace {
 
-using Administration::Outcome;
+using Administration::GuardedOutcome;
 using Administration::RulesTransaction;
 
 struct Options {
@@ -14,7 +14,7 @@ struct Options {
   std::int32_t id = 0;
 };
 
-Outcome remove(RulesTransaction& rules, std::int32_t id) {
+GuardedOutcome remove(RulesTransaction& rules, std::int32_t id) {
   if (const auto refusal = rules.remove(id)) return {refusal, ""};
   return {rules.commit(), ""};
 }

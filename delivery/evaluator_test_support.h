@@ -1,6 +1,6 @@
 // Scripts and messages in files, for tests of the evaluation in a helper process.
-#ifndef QUARROW_DELIVERY_EVALUATION_TEST_SUPPORT_H_
-#define QUARROW_DELIVERY_EVALUATION_TEST_SUPPORT_H_
+#ifndef QUARROW_DELIVERY_EVALUATOR_TEST_SUPPORT_H_
+#define QUARROW_DELIVERY_EVALUATOR_TEST_SUPPORT_H_
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -34,4 +34,4 @@ class EvaluationTest : public testing::Test {
 
 }  // namespace Quarrow::Delivery
 
-#endif  // QUARROW_DELIVERY_EVALUATION_TEST_SUPPORT_H_
+#endif  // QUARROW_DELIVERY_EVALUATOR_TEST_SUPPORT_H_
