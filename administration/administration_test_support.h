@@ -33,7 +33,7 @@ inline std::string said(const Refusal& refusal) {
   return refusal ? refusal.object + ": " + refusal.reason : "";
 }
 
-// What `work` refuses in a child process, whose rights and limits are its own.
+// The refusal of `work` in a child process, whose rights and limits are its own.
 inline Refusal in_child(const std::function<Refusal()>& work) {
   return run_guarded(
              "child",

@@ -10,7 +10,7 @@
 
 namespace Quarrow::Administration {
 
-// What comes of work: a refusal, or else an answer, whose form is between the work and its caller.
+// The result of work: a refusal, or else an answer, whose form is between the work and its caller.
 struct GuardedOutcome {
   Refusal refusal;
   std::string answer;

@@ -1,4 +1,4 @@
-// What comes back from a child process, however it ends.
+// The result that comes back from a child process, however it ends.
 #include "administration/guarded_process.h"
 
 #include <gtest/gtest.h>

@@ -6,8 +6,8 @@
 
 namespace Quarrow::Administration {
 
-// What is refused, and why. Refusals of the same kind call for the same answer of a program: an
-// exit status, a code of a protocol, or a hint where to go on.
+// The thing that is refused, and the reason. Refusals of the same kind call for the same answer of
+// a program: an exit status, a code of a protocol, or a hint where to go on.
 struct Refusal {
   enum class Kind {
     none,  // nothing is refused

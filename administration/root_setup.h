@@ -1,4 +1,4 @@
-// What must be there before a user can have filters: the configuration below a root, and the
+// Things that must be there before a user can have filters: the configuration below a root, and the
 // system's catalogue of fields.
 #ifndef QUARROW_ADMINISTRATION_ROOT_SETUP_H_
 #define QUARROW_ADMINISTRATION_ROOT_SETUP_H_

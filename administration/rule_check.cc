@@ -25,7 +25,7 @@ using MessageFilters::UserMessageFilters__;
 // The Sieve interpreter counts a message's size in a 32-bit int: more KiB than these wrap around.
 constexpr long largest_size = 2097151;
 
-// What the script of one test takes beside the test's own texts, and more.
+// The bytes that the script of one test takes beside the test's own texts, and more.
 constexpr std::size_t script_around_test = 1024;
 
 const char decimal_digits[] = "0123456789";

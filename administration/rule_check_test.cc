@@ -1,4 +1,4 @@
-// What is refused, and with which words.
+// Rules that are refused, and the words for it.
 #include "administration/rule_check.h"
 
 #include <gtest/gtest.h>

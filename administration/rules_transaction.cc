@@ -31,7 +31,7 @@ using MessageFilters::Filter__;
 using MessageFilters::FilterList__;
 using MessageFilters::UserMessageFilters__;
 
-// What UserMessageFilters__::persist gives when the Sieve compiler refuses a rule.
+// The code that UserMessageFilters__::persist gives when the Sieve compiler refuses a rule.
 constexpr int refused_by_compiler = 3;
 
 std::string contents(const std::string& path) {

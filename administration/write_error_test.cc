@@ -1,4 +1,4 @@
-// What trials of writing find out.
+// Errors that trials of writing find out.
 #include "administration/write_error.h"
 
 #include <gtest/gtest.h>

@@ -20,7 +20,7 @@ using Names = std::vector<std::string>;
 
 const Names folder_parts = {"cur", "maildirfolder", "new", "tmp"};
 
-// What a child process does with files of at most `limit` bytes; a full disk looks the same.
+// Work of a child process with files of at most `limit` bytes; a full disk looks the same.
 int status_with_file_limit(rlim_t limit, const std::function<int()>& work) {
   const pid_t child = fork();
   if (child == 0) {

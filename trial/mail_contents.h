@@ -1,4 +1,4 @@
-// What a source of mail holds, and the messages in it.
+// The contents of a source of mail, and the messages in it.
 #ifndef QUARROW_TRIAL_MAIL_CONTENTS_H_
 #define QUARROW_TRIAL_MAIL_CONTENTS_H_
 

@@ -17,7 +17,7 @@ namespace {
 
 using Kind = SourceFailure::Kind;
 
-// What opening `source` fails with; a success fails the test.
+// The failure of opening `source`; a success fails the test.
 SourceFailure failure_of(const MailSource& source, std::size_t limit = stream_limit) {
   MailContents contents;
   const auto failure = contents.open(source, limit);

@@ -1,4 +1,4 @@
-// What is loaded ahead suffices for each kind of source.
+// Each kind of source can be evaluated with the libraries that were loaded ahead.
 #include "trial/preparation.h"
 
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@ const char* const plain_message = "Subject: plain\n\nText\n";
 const char* const encoded_message = "Subject: =?koi8-r?q?=D0=D2?=\n\nText\n";
 
 // Whether the script files the last message in `source` in a process that was prepared for `ahead`.
-// That process is a child, for this one stays unprepared.
+// The process is a child, so that this one stays unprepared.
 bool is_filed(const std::string& script, const MailSource& source,
               const std::vector<MailSource>& ahead) {
   const pid_t child = fork();

@@ -32,7 +32,7 @@ class Observer {
   virtual void on_progress(std::uint64_t bytes) = 0;
 };
 
-// What a whole run came to. All went well when tally.not_evaluated, tally.errors and
+// The result of a whole run. All went well when tally.not_evaluated, tally.errors and
 // failed_sources are 0.
 struct RunResult {
   Tally tally;                       // of all messages, evaluated or not

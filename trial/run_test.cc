@@ -1,4 +1,4 @@
-// What an observer gets to know of a run, and what the run comes to.
+// The calls that an observer gets of a run, and the run's result.
 #include "trial/run.h"
 
 #include <gtest/gtest.h>

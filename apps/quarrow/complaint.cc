@@ -15,7 +15,7 @@ namespace {
 using Administration::Refusal;
 using Kind = Refusal::Kind;
 
-// What the command does about a kind of refusal.
+// The command's answer to a kind of refusal.
 struct Conduct {
   Kind kind;
   int status;

@@ -1,4 +1,4 @@
-// What the command makes of refusals.
+// Refusals as exit statuses and hints.
 #include "apps/quarrow/complaint.h"
 
 #include <gtest/gtest.h>

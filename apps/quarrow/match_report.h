@@ -1,4 +1,4 @@
-// What quarrow match prints while it runs and at its end, and the exit status that it comes to.
+// The output of quarrow match while it runs and at its end, and its exit status.
 #ifndef QUARROW_APPS_QUARROW_MATCH_REPORT_H_
 #define QUARROW_APPS_QUARROW_MATCH_REPORT_H_
 

@@ -1,4 +1,4 @@
-// What reaches a shell line.
+// Texts on their way to a shell line.
 #include "apps/quarrow/shell_word.h"
 
 #include <gtest/gtest.h>

@@ -42,7 +42,7 @@ def run(root, *arguments, message=None):
 
 
 def make_user(root):
-    """A root with the user's rules; his folder."""
+    """A root with the user's rules; the user's folder."""
     run(root, "init", "--catalogue", root / "fields.xml")
     for number, (test, action) in enumerate(rules()):
         done = run(root, "filter", "add", USER, "--name", f"Rule {number}", "--if", test,

@@ -7,7 +7,7 @@ import signal
 import crashes
 import users
 
-REJECTING = users.USERS[24]  # has no rules of his own
+REJECTING = users.USERS[24]  # has no rules of their own
 REJECTION = b'require "reject";\nreject "No, thank you";\n'
 READ_ONLY = users.USERS[0:5]
 READ_ONLY_FOLDERS = users.USERS[5:8]

@@ -80,7 +80,7 @@ def home(root, user):
 
 
 def write_rules(quarrow, root):
-    """Makes every user's folder and commits his rules with the command `quarrow`."""
+    """Makes every user's folder and commits their rules with the command `quarrow`."""
     command = [quarrow, "--root", root]
     subprocess.run([*command, "init", "--catalogue", root / "fields.xml"], check=True,
                    stdout=subprocess.DEVNULL)

@@ -12,7 +12,7 @@
 #include "tests/support/recording_log_test_support.h"
 #include "tests/support/temporary_folder_test_support.h"
 
-// What every script of ours begins with.
+// A script of ours: every one begins with these requirements.
 inline std::string with_requirements(const std::string& commands) {
   return R"(require ["fileinto", "regex", "relational", "comparator-i;ascii-numeric"];)"
          "\n" +

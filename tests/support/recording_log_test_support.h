@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-// What a RecordingLog leaves behind, for the test to look at after the matcher deleted the log.
+// The entries that a RecordingLog leaves behind, for the test to look at after the matcher deleted
+// the log.
 struct LogRecord {
   std::vector<std::string> lines;  // "Error: text", "Debug: text", "SetComponent: name"
   bool deleted = false;

@@ -1,4 +1,4 @@
-// What a subcommand is, and the tables that they stand in.
+// Subcommands, and the tables that they stand in.
 #ifndef QUARROW_APPS_QUARROW_COMMANDS_COMMAND_H_
 #define QUARROW_APPS_QUARROW_COMMANDS_COMMAND_H_
 
@@ -9,7 +9,7 @@
 
 namespace Quarrow::Command {
 
-// What all subcommands share.
+// Settings that all subcommands share.
 struct Settings {
   std::string root = "/var/spool/quarrow";  // the users' folders, and the configuration
 };

@@ -31,7 +31,7 @@ int with_filters_of(const Settings& settings, const std::string& user, bool crea
 }
 
 void add_user_option(CLI::App& app, std::string& user) {
-  app.add_option("user", user, "Whose filters, by mail address")->type_name("")->required();
+  app.add_option("user", user, "The user, by mail address")->type_name("")->required();
 }
 
 Run declare_filter(CLI::App& app) {

@@ -1,4 +1,4 @@
-// What the subcommands of "quarrow filter" share.
+// Parts that the subcommands of "quarrow filter" share.
 #ifndef QUARROW_APPS_QUARROW_COMMANDS_FILTER_COMMAND_H_
 #define QUARROW_APPS_QUARROW_COMMANDS_FILTER_COMMAND_H_
 
