@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <system_error>
 
 #include "message_filters/user_files.h"
 #include "tests/support/temporary_folder_test_support.h"
@@ -33,11 +34,19 @@ bool mount_private_spool() {
          mount("tmpfs", "/var/spool", "tmpfs", 0, "size=1m") == 0;
 }
 
+std::string obstacle() {
+  try {
+    return mount_private_spool() ? ""
+                                 : std::string("no private /var/spool: ") + std::strerror(errno);
+  } catch (const std::system_error& error) {  // of write_file
+    return std::string("no private /var/spool: ") + error.what();
+  }
+}
+
 }  // namespace
 
 std::string enter_private_spool() {
-  static const std::string failure =
-      mount_private_spool() ? "" : std::string("no private /var/spool: ") + std::strerror(errno);
+  static const std::string failure = obstacle();
   return failure;
 }
 

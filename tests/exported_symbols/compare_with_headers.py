@@ -63,7 +63,7 @@ def declared(header_folder):
 def exported(library):
     listing = subprocess.run(
         ["nm", "--dynamic", "--defined-only", "--demangle", library],
-        check=True, capture_output=True, text=True,
+        check=True, stdout=subprocess.PIPE, text=True,
     ).stdout
     names = set()
     for line in listing.splitlines():

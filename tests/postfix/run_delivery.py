@@ -9,6 +9,8 @@ import sys
 import set_up
 import users
 
+SHOWN_COMPLAINTS = 20
+
 
 def expected(sent):
     return collections.Counter((user, folder, subject)
@@ -32,12 +34,14 @@ def main():
         want, have = expected(system.sent), actual(system)
         failed = [each for each in system.postfix.attempts if each.code != "2.0.0"]
         status = system.lmtp.stop()
+        complaints = system.lmtp.complaints()
     print(f"{count} messages to {len(users.USERS)} users, {have.total()} stored")
     for what, difference in [("missing", want - have), ("too many", have - want)]:
         for key in sorted(difference):
             print(f"{what}: {key}")
     for attempt in failed:
         print(f"not delivered at once: {attempt.recipient}: {attempt.text}")
+    print("".join(complaints[:SHOWN_COMPLAINTS]), end="")
     if status != 0:
         print(f"quarrow-lmtpd exited with {status}")
     return 0 if want == have and not failed and status == 0 else 1

@@ -60,6 +60,10 @@ class LmtpServer:
     def log(self):
         return self._log.read_text(errors="replace")
 
+    def complaints(self):
+        """The lines of its log that are not for information only."""
+        return [line for line in self.log().splitlines(keepends=True) if " info: " not in line]
+
     def workers(self):
         return children(self._process.pid)
 

@@ -60,7 +60,10 @@ def copy_messages(source, target):
 
 def play(quarrow, scenario, folder):
     copy_messages(scenario / "mail", folder / "mail")
-    run(SET_UP, folder, quarrow)
+    prepared = run(SET_UP, folder, quarrow)
+    if prepared.returncode != 0 or prepared.stderr:
+        sys.exit("the scenario could not begin:\n"
+                 + transcript(SET_UP, prepared).decode("utf-8", "backslashreplace"))
     return b"".join(transcript(line, run(line, folder, quarrow))
                     for line in command_lines(scenario / "commands"))
 
