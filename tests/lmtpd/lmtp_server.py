@@ -83,9 +83,10 @@ class Lmtp(smtplib.LMTP):
 
 
 class Daemon:
-    """The server, with users, in a folder of its own."""
+    """The server, with users, in a folder of its own. `options` that ask for another number of
+    workers come with `workers`."""
 
-    def __init__(self, *options, launcher=()):
+    def __init__(self, *options, workers=2, launcher=()):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quarrow-lmtpd-"))
         self.socket = str(self.folder / "socket")
         self.config = self.folder / "config"
@@ -105,6 +106,8 @@ class Daemon:
             stderr=self.log)
         try:
             until(self.answers, "the server answers")
+            # the first worker may answer before the others are there
+            until(lambda: len(self.workers()) == workers, "all workers are there")
         except BaseException:
             self.close()
             raise
@@ -133,6 +136,11 @@ class Daemon:
     def log_text(self):
         return (self.folder / "log").read_text()
 
+    def show_complaints(self):
+        """Prints the log without its information, for the reader of a test that fails."""
+        sys.stderr.writelines(line for line in self.log_text().splitlines(keepends=True)
+                              if " info: " not in line)
+
     def workers(self):
         return children(self.process.pid)
 
@@ -146,5 +154,6 @@ class Daemon:
         if self.process.poll() is None:
             self.signal(signal.SIGTERM)
             self.wait()
+        self.show_complaints()
         self.log.close()
         shutil.rmtree(self.folder)

@@ -138,7 +138,7 @@ class DaemonTest(unittest.TestCase):
         self.assertEqual(2, self.counters(daemon)["quarrow_workers_replaced_total"])
 
     def test_delivers_although_the_evaluation_was_killed(self):
-        daemon = self.start("--workers", "1")
+        daemon = self.start("--workers", "1", workers=1)
         client = self.connect(daemon)
         self.assertEqual(250, client.deliver(USERS[:1], "work")[0][0])
         helpers = [helper for worker in daemon.workers() for helper in children(worker)]
