@@ -12,6 +12,11 @@ constexpr char atom_ends[] = " \t\n\r<>()@,;:\".[]\\";
 // libsieve's parser gives up at 10,000 symbols on its stack. A hop puts three on it.
 constexpr int longest_route = 3000;
 
+// What libsieve takes for a mailbox, and for a piece of it beside the texts; measured.
+constexpr std::size_t mailbox_cost = 30;
+constexpr std::size_t piece_cost = 32;
+constexpr std::size_t copies = 2;  // of the text up to a piece
+
 enum class Token { end, atom, quoted_string, domain_literal, punctuation, malformed };
 
 // Splits a text into tokens, with one token of look-ahead.
@@ -23,7 +28,14 @@ class Scanner {
   bool at(char punctuation) const { return at(Token::punctuation) && punctuation_ == punctuation; }
   bool at_word() const { return at(Token::atom) || at(Token::quoted_string); }
 
-  void advance() { token_ = skip_blanks_and_comments() ? scan_token() : Token::malformed; }
+  // In bytes, of the token that it is at.
+  std::size_t length() const { return static_cast<std::size_t>(next_ - begin_); }
+
+  void advance() {
+    const bool found = skip_blanks_and_comments();
+    begin_ = next_;
+    token_ = found ? scan_token() : Token::malformed;
+  }
 
  private:
   bool skip_blanks_and_comments() {
@@ -85,6 +97,7 @@ class Scanner {
   }
 
   const char* next_;
+  const char* begin_ = next_;  // of the token
   Token token_ = Token::end;
   char punctuation_ = '\0';
 };
@@ -102,6 +115,9 @@ class Parser {
     return mailboxes_after(words) && scanner_.at(Token::end);
   }
 
+  // Of what was read.
+  std::size_t cost() const { return cost_; }
+
  private:
   bool take(char punctuation) {
     if (!scanner_.at(punctuation)) return false;
@@ -109,15 +125,23 @@ class Parser {
     return true;
   }
 
+  // Takes a word or a label, which libsieve joins to the pieces before it in a new text.
+  void take_piece() {
+    joined_ += scanner_.length();
+    cost_ += piece_cost + copies * joined_;
+    scanner_.advance();
+  }
+
   bool word() {
     if (!scanner_.at_word()) return false;
-    scanner_.advance();
+    take_piece();
     return true;
   }
 
   // Up to two are told apart: none, one, more.
   int phrase() {
     int words = 0;
+    joined_ = 0;
     while (word()) words = words == 0 ? 1 : 2;
     return words;
   }
@@ -133,6 +157,7 @@ class Parser {
   }
 
   bool mailbox_after(int words) {
+    cost_ += mailbox_cost;
     if (take('<')) return route() && word() && address_after_word() && take('>');
     return words == 1 && address_after_word();
   }
@@ -144,24 +169,33 @@ class Parser {
   }
 
   bool domain() {
+    joined_ = 0;
+    return labels();
+  }
+
+  bool labels() {
     do {
       if (!scanner_.at(Token::atom) && !scanner_.at(Token::domain_literal)) return false;
-      scanner_.advance();
+      take_piece();
     } while (take('.'));
     return true;
   }
 
-  // A route, or nothing.
+  // A route, or nothing. libsieve joins all of its domains.
   bool route() {
+    joined_ = 0;
     if (!scanner_.at('@')) return true;
     int hops = 0;
     do {
-      if (!take('@') || !domain() || ++hops > longest_route) return false;
+      if (!take('@') || !labels() || ++hops > longest_route) return false;
     } while (take(','));
+    joined_ = 0;
     return take(':');
   }
 
   Scanner scanner_;
+  std::size_t joined_ = 0;  // bytes of the phrase, local part, domain or route that is being read
+  std::size_t cost_ = 0;
 };
 
 }  // namespace
@@ -170,6 +204,12 @@ bool is_atom(const std::string& word) {
   return !word.empty() && word.find_first_of(atom_ends) == std::string::npos;
 }
 
-bool interpreter_reads(const std::string& text) { return Parser(text.c_str()).text(); }
+bool interpreter_reads(const std::string& text) { return reading_cost(text).has_value(); }
+
+std::optional<std::size_t> reading_cost(const std::string& text) {
+  Parser parser(text.c_str());
+  if (!parser.text()) return std::nullopt;
+  return parser.cost();
+}
 
 }  // namespace zvellparser

@@ -2,6 +2,8 @@
 #ifndef HOST_ZVELLPARSER_ADDRESS_GRAMMAR_H_
 #define HOST_ZVELLPARSER_ADDRESS_GRAMMAR_H_
 
+#include <cstddef>
+#include <optional>
 #include <string>
 
 namespace zvellparser {
@@ -22,6 +24,16 @@ bool is_atom(const std::string& word);
 // labels with literals. Routes of more than 3,000 hops are refused; libsieve's stack holds a few
 // more.
 bool interpreter_reads(const std::string& text);
+
+// Nothing when interpreter_reads() is false; else, roughly, the bytes of memory that libsieve takes
+// to read `text`, which grow with the square of the number of pieces of a name, a local part or a
+// domain. Much of it is not given back before the evaluation ends, so that each test of the header
+// takes it again.
+std::optional<std::size_t> reading_cost(const std::string& text);
+
+// The most that a header which is handed out may cost. A recipient costs some 200 bytes, so that
+// hundreds of them are read; and the interpreter has 64 MB, hence hundreds of tests have room.
+constexpr std::size_t most_reading_cost = std::size_t{128} << 10;
 
 }  // namespace zvellparser
 

@@ -108,6 +108,18 @@ TEST(AddressGrammar, TakesLongTexts) {
   EXPECT_FALSE(interpreter_reads(std::string(length, '"') + "x"));
 }
 
+TEST(AddressGrammar, CostsMuchWhereManyPiecesAreJoined) {
+  using zvellparser::reading_cost;
+  EXPECT_EQ(std::nullopt, reading_cost("a@b,"));
+  EXPECT_LT(reading_cost("a@b"), 200U);
+  EXPECT_LT(reading_cost("Jane Doe <jane.doe@example.org>"), 500U);
+  for (const std::string& text :
+       {repeated("x ", 1000) + "<a@b>", repeated("x.", 1000) + "x@b",
+        "a@" + repeated("x.", 1000) + "x", "<@x" + repeated(",@x", 1000) + ":a@b>"})
+    EXPECT_GT(reading_cost(text), 1000000U) << text;
+  EXPECT_LT(reading_cost(repeated("a@b, ", 999) + "a@b"), 1000 * reading_cost("a@b").value() + 1);
+}
+
 const struct {
   const char* word;
   bool want;

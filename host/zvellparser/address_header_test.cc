@@ -11,9 +11,24 @@ using zvellparser::readable_address_header;
 
 namespace {
 
-const char* const address_header_names[] = {
-    "From",        "to",        "CC",        "Bcc",        "sender",        "REPLY-TO",
-    "Resent-From", "resent-to", "RESENT-CC", "Resent-Bcc", "Resent-Sender", "resent-reply-to"};
+const char* const address_header_names[] = {"From",
+                                            "to",
+                                            "CC",
+                                            "Bcc",
+                                            "sender",
+                                            "REPLY-TO",
+                                            "Resent-From",
+                                            "resent-to",
+                                            "RESENT-CC",
+                                            "Resent-Bcc",
+                                            "Resent-Sender",
+                                            "resent-reply-to",
+                                            "Delivered-To",
+                                            "Return-Path",
+                                            "X-Original-To",
+                                            "Envelope-To",
+                                            "errors-to",
+                                            "X-Envelope-From"};
 
 TEST(AddressHeader, IsKnownByItsName) {
   for (const char* name : address_header_names)
@@ -56,6 +71,19 @@ TEST(AddressHeader, IsNotDecodedTwice) {
     EXPECT_NE("", readable) << "text: " << text;
     EXPECT_EQ(readable, decoded(readable)) << "text: " << text;
   }
+}
+
+TEST(AddressHeader, IsRewrittenWhenReadingItTakesMuchMemory) {
+  const std::string words = zvellparser::repeated("x ", 600);
+  EXPECT_EQ('"' + words.substr(0, words.size() - 1) + "\" <a@b>",
+            readable_address_header(words + "<a@b>"));
+  const std::string ordinary = zvellparser::repeated("Jane Doe <jane.doe@example.org>, ", 300);
+  EXPECT_EQ(ordinary + "j@x.org", readable_address_header(ordinary + "j@x.org"));
+}
+
+TEST(AddressHeader, HasAnEnd) {
+  const std::string raw = "\"" + std::string(600000, 'x') + "\" <a@b>";
+  EXPECT_LE(readable_address_header(raw).size(), 65536U);
 }
 
 }  // namespace

@@ -9,11 +9,16 @@
 #include <string_view>
 
 #include "host/zvellparser/address_grammar.h"
+#include "host/zvellparser/encoded_text.h"
 
 namespace zvellparser {
 namespace {
 
 constexpr auto npos = std::string::npos;
+
+constexpr std::size_t longest_part = 4096;   // of a mailbox: its name, its local part
+constexpr std::size_t longest_domain = 255;  // RFC 5321, section 4.5.3.1.2
+constexpr int most_atoms = 16;               // of a name or a local part without quotes
 
 struct Address {
   std::string local;
@@ -39,10 +44,13 @@ std::string quotable(std::string text) {
   return trimmed(text, " ", " \\");
 }
 
+// Whether `text` is atoms, not too many of them, with single separators between them.
 bool is_atoms(const std::string& text, char separator) {
+  int atoms = 0;
   std::size_t begin = 0;
   for (std::size_t end = 0; end != npos; begin = end + 1) {
     end = text.find(separator, begin);
+    if (++atoms > most_atoms) return false;
     if (!is_atom(text.substr(begin, end == npos ? npos : end - begin))) return false;
   }
   return true;
@@ -66,12 +74,20 @@ std::string readable_domain(const std::string& text) {
   return trimmed(domain, ".", ".");
 }
 
+// A domain that is too long without its first labels.
+std::string end_of_domain(const std::string& domain) {
+  if (domain.size() <= longest_domain) return domain;
+  const std::size_t dot = domain.find('.', domain.size() - longest_domain - 1);
+  return dot == npos ? end_of(domain, longest_domain) : domain.substr(dot + 1);
+}
+
 // Empty when `text` is no address.
 Address split_address(const std::string& text) {
   const std::string core = trimmed(quotable(text), " @", " @.");
   const std::size_t at = core.rfind('@');
   if (at == npos) return {};
-  return {quotable(core.substr(0, at)), readable_domain(core.substr(at + 1))};
+  return {quotable(beginning_of(quotable(core.substr(0, at)), longest_part)),
+          end_of_domain(readable_domain(core.substr(at + 1)))};
 }
 
 std::string write_mailbox(const std::string& name, const Address& address) {
@@ -95,7 +111,7 @@ class Salvager {
   explicit Salvager(const std::string& text) : text_(text) {}
 
   std::string addresses() {
-    while (position_ < text_.size()) read_piece();
+    while (position_ < text_.size() && !full_) read_piece();
     end_run();
     end_entry();
     return without_encoded_words(result_);
@@ -264,11 +280,20 @@ class Salvager {
 
   void end_entry() {
     if (address_.empty()) return;
-    if (!result_.empty()) result_ += ", ";
-    result_ += write_mailbox(quotable(name_), address_);
+    add_mailbox(write_mailbox(quotable(beginning_of(quotable(name_), longest_part)), address_));
     address_ = {};
     name_.clear();
     bare_.clear();
+  }
+
+  void add_mailbox(const std::string& mailbox) {
+    constexpr std::string_view between = ", ";
+    cost_ += reading_cost(mailbox).value_or(0);
+    full_ = full_ || cost_ > most_reading_cost ||
+            result_.size() + between.size() + mailbox.size() > longest_value;
+    if (full_) return;
+    if (!result_.empty()) result_ += between;
+    result_ += mailbox;
   }
 
   const std::string& text_;
@@ -281,7 +306,10 @@ class Salvager {
   Address address_;
   std::string bare_;            // the address as written, without angle brackets around it
   std::size_t bare_begin_ = 0;  // where it stood in the name
+
   std::string result_;
+  std::size_t cost_ = 0;  // of reading it
+  bool full_ = false;     // no other mailbox has room
 };
 
 }  // namespace
@@ -290,7 +318,8 @@ std::string salvage_addresses(const std::string& text) {
   const std::string addresses = Salvager(text).addresses();
   if (!addresses.empty()) return addresses;
   // In quotes, however plain: libsieve takes quadratic time and memory to join the words of a name.
-  const std::string name = without_encoded_words(quotable(text));
+  const std::string name =
+      quotable(beginning_of(without_encoded_words(quotable(text)), longest_part));
   return name.empty() ? "" : '"' + name + "\":;";
 }
 

@@ -12,6 +12,11 @@ namespace zvellparser {
 // section 3.4), where tests of the header's text still find it. Empty when there is no text either.
 // Works in linear time on any text.
 //
+// libsieve reads the result at no more than most_reading_cost, and it has at most longest_value
+// bytes: the mailboxes behind these bounds are left out. A name and a local part have at most 4 KB,
+// the beginning of what was there; a domain has at most 255 bytes, its end. A name or a local part
+// of many pieces is quoted, which makes one of them.
+//
 // An address is what stands in angle brackets, or a run of text without blanks, if it has an "@"
 // with something before and after it. Its last "@" counts. A local part that could not stand as it
 // is, such as "a..b", is quoted, which names the same address. A domain loses what can't be in one.

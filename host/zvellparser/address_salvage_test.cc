@@ -126,14 +126,44 @@ TEST(AddressSalvage, PassesOverControlBytes) {
 // Each with as many steps as bytes, or the test would not end in a lifetime.
 TEST(AddressSalvage, TakesHostileTexts) {
   constexpr int length = 1000000;
-  for (const char* piece : {"x.", "(", "<", "@", ",", ":", "<a:"}) {
-    const std::string text = repeated(piece, length);
-    EXPECT_EQ('"' + text + "\":;", salvage_addresses(text)) << "piece: " << piece;
+  for (const std::string piece : {"x.", "(", "<", "@", ",", ":", "<a:"}) {
+    const std::string name = repeated(piece, 4096).substr(0, 4096);
+    EXPECT_EQ('"' + name + "\":;", salvage_addresses(repeated(piece, length))) << piece;
   }
   for (const char* piece : {"\"", "\\", "\\\"", " "})
     EXPECT_EQ("", salvage_addresses(repeated(piece, length))) << "piece: " << piece;
   EXPECT_EQ("a@b", salvage_addresses(std::string(length, '(') + "a@b"));
-  EXPECT_EQ("a@b" + repeated(", a@b", 99999), salvage_addresses(repeated("a@b,", 100000)));
+}
+
+TEST(AddressSalvage, ShortensNamesAndLocalPartsToTheirBeginnings) {
+  const std::string words = repeated("x ", 5000);
+  EXPECT_EQ('"' + words.substr(0, 4095) + "\" <a@b>", salvage_addresses(words + "<a@b>"));
+  const std::string letters = repeated("\xc3\xa4", 5000);
+  EXPECT_EQ(letters.substr(0, 4096) + " <a@b>", salvage_addresses(letters + " <a@b>,"));
+  EXPECT_EQ('"' + repeated("x.", 2048) + "\"@b", salvage_addresses(repeated("x.", 5000) + "@b"));
+}
+
+TEST(AddressSalvage, ShortensDomainsToTheirEnds) {
+  EXPECT_EQ("a@" + repeated("x.", 126) + "org",
+            salvage_addresses("a@" + repeated("x.", 500) + "org"));
+  EXPECT_EQ("a@" + repeated("x", 255), salvage_addresses("a@" + repeated("x", 500)));
+}
+
+TEST(AddressSalvage, QuotesWhatHasManyPieces) {
+  EXPECT_EQ(repeated("x ", 16) + "<a@b>", salvage_addresses(repeated("x ", 16) + "<a@b>"));
+  EXPECT_EQ('"' + repeated("x ", 16) + "x\" <a@b>",
+            salvage_addresses(repeated("x ", 17) + "<a@b>"));
+  EXPECT_EQ('"' + repeated("x.", 16) + "x\"@b", salvage_addresses(repeated("x.", 16) + "x@b"));
+}
+
+TEST(AddressSalvage, KeepsTheFirstMailboxesOfAVeryLongList) {
+  const std::string few = repeated("a@b, ", 500);
+  const std::string all = salvage_addresses(repeated("a@b,", 100000));
+  EXPECT_EQ(few, all.substr(0, few.size()));
+  EXPECT_LE(zvellparser::reading_cost(all), zvellparser::most_reading_cost);
+  const std::string long_names = salvage_addresses(repeated(repeated("x", 4000) + " <a@b>,", 100));
+  EXPECT_LE(long_names.size(), 65536U);
+  EXPECT_LE(zvellparser::reading_cost(long_names), zvellparser::most_reading_cost);
 }
 
 }  // namespace

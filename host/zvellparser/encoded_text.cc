@@ -1,9 +1,12 @@
 // Header text to UTF-8.
+#include "host/zvellparser/encoded_text.h"
+
 #include <algorithm>
 
 #include "host/zvellparser/gmime_reader.h"
 #include "zvellparser.h"
 
+namespace zvellparser {
 namespace {
 
 bool is_plain_byte(unsigned char c) { return c > 0 && c < 0x80; }
@@ -14,17 +17,39 @@ bool is_plain(const std::string& text) {
          text.find("=?") == std::string::npos;
 }
 
-Buffer buffer_of(const std::string& text) {
-  Buffer buffer;
-  buffer.append(text.data(), text.size());
-  return buffer;
-}
+constexpr std::size_t longest_character = 4;
+
+bool continues_character(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
 
 }  // namespace
 
+std::string decoded_whole(const std::string& text, const std::vector<std::string>& charsets) {
+  return is_plain(text) ? text : decode_header_text(text, charsets);
+}
+
+std::string beginning_of(const std::string& text, std::size_t most) {
+  if (text.size() <= most) return text;
+  std::size_t end = most;
+  while (end > 0 && most - end < longest_character && continues_character(text[end])) --end;
+  return text.substr(0, end);
+}
+
+std::string end_of(const std::string& text, std::size_t most) {
+  if (text.size() <= most) return text;
+  std::size_t begin = text.size() - most;
+  while (begin < text.size() && continues_character(text[begin])) ++begin;
+  return text.substr(begin);
+}
+
+}  // namespace zvellparser
+
 Buffer stringToUtf8(const std::string& text, const ZVLStaticCharSetFallbacks* fallbacks) {
-  if (is_plain(text)) return buffer_of(text);
+  using namespace zvellparser;
   const std::vector<std::string> charsets =
       fallbacks ? fallbacks->charsets : std::vector<std::string>();
-  return buffer_of(zvellparser::decode_header_text(text, charsets));
+  const std::string counting = beginning_of(text, longest_raw_value);
+  const std::string value = beginning_of(decoded_whole(counting, charsets), longest_value);
+  Buffer buffer;
+  buffer.append(value.data(), value.size());
+  return buffer;
 }

@@ -128,4 +128,20 @@ TEST(EncodedText, IsAnyLength) {
   EXPECT_EQ(want + " ", decode(words));
 }
 
+TEST(EncodedText, IsCutBetweenCharacters) {
+  EXPECT_EQ(std::string(65536, 'a'), decode(std::string(65537, 'a')));
+  const std::string with_character = std::string(65535, 'a') + "\xc3\xa4";
+  EXPECT_EQ(std::string(65535, 'a'), decode(with_character));
+  EXPECT_EQ(with_character.substr(1), decode(with_character.substr(1)));
+  const std::string three_bytes = decode(std::string(70000, '\x80'));  // the euro of windows-1252
+  EXPECT_EQ(65535U, three_bytes.size());
+  EXPECT_EQ("\xe2\x82\xac", three_bytes.substr(65532));
+}
+
+TEST(EncodedText, IsUtf8StillWhenAVeryLongValueIsCut) {
+  std::string character_at_the_bound(524287, ' ');
+  character_at_the_bound = "\xc3\xb6" + character_at_the_bound.substr(2) + "\xc3\xa4";
+  EXPECT_EQ("\xc3\xb6 ", decode(character_at_the_bound).substr(0, 3));
+}
+
 }  // namespace

@@ -32,6 +32,14 @@ std::string_view take_line(std::string_view* rest) {
   return line;
 }
 
+// Continues the header at the end of `lines`. A fold, with all blanks around the line end, stands
+// for one blank (RFC 5322, section 3.2.2).
+void append_folded(std::string_view line, std::string* lines) {
+  lines->erase(lines->find_last_not_of(blanks) + 1);
+  line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
+  lines->append(1, ' ').append(line);
+}
+
 // Ends the header line whose value begins at `value`.
 void end_value(std::size_t value, std::string* lines) {
   const auto first = lines->find_first_not_of(around_value, value);
@@ -54,7 +62,7 @@ std::string read_header_block(const char* data, std::size_t length) {
     const std::string_view line = take_line(&rest);
     if (line.empty()) break;
     if (blanks.find(line.front()) != std::string_view::npos) {
-      if (value != 0) lines.append(line);
+      if (value != 0) append_folded(line, &lines);
       continue;
     }
     if (value != 0) end_value(value, &lines);

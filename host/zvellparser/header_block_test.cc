@@ -37,10 +37,12 @@ TEST(HeaderBlock, EndsAtTheFirstEmptyLine) {
 
 TEST(HeaderBlock, UnfoldsValues) {
   expect_read({
-      {"A: 1\n 2\n\t3\nB: 4\n", "A:1 2\t3\nB:4\n"},
-      {"A: 1\r\n  2\r\nB: 3\r\n", "A:1  2\nB:3\n"},
+      {"A: 1\n 2\n\t3\nB: 4\n", "A:1 2 3\nB:4\n"},
+      {"A: 1\r\n \t 2\r\nB: 3\r\n", "A:1 2\nB:3\n"},
+      {"A: 1 \t\n 2\n", "A:1 2\n"},
+      {"A: 1\t2\n", "A:1\t2\n"},
       {"A:\n 1\n", "A:1\n"},
-      {"A: 1\n \n 2\n", "A:1  2\n"},
+      {"A: 1\n \n 2\n", "A:1 2\n"},
       {"A: \t 1 2 \t\n", "A:1 2\n"},
       {"A:\nB: \t\n", "A:\nB:\n"},
       {"A: 1 \r \r\n", "A:1\n"},

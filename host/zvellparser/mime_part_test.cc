@@ -45,7 +45,7 @@ TEST(Headers, AreRaw) {
 }
 
 TEST(Headers, OfAddressesAreLeftAloneWhenTheyCanBeRead) {
-  EXPECT_EQ("Name <a@example.org>,\tb@example.org",
+  EXPECT_EQ("Name <a@example.org>, b@example.org",
             value("To: Name <a@example.org>,\n\tb@example.org\n\n", "to"));
 }
 

@@ -130,7 +130,8 @@ struct ZVLStaticCharSetFallbacks {
 
 // A header's value as valid UTF-8 without NULs: RFC 2047 words and raw 8-bit text decoded. Never
 // fails: text that can't be decoded survives as far as it can be read. UTF-8 text without an
-// encoded word comes back as it is. `fallbacks` may be null.
+// encoded word comes back as it is. Of a long value come the first 64 KB, cut between characters,
+// and nothing behind the first 512 KB of `text`. `fallbacks` may be null.
 Buffer stringToUtf8(const std::string& text, const ZVLStaticCharSetFallbacks* fallbacks);
 
 #endif  // ZVELLPARSER_H_

@@ -134,12 +134,12 @@ class ByTheServer(unittest.TestCase):
                     self.assertEqual("554 5.5.2", self.send(row.content))
                     self.assertEqual([], take_out(self.maildir))
                 self.assertEqual("250 2.0.0", self.send(content))
-                self.assertEqual(wanted_note(row.folded), self.note())
+                self.assertEqual(wanted_note(row.outcome), self.note())
                 self.assert_stored(content, row)
 
     def assert_stored(self, content, row):
         (folder, stored), = take_out(self.maildir)
-        self.assertEqual(wanted_folder(row.folded), folder)
+        self.assertEqual(wanted_folder(row.outcome), folder)
         headers = HEADERS_OF_LMTP.match(stored)
         self.assertIsNotNone(headers)
         self.assertTrue(stored[headers.end():] == content)
