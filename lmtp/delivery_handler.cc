@@ -72,6 +72,7 @@ Reply DeliveryHandler::check_recipient(const std::string& recipient) {
 
 bool DeliveryHandler::open_message() {
   received_ = std::time(nullptr);
+  evaluations_.begin_message();
   if (spool_.open()) return true;
   log_error(places_.spool + ": " + std::strerror(errno));
   return false;
@@ -110,7 +111,7 @@ Reply DeliveryHandler::deliver_unless_it_loops(const Envelope& envelope,
   record.message_id = message_id(header);
   const Delivery::TraceHeaders trace =
       Delivery::trace_headers(header, {envelope.sender, recipient}, reception_of(envelope));
-  if (!trace.is_loop) return conclude(deliver_to(recipient, trace.lines), record);
+  if (!trace.is_loop) return conclude(deliver_to(envelope, recipient, trace.lines), record);
   metrics_.add(Counter::looped);
   record.action = "loop";
   return {554, "5.4.6", "The message loops: it was delivered to this recipient before"};
@@ -130,7 +131,8 @@ RecipientLookup DeliveryHandler::look_up(const std::string& recipient) const {
                                      places_.recipient_delimiter);
 }
 
-Report DeliveryHandler::deliver_to(const std::string& recipient, const std::string& headers) {
+Report DeliveryHandler::deliver_to(const Envelope& envelope, const std::string& recipient,
+                                   const std::string& headers) {
   const RecipientLookup lookup = look_up(recipient);
   if (lookup.result != RecipientLookup::Result::found) return gone_since_accepted(lookup);
   const auto timed = [this](int fd, std::uint64_t size, std::time_t received,
@@ -141,8 +143,14 @@ Report DeliveryHandler::deliver_to(const std::string& recipient, const std::stri
         std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start));
     return evaluation;
   };
+  const auto once = [&](int fd, std::uint64_t size, std::time_t received,
+                        const std::string& script) {
+    return evaluations_.evaluate(timed, fd, size, received, script);
+  };
+  const bool is_only_one = envelope.recipients.size() == 1;
   return Delivery::deliver({lookup.folder, ""}, {spool_.fd(), spool_.size(), headers}, received_,
-                           places_.host_name, timed);
+                           places_.host_name,
+                           is_only_one ? Delivery::Evaluate(timed) : Delivery::Evaluate(once));
 }
 
 Delivery::Reception DeliveryHandler::reception_of(const Envelope& envelope) const {

@@ -9,6 +9,7 @@
 #include "delivery/trace_headers.h"
 #include "lmtp/delivery_counters.h"
 #include "lmtp/delivery_record.h"
+#include "lmtp/evaluation_memory.h"
 #include "lmtp/session.h"
 #include "lmtp/spool.h"
 #include "quarrow/delivery/mailbox_delivery.h"
@@ -49,7 +50,8 @@ class DeliveryHandler : public Handler {
                                 DeliveryRecord& record);
   Reply conclude(const Delivery::Report& report, DeliveryRecord& record);
   Delivery::RecipientLookup look_up(const std::string& recipient) const;
-  Delivery::Report deliver_to(const std::string& recipient, const std::string& headers);
+  Delivery::Report deliver_to(const Envelope& envelope, const std::string& recipient,
+                              const std::string& headers);
   Delivery::Reception reception_of(const Envelope& envelope) const;
   void count(const Delivery::Report& report);
 
@@ -57,6 +59,7 @@ class DeliveryHandler : public Handler {
   const Delivery::Evaluate evaluate_;
   DeliveryCounters& metrics_;
   Spool spool_;
+  EvaluationMemory evaluations_;
   std::time_t received_ = 0;
 };
 

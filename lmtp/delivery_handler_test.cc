@@ -177,6 +177,26 @@ TEST_F(DeliveryHandlerTest, AsksToTryAgainWhenNoFolderCanBeWritten) {
   EXPECT_TRUE(counts("temporary_failures_total 1"));
 }
 
+TEST_F(DeliveryHandlerTest, RunsAUsersRulesOnceForSeveralAddressesOfTheUser) {
+  write_file(home() + "/.delivery_filter", "keep;");
+  int runs = 0;
+  DeliveryHandler handler(
+      {folder_.path(), folder_.path(), "mx.example.org", "+"},
+      [&runs](int, std::uint64_t, std::time_t, const std::string&) {
+        ++runs;
+        return Evaluation();
+      },
+      metrics_);
+  const Envelope envelope{"c", "", false, {user, "alice+a@example.org", "alice+b@example.org"}};
+  for (const int want : {1, 2}) {
+    ASSERT_TRUE(handler.open_message());
+    for (const std::string& recipient : envelope.recipients)
+      EXPECT_EQ(250, handler.deliver(envelope, recipient).code);
+    EXPECT_EQ(want, runs);
+  }
+  EXPECT_TRUE(counts("kept_total{reason=\"failure\"} 6")) << metrics_.text();
+}
+
 TEST_F(DeliveryHandlerTest, AsksToTryAgainWhenMemoryIsOut) {
   DeliveryHandler handler(
       {folder_.path(), folder_.path(), "mx.example.org"},

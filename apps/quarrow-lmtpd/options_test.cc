@@ -119,7 +119,7 @@ TEST(LmtpdOptions, HaveDefaults) {
   EXPECT_EQ(67108864U, options.limits.message);
   EXPECT_EQ(1000U, options.limits.line);
   EXPECT_EQ(1000U, options.limits.recipients);
-  EXPECT_EQ(std::chrono::seconds(10), options.evaluation.time);
+  EXPECT_EQ(std::chrono::seconds(2), options.evaluation.time);
   EXPECT_EQ(std::uint64_t{512} << 20U, options.evaluation.memory);
 }
 

@@ -25,8 +25,8 @@ struct EvaluatorLimits {
   // MiB of them; the rest is for the header block, of which there are several copies in memory.
   std::uint64_t memory = std::uint64_t{512} << 20;
   // The time for one message, after which the helper is killed. Hostile headers take less than a
-  // second.
-  std::chrono::milliseconds time{10000};
+  // second, and the rules of nearly all users less than a millisecond.
+  std::chrono::milliseconds time{2000};
   // A helper is replaced after this number of messages, so that no process lives for ever.
   std::uint64_t messages = 100000;
   // A helper is replaced when, after a message, it uses this number of bytes of memory more than at
