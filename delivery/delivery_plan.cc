@@ -91,8 +91,9 @@ Plan plan_for(const Evaluation& evaluation) {
     case Evaluation::Outcome::done:
       if (evaluation.result.error == SieveMatchResult::NONE)
         return plan_for_actions(evaluation.result.actions);
-      return inbox_because(InboxReason::failure,
-                           "evaluation: " + error_text(evaluation.result.error));
+      return inbox_because(
+          InboxReason::failure,
+          with_reason("evaluation: " + error_text(evaluation.result.error), evaluation.reason));
     case Evaluation::Outcome::failed:
       break;
   }

@@ -15,6 +15,7 @@
 #include "delivery/evaluator_test_support.h"
 #include "delivery/helper_process.h"
 #include "delivery/one_processor.h"
+#include "quarrow/delivery/delivery_plan.h"
 #include "tests/support/rules_test_support.h"
 
 namespace Quarrow::Delivery {
@@ -88,6 +89,17 @@ TEST_F(EvaluatorTest, GivesWhatMatchGives) {
       EXPECT_EQ("", got.rule);
     }
   }
+}
+
+TEST_F(EvaluatorTest, NamesTheHeaderWhoseAddressesCantBeRead) {
+  Evaluator evaluator;
+  const Evaluation got =
+      evaluate(evaluator, "if address :all :is [\"from\", \"subject\"] \"a\" { discard; }",
+               "From: a@b@c\nSubject: two words\n\n");
+  EXPECT_EQ("MatchResult [error=PARSE_ADDRESS]", text_of(got.result));
+  EXPECT_EQ("subject", got.reason);
+  EXPECT_EQ("evaluation: an address could not be read: subject", plan_for(got).note);
+  EXPECT_EQ("", evaluate(evaluator, ordinary_script, ordinary_message).reason);
 }
 
 TEST_F(EvaluatorTest, GivesARejectionsText) {

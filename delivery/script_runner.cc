@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "delivery/header_end.h"
+#include "delivery/unread_header.h"
 
 namespace Quarrow::Delivery {
 namespace {
@@ -37,6 +38,8 @@ Evaluation ScriptRunner::run(const std::string& script, int message_fd, std::uin
     return not_done(Evaluation::Outcome::failed, "the interpreter ran out of memory");
   evaluation.rule = complete(user.form, evaluation.result);
   if (evaluation.result.error != SieveMatchResult::NONE) evaluation.rule.clear();
+  if (evaluation.result.error == SieveMatchResult::PARSE_ADDRESS)
+    evaluation.reason = unread_header(script, *message, file_);
   return evaluation;
 }
 

@@ -18,8 +18,10 @@ struct Evaluation {
 
   Outcome outcome = Outcome::failed;
   SieveMatchResult result;
-  std::string rule;    // the filter that decided; empty when no filter did, or it is not known
-  std::string reason;  // why it is not done, for a log: "No such file or directory"; else empty
+  std::string rule;  // the filter that decided; empty when no filter did, or it is not known
+  // For a log: why it is not done ("No such file or directory"), or the name of the header whose
+  // addresses could not be read; else empty.
+  std::string reason;
 };
 
 }  // namespace Quarrow::Delivery
