@@ -6,12 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "server/limits.h"
+#include "server/deadline.h"
 
 namespace Quarrow::Lmtp {
 
 // RFC 5321, section 4.5.3.2, asks a server for this patience at least.
-static_assert(Server::silence >= std::chrono::minutes(5));
+static_assert(Server::Patience{}.silence >= std::chrono::minutes(5));
 
 // Octets of a command line, CRLF included. RFC 5321 asks for 512, and its extensions for some more.
 constexpr std::size_t longest_command = 4096;

@@ -66,6 +66,11 @@ void Session::time_out() {
   flush();
 }
 
+void Session::give_way() {
+  if (!over_) hang_up("4.3.2", "Others are waiting: come again");
+  flush();
+}
+
 void Session::abandon() {
   forget_transaction();
   over_ = true;
@@ -86,7 +91,6 @@ std::size_t Session::take_command(const char* data, std::size_t size) {
 void Session::end_command() {
   const std::string line = std::exchange(line_, "");
   const bool is_ended_right = line.size() >= 2 && line[line.size() - 2] == '\r';
-  ++steps_;
   if (std::exchange(line_is_long_, false))
     refuse(500, "5.5.2", "The line is too long");
   else if (!is_ended_right)

@@ -60,9 +60,9 @@ class Session : public Server::Protocol {
   void take(const char* data, std::size_t size) override;
   void stop() override;  // lets the client finish the transaction under way, if there is one
   void time_out() override;
+  void give_way() override;
   void abandon() override;
   bool is_over() const override { return over_; }
-  bool is_in_message() const override { return decoder_.has_value(); }
   std::size_t steps() const override { return steps_; }
 
  private:

@@ -143,7 +143,6 @@ TEST(Session, RefusesDataWithoutARecipient) {
   TestSession test;
   test.say(start + "DATA\r\nRCPT TO:<nobody@example.org>\r\nDATA\r\n");
   EXPECT_EQ("250, 250 2.1.0, 503 5.5.1, 550 5.1.1, 503 5.5.1", test.codes());
-  EXPECT_FALSE(test.session.is_in_message());
 }
 
 TEST(Session, RefusesArgumentsOfData) {
@@ -308,6 +307,22 @@ TEST(Session, TellsASilentClient) {
   test.session.time_out();
   EXPECT_EQ("421 4.4.2", test.codes());
   EXPECT_TRUE(test.session.is_over());
+}
+
+TEST(Session, TellsAClientThatOthersWait) {
+  TestSession test;
+  test.say(ready + "half a mess");
+  test.session.give_way();
+  EXPECT_EQ("250, 250 2.1.0, 250 2.1.5, 354, 421 4.3.2", test.codes());
+  EXPECT_TRUE(test.session.is_over());
+}
+
+TEST(Session, CountsTransactionsOnlyAsSteps) {
+  TestSession test;
+  test.say(ready + "x\r\n");
+  EXPECT_EQ(0U, test.session.steps());
+  test.say(".\r\nNOOP\r\n");
+  EXPECT_EQ(1U, test.session.steps());
 }
 
 TEST(Session, ForgetsTheMessageOfAClientThatIsGone) {

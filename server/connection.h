@@ -2,15 +2,25 @@
 #ifndef QUARROW_SERVER_CONNECTION_H_
 #define QUARROW_SERVER_CONNECTION_H_
 
+#include <functional>
+
+#include "server/deadline.h"
 #include "server/protocol.h"
 #include "server/worker.h"
 
 namespace Quarrow::Server {
 
+// What bounds a conversation.
+struct Courtesy {
+  Patience patience;
+  std::function<bool()> others_wait;  // whether clients wait for a worker now
+};
+
 // Speaks with the client at `socket` until the protocol says that the conversation is over, and
-// tells the protocol when the client is gone or silent for too long, and when `stop` is set. The
-// socket is a blocking one and stays open.
-void converse(int socket, const NewProtocol& new_protocol, const StopSignal& stop);
+// tells the protocol when the client is gone, was silent for too long or is to give way to others,
+// and when `stop` is set. A client that takes no answers counts as gone. The socket stays open.
+void converse(int socket, const NewProtocol& new_protocol, const StopSignal& stop,
+              const Courtesy& courtesy);
 
 }  // namespace Quarrow::Server
 

@@ -16,8 +16,11 @@
 namespace Quarrow::Server {
 namespace {
 
-// Sends "hello" as its greeting and "thanks" for each block. A block with an exclamation mark ends
-// the conversation, and so does a second stop, which must not come.
+using std::chrono::seconds;
+
+// Sends "hello" as its greeting and "thanks" for each block, more than a socket holds for "much". A
+// block with an exclamation mark ends the conversation, and so does a second stop, which must not
+// come.
 class Notes : public Protocol {
  public:
   Notes(int journal, Output output) : journal_(journal), output_(std::move(output)) {}
@@ -29,7 +32,7 @@ class Notes : public Protocol {
   void take(const char* data, std::size_t size) override {
     const std::string text(data, size);
     note("take " + text);
-    say("thanks");
+    say(text == "much" ? std::string(10000000, '.') : "thanks");
     over_ = over_ || text.find('!') != std::string::npos;
   }
   void stop() override {
@@ -40,12 +43,15 @@ class Notes : public Protocol {
     note("time out");
     over_ = true;
   }
+  void give_way() override {
+    note("give way");
+    over_ = true;
+  }
   void abandon() override {
     note("abandon");
     over_ = true;
   }
   bool is_over() const override { return over_; }
-  bool is_in_message() const override { return false; }
   std::size_t steps() const override { return 0; }
 
  private:
@@ -53,7 +59,7 @@ class Notes : public Protocol {
 
   void say(const std::string& text) {
     if (output_(text)) return;
-    note("can't say " + text);
+    note("can't say " + text.substr(0, 5));
     over_ = true;
   }
 
@@ -78,8 +84,13 @@ class ConnectionTest : public ::testing::Test {
   // Serves a client that sends no more than it said up to now, in a server that was told to stop
   // before if `stopped`. Gives the calls of the protocol, a line each.
   std::string served(bool stopped = false) const {
-    const MemoryFile journal;
     (void)shutdown(client(), SHUT_WR);
+    return served_with({}, stopped);
+  }
+
+  // The same for a client that could send more, with this patience.
+  std::string served_with(const Courtesy& courtesy, bool stopped = false) const {
+    const MemoryFile journal;
     const ProcessEnd end = end_of_child([&] {
       if (client() >= 0) close(client());
       const StopSignal stop;
@@ -87,7 +98,7 @@ class ConnectionTest : public ::testing::Test {
       const auto new_notes = [&journal](Output output) {
         return std::make_unique<Notes>(journal.fd(), std::move(output));
       };
-      converse(sockets_[1], new_notes, stop);
+      converse(sockets_[1], new_notes, stop, courtesy);
       return 0;
     });
     EXPECT_EQ(0, end.signal);
@@ -137,6 +148,44 @@ TEST_F(ConnectionTest, TellsThatTheClientTakesNoMoreBytes) {
 TEST_F(ConnectionTest, StopsOnceAndFinishesWhatIsUnderWay) {
   say("good morning!");
   EXPECT_EQ("greet\nstop\ntake good morning!\n", served(/*stopped=*/true));
+}
+
+// Patience that is used up at once.
+Courtesy without_silence() { return {{seconds(0), seconds(60), seconds(60)}, {}}; }
+Courtesy without_long_transactions() { return {{seconds(60), seconds(0), seconds(60)}, {}}; }
+Courtesy when_busy(bool others_wait) {
+  return {{seconds(60), seconds(60), seconds(0)}, [others_wait] { return others_wait; }};
+}
+
+TEST_F(ConnectionTest, EndsAfterSilence) {
+  EXPECT_EQ("greet\ntime out\n", served_with(without_silence()));
+}
+
+TEST_F(ConnectionTest, EndsATransactionThatTakesTooLongThoughMoreBytesAreThere) {
+  say("good morning");
+  EXPECT_EQ("greet\ntime out\n", served_with(without_long_transactions()));
+}
+
+TEST_F(ConnectionTest, EndsWhenTheClientTakesNoAnswers) {
+  say("much");
+  EXPECT_EQ("greet\ntake much\ncan't say .....\n",
+            served_with({{seconds(1), seconds(60), seconds(60)}, {}}));
+}
+
+TEST_F(ConnectionTest, EndsAtOnceWhenTheClientTakesNoAnswersAndOthersWait) {
+  say("much");
+  const auto all_but_the_first_time = [looks = 0]() mutable { return ++looks > 1; };
+  EXPECT_EQ("greet\ntake much\ncan't say .....\n",
+            served_with({{seconds(60), seconds(60), seconds(0)}, all_but_the_first_time}));
+}
+
+TEST_F(ConnectionTest, LetsASlowClientGiveWayWhenOthersWait) {
+  EXPECT_EQ("greet\ngive way\n", served_with(when_busy(true)));
+}
+
+TEST_F(ConnectionTest, KeepsASlowClientWhenNobodyWaits) {
+  say("good morning!");
+  EXPECT_EQ("greet\ntake good morning!\n", served_with(when_busy(false)));
 }
 
 }  // namespace

@@ -77,7 +77,9 @@ void Daemon::supervise() {
 int Daemon::work() const {
   const StopSignal stop;
   const NewProtocol new_protocol = hooks_.start_worker();
-  serve(listeners_, stop, [&](int connection) { converse(connection, new_protocol, stop); });
+  const Courtesy courtesy{settings_.patience, [this] { return is_anyone_waiting(listeners_); }};
+  serve(listeners_, stop,
+        [&](int connection) { converse(connection, new_protocol, stop, courtesy); });
   return EX_OK;
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "server/counters.h"
+#include "server/deadline.h"
 #include "server/listener.h"
 #include "server/log.h"
 #include "server/protocol.h"
@@ -25,6 +26,7 @@ struct DaemonSettings {
 
   // These may change with a reload.
   std::size_t workers = 10;  // connections that are served at a time
+  Patience patience = {};    // with each client
   LogTarget log = LogTarget::standard_error;
   std::string metrics = {};  // path of the file to write counters to; empty: none
 };

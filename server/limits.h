@@ -1,4 +1,4 @@
-// How long a client, a worker and the server itself may take.
+// How long a worker and the server itself may take.
 #ifndef QUARROW_SERVER_LIMITS_H_
 #define QUARROW_SERVER_LIMITS_H_
 
@@ -7,15 +7,8 @@
 
 namespace Quarrow::Server {
 
-// From one command to the next, and between two blocks of a message. A protocol whose standard asks
-// for a time asserts that this is no less.
-constexpr std::chrono::seconds silence{300};
-
-// For a whole message: bounds a client that sends it in drops.
-constexpr std::chrono::seconds longest_transfer{1800};
-
-// For the client to take what the protocol sends.
-constexpr std::chrono::seconds longest_reply_wait{300};
+// From one look for clients that wait for a worker to the next, in a worker with a slow client.
+constexpr std::chrono::seconds between_looks{1};
 
 // From one block to the next, once the server has been told to stop.
 constexpr std::chrono::seconds silence_when_stopping{10};

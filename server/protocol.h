@@ -28,17 +28,17 @@ class Protocol {
   // Ends the conversation because the client was silent for too long.
   virtual void time_out() = 0;
 
+  // Ends the conversation because the client was slow, and others wait.
+  virtual void give_way() = 0;
+
   // Ends the conversation because the client is gone, and forgets what it was sending.
   virtual void abandon() = 0;
 
   // Whether the connection is to be closed.
   virtual bool is_over() const = 0;
 
-  // Whether the next bytes belong to a message, which may take longer than a command.
-  virtual bool is_in_message() const = 0;
-
-  // A number that grows with each command and each message that the server has dealt with. A client
-  // that sends bytes without such a step is given up in the end (server/deadline.h).
+  // A number that grows with each transaction that the server has dealt with. A client that sends
+  // bytes without such a step is given up in the end (server/deadline.h).
   virtual std::size_t steps() const = 0;
 };
 

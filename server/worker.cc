@@ -26,6 +26,13 @@ void handle(int signal, void (*handler)(int)) {
   (void)sigaction(signal, &action, nullptr);  // fails only for numbers of no signal
 }
 
+// What to poll to learn which of `descriptors` can be read.
+std::vector<pollfd> readable(const std::vector<int>& descriptors) {
+  std::vector<pollfd> polled;
+  for (const int fd : descriptors) polled.push_back({fd, POLLIN, 0});
+  return polled;
+}
+
 }  // namespace
 
 StopSignal::StopSignal() {
@@ -48,8 +55,7 @@ bool StopSignal::is_set() const {
 
 StopSignal::Wait StopSignal::wait(const std::vector<int>& descriptors, int& which,
                                   std::optional<Clock::time_point> until) const {
-  std::vector<pollfd> polled;
-  for (const int fd : descriptors) polled.push_back({fd, POLLIN, 0});
+  std::vector<pollfd> polled = readable(descriptors);
   const timespec timeout = until ? time_until(*until) : timespec{};
   sigset_t none;
   sigemptyset(&none);
@@ -60,6 +66,11 @@ StopSignal::Wait StopSignal::wait(const std::vector<int>& descriptors, int& whic
             return each.revents != 0;
           })->fd;
   return Wait::ready;
+}
+
+bool is_anyone_waiting(const std::vector<int>& listeners) {
+  std::vector<pollfd> polled = readable(listeners);
+  return poll(polled.data(), polled.size(), 0) > 0;
 }
 
 void serve(const std::vector<int>& listeners, const StopSignal& stop,

@@ -32,6 +32,9 @@ class StopSignal {
             std::optional<Clock::time_point> until = std::nullopt) const;
 };
 
+// Whether a client waits at one of `listeners`: no worker has been free to take it.
+bool is_anyone_waiting(const std::vector<int>& listeners);
+
 // Accepts connections from `listeners`, which must not block, and calls `job` for each; `job`
 // leaves the connection open. Returns once `stop` is set.
 void serve(const std::vector<int>& listeners, const StopSignal& stop,

@@ -39,18 +39,26 @@ struct Written {
   explicit Written(const Options& options)
       : mode(octal(options.server.rights.mode)),
         log(name_of(options.server.log)),
+        silence(options.server.patience.silence.count()),
+        transaction(options.server.patience.transaction.count()),
+        when_busy(options.server.patience.when_busy.count()),
         seconds(std::chrono::duration_cast<std::chrono::seconds>(options.evaluation.time).count()),
         mebibytes(options.evaluation.memory >> 20U) {}
 
   void convert(Options& options) const {
     options.server.rights.mode = static_cast<mode_t>(std::stoul(mode, nullptr, 8));
     options.server.log = logs.at(log);
+    options.server.patience = {std::chrono::seconds(silence), std::chrono::seconds(transaction),
+                               std::chrono::seconds(when_busy)};
     options.evaluation.time = std::chrono::seconds(seconds);
     options.evaluation.memory = mebibytes << 20U;
   }
 
   std::string mode;
   std::string log;
+  std::chrono::seconds::rep silence;
+  std::chrono::seconds::rep transaction;
+  std::chrono::seconds::rep when_busy;
   std::chrono::seconds::rep seconds;
   std::uint64_t mebibytes;
 };
@@ -141,25 +149,38 @@ void declare_records(CLI::App& app, Options& options, Written& written) {
       ->type_name("FILE");
 }
 
+template <typename Number>
+void declare_number(CLI::App& app, const char* name, Number& value, const char* help,
+                    std::uint64_t least, std::uint64_t most) {
+  app.add_option(name, value, help)
+      ->type_name("N")
+      ->transform(whole_number(least, most))
+      ->capture_default_str();
+}
+
 void declare_limits(CLI::App& app, Options& options, Written& written) {
-  const auto declare = [&app](const char* name, auto& value, const char* help, std::uint64_t least,
-                              std::uint64_t most) {
-    app.add_option(name, value, help)
-        ->type_name("N")
-        ->transform(whole_number(least, most))
-        ->capture_default_str();
-  };
   constexpr std::uint64_t tebibyte = std::uint64_t{1} << 40U;
-  declare("--workers", options.server.workers, "Connections served at a time", 1, 1000);
-  declare("--max-size", options.limits.message, "Largest message, in bytes", 1, tebibyte);
-  declare("--max-line", options.limits.line,
-          "Longest line of a message, in bytes with its line end", 2, tebibyte);
-  declare("--max-recipients", options.limits.recipients, "Most recipients of a message", 1,
-          1000000);
-  declare("--evaluation-time", written.seconds, "Seconds that rules may take over a message", 1,
-          600);
-  declare("--evaluation-memory", written.mebibytes,
-          "MiB of memory that rules may take over a message", 160, 65536);
+  declare_number(app, "--max-size", options.limits.message, "Largest message, in bytes", 1,
+                 tebibyte);
+  declare_number(app, "--max-line", options.limits.line,
+                 "Longest line of a message, in bytes with its line end", 2, tebibyte);
+  declare_number(app, "--max-recipients", options.limits.recipients, "Most recipients of a message",
+                 1, 1000000);
+  declare_number(app, "--evaluation-time", written.seconds,
+                 "Seconds that rules may take over a message", 1, 600);
+  declare_number(app, "--evaluation-memory", written.mebibytes,
+                 "MiB of memory that rules may take over a message", 160, 65536);
+}
+
+void declare_clients(CLI::App& app, Options& options, Written& written) {
+  declare_number(app, "--workers", options.server.workers, "Connections served at a time", 1, 1000);
+  declare_number(app, "--client-patience", written.silence,
+                 "Seconds that a client may be silent, or take no answers", 1, 86400);
+  declare_number(app, "--transaction-time", written.transaction,
+                 "Seconds that a client may take from one message to the end of the next", 1,
+                 86400);
+  declare_number(app, "--busy-patience", written.when_busy,
+                 "Seconds to wait for a client while others wait for a worker", 1, 86400);
 }
 
 void declare(CLI::App& app, Options& options, Written& written) {
@@ -170,6 +191,7 @@ void declare(CLI::App& app, Options& options, Written& written) {
   declare_sockets(app, options, written);
   declare_mail(app, options);
   declare_records(app, options, written);
+  declare_clients(app, options, written);
   declare_limits(app, options, written);
 }
 

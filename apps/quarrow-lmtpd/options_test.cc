@@ -9,6 +9,7 @@ namespace Quarrow::Lmtpd {
 namespace {
 
 using Server::LogTarget;
+using std::chrono::seconds;
 
 // Each option, set to another value than its default.
 const struct {
@@ -25,6 +26,9 @@ const struct {
                 {"--metrics", {"/srv/metrics"}},
                 {"--log", {"syslog"}},
                 {"--workers", {"4"}},
+                {"--client-patience", {"600"}},
+                {"--transaction-time", {"900"}},
+                {"--busy-patience", {"20"}},
                 {"--max-size", {"1000"}},
                 {"--max-line", {"2000"}},
                 {"--max-recipients", {"30"}},
@@ -41,6 +45,7 @@ const struct {
     {"--spool", "DIR"},          {"--host-name", "NAME"},     {"--recipient-delimiter", "CHARS"},
     {"--metrics", "FILE"},       {"--log", "stderr|syslog"},  {"--workers", "N"},
     {"--max-size", "N"},         {"--max-line", "N"},         {"--max-recipients", "N"},
+    {"--client-patience", "N"},  {"--transaction-time", "N"}, {"--busy-patience", "N"},
     {"--evaluation-time", "N"},  {"--evaluation-memory", "N"}};
 
 Parsed parse(std::vector<const char*> arguments) {
@@ -92,10 +97,13 @@ void expect_settings(const Parsed& parsed) {
   EXPECT_EQ("/srv/metrics", options.server.metrics);
   EXPECT_EQ(LogTarget::system_log, options.server.log);
   EXPECT_EQ(4U, options.server.workers);
+  EXPECT_EQ(seconds(600), options.server.patience.silence);
+  EXPECT_EQ(seconds(900), options.server.patience.transaction);
+  EXPECT_EQ(seconds(20), options.server.patience.when_busy);
   EXPECT_EQ(1000U, options.limits.message);
   EXPECT_EQ(2000U, options.limits.line);
   EXPECT_EQ(30U, options.limits.recipients);
-  EXPECT_EQ(std::chrono::seconds(5), options.evaluation.time);
+  EXPECT_EQ(seconds(5), options.evaluation.time);
   EXPECT_EQ(std::uint64_t{256} << 20U, options.evaluation.memory);
 }
 
@@ -116,10 +124,13 @@ TEST(LmtpdOptions, HaveDefaults) {
   EXPECT_EQ("+", options.recipient_delimiter);
   EXPECT_EQ(LogTarget::standard_error, options.server.log);
   EXPECT_EQ(10U, options.server.workers);
+  EXPECT_EQ(seconds(300), options.server.patience.silence);
+  EXPECT_EQ(seconds(1800), options.server.patience.transaction);
+  EXPECT_EQ(seconds(30), options.server.patience.when_busy);
   EXPECT_EQ(67108864U, options.limits.message);
   EXPECT_EQ(1000U, options.limits.line);
   EXPECT_EQ(1000U, options.limits.recipients);
-  EXPECT_EQ(std::chrono::seconds(2), options.evaluation.time);
+  EXPECT_EQ(seconds(2), options.evaluation.time);
   EXPECT_EQ(std::uint64_t{512} << 20U, options.evaluation.memory);
 }
 
@@ -151,6 +162,7 @@ const struct {
     {"--workers", "many", "not a whole number from 1 to 1000: many"},
     {"--workers", "", "not a whole number from 1 to 1000: "},
     {"--workers", "2.5", "not a whole number from 1 to 1000: 2.5"},
+    {"--busy-patience", "0", "not a whole number from 1 to 86400: 0"},
     {"--max-size", "0", "not a whole number from 1 to 1099511627776: 0"},
     {"--max-size", "64M", "not a whole number from 1 to 1099511627776: 64M"},
     {"--max-size", "99999999999999999999999",

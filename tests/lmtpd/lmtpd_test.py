@@ -5,11 +5,13 @@ import contextlib
 import os
 import pathlib
 import pwd
+import select
 import signal
 import smtplib
 import socket
 import subprocess
 import tempfile
+import threading
 import unittest
 
 from lmtp_server import (FOLDERS, PATIENCE, PROGRAM, USERS, Daemon, Lmtp, children, is_running,
@@ -74,6 +76,86 @@ class DaemonTest(unittest.TestCase):
         self.assertEqual([250] * 3, [code for code, _ in client.deliver(recipients, "other")])
         self.assertEqual(250, client.noop()[0])
         self.assertEqual([1, 1], [len(daemon.messages(user)) for user in USERS[:2]])
+
+    def rude(self, daemon):
+        """A connection that nobody reads from or writes to unless the test does."""
+        client = socket.socket(socket.AF_UNIX)
+        self.addCleanup(client.close)
+        client.connect(daemon.socket)
+        client.settimeout(PATIENCE)
+        return client
+
+    def all_that(self, client):
+        """All that the server says to a rude client until it hangs up."""
+        heard = b""
+        with contextlib.suppress(ConnectionResetError):
+            while said := client.recv(65536):
+                heard += said
+        return heard
+
+    def start_delivery(self, daemon):
+        """Delivers in the background; gives what gives the answer's code, once there is one."""
+        codes = []
+
+        def deliver():
+            codes.append(self.connect(daemon).deliver(USERS[:1], "other")[0][0])
+
+        thread = threading.Thread(target=deliver, daemon=True)
+        thread.start()
+        self.addCleanup(thread.join, PATIENCE)
+        return lambda: codes and codes[0]
+
+    def test_serves_others_while_ten_clients_are_silent(self):
+        daemon = self.start("--busy-patience", "1")
+        silent = [self.rude(daemon) for _ in range(10)]
+        self.assertEqual(250, self.connect(daemon).deliver(USERS[:1], "other")[0][0])
+        self.assertIn(b"\r\n421 4.3.2 ", self.all_that(silent[0]))
+
+    def test_keeps_a_silent_client_when_no_other_waits(self):
+        daemon = self.start("--busy-patience", "1", "--workers", "1")
+        client = self.connect(daemon)
+        self.assertEqual([], select.select([client.sock], [], [], 3)[0])
+        self.assertEqual(250, client.deliver(USERS[:1], "other")[0][0])
+
+    def test_serves_others_while_clients_send_in_drops(self):
+        daemon = self.start("--busy-patience", "1")
+        drops = [self.rude(daemon) for _ in range(2)]
+        served = self.start_delivery(daemon)
+
+        def drop():
+            for client in drops:
+                with contextlib.suppress(OSError):
+                    client.sendall(b"N")
+            return served()
+
+        self.assertEqual(250, until(drop, "the other client is served"))
+
+    def test_ends_a_transaction_that_takes_too_long(self):
+        daemon = self.start("--transaction-time", "1")
+        client = self.rude(daemon)
+        heard = b""
+
+        def is_given_up():
+            nonlocal heard
+            with contextlib.suppress(OSError):
+                client.sendall(b"NOOP\r\n")
+            if select.select([client], [], [], 0.1)[0]:
+                heard += client.recv(65536)
+            return b"\r\n421 4.4.2 " in heard
+
+        until(is_given_up, "an end")
+        self.assertLess(heard.count(b"\r\n250 "), 100)
+
+    def test_serves_others_after_a_client_that_takes_no_answers(self):
+        for option in ["--client-patience", "--busy-patience"]:
+            daemon = self.start(option, "1", "--workers", "1")
+            client = self.rude(daemon)
+            client.sendall(b"LHLO x\r\nMAIL FROM:<>\r\n"
+                           + b"RCPT TO:<%s>\r\n" % USERS[1].encode() * 1000
+                           + b"DATA\r\nSubject: other\r\n\r\n.\r\n")
+            self.assertEqual(250, self.connect(daemon).deliver(USERS[:1], "other")[0][0])
+            self.assertLess(self.all_that(client).count(b"\r\n250 2.0.0 "), 1000)
+            self.assertEqual(1, len(daemon.messages(USERS[1])))
 
     def test_refuses_strangers(self):
         client = self.connect(self.start())
