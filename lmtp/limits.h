@@ -34,6 +34,11 @@ constexpr unsigned most_refused_recipients = 1000;
 // identifier. One round of a mail loop adds far fewer.
 constexpr std::size_t most_header = 262144;
 
+// Users' folders that the server looks at when it starts, so that it is not late, and folders that
+// can't be written that its log names then.
+constexpr std::size_t most_inspected_users = 10000;
+constexpr std::size_t most_told_folders = 10;
+
 // The bounds that an administrator may set.
 struct Limits {
   std::uint64_t message = 64U << 20U;  // octets on the wire, with CRLF line ends (RFC 1870)

@@ -18,6 +18,7 @@
 #include "delivery/helper_process.h"
 #include "lmtp/delivery_counters.h"
 #include "lmtp/delivery_handler.h"
+#include "lmtp/inspection.h"
 #include "lmtp/session.h"
 #include "quarrow/delivery/evaluator.h"
 #include "server/daemon.h"
@@ -40,7 +41,7 @@ class LmtpServer {
   // Serves until it is told to stop; gives the exit status.
   int run() {
     Server::DaemonHooks hooks;
-    hooks.prepare = prepare;
+    hooks.prepare = [this] { return prepare(); };
     hooks.start_worker = [this] { return start_worker(); };
     hooks.reload = [this] { return reload(); };
     hooks.replaced = [this] { counters_.add(Counter::workers_replaced); };
@@ -49,13 +50,20 @@ class LmtpServer {
 
  private:
   // Loads what the evaluation needs, for all workers at once; why that failed, if it did.
-  static std::string prepare() {
+  std::string prepare() const {
+    tell_faults();
     try {
       Delivery::prepare_for_helpers();
     } catch (const std::runtime_error& error) {
       return error.what();
     }
     return "";
+  }
+
+  // Clients are asked to try again until the faults are mended, so that no mail is lost.
+  void tell_faults() const {
+    for (const std::string& fault : Lmtp::faults_of(options_.root, options_.spool))
+      Server::log_error(fault);
   }
 
   Server::NewProtocol start_worker() {
@@ -81,6 +89,7 @@ class LmtpServer {
       return std::nullopt;
     }
     options_ = std::move(parsed.options);
+    tell_faults();
     return options_.server;
   }
 

@@ -83,10 +83,10 @@ class Lmtp(smtplib.LMTP):
 
 
 class Daemon:
-    """The server, with users, in a folder of its own. `options` that ask for another number of
-    workers come with `workers`."""
+    """The server, with users, in a folder of its own, which `change` may change before the start.
+    `options` that ask for another number of workers come with `workers`."""
 
-    def __init__(self, *options, workers=2, launcher=()):
+    def __init__(self, *options, workers=2, launcher=(), change=lambda daemon: None):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quarrow-lmtpd-"))
         self.socket = str(self.folder / "socket")
         self.config = self.folder / "config"
@@ -97,6 +97,7 @@ class Daemon:
             self.home(user).mkdir(parents=True)
             (self.home(user) / ".delivery_filter").write_bytes(SCRIPT)
         self.give_away()
+        change(self)
         self.log = open(self.folder / "log", "w+b")
         self.process = subprocess.Popen(
             [*launcher, PROGRAM, "--config", self.config, "--user", unprivileged_user(),

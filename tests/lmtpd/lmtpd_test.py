@@ -6,6 +6,7 @@ import os
 import pathlib
 import pwd
 import select
+import shutil
 import signal
 import smtplib
 import socket
@@ -394,6 +395,26 @@ class DaemonTest(unittest.TestCase):
             activated.terminate()
             self.assertEqual(b"STOPPING=1", manager.recv(100))
             self.assertEqual(0, activated.wait(PATIENCE))
+
+    def test_says_when_it_starts_that_root_and_spool_are_missing(self):
+        def take_away(daemon):
+            shutil.rmtree(daemon.folder / "root")
+            shutil.rmtree(daemon.folder / "spool")
+
+        daemon = self.start(change=take_away)
+        for place in ["root", "spool"]:
+            self.assertIn(f" error: {daemon.folder / place}: No such file or directory\n",
+                          daemon.log_text())
+        client = self.connect(daemon)
+        client.mail("")
+        self.assertEqual(451, client.rcpt(USERS[0])[0])
+
+    def test_says_when_it_starts_or_reloads_whose_folder_it_cant_write(self):
+        daemon = self.start(change=lambda daemon: daemon.home(USERS[0]).chmod(0o555))
+        complaint = f" error: {daemon.home(USERS[0])}: Permission denied\n"
+        self.assertEqual(1, daemon.log_text().count(complaint))
+        daemon.signal(signal.SIGHUP)
+        until(lambda: daemon.log_text().count(complaint) == 2, "it is said again")
 
     def test_explains_wrong_usage(self):
         for arguments in [["--workers", "0"], ["--nonsense"], ["stray"], ["--socket-mode", "rw"],
