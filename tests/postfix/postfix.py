@@ -5,6 +5,8 @@ import os
 import re
 import select
 import shutil
+import smtplib
+import socket
 import subprocess
 import time
 
@@ -48,6 +50,7 @@ rewrite unix - - n - - trivial-rewrite
 bounce unix - - n - 0 bounce
 defer unix - - n - 0 bounce
 trace unix - - n - 0 bounce
+verify unix - - n - 1 verify
 flush unix n - n 1000? 0 flush
 proxymap unix - - n - - proxymap
 showq unix n - n - - showq
@@ -103,6 +106,20 @@ class Postfix:
         self._tail.wait()
         self._tail.stdout.close()
 
+    def configure(self, arguments):
+        """Has postconf(1) change settings, before start()."""
+        subprocess.run(["postconf", "-c", self.folder / "config", *arguments], check=True)
+
+    def connect(self):
+        """A conversation with its SMTP server."""
+        client = smtplib.SMTP()
+        client.sock = socket.socket(socket.AF_UNIX)
+        client.sock.settimeout(PATIENCE)
+        client.sock.connect(str(self.folder / "queue" / "public" / "smtp"))
+        client.getreply()
+        client.ehlo("client.example.net")
+        return client
+
     def _control(self, command):
         done = subprocess.run(["postfix", "-c", self.folder / "config", command], check=False,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
@@ -115,8 +132,8 @@ class Postfix:
 
     def source(self, *arguments):
         """A running smtp-source, which sends into this Postfix."""
-        socket = self.folder / "queue" / "public" / "smtp"
-        return subprocess.Popen(["smtp-source", *map(str, arguments), f"unix:{socket}"],
+        server = self.folder / "queue" / "public" / "smtp"
+        return subprocess.Popen(["smtp-source", *map(str, arguments), f"unix:{server}"],
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
 
     def send(self, *arguments):

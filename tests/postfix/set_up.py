@@ -91,7 +91,7 @@ def children(process):
 class MailSystem:
     """Postfix and quarrow-lmtpd over a root with the users' folders."""
 
-    def __init__(self, quarrow, lmtpd, folder):
+    def __init__(self, quarrow, lmtpd, folder, configure):
         self.folder = folder
         self.root = folder / "root"
         folder.chmod(0o755)
@@ -100,6 +100,7 @@ class MailSystem:
         self.lmtp = LmtpServer(lmtpd, folder, self.root)
         (folder / "postfix").mkdir()
         self.postfix = postfix.Postfix(folder / "postfix", self.lmtp.socket)
+        configure(self.postfix)
         self.postfix.start()
         self.sent = {}  # kinds of mail by their subjects
 
@@ -155,9 +156,10 @@ def read_stored(user, path, sent):
 
 
 @contextlib.contextmanager
-def mail_system(prepare=lambda folder: None):
+def mail_system(prepare=lambda folder: None, configure=lambda postfix: None):
     """The system for the programs on the command line: QUARROW QUARROW_LMTPD full|reduced.
-    `prepare` is called with its folder before anything is in it."""
+    `prepare` is called with its folder before anything is in it, `configure` with Postfix before
+    it starts."""
     skip_unless_possible()
     signal.signal(signal.SIGTERM, lambda *_: sys.exit("told to stop"))  # cleaning up all the same
     quarrow, lmtpd = map(os.path.abspath, sys.argv[1:3])
@@ -167,7 +169,7 @@ def mail_system(prepare=lambda folder: None):
             cleanup = prepare(folder)
             if cleanup is not None:
                 stack.callback(cleanup)
-            system = MailSystem(quarrow, lmtpd, folder)
+            system = MailSystem(quarrow, lmtpd, folder, configure)
             stack.callback(system.close)
             yield system
 
