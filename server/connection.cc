@@ -36,6 +36,8 @@ class Conversation {
     }
   }
 
+  void turn_away() { protocol_->give_way(); }
+
  private:
   void go_on() {
     const auto start = Clock::now();
@@ -108,6 +110,11 @@ class Conversation {
 void converse(int socket, const NewProtocol& new_protocol, const StopSignal& stop,
               const Courtesy& courtesy) {
   Conversation(socket, new_protocol, stop, courtesy).run();
+}
+
+void turn_away(int socket, const NewProtocol& new_protocol, const StopSignal& stop,
+               const Courtesy& courtesy) {
+  Conversation(socket, new_protocol, stop, courtesy).turn_away();
 }
 
 }  // namespace Quarrow::Server

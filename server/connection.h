@@ -22,6 +22,10 @@ struct Courtesy {
 void converse(int socket, const NewProtocol& new_protocol, const StopSignal& stop,
               const Courtesy& courtesy);
 
+// Ends the conversation with the client at `socket` before it began: the client is to come again.
+void turn_away(int socket, const NewProtocol& new_protocol, const StopSignal& stop,
+               const Courtesy& courtesy);
+
 }  // namespace Quarrow::Server
 
 #endif  // QUARROW_SERVER_CONNECTION_H_

@@ -7,7 +7,7 @@
 #include <iostream>
 #include <utility>
 
-#include "server/connection.h"
+#include "server/health.h"
 #include "server/privileges.h"
 #include "server/service_manager.h"
 #include "server/supervisor.h"
@@ -20,13 +20,13 @@ Daemon::Daemon(LogOrigin origin, DaemonSettings settings, const Counters& counte
     : origin_(std::move(origin)),
       settings_(std::move(settings)),
       counters_(counters),
-      hooks_(std::move(hooks)) {}
+      hooks_(std::move(hooks)),
+      start_(Clock::now()) {}
 
 int Daemon::run() {
   if (const std::string reason = refusal_to_serve_as(settings_.user); !reason.empty())
     return complain(reason, EX_NOPERM);
-  if (const std::string reason = open_listeners(); !reason.empty())
-    return complain(reason, EX_OSERR);
+  if (const std::string reason = open_sockets(); !reason.empty()) return complain(reason, EX_OSERR);
   if (const std::string reason = become(settings_.user); !reason.empty())
     return complain(reason, EX_NOPERM);
   set_log(origin_, settings_.log);
@@ -40,17 +40,29 @@ int Daemon::run() {
   return EX_OK;
 }
 
+std::string Daemon::open_sockets() {
+  const std::string reason = open_listeners();
+  if (!reason.empty() || settings_.health.empty()) return reason;
+  return open_at(settings_.health, inquiries_);
+}
+
 // Sockets that the service manager made take the place of those that are asked for.
 std::string Daemon::open_listeners() {
   listeners_ = inherited_listeners();
   if (!listeners_.empty()) return "";
   for (const std::string& address : settings_.listen) {
-    const Listener listener = listen_at(address, settings_.rights);
-    if (listener.fd < 0) return listener.reason;
-    listeners_.push_back(listener.fd);
-    if (address.front() == '/') sockets_.push_back(address);
+    int fd = -1;
+    if (const std::string reason = open_at(address, fd); !reason.empty()) return reason;
+    listeners_.push_back(fd);
   }
   return "";
+}
+
+std::string Daemon::open_at(const std::string& address, int& fd) {
+  const Listener listener = listen_at(address, settings_.rights);
+  fd = listener.fd;
+  if (fd >= 0 && address.front() == '/') sockets_.push_back(address);
+  return listener.reason;
 }
 
 // Not everyone may remove from the folder that they are in; the next server replaces them.
@@ -68,19 +80,40 @@ void Daemon::supervise() {
   hooks.work = [this] { return work(); };
   hooks.reload = [this] { return reload(); };
   hooks.write_counters = [this] { write_counters(); };
+  hooks.ended = [this](pid_t worker) { connections_.remove(worker); };
   hooks.replaced = hooks_.replaced;
+  hooks.answer_inquiry = [this](std::size_t workers) { answer_inquiry(workers); };
+  hooks.inquiries = inquiries_;
   Supervisor supervisor(settings_.workers, std::move(hooks));
   log_info("serving with " + std::to_string(settings_.workers) + " workers");
   supervisor.run();
 }
 
-int Daemon::work() const {
+int Daemon::work() {
+  connections_.hide_from_children();
   const StopSignal stop;
   const NewProtocol new_protocol = hooks_.start_worker();
   const Courtesy courtesy{settings_.patience, [this] { return is_anyone_waiting(listeners_); }};
   serve(listeners_, stop,
-        [&](int connection) { converse(connection, new_protocol, stop, courtesy); });
+        [&](int connection) { serve_client(connection, new_protocol, stop, courtesy); });
   return EX_OK;
+}
+
+void Daemon::serve_client(int connection, const NewProtocol& new_protocol, const StopSignal& stop,
+                          const Courtesy& courtesy) {
+  const Origin origin = origin_of(connection);
+  connections_.add(getpid(), origin);
+  if (origin != from_file_system && connections_.count_from(origin) > settings_.clients_per_address)
+    turn_away(connection, new_protocol, stop, courtesy);
+  else
+    converse(connection, new_protocol, stop, courtesy);
+  connections_.remove(getpid());
+}
+
+void Daemon::answer_inquiry(std::size_t workers) const {
+  const auto uptime = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start_);
+  answer_at(inquiries_,
+            text_of(Health{workers, connections_.count(), is_anyone_waiting(listeners_), uptime}));
 }
 
 std::optional<std::size_t> Daemon::reload() {

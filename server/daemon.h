@@ -8,10 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "server/connection.h"
 #include "server/counters.h"
 #include "server/deadline.h"
 #include "server/listener.h"
 #include "server/log.h"
+#include "server/open_connections.h"
 #include "server/protocol.h"
 
 namespace Quarrow::Server {
@@ -21,12 +23,14 @@ namespace Quarrow::Server {
 struct DaemonSettings {
   // These stand until the server is started anew.
   std::vector<std::string> listen = {};  // addresses as listen_at takes them
+  std::string health = {};  // address of the socket that answers inquiries; empty: none
   SocketRights rights = {};
   std::string user = {};  // name of the user to run as; empty: the user that started the server
 
   // These may change with a reload.
-  std::size_t workers = 10;  // connections that are served at a time
-  Patience patience = {};    // with each client
+  std::size_t workers = 10;                // connections that are served at a time
+  Patience patience = {};                  // with each client
+  std::size_t clients_per_address = 1000;  // over TCP, that are served at a time
   LogTarget log = LogTarget::standard_error;
   std::string metrics = {};  // path of the file to write counters to; empty: none
 };
@@ -57,11 +61,16 @@ class Daemon {
   int run();
 
  private:
+  std::string open_sockets();
   std::string open_listeners();
+  std::string open_at(const std::string& address, int& fd);
   void remove_sockets() const;
   int complain(const std::string& reason, int status) const;
   void supervise();
-  int work() const;
+  int work();
+  void serve_client(int connection, const NewProtocol& new_protocol, const StopSignal& stop,
+                    const Courtesy& courtesy);
+  void answer_inquiry(std::size_t workers) const;
   std::optional<std::size_t> reload();
   void write_counters() const;
 
@@ -69,7 +78,10 @@ class Daemon {
   DaemonSettings settings_;
   const Counters& counters_;
   const DaemonHooks hooks_;
+  OpenConnections connections_;
+  Clock::time_point start_;
   std::vector<int> listeners_;        // until the process ends
+  int inquiries_ = -1;                // likewise; negative: none
   std::vector<std::string> sockets_;  // of these, the paths that were made here
 };
 

@@ -15,7 +15,7 @@ class Protocol {
  public:
   virtual ~Protocol() = default;
 
-  // Called once, before all else: sends the greeting, if the server speaks first.
+  // Called once, before all else but give_way: sends the greeting, if the server speaks first.
   virtual void greet() = 0;
 
   // Takes the next bytes from the client: `size` of them, at least one.
@@ -28,7 +28,8 @@ class Protocol {
   // Ends the conversation because the client was silent for too long.
   virtual void time_out() = 0;
 
-  // Ends the conversation because the client was slow, and others wait.
+  // Ends the conversation because the client was slow, and others wait; or before it began, in the
+  // place of the greeting, because there are too many of its kind.
   virtual void give_way() = 0;
 
   // Ends the conversation because the client is gone, and forgets what it was sending.

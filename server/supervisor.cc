@@ -1,13 +1,16 @@
-// Waiting for signals: the supervisor has nothing else to do, and nothing that can go wrong.
+// Waiting for signals and inquiries: the supervisor has nothing else to do, and nothing that can go
+// wrong.
 #include "server/supervisor.h"
 
+#include <poll.h>
 #include <sys/prctl.h>
+#include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -27,6 +30,13 @@ std::string text_of(const ProcessEnd& end) {
   return "exited with " + std::to_string(end.status);
 }
 
+sigset_t handled_signals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : {SIGCHLD, SIGTERM, SIGINT, SIGHUP, SIGUSR1}) sigaddset(&signals, signal);
+  return signals;
+}
+
 // A worker whose supervisor is gone would serve for ever.
 void go_with(pid_t supervisor) {
   (void)prctl(PR_SET_PDEATHSIG, SIGTERM);
@@ -38,9 +48,11 @@ void terminate(pid_t process, int signal) { (void)kill(process, signal); }  // i
 }  // namespace
 
 Supervisor::Supervisor(std::size_t workers, SupervisorHooks hooks)
-    : wanted_(workers), hooks_(std::move(hooks)), next_start_(Clock::now()) {
-  sigemptyset(&signals_);
-  for (const int signal : {SIGCHLD, SIGTERM, SIGINT, SIGHUP, SIGUSR1}) sigaddset(&signals_, signal);
+    : wanted_(workers),
+      hooks_(std::move(hooks)),
+      signals_(handled_signals()),
+      signal_reader_(signalfd(-1, &signals_, SFD_NONBLOCK | SFD_CLOEXEC)),
+      next_start_(Clock::now()) {
   (void)sigprocmask(SIG_BLOCK, &signals_, nullptr);
 }
 
@@ -84,10 +96,15 @@ void Supervisor::start_one() {
   next_start_ = Clock::now() + shortest_life;
 }
 
-// The next signal; 0 when none came in time.
-int Supervisor::next_signal(Time until) {
+// The next signal; 0 when none came in time, or an inquiry came first.
+int Supervisor::next_signal(Time until) const {
+  pollfd polled[] = {{signal_reader_.get(), POLLIN, 0}, {hooks_.inquiries, POLLIN, 0}};
   const timespec timeout = time_until(until);
-  return std::max(sigtimedwait(&signals_, nullptr, &timeout), 0);
+  (void)ppoll(polled, std::size(polled), &timeout, nullptr);
+  if (polled[1].revents != 0) hooks_.answer_inquiry(workers_.size());
+  signalfd_siginfo signal{};
+  const bool came = read(signal_reader_.get(), &signal, sizeof signal) == sizeof signal;
+  return came ? static_cast<int>(signal.ssi_signo) : 0;
 }
 
 void Supervisor::reap() {
@@ -96,6 +113,7 @@ void Supervisor::reap() {
 }
 
 void Supervisor::bury(pid_t worker, int status) {
+  hooks_.ended(worker);
   if (retiring_.erase(worker) > 0) return;
   const auto found = workers_.find(worker);
   if (found == workers_.end()) return;

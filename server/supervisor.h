@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "server/deadline.h"
+#include "system/descriptor.h"
 
 namespace Quarrow::Server {
 
@@ -20,11 +21,16 @@ struct SupervisorHooks {
   // SIGHUP: gives the number of workers from here on, or nothing when all stays as it is
   std::function<std::optional<std::size_t>()> reload;
   std::function<void()> write_counters;  // SIGUSR1
+  std::function<void(pid_t)> ended;      // a worker is gone, whatever the reason
   std::function<void()> replaced;        // a worker ended unasked
+  // A client came to the socket `inquiries`; gets the number of workers that take connections.
+  std::function<void(std::size_t workers)> answer_inquiry;
+  int inquiries = -1;  // a listening socket that does not block; negative: none
 };
 
-// Keeps a number of workers alive. A worker that ends right after its start is replaced only after
-// shortest_life, so that a lasting reason does not keep the machine busy.
+// Keeps a number of workers alive, and answers inquiries about them. A worker that ends right after
+// its start is replaced only after shortest_life, so that a lasting reason does not keep the
+// machine busy.
 class Supervisor {
  public:
   // Blocks the signals that run() waits for, so that none is lost until then.
@@ -40,7 +46,7 @@ class Supervisor {
 
   void start_missing();
   void start_one();
-  int next_signal(Time until);
+  int next_signal(Time until) const;
   void reap();
   void bury(pid_t worker, int status);
   void reload();
@@ -50,6 +56,7 @@ class Supervisor {
   std::size_t wanted_;
   const SupervisorHooks hooks_;
   sigset_t signals_;
+  const Descriptor signal_reader_;
   std::map<pid_t, Time> workers_;   // with the times of their starts
   std::map<pid_t, Time> retiring_;  // told to stop
   Time next_start_;                 // no worker starts before

@@ -49,14 +49,15 @@ class LmtpServer {
   }
 
  private:
-  // Loads what the evaluation needs, for all workers at once; why that failed, if it did.
+  // Loads what the evaluation needs, for all workers at once; why that failed, if it did. Looks at
+  // the places of mail.
   std::string prepare() const {
-    tell_faults();
     try {
       Delivery::prepare_for_helpers();
     } catch (const std::runtime_error& error) {
       return error.what();
     }
+    tell_faults();
     return "";
   }
 

@@ -114,6 +114,10 @@ void declare_sockets(CLI::App& app, Options& options, Written& written) {
   app.add_option("--socket-group", options.server.rights.group,
                  "Group of sockets in the file system")
       ->type_name("GROUP");
+  app.add_option("--health", options.server.health,
+                 "Socket, like that of --listen, that tells how busy the server is")
+      ->type_name("SOCKET")
+      ->check(emptiness);
   app.add_option("--user", options.server.user,
                  "User to run as; needed when the superuser starts the server")
       ->type_name("USER");
@@ -181,6 +185,8 @@ void declare_clients(CLI::App& app, Options& options, Written& written) {
                  86400);
   declare_number(app, "--busy-patience", written.when_busy,
                  "Seconds to wait for a client while others wait for a worker", 1, 86400);
+  declare_number(app, "--max-clients-per-address", options.server.clients_per_address,
+                 "Most connections from one address that are served at a time over TCP", 1, 1000);
 }
 
 void declare(CLI::App& app, Options& options, Written& written) {

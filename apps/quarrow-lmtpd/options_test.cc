@@ -18,6 +18,7 @@ const struct {
 } settings[] = {{"--listen", {"/run/a", "127.0.0.1:24"}},
                 {"--socket-mode", {"0620"}},
                 {"--socket-group", {"postfix"}},
+                {"--health", {"/run/health"}},
                 {"--user", {"vmail"}},
                 {"--root", {"/srv/mail"}},
                 {"--spool", {"/srv/spool"}},
@@ -29,6 +30,7 @@ const struct {
                 {"--client-patience", {"600"}},
                 {"--transaction-time", {"900"}},
                 {"--busy-patience", {"20"}},
+                {"--max-clients-per-address", {"7"}},
                 {"--max-size", {"1000"}},
                 {"--max-line", {"2000"}},
                 {"--max-recipients", {"30"}},
@@ -39,14 +41,28 @@ const struct {
 const struct {
   const char* option;
   const char* value;
-} options_with_values[] = {
-    {"--config", "FILE"},        {"--listen", "SOCKET"},      {"--socket-mode", "MODE"},
-    {"--socket-group", "GROUP"}, {"--user", "USER"},          {"--root", "DIR"},
-    {"--spool", "DIR"},          {"--host-name", "NAME"},     {"--recipient-delimiter", "CHARS"},
-    {"--metrics", "FILE"},       {"--log", "stderr|syslog"},  {"--workers", "N"},
-    {"--max-size", "N"},         {"--max-line", "N"},         {"--max-recipients", "N"},
-    {"--client-patience", "N"},  {"--transaction-time", "N"}, {"--busy-patience", "N"},
-    {"--evaluation-time", "N"},  {"--evaluation-memory", "N"}};
+} options_with_values[] = {{"--config", "FILE"},
+                           {"--listen", "SOCKET"},
+                           {"--socket-mode", "MODE"},
+                           {"--socket-group", "GROUP"},
+                           {"--user", "USER"},
+                           {"--root", "DIR"},
+                           {"--spool", "DIR"},
+                           {"--host-name", "NAME"},
+                           {"--recipient-delimiter", "CHARS"},
+                           {"--metrics", "FILE"},
+                           {"--log", "stderr|syslog"},
+                           {"--workers", "N"},
+                           {"--max-size", "N"},
+                           {"--max-line", "N"},
+                           {"--max-recipients", "N"},
+                           {"--client-patience", "N"},
+                           {"--transaction-time", "N"},
+                           {"--busy-patience", "N"},
+                           {"--health", "SOCKET"},
+                           {"--max-clients-per-address", "N"},
+                           {"--evaluation-time", "N"},
+                           {"--evaluation-memory", "N"}};
 
 Parsed parse(std::vector<const char*> arguments) {
   arguments.insert(arguments.begin(), "quarrow-lmtpd");
@@ -89,6 +105,7 @@ void expect_settings(const Parsed& parsed) {
   EXPECT_EQ((std::vector<std::string>{"/run/a", "127.0.0.1:24"}), options.server.listen);
   EXPECT_EQ(mode_t{0620}, options.server.rights.mode);
   EXPECT_EQ("postfix", options.server.rights.group);
+  EXPECT_EQ("/run/health", options.server.health);
   EXPECT_EQ("vmail", options.server.user);
   EXPECT_EQ("/srv/mail", options.root);
   EXPECT_EQ("/srv/spool", options.spool);
@@ -100,6 +117,7 @@ void expect_settings(const Parsed& parsed) {
   EXPECT_EQ(seconds(600), options.server.patience.silence);
   EXPECT_EQ(seconds(900), options.server.patience.transaction);
   EXPECT_EQ(seconds(20), options.server.patience.when_busy);
+  EXPECT_EQ(7U, options.server.clients_per_address);
   EXPECT_EQ(1000U, options.limits.message);
   EXPECT_EQ(2000U, options.limits.line);
   EXPECT_EQ(30U, options.limits.recipients);
@@ -127,6 +145,8 @@ TEST(LmtpdOptions, HaveDefaults) {
   EXPECT_EQ(seconds(300), options.server.patience.silence);
   EXPECT_EQ(seconds(1800), options.server.patience.transaction);
   EXPECT_EQ(seconds(30), options.server.patience.when_busy);
+  EXPECT_EQ("", options.server.health);
+  EXPECT_EQ(1000U, options.server.clients_per_address);
   EXPECT_EQ(67108864U, options.limits.message);
   EXPECT_EQ(1000U, options.limits.line);
   EXPECT_EQ(1000U, options.limits.recipients);
@@ -177,6 +197,7 @@ const struct {
     {"--socket-mode", "", "not a mode such as 0660: "},
     {"--log", "paper", "neither stderr nor syslog: paper"},
     {"--listen", "", "must not be empty"},
+    {"--health", "", "must not be empty"},
     {"--root", "", "must not be empty"},
     {"--spool", "", "must not be empty"},
     {"--host-name", "", "not a host's name, ASCII without blanks: "},

@@ -103,7 +103,7 @@ class Daemon:
             [*launcher, PROGRAM, "--config", self.config, "--user", unprivileged_user(),
              "--root", self.folder / "root", "--spool", self.folder / "spool",
              "--listen", self.socket, "--host-name", "mx.example.org",
-             "--metrics", self.metrics, *options],
+             "--metrics", self.metrics, "--health", self.folder / "health", *options],
             stderr=self.log)
         try:
             until(self.answers, "the server answers")

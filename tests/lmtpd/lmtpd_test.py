@@ -356,10 +356,57 @@ class DaemonTest(unittest.TestCase):
         self.assertEqual(250, client.deliver(USERS[:1], "work")[0][0])
         self.assertEqual([], daemon.messages(USERS[1]))
 
-    def test_listens_on_loopback_when_asked(self):
+    def health(self, daemon):
+        """What the server says of itself, without its uptime."""
+        with socket.socket(socket.AF_UNIX) as client:
+            client.settimeout(PATIENCE)
+            client.connect(str(daemon.folder / "health"))
+            text, uptime = client.makefile().read().split(" uptime=")
+            self.assertRegex(uptime, r"^\d+\n$")
+            return text
+
+    def test_tells_how_busy_it_is_although_all_workers_are(self):
+        daemon = self.start()
+
+        def comes_to(text):
+            until(lambda: self.health(daemon) == text, text)
+
+        comes_to("workers=2 busy=0 waiting=no")
+        clients = [self.rude(daemon) for _ in range(2)]
+        comes_to("workers=2 busy=2 waiting=no")
+        waiting = self.rude(daemon)
+        comes_to("workers=2 busy=2 waiting=yes")
+        os.kill(daemon.workers()[0], signal.SIGKILL)
+        comes_to("workers=2 busy=2 waiting=no")
+        for client in [*clients, waiting]:
+            client.close()
+        comes_to("workers=2 busy=0 waiting=no")
+
+    def test_serves_only_so_many_clients_of_one_address(self):
+        port = self.free_port()
+        daemon = self.start("--listen", f"127.0.0.1:{port}", "--max-clients-per-address", "1",
+                            "--workers", "3")
+
+        def connect(source):
+            client = socket.create_connection(("127.0.0.1", port), PATIENCE, (source, 0))
+            self.addCleanup(client.close)
+            return client
+
+        first = connect("127.0.0.1")
+        self.assertRegex(first.recv(1000), b"^220 ")
+        for source in ["127.0.0.1", "127.0.0.2"]:
+            self.assertRegex(self.all_that(connect(source)), rb"^421 4\.3\.2 .*\r\n$")
+        self.assertEqual(250, self.connect(daemon).deliver(USERS[:1], "other")[0][0])
+        first.close()
+        until(lambda: connect("127.0.0.1").recv(1000).startswith(b"220 "), "a place is free")
+
+    def free_port(self):
         with socket.socket() as probe:
             probe.bind(("127.0.0.1", 0))
-            port = probe.getsockname()[1]
+            return probe.getsockname()[1]
+
+    def test_listens_on_loopback_when_asked(self):
+        port = self.free_port()
         self.start("--listen", f"127.0.0.1:{port}")
         with smtplib.LMTP("127.0.0.1", port) as client:
             self.assertEqual(250, client.ehlo("test")[0])
