@@ -30,6 +30,10 @@ constexpr unsigned most_idle_commands = 100;
 // unknown recipients alone; a search for known ones goes on for longer.
 constexpr unsigned most_refused_recipients = 1000;
 
+// Largest messages' worth of bytes that are dropped between two messages, since they belong to a
+// message that is refused or a line that is too long. An honest client sends no such giants.
+constexpr std::uint64_t most_dropped_messages = 16;
+
 // Bytes at the beginning of a message in which the server looks for trace lines and the message's
 // identifier. One round of a mail loop adds far fewer.
 constexpr std::size_t most_header = 262144;

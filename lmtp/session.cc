@@ -83,8 +83,11 @@ std::size_t Session::take_command(const char* data, std::size_t size) {
   const std::size_t length =
       lf != nullptr ? static_cast<std::size_t>(static_cast<const char*>(lf) - data) + 1 : size;
   line_is_long_ = line_is_long_ || line_.size() + length > longest_command;
-  if (!line_is_long_) line_.append(data, length);
-  if (lf != nullptr) end_command();
+  if (line_is_long_)
+    drop(length);
+  else
+    line_.append(data, length);
+  if (lf != nullptr && !over_) end_command();
   return length;
 }
 
@@ -228,15 +231,23 @@ void Session::not_offered(const std::string&) { refuse(502, "5.5.1", "That is no
 std::size_t Session::take_message(const char* data, std::size_t size) {
   std::string text;
   const std::size_t used = decoder_->decode(data, size, text);
-  keep(text);
-  if (decoder_->is_complete()) end_message();
+  if (!keep(text)) drop(used);
+  if (decoder_->is_complete() && !over_) end_message();
   return used;
 }
 
-// A message that will be refused in the end needs no room.
-void Session::keep(const std::string& text) {
-  if (!has_room_ || text.empty() || refusal_of_message()) return;
-  has_room_ = handler_->add(text.data(), text.size());
+// A message that will be refused in the end needs no room. False for such a message.
+bool Session::keep(const std::string& text) {
+  if (!has_room_ || refusal_of_message()) return false;
+  has_room_ = text.empty() || handler_->add(text.data(), text.size());
+  return has_room_;
+}
+
+// A client that never pauses would not be slow.
+void Session::drop(std::size_t size) {
+  dropped_ += size;
+  if (dropped_ / most_dropped_messages > limits_.message && !over_)
+    hang_up("4.7.0", "Too much was sent in vain");
 }
 
 std::optional<Reply> Session::refusal_of_message() const {
@@ -261,6 +272,7 @@ void Session::end_message() {
   }
   ++steps_;
   errors_ = idle_commands_ = refused_recipients_ = 0;
+  dropped_ = 0;
   forget_transaction();
   if (stopping_ && !over_) hang_up("4.3.2", "The server is stopping");
 }

@@ -3,6 +3,7 @@
 #define QUARROW_LMTP_SESSION_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -92,7 +93,8 @@ class Session : public Server::Protocol {
   void add_recipient(const std::string& recipient);
 
   std::size_t take_message(const char* data, std::size_t size);
-  void keep(const std::string& text);
+  bool keep(const std::string& text);
+  void drop(std::size_t size);
   void end_message();
   std::optional<Reply> refusal_of_message() const;
 
@@ -118,6 +120,7 @@ class Session : public Server::Protocol {
   unsigned errors_ = 0;
   unsigned idle_commands_ = 0;
   unsigned refused_recipients_ = 0;
+  std::uint64_t dropped_ = 0;  // bytes that were not kept, since the last message
   std::size_t steps_ = 0;
   bool stopping_ = false;
   bool over_ = false;

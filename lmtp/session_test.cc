@@ -302,6 +302,32 @@ TEST(Session, StopsAfterAResetTransaction) {
   EXPECT_EQ("250, 250 2.1.0, 250 2.0.0, 421 4.3.2", test.codes());
 }
 
+TEST(Session, HangsUpOnAMessageWithoutEnd) {
+  Limits limits;
+  limits.message = 100;
+  for (const std::string line : {"0123456\r\n", "012345678"}) {
+    TestSession test(limits);
+    test.say(ready);
+    for (int i = 0; i < 180; ++i) test.say(line);
+    EXPECT_FALSE(test.session.is_over());
+    for (int i = 0; i < 180 && !test.session.is_over(); ++i) test.say(line);
+    EXPECT_EQ("250, 250 2.1.0, 250 2.1.5, 354, 421 4.7.0", test.codes()) << line;
+    EXPECT_TRUE(test.session.is_over());
+  }
+}
+
+TEST(Session, HangsUpOnACommandWithoutEnd) {
+  Limits limits;
+  limits.message = 100;
+  TestSession test(limits);
+  test.say(std::string(longest_command, 'x'));
+  test.say(std::string(1600, 'x'));
+  EXPECT_FALSE(test.session.is_over());
+  for (int i = 0; i < 100 && !test.session.is_over(); ++i) test.say("xxx");
+  EXPECT_EQ("421 4.7.0", test.codes());
+  EXPECT_TRUE(test.session.is_over());
+}
+
 TEST(Session, TellsASilentClient) {
   TestSession test;
   test.session.time_out();
