@@ -38,8 +38,8 @@ constexpr std::uint64_t most_dropped_messages = 16;
 // identifier. One round of a mail loop adds far fewer.
 constexpr std::size_t most_header = 262144;
 
-// Users' folders that the server looks at when it starts, so that it is not late, and folders that
-// can't be written that its log names then.
+// Users' folders that the server looks at when it starts, and folders that can't be written that
+// its log names then.
 constexpr std::size_t most_inspected_users = 10000;
 constexpr std::size_t most_told_folders = 10;
 

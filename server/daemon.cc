@@ -78,6 +78,7 @@ int Daemon::complain(const std::string& reason, int status) const {
 void Daemon::supervise() {
   SupervisorHooks hooks;
   hooks.work = [this] { return work(); };
+  hooks.inspect = hooks_.inspect;
   hooks.reload = [this] { return reload(); };
   hooks.write_counters = [this] { write_counters(); };
   hooks.ended = [this](pid_t worker) { connections_.remove(worker); };

@@ -40,6 +40,9 @@ struct DaemonHooks {
   // Before the first worker starts, as the user to run as: loads what all workers need. Gives the
   // reason why the server can't serve, or nothing.
   std::function<std::string()> prepare;
+  // In a process of its own, when the server started and after each reload: logs what will keep
+  // workers from their work. It may take its time.
+  std::function<void()> inspect;
   // In each worker, before its first connection: gives the maker of its conversations.
   std::function<NewProtocol()> start_worker;
   // SIGHUP: gives the settings from here on, or nothing when all stays as it is. Then the hook has

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <string>
@@ -53,10 +54,12 @@ Supervisor::Supervisor(std::size_t workers, SupervisorHooks hooks)
       signals_(handled_signals()),
       signal_reader_(signalfd(-1, &signals_, SFD_NONBLOCK | SFD_CLOEXEC)),
       next_start_(Clock::now()) {
+  if (signal_reader_.get() < 0) std::abort();
   (void)sigprocmask(SIG_BLOCK, &signals_, nullptr);
 }
 
 void Supervisor::run() {
+  inspect();
   start_missing();
   tell_service_manager("READY=1");
   for (;;) {
@@ -75,6 +78,17 @@ void Supervisor::run() {
     reap();
     start_missing();
   }
+}
+
+// Disks may hang, and the supervisor must not hang with them.
+void Supervisor::inspect() const {
+  const pid_t supervisor = getpid();
+  if (fork() != 0) return;  // where it fails, the start of workers does, too, and that is logged
+  go_with(supervisor);
+  (void)prctl(PR_SET_NAME, "inspection");
+  (void)sigprocmask(SIG_UNBLOCK, &signals_, nullptr);
+  hooks_.inspect();
+  _exit(0);
 }
 
 void Supervisor::start_missing() {
@@ -130,6 +144,7 @@ void Supervisor::reload() {
     wanted_ = *workers;
     retire_all();
     next_start_ = Clock::now();
+    inspect();
   }
   tell_service_manager("READY=1");
 }

@@ -18,6 +18,9 @@ namespace Quarrow::Server {
 // The supervisor's answers to its events.
 struct SupervisorHooks {
   std::function<int()> work;  // in a worker: its whole life; gives its exit status
+  // In a process of its own, at the start and after a reload: says what will keep the workers from
+  // their work. It may take its time.
+  std::function<void()> inspect;
   // SIGHUP: gives the number of workers from here on, or nothing when all stays as it is
   std::function<std::optional<std::size_t>()> reload;
   std::function<void()> write_counters;  // SIGUSR1
@@ -33,7 +36,8 @@ struct SupervisorHooks {
 // machine busy.
 class Supervisor {
  public:
-  // Blocks the signals that run() waits for, so that none is lost until then.
+  // Blocks the signals that run() waits for, so that none is lost until then. Without a descriptor
+  // to read them from the process ends: it has hardly started.
   Supervisor(std::size_t workers, SupervisorHooks hooks);
 
   // Starts the workers and serves until SIGTERM or SIGINT; then lets the workers finish, for
@@ -44,6 +48,7 @@ class Supervisor {
  private:
   using Time = Clock::time_point;
 
+  void inspect() const;
   void start_missing();
   void start_one();
   int next_signal(Time until) const;

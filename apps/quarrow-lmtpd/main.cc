@@ -41,7 +41,8 @@ class LmtpServer {
   // Serves until it is told to stop; gives the exit status.
   int run() {
     Server::DaemonHooks hooks;
-    hooks.prepare = [this] { return prepare(); };
+    hooks.prepare = prepare;
+    hooks.inspect = [this] { tell_faults(); };
     hooks.start_worker = [this] { return start_worker(); };
     hooks.reload = [this] { return reload(); };
     hooks.replaced = [this] { counters_.add(Counter::workers_replaced); };
@@ -49,15 +50,13 @@ class LmtpServer {
   }
 
  private:
-  // Loads what the evaluation needs, for all workers at once; why that failed, if it did. Looks at
-  // the places of mail.
-  std::string prepare() const {
+  // Loads what the evaluation needs, for all workers at once; why that failed, if it did.
+  static std::string prepare() {
     try {
       Delivery::prepare_for_helpers();
     } catch (const std::runtime_error& error) {
       return error.what();
     }
-    tell_faults();
     return "";
   }
 
@@ -90,7 +89,6 @@ class LmtpServer {
       return std::nullopt;
     }
     options_ = std::move(parsed.options);
-    tell_faults();
     return options_.server;
   }
 

@@ -46,6 +46,12 @@ def children(process):
     return [int(word) for word in path.read_text().split()]
 
 
+def name_of(process):
+    with contextlib.suppress(OSError):
+        return pathlib.Path(f"/proc/{process}/comm").read_text().strip()
+    return None
+
+
 def is_running(process):
     """Whether the process is there, and not only waits for its parent to ask how it ended."""
     with contextlib.suppress(OSError):
@@ -143,7 +149,8 @@ class Daemon:
                               if " info: " not in line)
 
     def workers(self):
-        return children(self.process.pid)
+        return [child for child in children(self.process.pid)
+                if name_of(child) not in ("inspection", None)]
 
     def signal(self, number):
         self.process.send_signal(number)

@@ -450,8 +450,8 @@ class DaemonTest(unittest.TestCase):
 
         daemon = self.start(change=take_away)
         for place in ["root", "spool"]:
-            self.assertIn(f" error: {daemon.folder / place}: No such file or directory\n",
-                          daemon.log_text())
+            complaint = f" error: {daemon.folder / place}: No such file or directory\n"
+            until(lambda: complaint in daemon.log_text(), complaint)
         client = self.connect(daemon)
         client.mail("")
         self.assertEqual(451, client.rcpt(USERS[0])[0])
@@ -459,7 +459,7 @@ class DaemonTest(unittest.TestCase):
     def test_says_when_it_starts_or_reloads_whose_folder_it_cant_write(self):
         daemon = self.start(change=lambda daemon: daemon.home(USERS[0]).chmod(0o555))
         complaint = f" error: {daemon.home(USERS[0])}: Permission denied\n"
-        self.assertEqual(1, daemon.log_text().count(complaint))
+        until(lambda: daemon.log_text().count(complaint) == 1, complaint)
         daemon.signal(signal.SIGHUP)
         until(lambda: daemon.log_text().count(complaint) == 2, "it is said again")
 
