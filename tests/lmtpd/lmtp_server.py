@@ -8,10 +8,12 @@ import select
 import shutil
 import signal
 import smtplib
+import socket
 import subprocess
 import sys
 import tempfile
 import time
+import unittest
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))  # the first argument of the test
 PATIENCE = 60  # seconds until something that must happen counts as missing
@@ -39,6 +41,12 @@ def until(condition, what):
             return result
         select.select([], [], [], 0.01)  # the condition is looked at again
     raise AssertionError("in vain: " + what)
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
 
 
 def children(process):
@@ -165,3 +173,16 @@ class Daemon:
         self.show_complaints()
         self.log.close()
         shutil.rmtree(self.folder)
+
+
+class DaemonTestCase(unittest.TestCase):
+    def start(self, *options, **how):
+        daemon = Daemon(*options, **how)
+        self.addCleanup(daemon.close)
+        return daemon
+
+    def connect(self, daemon):
+        client = Lmtp(daemon.socket)
+        self.addCleanup(client.close)
+        client.ehlo("test")
+        return client
