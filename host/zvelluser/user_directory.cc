@@ -27,13 +27,20 @@ std::string lower_case(std::string text) {
   return text;
 }
 
+// Hides no file, and names neither its own folder nor the one above.
+void escape_leading_dot(std::string& name) {
+  if (!name.empty() && name.front() == '.') name.replace(0, 1, "%2E");
+}
+
 // `name` with a folder in between wherever it would be too long for a file's name. Such a folder
 // ends in a lone "%", as no escaped name does.
 std::string split(std::string name) {
   std::string path;
+  escape_leading_dot(name);
   while (name.size() > longest_file_name) {
     path += name.substr(0, longest_file_name - 1) + "%/";
     name.erase(0, longest_file_name - 1);
+    escape_leading_dot(name);
   }
   return path + name;
 }
@@ -43,7 +50,7 @@ std::string file_name(const std::string& part) {
   static constexpr char digits[] = "0123456789ABCDEF";
   std::string name;
   for (const char c : part) {
-    if (is_safe(c) && !(name.empty() && c == '.')) {
+    if (is_safe(c)) {
       name += c;
       continue;
     }

@@ -70,6 +70,36 @@ TEST_F(UserDirectory, HasFoldersInBetweenWhereNoFileNameIsLongEnough) {
             path(std::string(86, '/') + "@example.org"));  // 258 bytes when written
 }
 
+// Whether no folder in `path` is hidden or leads out of its own.
+bool has_plain_parts(const std::string& path) {
+  return path.find("//") == std::string::npos && path.find("/.") == std::string::npos &&
+         path.back() != '/';
+}
+
+TEST_F(UserDirectory, HasNoPartThatBeginsWithADot) {
+  const std::string before(254, 'a');
+  EXPECT_EQ("/root/" + before + "%/%2E./user", path("user@" + before + ".."));
+  EXPECT_EQ("/root/example.org/" + before + "%/%2E.%2Fx", path(before + "../x@example.org"));
+}
+
+TEST_F(UserDirectory, HasPlainPartsHoweverLongItsPartsAre) {
+  std::set<std::string> paths;
+  std::size_t count = 0;
+  for (const std::string tail : {".", "..", "...", "../x", "./x", "%2E.", "%", "/", ".b."}) {
+    for (std::size_t length = 0; length < 800; ++length) {
+      const std::string part = std::string(length, 'a') + tail;
+      for (const std::string& address : {"user@" + part, part + "@example.org"}) {
+        EXPECT_TRUE(has_plain_parts(path(address))) << path(address);
+        paths.insert(path(address));
+        ++count;
+      }
+      paths.insert(path(std::string(length, '.') + tail + "@dots"));
+      EXPECT_TRUE(has_plain_parts(path(std::string(length, '.') + tail + "@dots")));
+    }
+  }
+  EXPECT_LE(count, paths.size());
+}
+
 const std::vector<std::string> different_addresses = {
     "a@b",   "A@b",     "a@b.",   ".a@b",  "%2Ea@b", "%2ea@b", "a/b@c", "a%2Fb@c",
     "b@a/c", "a@b@c",   "a@b/c",  "a b@c", "a+b@c",  "a_b@c",  "a\t@b", "\"a\"@b",

@@ -20,7 +20,8 @@ class ZvMailUserId {
   // "._+=-", and a leading dot, is written %XX, so that no address reaches outside the root and no
   // two share a folder but for the case of the domain. Creates nothing. Empty for an address
   // without a local part or a domain. A part that passes 255 bytes as it is written, which no file
-  // name can hold, has folders in between, whose names end in a lone "%".
+  // name can hold, has folders in between, whose names end in a lone "%". The dot that one of these
+  // or what follows it would begin with is written %2E, too.
   std::string prefpath() const;
 
  private:
