@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace Quarrow {
 namespace {
@@ -37,6 +38,12 @@ int open_regular_at(int folder, const char* name, int flags, mode_t mode) {
 
 int open_regular(const std::string& path, int flags, mode_t mode) {
   return open_regular_at(AT_FDCWD, path.c_str(), flags, mode);
+}
+
+std::string reason_for_no_file(int error) {
+  if (error == ELOOP) return "Is a symbolic link";
+  if (error == EINVAL) return "Is not a regular file";
+  return std::strerror(error);
 }
 
 }  // namespace Quarrow

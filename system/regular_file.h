@@ -20,6 +20,9 @@ int open_regular_at(int folder, const char* name, int flags, mode_t mode = 0);
 // The same for the file at `path`.
 int open_regular(const std::string& path, int flags, mode_t mode = 0);
 
+// Why one of these functions failed with `error`, for a person.
+std::string reason_for_no_file(int error);
+
 }  // namespace Quarrow
 
 #endif  // QUARROW_SYSTEM_REGULAR_FILE_H_

@@ -96,5 +96,11 @@ TEST_F(RegularFile, ClosesWhenAnotherProgramStarts) {
   EXPECT_EQ(FD_CLOEXEC, fcntl(file.get(), F_GETFD) & FD_CLOEXEC);
 }
 
+TEST(ReasonForNoFile, SaysWhatIsThere) {
+  EXPECT_EQ("Is a symbolic link", reason_for_no_file(ELOOP));
+  EXPECT_EQ("Is not a regular file", reason_for_no_file(EINVAL));
+  EXPECT_EQ("Is a directory", reason_for_no_file(EISDIR));
+}
+
 }  // namespace
 }  // namespace Quarrow
