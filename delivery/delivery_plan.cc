@@ -34,20 +34,36 @@ bool holds_folder(const std::vector<std::string>& mailboxes, const std::string& 
       [&folder](const std::string& mailbox) { return maildir_folder(mailbox) == folder; });
 }
 
+// Adds the inbox, unless it is there already. The first failure is the one that is noted.
+void add_inbox(InboxReason reason, const std::string& note, Plan& plan) {
+  if (plan.inbox_reason != InboxReason::failure) {
+    plan.inbox_reason = reason;
+    plan.note = note;
+  }
+  if (!holds_folder(plan.mailboxes, "")) plan.mailboxes.emplace_back();
+}
+
+// Whether the plan has as many folders as it may have, beside the inbox.
+bool is_full(const Plan& plan) {
+  const std::size_t inbox = holds_folder(plan.mailboxes, "") ? 1 : 0;
+  return plan.mailboxes.size() - inbox >= most_folders;
+}
+
 // Adds the mailbox of a KEEP or a FILEINTO, unless it is there already.
 void add_mailbox(const SieveAction& action, Plan& plan) {
   std::string mailbox;
   if (action.type == SieveAction::FILEINTO) mailbox = action.mailbox;
   const std::optional<std::string> folder = maildir_folder(mailbox);
-  const bool is_inbox = !folder || folder->empty();
-  if (!folder) {
-    plan.inbox_reason = InboxReason::failure;
-    plan.note = "not a folder name, hence the inbox: " + mailbox;
-  } else if (is_inbox && plan.inbox_reason == InboxReason::none) {
-    plan.inbox_reason = InboxReason::asked;
-  }
-  if (is_inbox) mailbox.clear();
-  if (!holds_folder(plan.mailboxes, is_inbox ? "" : *folder)) plan.mailboxes.push_back(mailbox);
+  if (!folder)
+    return add_inbox(InboxReason::failure, "not a folder name, hence the inbox: " + mailbox, plan);
+  if (folder->empty()) return add_inbox(InboxReason::asked, "", plan);
+  if (holds_folder(plan.mailboxes, *folder)) return;
+  if (is_full(plan))
+    return add_inbox(
+        InboxReason::failure,
+        "more than " + std::to_string(most_folders) + " folders, hence the inbox: " + mailbox,
+        plan);
+  plan.mailboxes.push_back(mailbox);
 }
 
 Plan plan_for_actions(const std::vector<SieveAction>& actions) {

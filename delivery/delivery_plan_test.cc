@@ -132,6 +132,37 @@ TEST(PlanFor, TakesTheInboxForANameThatCanBeNoFolder) {
   EXPECT_EQ("not a folder name, hence the inbox: A//B", plan.note);
 }
 
+// An evaluation that files into F1 to F<count>, in this order.
+Evaluation filing_into_folders(int count) {
+  Evaluation evaluation = evaluation_of({});
+  for (int i = 1; i <= count; ++i)
+    evaluation.result.actions.push_back(file_into("F" + std::to_string(i)));
+  return evaluation;
+}
+
+TEST(PlanFor, TakesTheInboxForFoldersBeyondTheMost) {
+  Evaluation evaluation = filing_into_folders(32);
+  evaluation.result.actions.push_back(file_into("F1"));
+  EXPECT_EQ("", plan_for(evaluation).note);
+  EXPECT_EQ(32U, plan_for(evaluation).mailboxes.size());
+  const Plan plan = plan_for(filing_into_folders(1627));
+  ASSERT_EQ(33U, plan.mailboxes.size());
+  EXPECT_EQ("F32", plan.mailboxes[31]);
+  EXPECT_EQ("", plan.mailboxes[32]);
+  EXPECT_EQ(InboxReason::failure, plan.inbox_reason);
+  EXPECT_EQ("more than 32 folders, hence the inbox: F33", plan.note);
+}
+
+TEST(PlanFor, CountsNoInboxAmongTheMostFolders) {
+  Evaluation evaluation = filing_into_folders(33);
+  evaluation.result.actions.insert(evaluation.result.actions.begin(), keep());
+  const Plan plan = plan_for(evaluation);
+  ASSERT_EQ(33U, plan.mailboxes.size());
+  EXPECT_EQ("", plan.mailboxes.front());
+  EXPECT_EQ("F32", plan.mailboxes.back());
+  EXPECT_EQ("more than 32 folders, hence the inbox: F33", plan.note);
+}
+
 TEST(PlanFor, AFailureIsTheReasonWhicheverActionComesFirst) {
   EXPECT_EQ(InboxReason::failure,
             plan_for(evaluation_of({keep(), file_into("A//B")})).inbox_reason);

@@ -2,6 +2,7 @@
 #ifndef QUARROW_DELIVERY_DELIVERY_PLAN_H_
 #define QUARROW_DELIVERY_DELIVERY_PLAN_H_
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,9 @@ enum class InboxReason {
   no_script,  // the user has no script
   failure  // the script or its evaluation failed, or a folder that the script names can't be used
 };
+
+// The most folders that get one message, beside the inbox: a script may name any number of them.
+constexpr std::size_t most_folders = 32;
 
 // Where a message goes.
 struct Plan {
@@ -42,7 +46,8 @@ struct Plan {
 //   DISCARD                                     discarded
 //   other actions only                          the inbox: failure
 //
-// A mailbox whose name can't be a folder is the inbox: failure.
+// A mailbox whose name can't be a folder is the inbox: failure. So is each folder beyond
+// most_folders.
 Plan plan_for(const Evaluation& evaluation);
 
 }  // namespace Quarrow::Delivery
