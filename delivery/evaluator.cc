@@ -83,8 +83,10 @@ Evaluator::~Evaluator() { (void)stop(); }
 
 Evaluation Evaluator::evaluate(int message_fd, std::uint64_t size, std::time_t received,
                                const std::string& script_path) {
-  const ScriptFile script = read_script(script_path, limits_.script_wait);
-  if (!script.found) return not_done(Evaluation::Outcome::no_script, script.reason);
+  const ScriptFile script = read_script(script_path, limits_.script_wait, std::time(nullptr));
+  if (script.is_missing) return not_done(Evaluation::Outcome::no_script, script.reason);
+  if (!script.found)
+    return not_done(Evaluation::Outcome::bad_script, "can't be read: " + script.reason);
   const Request request = {++sequence_, size, received};
   if (!send_request(socket_, request, script.text, message_fd)) {
     // The helper died before this message, which another helper may well survive.

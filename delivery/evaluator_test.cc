@@ -6,6 +6,7 @@
 #include <sched.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 
@@ -225,6 +226,18 @@ TEST_F(EvaluatorTest, AScriptThatDoesNotCompileIsABadOne) {
   Evaluator evaluator;
   for (const char* const script : {"", "if", "fileinto \"A\"; nonsense", "setflag \"a\";"})
     EXPECT_EQ(Outcome::bad_script, evaluate(evaluator, script, ordinary_message).outcome) << script;
+}
+
+TEST_F(EvaluatorTest, AScriptThatIsNoFileOfItsOwnIsABadOne) {
+  Evaluator evaluator;
+  const std::string other = folder_.write("other", ordinary_script);
+  std::filesystem::create_symlink(other, script_path());
+  const Evaluation link = evaluate(evaluator, ordinary_message);
+  EXPECT_EQ(Outcome::bad_script, link.outcome);
+  EXPECT_EQ("can't be read: Is a symbolic link", link.reason);
+  std::filesystem::remove(script_path());
+  ASSERT_EQ(0, mkfifo(script_path().c_str(), 0600));
+  EXPECT_EQ(Outcome::bad_script, evaluate(evaluator, ordinary_message).outcome);
 }
 
 TEST_F(EvaluatorTest, AChangedScriptCountsAtOnce) {

@@ -16,16 +16,20 @@
 
 #include "system/descriptor.h"
 #include "system/file_io.h"
+#include "system/regular_file.h"
 
 // The helpers give 0 or an errno.
 namespace Quarrow::Delivery {
 namespace {
 
-constexpr int directory_flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+constexpr int directory_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr int new_file_flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
 // A name is taken only after a clock was set back, or where process ids come from several hosts.
 constexpr int most_names_tried = 100;
+
+// A longer list of subscriptions is not one that a mail client wrote.
+constexpr std::size_t longest_subscriptions = std::size_t{1} << 20;
 
 // Longer host names are cut, so that a file name stays below NAME_MAX.
 constexpr std::size_t longest_host = 150;
@@ -41,9 +45,7 @@ int make_directory(int parent, const char* name) {
   return errno_unless(mkdirat(parent, name, 0700) == 0 || errno == EEXIST);
 }
 
-int open_directory(int parent, const char* name) {
-  return openat(parent, name, directory_flags | O_NOFOLLOW);
-}
+int open_directory(int parent, const char* name) { return openat(parent, name, directory_flags); }
 
 // "/" and ":" would end the name, or its unique part, and are written as the Maildir format has it;
 // so are characters that need care in a shell.
@@ -119,14 +121,17 @@ int store_in(int directory, const NewName& new_name, const MessageFile& message)
   return error;
 }
 
+// Makes the empty file that marks a folder of a Maildir. Whatever is there already is left alone.
+int make_mark(int directory) {
+  const Descriptor mark(openat(directory, "maildirfolder", new_file_flags, 0600));
+  return errno_unless(mark.get() >= 0 || errno == EEXIST);
+}
+
 // Makes the missing parts of `directory`. tmp/ comes last, after all else is on disk: a process
 // that finds it can rely on the rest.
 int complete_folder(int directory, bool is_subfolder) {
-  if (is_subfolder) {
-    const Descriptor mark(
-        openat(directory, "maildirfolder", O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (mark.get() < 0) return errno;
-  }
+  if (is_subfolder)
+    if (const int error = make_mark(directory)) return error;
   for (const char* name : {"cur", "new"})
     if (const int error = make_directory(directory, name)) return error;
   if (const int error = sync(directory)) return error;
@@ -142,17 +147,24 @@ std::string subscription(std::string folder, const std::string& contents) {
 
 std::string read_all(int fd) {
   std::string contents;
-  while (append_next(fd, contents) > 0) continue;
+  ssize_t count = 1;
+  while (count > 0 && contents.size() <= longest_subscriptions) count = append_next(fd, contents);
   return contents;
+}
+
+// Whether the file `fd` is a list of subscriptions that may be read and written: one with a second
+// name may be another user's file.
+bool is_subscriptions(int fd) {
+  struct stat status {};
+  return fstat(fd, &status) == 0 && status.st_nlink == 1 &&
+         static_cast<std::size_t>(status.st_size) <= longest_subscriptions;
 }
 
 // Adds `folder` to the subscriptions, in one write: other deliveries add theirs at the same time.
 void subscribe(int maildir, const std::string& folder) {
-  const Descriptor file(openat(maildir, "subscriptions",
-                               O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
-                               0600));
-  struct stat status {};
-  if (file.get() < 0 || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return;
+  const Descriptor file(
+      open_regular_at(maildir, "subscriptions", O_RDWR | O_APPEND | O_CREAT, 0600));
+  if (file.get() < 0 || !is_subscriptions(file.get())) return;
   const std::string contents = read_all(file.get());
   std::string line = subscription(folder, contents);
   if (('\n' + contents).find('\n' + line) != std::string::npos) return;
@@ -163,9 +175,10 @@ void subscribe(int maildir, const std::string& folder) {
 // Makes the missing parts of the Maildir itself, and puts them on disk.
 int make_maildir(const std::string& maildir) {
   if (const int error = make_directory(AT_FDCWD, maildir.c_str())) return error;
-  const Descriptor parent(open((maildir + "/..").c_str(), directory_flags));
-  const Descriptor directory(open(maildir.c_str(), directory_flags));
-  if (parent.get() < 0 || directory.get() < 0) return errno;
+  const Descriptor directory(open_directory(AT_FDCWD, maildir.c_str()));
+  if (directory.get() < 0) return errno;
+  const Descriptor parent(open_directory(directory.get(), ".."));
+  if (parent.get() < 0) return errno;
   if (const int error = sync(parent.get())) return error;
   return complete_folder(directory.get(), false);
 }
@@ -174,7 +187,7 @@ int make_maildir(const std::string& maildir) {
 int make_folder(const std::string& maildir, const std::string& folder) {
   if (const int error = make_maildir(maildir)) return error;
   if (folder.empty()) return 0;
-  const Descriptor parent(open(maildir.c_str(), directory_flags));
+  const Descriptor parent(open_directory(AT_FDCWD, maildir.c_str()));
   if (parent.get() < 0) return errno;
   const bool made = mkdirat(parent.get(), folder.c_str(), 0700) == 0;
   if (!made && errno != EEXIST) return errno;
@@ -188,7 +201,7 @@ int make_folder(const std::string& maildir, const std::string& folder) {
 
 int store_in_folder(const std::string& maildir, const std::string& folder, const NewName& new_name,
                     const MessageFile& message) {
-  const Descriptor parent(open(maildir.c_str(), directory_flags));
+  const Descriptor parent(open_directory(AT_FDCWD, maildir.c_str()));
   if (parent.get() < 0) return errno;
   if (folder.empty()) return store_in(parent.get(), new_name, message);
   const Descriptor directory(open_directory(parent.get(), folder.c_str()));

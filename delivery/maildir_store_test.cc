@@ -264,11 +264,85 @@ TEST_F(MaildirStoreTest, RefusesAReadOnlyFolder) {
   ASSERT_EQ(0, chmod(path(".A/new").c_str(), 0700));
 }
 
-TEST_F(MaildirStoreTest, FollowsTheMaildirItself) {
-  std::filesystem::create_directory(folder_.file("disk"));
-  std::filesystem::create_directory_symlink(folder_.file("disk"), path());
+// What a user may put in the place of a part of their Maildir. Nothing goes through it.
+enum class Obstacle { fifo, file, link, link_to_nothing };
+
+const Obstacle obstacles[] = {Obstacle::fifo, Obstacle::file, Obstacle::link,
+                              Obstacle::link_to_nothing};
+
+// Puts `obstacle` at `path`; a link leads to `elsewhere`.
+void put_in_the_way(Obstacle obstacle, const std::string& path, const std::string& elsewhere) {
+  std::filesystem::remove_all(path);
+  switch (obstacle) {
+    case Obstacle::file:
+      return write_file(path, "in the way");
+    case Obstacle::link:
+      return std::filesystem::create_symlink(elsewhere, path);
+    case Obstacle::link_to_nothing:
+      return std::filesystem::create_symlink(elsewhere + "/none", path);
+    case Obstacle::fifo:
+      break;
+  }
+  ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+}
+
+TEST_F(MaildirStoreTest, StoresThroughNothingThatTakesThePlaceOfAFolder) {
+  const std::string other = folder_.file("other");
+  const MaildirStore others(other, "host");
+  ASSERT_TRUE(others.store(".A", TestMessage("theirs").file()));
+  const struct {
+    const char* name;
+    const char* folder;
+    std::string elsewhere;
+  } places[] = {{"", "", other},
+                {"", ".A", other},
+                {"tmp", "", other + "/tmp"},
+                {"new", "", other + "/new"},
+                {".A", ".A", other + "/.A"},
+                {".A/tmp", ".A", other + "/.A/tmp"},
+                {".A/new", ".A", other + "/.A/new"}};
+  for (const auto& place : places) {
+    for (const Obstacle obstacle : obstacles) {
+      std::filesystem::remove_all(path());
+      ASSERT_TRUE(put(place.folder));
+      put_in_the_way(obstacle, path(place.name), place.elsewhere);
+      const auto result = put(place.folder);
+      EXPECT_FALSE(result) << place.name << ' ' << static_cast<int>(obstacle);
+      EXPECT_EQ(Names{}, messages_in(other));
+      EXPECT_EQ(Names{"theirs"}, messages_in(other + "/.A"));
+      EXPECT_EQ((Names{".A", "cur", "new", "subscriptions", "tmp"}), names_in(other));
+    }
+  }
+}
+
+TEST_F(MaildirStoreTest, LeavesAloneWhatIsInThePlaceOfAFoldersMark) {
+  expect_stored("");
+  const std::string victim = folder_.write("victim", "mine");
+  for (const Obstacle obstacle : obstacles) {
+    std::filesystem::remove_all(path(".A"));
+    std::filesystem::create_directory(path(".A"));
+    put_in_the_way(obstacle, path(".A/maildirfolder"), victim);
+    expect_stored(".A");
+    EXPECT_EQ(folder_parts, names_in(path(".A")));
+  }
+  EXPECT_EQ("mine", content_of(victim));
+  put_in_the_way(Obstacle::link, path(".A/maildirfolder"), folder_.file("none"));
+  std::filesystem::remove(path(".A/tmp"));
   expect_stored(".A");
-  EXPECT_EQ(1U, messages_in(folder_.file("disk/.A")).size());
+  EXPECT_FALSE(std::filesystem::exists(folder_.file("none")));
+}
+
+TEST_F(MaildirStoreTest, LeavesSubscriptionsAloneThatAreNoListOfFolders) {
+  expect_stored("");
+  const std::string victim = folder_.write("victim", "mine");
+  std::filesystem::create_hard_link(victim, path("subscriptions"));
+  expect_stored(".A");
+  EXPECT_EQ("mine", content_of(victim));
+  std::filesystem::remove(path("subscriptions"));
+  write_file(path("subscriptions"), "X\n");
+  std::filesystem::resize_file(path("subscriptions"), std::uintmax_t{8} << 30);  // a sparse file
+  expect_stored(".B");
+  EXPECT_EQ(std::uintmax_t{8} << 30, std::filesystem::file_size(path("subscriptions")));
 }
 
 // Stores `count` messages from a process of its own.

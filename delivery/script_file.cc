@@ -3,15 +3,16 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <cerrno>
-#include <cstring>
+#include <cstdlib>
 
 #include "message_filters/script_words.h"
 #include "message_filters/user_files.h"
 #include "system/descriptor.h"
 #include "system/file_io.h"
+#include "system/regular_file.h"
 
 namespace Quarrow::Delivery {
 namespace {
@@ -20,10 +21,13 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int pause_ms = 2;  // between two looks
 
-ScriptFile not_found(int error) { return {false, {}, std::strerror(error)}; }
+// A commit takes the script away for less than a second. The clock of a file server may differ.
+constexpr std::time_t longest_commit = 10;  // in seconds
+
+ScriptFile not_found(int error) { return {false, {}, error == ENOENT, reason_for_no_file(error)}; }
 
 ScriptFile read_whole(int fd) {
-  ScriptFile script{true, {}, {}};
+  ScriptFile script{true, {}, false, {}};
   ssize_t count = 1;
   while (count > 0 && script.text.size() < script_limit) count = append_next(fd, script.text);
   if (count < 0) return not_found(errno);
@@ -31,31 +35,33 @@ ScriptFile read_whole(int fd) {
   return script;
 }
 
-// The script as it is now; with ENOENT in `error` when there is no script.
-ScriptFile look(const std::string& path, int& error) {
-  // A fifo in place of the file must not hold the caller up.
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  error = file.get() < 0 ? errno : 0;
-  return error != 0 ? not_found(error) : read_whole(file.get());
+// The script as it is now.
+ScriptFile look(const std::string& path) {
+  const Descriptor file(open_regular(path, O_RDONLY));
+  return file.get() < 0 ? not_found(errno) : read_whole(file.get());
 }
 
-bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+// Whether the file `path` was made, renamed or changed lately.
+bool is_fresh(const std::string& path, std::time_t now) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+  return std::abs(now - status.st_ctime) <= longest_commit;
+}
 
 // Whether a commit is under way that takes the script at `path` away for a moment.
-bool is_due(const std::string& path) {
-  return exists(temporary_path(path)) || exists(rules_document_of(path));
+bool is_due(const std::string& path, std::time_t now) {
+  return is_fresh(temporary_path(path), now) || is_fresh(rules_document_of(path), now);
 }
 
 }  // namespace
 
-ScriptFile read_script(const std::string& path, std::chrono::milliseconds wait) {
+ScriptFile read_script(const std::string& path, std::chrono::milliseconds wait, std::time_t now) {
   const Clock::time_point end = Clock::now() + wait;
   for (;;) {
-    int error = 0;
-    ScriptFile script = look(path, error);
-    if (error != ENOENT) return script;
+    ScriptFile script = look(path);
+    if (!script.is_missing) return script;
     // Once more: the new script may have come into place between the look and the question.
-    if (!is_due(path)) return look(path, error);
+    if (!is_due(path, now)) return look(path);
     if (Clock::now() >= end) return script;
     (void)poll(nullptr, 0, pause_ms);  // a signal only makes the next look earlier
   }

@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <ctime>
+#include <functional>
 #include <thread>
 
 #include "tests/support/temporary_folder_test_support.h"
@@ -28,9 +31,13 @@ class ScriptFileTest : public testing::Test {
       std::filesystem::copy_file(folder_.file(beside), folder_.file("copy"));
       std::filesystem::rename(folder_.file("copy"), path());
     });
-    ScriptFile script = read_script(path(), long_wait);
+    ScriptFile script = read(long_wait);
     commit.join();
     return script;
+  }
+
+  ScriptFile read(milliseconds wait, std::time_t later = 0) const {
+    return read_script(path(), wait, std::time(nullptr) + later);
   }
 
   std::string path() const { return folder_.file("script"); }
@@ -40,21 +47,21 @@ class ScriptFileTest : public testing::Test {
 
 TEST_F(ScriptFileTest, ReadsTheBytesThatCount) {
   folder_.write("script", std::string(40000, 'x'));
-  const ScriptFile script = read_script(path(), long_wait);
+  const ScriptFile script = read(long_wait);
   EXPECT_TRUE(script.found);
   EXPECT_EQ(std::string(32768, 'x'), script.text);
 }
 
 TEST_F(ScriptFileTest, AnEmptyScriptIsFound) {
   folder_.write("script", "");
-  const ScriptFile script = read_script(path(), long_wait);
+  const ScriptFile script = read(long_wait);
   EXPECT_TRUE(script.found);
   EXPECT_EQ("", script.text);
 }
 
 TEST_F(ScriptFileTest, AUserWithoutRulesIsNotWaitedFor) {
   const auto start = steady_clock::now();
-  const ScriptFile script = read_script(path(), long_wait);
+  const ScriptFile script = read(long_wait);
   EXPECT_FALSE(script.found);
   EXPECT_EQ("No such file or directory", script.reason);
   EXPECT_LT(steady_clock::now() - start, long_wait);
@@ -72,13 +79,52 @@ TEST_F(ScriptFileTest, TheScriptOfAUserWithRulesIsWaitedFor) {
 
 TEST_F(ScriptFileTest, TheWaitEnds) {
   folder_.write("script.tmp", "new;");
-  EXPECT_FALSE(read_script(path(), milliseconds(20)).found);
+  EXPECT_FALSE(read(milliseconds(20)).found);
+}
+
+// Seen from another time, whatever lies beside the script has been there for long.
+TEST_F(ScriptFileTest, AScriptThatStaysAwayIsNotWaitedFor) {
+  folder_.write("script.tmp", "new;");
+  folder_.write("script.xml", "rules");
+  const auto start = steady_clock::now();
+  for (const std::time_t later : {60, -60}) EXPECT_FALSE(read(long_wait, later).found) << later;
+  EXPECT_LT(steady_clock::now() - start, long_wait);
+}
+
+TEST_F(ScriptFileTest, WhatIsNoFileIsNotWaitedFor) {
+  ASSERT_EQ(0, mkfifo(folder_.file("script.tmp").c_str(), 0600));
+  ASSERT_EQ(0, mkdir(folder_.file("script.xml").c_str(), 0700));
+  const auto start = steady_clock::now();
+  EXPECT_FALSE(read(long_wait).found);
+  EXPECT_LT(steady_clock::now() - start, long_wait);
+}
+
+TEST_F(ScriptFileTest, AMissingScriptIsNoFailure) {
+  EXPECT_TRUE(read(long_wait).is_missing);
+  folder_.write("script", "");
+  EXPECT_FALSE(read(long_wait).is_missing);
 }
 
 TEST_F(ScriptFileTest, WhatIsNoFileIsNotRead) {
-  EXPECT_FALSE(read_script(folder_.path(), long_wait).found);
-  ASSERT_EQ(0, mkfifo(path().c_str(), 0600));
-  EXPECT_FALSE(read_script(path(), long_wait).found);
+  const std::string other = folder_.write("other", "theirs;");
+  const struct {
+    std::function<int(const char*)> put;
+    std::string reason;
+  } cases[] = {
+      {[](const char* name) { return mkfifo(name, 0600); }, "Is not a regular file"},
+      {[](const char* name) { return mkdir(name, 0700); }, "Is a directory"},
+      {[&other](const char* name) { return symlink(other.c_str(), name); }, "Is a symbolic link"},
+      {[](const char* name) { return symlink("/dev/zero", name); }, "Is a symbolic link"},
+      {[](const char* name) { return symlink("none", name); }, "Is a symbolic link"}};
+  for (const auto& c : cases) {
+    ASSERT_EQ(0, c.put(path().c_str()));
+    const ScriptFile script = read(long_wait);
+    EXPECT_FALSE(script.found) << c.reason;
+    EXPECT_FALSE(script.is_missing) << c.reason;
+    EXPECT_EQ("", script.text) << c.reason;
+    EXPECT_EQ(c.reason, script.reason);
+    std::filesystem::remove(path());
+  }
 }
 
 }  // namespace

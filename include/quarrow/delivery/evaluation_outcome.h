@@ -11,8 +11,8 @@ namespace Quarrow::Delivery {
 struct Evaluation {
   enum class Outcome {
     done,        // `result` is the result of SieveMatch::Match
-    no_script,   // there is no script, or it can't be read
-    bad_script,  // the script is empty or does not compile
+    no_script,   // there is no script
+    bad_script,  // the script can't be read, is no regular file, is empty or does not compile
     failed       // the helper died, hung, answered nonsense or could not be started
   };
 

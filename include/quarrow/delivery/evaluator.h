@@ -36,8 +36,8 @@ struct EvaluatorLimits {
   // compiled script takes about 70 KiB.
   std::size_t cached_scripts = 64;
   // How long the evaluator waits for a missing script, when the rules that the script is made from
-  // are there: a commit of changed rules removes the old script just before it puts the new script
-  // in place.
+  // were changed in the last ten seconds: a commit of changed rules removes the old script just
+  // before it puts the new script in place.
   std::chrono::milliseconds script_wait{200};
 };
 

@@ -37,8 +37,11 @@ class MaildirStore {
   // Missing parts of the Maildir and the folder are made for the owner alone. A folder that is made
   // here is added to the Maildir's file "subscriptions", a line each: "A.B", or, where the file
   // begins with the line "V<tab>2", the levels separated by tabs. That fails silently: a mail
-  // client may not show the folder then, but the message is stored. Symbolic links are not followed
-  // below the Maildir.
+  // client may not show the folder then, but the message is stored.
+  //
+  // The user may have put anything in the place of each part: nothing waits for a fifo, no symbolic
+  // link is followed, not even in the place of the Maildir itself, and a file "subscriptions" that
+  // has a second name, or more than 1 MiB, is left alone.
   //
   // The caller ignores SIGXFSZ, by which the system tells of a limit on the size of files.
   Result store(const std::string& folder, const MessageFile& message) const;
