@@ -14,7 +14,7 @@ namespace {
 using Result = RecipientLookup::Result;
 
 RecipientLookup unavailable(const std::string& object, const std::string& reason) {
-  return {Result::unavailable, {}, object, reason};
+  return {Result::unavailable, {}, object, reason, {}};
 }
 
 // The address without its extension: alice@example.org for alice+lists@example.org.
@@ -29,14 +29,14 @@ std::string without_extension(const std::string& address, const std::string& del
 RecipientLookup look_up_exactly(const std::string& address) {
   const EmailAddress parsed(address);
   const std::string folder = ZvMailUserId(MAILBOX_USER, parsed.address()).prefpath();
-  if (folder.empty()) return {Result::unknown, {}, {}, {}};
+  if (folder.empty()) return {Result::unknown, {}, {}, {}, {}};
   struct stat status {};
   if (stat(folder.c_str(), &status) != 0) {
-    if (errno == ENOENT) return {Result::unknown, {}, {}, {}};
+    if (errno == ENOENT) return {Result::unknown, {}, {}, {}, {}};
     return unavailable(folder, std::strerror(errno));
   }
   if (!S_ISDIR(status.st_mode)) return unavailable(folder, "not a folder");
-  return {Result::found, folder, {}, {}};
+  return {Result::found, folder, {}, {}, address};
 }
 
 // Why `sign` does not show that the disk is mounted; empty when it does.

@@ -27,6 +27,7 @@ struct RecipientLookup {
   std::string folder;  // found: the user's folder
   std::string object;  // unavailable: the path that can't be looked at
   std::string reason;  // unavailable: why not, for a person
+  std::string user;  // found: the user's address, without the extension that it may have come with
 };
 
 // Looks up the user with the mail address `address` below the root that mailuser_set_root was

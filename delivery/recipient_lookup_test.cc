@@ -46,6 +46,14 @@ const struct {
      "Too many levels of symbolic links"},
 };
 
+const struct {
+  std::string address;
+  std::string user;
+} users[] = {{"alice@example.org", "alice@example.org"},
+             {"alice+lists@example.org", "alice@example.org"},
+             {"bob+lists@example.org", "bob+lists@example.org"},
+             {"bob@example.org", ""}};
+
 class LookUpRecipient : public testing::Test {
  protected:
   LookUpRecipient() {
@@ -73,6 +81,10 @@ TEST_F(LookUpRecipient, KnowsUsersByTheirFolders) {
     EXPECT_EQ(c.result == Result::unavailable ? path : "", lookup.object) << c.address;
     EXPECT_EQ(c.reason, lookup.reason) << c.address;
   }
+}
+
+TEST_F(LookUpRecipient, NamesTheUserWhoseFolderItIs) {
+  for (const auto& c : users) EXPECT_EQ(c.user, look_up(c.address).user) << c.address;
 }
 
 TEST_F(LookUpRecipient, TakesNoExtensionWithoutADelimiter) {

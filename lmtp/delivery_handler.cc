@@ -19,7 +19,6 @@ using Delivery::InboxReason;
 using Delivery::RecipientLookup;
 using Delivery::Report;
 using Server::log_error;
-using Server::log_info;
 
 const Reply try_again{451, "4.3.0", "The message can't be delivered now"};
 
@@ -35,6 +34,22 @@ Reply reply_to(const Report& report) {
       break;
   }
   return try_again;
+}
+
+Severity severity_of(const Report& report) {
+  if (report.status == Report::Status::temporary_failure) return Severity::error;
+  return report.inbox_reason == InboxReason::failure ? Severity::warning : Severity::information;
+}
+
+void log(const DeliveryRecord& record) {
+  switch (record.severity) {
+    case Severity::information:
+      return Server::log_info(log_line(record));
+    case Severity::warning:
+      return Server::log_warning(log_line(record));
+    case Severity::error:
+      return log_error(log_line(record));
+  }
 }
 
 // For a user whose folder went away between RCPT and the end of the message.
@@ -88,6 +103,7 @@ Reply DeliveryHandler::deliver(const Envelope& envelope, const std::string& reci
   const auto start = Clock::now();
   DeliveryRecord record;
   record.user = recipient;
+  record.recipient = recipient;
   Reply reply;
   try {
     reply = deliver_unless_it_loops(envelope, recipient, record);
@@ -97,21 +113,20 @@ Reply DeliveryHandler::deliver(const Envelope& envelope, const std::string& reci
     reply = conclude(failed, record);
   }
   record.took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
-  if (reply.code == try_again.code)
-    log_error(log_line(record));
-  else
-    log_info(log_line(record));
+  log(record);
   return reply;
 }
 
 Reply DeliveryHandler::deliver_unless_it_loops(const Envelope& envelope,
                                                const std::string& recipient,
                                                DeliveryRecord& record) {
+  const RecipientLookup lookup = look_up(recipient);
+  if (lookup.result == RecipientLookup::Result::found) record.user = lookup.user;
   const std::string header = spool_.header();
   record.message_id = message_id(header);
   const Delivery::TraceHeaders trace =
       Delivery::trace_headers(header, {envelope.sender, recipient}, reception_of(envelope));
-  if (!trace.is_loop) return conclude(deliver_to(envelope, recipient, trace.lines), record);
+  if (!trace.is_loop) return conclude(deliver_to(envelope, lookup, trace.lines), record);
   metrics_.add(Counter::looped);
   record.action = "loop";
   return {554, "5.4.6", "The message loops: it was delivered to this recipient before"};
@@ -123,6 +138,7 @@ Reply DeliveryHandler::conclude(const Report& report, DeliveryRecord& record) {
   record.rule = report.rule;
   record.action = report.status == Report::Status::temporary_failure ? "retry" : report.action;
   record.note = report.note;
+  record.severity = severity_of(report);
   return reply_to(report);
 }
 
@@ -131,9 +147,8 @@ RecipientLookup DeliveryHandler::look_up(const std::string& recipient) const {
                                      places_.recipient_delimiter);
 }
 
-Report DeliveryHandler::deliver_to(const Envelope& envelope, const std::string& recipient,
+Report DeliveryHandler::deliver_to(const Envelope& envelope, const RecipientLookup& lookup,
                                    const std::string& headers) {
-  const RecipientLookup lookup = look_up(recipient);
   if (lookup.result != RecipientLookup::Result::found) return gone_since_accepted(lookup);
   const auto timed = [this](int fd, std::uint64_t size, std::time_t received,
                             const std::string& script) {

@@ -40,7 +40,8 @@ class DeliveryHandler : public Handler {
 
   // 250 2.0.0 for a message that is on disk, or that a rule discards; 550 5.7.1 with the text of
   // the rule that rejects it; 554 5.4.6 for a message that the recipient had before; 451 4.3.0 for
-  // all failures. Logs a line and counts.
+  // all failures. Logs a line and counts. The line is a warning where the message is in the inbox
+  // after a failure, and an error where the reply is 451.
   Reply deliver(const Envelope& envelope, const std::string& recipient) override;
 
   void close_message() override;
@@ -50,7 +51,7 @@ class DeliveryHandler : public Handler {
                                 DeliveryRecord& record);
   Reply conclude(const Delivery::Report& report, DeliveryRecord& record);
   Delivery::RecipientLookup look_up(const std::string& recipient) const;
-  Delivery::Report deliver_to(const Envelope& envelope, const std::string& recipient,
+  Delivery::Report deliver_to(const Envelope& envelope, const Delivery::RecipientLookup& lookup,
                               const std::string& headers);
   Delivery::Reception reception_of(const Envelope& envelope) const;
   void count(const Delivery::Report& report);

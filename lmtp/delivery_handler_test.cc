@@ -197,6 +197,58 @@ TEST_F(DeliveryHandlerTest, RunsAUsersRulesOnceForSeveralAddressesOfTheUser) {
   EXPECT_TRUE(counts("kept_total{reason=\"failure\"} 6")) << metrics_.text();
 }
 
+// What the server writes into its log while it delivers.
+template <typename Work>
+std::string logged(Work work) {
+  testing::internal::CaptureStderr();
+  work();
+  return testing::internal::GetCapturedStderr();
+}
+
+TEST_F(DeliveryHandlerTest, LogsWhoseRulesWereAsked) {
+  const auto log_of = [this](const std::string& recipient) {
+    return logged([&] { deliver(done({}), "Subject: x\n\n", recipient); });
+  };
+  EXPECT_NE(std::string::npos, log_of("alice+lists@example.org")
+                                   .find("user=alice@example.org recipient=alice+lists@example.org "
+                                         "msgid="));
+  EXPECT_NE(std::string::npos, log_of(user).find("user=alice@example.org msgid="));
+  EXPECT_NE(std::string::npos, log_of("bob@example.org").find("user=bob@example.org msgid="));
+}
+
+Evaluation not_done(Evaluation::Outcome outcome) {
+  Evaluation evaluation;
+  evaluation.outcome = outcome;
+  return evaluation;
+}
+
+const struct {
+  Evaluation evaluation;
+  const char* level;
+} levels[] = {{done({}), "info"},
+              {done({{SieveAction::FILEINTO, "Work"}}), "info"},
+              {done({{SieveAction::REJECT, "no"}}), "info"},
+              {not_done(Evaluation::Outcome::no_script), "info"},
+              {not_done(Evaluation::Outcome::bad_script), "warning"},
+              {not_done(Evaluation::Outcome::failed), "warning"},
+              {done({{SieveAction::FILEINTO, "A//B"}}), "warning"},
+              {done({{SieveAction::FILEINTO, "Blocked"}}), "warning"}};
+
+TEST_F(DeliveryHandlerTest, WarnsOfWhatAUserHasToMend) {
+  std::filesystem::create_directories(home() + "/Maildir");
+  write_file(home() + "/Maildir/.Blocked", "in the way");
+  for (const auto& c : levels) {
+    const std::string log = logged([&] { deliver(c.evaluation); });
+    EXPECT_NE(std::string::npos, log.find(std::string(" ") + c.level + ": user=")) << log;
+  }
+}
+
+TEST_F(DeliveryHandlerTest, CallsWhatTheClientHasToTryAgainAnError) {
+  write_file(home() + "/Maildir", "in the way");
+  const std::string log = logged([&] { deliver(done({})); });
+  EXPECT_NE(std::string::npos, log.find(" error: user=")) << log;
+}
+
 TEST_F(DeliveryHandlerTest, AsksToTryAgainWhenMemoryIsOut) {
   DeliveryHandler handler(
       {folder_.path(), folder_.path(), "mx.example.org"},

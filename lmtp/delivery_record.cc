@@ -15,7 +15,10 @@ std::string quoted(const std::string& text) { return '"' + escaped(text, {"\\\""
 std::string log_line(const DeliveryRecord& record) {
   const std::string id = record.message_id.empty() ? "<>" : word(record.message_id);
   const std::string note = record.note.empty() ? "" : " note=" + quoted(record.note);
-  return "user=" + word(record.user) + " msgid=" + id + " rule=" + quoted(record.rule) +
+  const std::string recipient = record.recipient == record.user || record.recipient.empty()
+                                    ? ""
+                                    : " recipient=" + word(record.recipient);
+  return "user=" + word(record.user) + recipient + " msgid=" + id + " rule=" + quoted(record.rule) +
          " action=" + word(record.action) + " took=" + std::to_string(record.took.count()) + "ms" +
          note;
 }

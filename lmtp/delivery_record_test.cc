@@ -17,14 +17,28 @@ TEST(DeliveryRecord, IsALine) {
             log_line(record));
 }
 
+TEST(DeliveryRecord, NamesTheRecipientWhereItIsNotTheUser) {
+  DeliveryRecord record;
+  record.user = "alice@example.org";
+  record.recipient = "alice+lists@example.org";
+  EXPECT_EQ(
+      "user=alice@example.org recipient=alice+lists@example.org msgid=<> rule=\"\" action= "
+      "took=0ms",
+      log_line(record));
+  record.recipient = record.user;
+  EXPECT_EQ("user=alice@example.org msgid=<> rule=\"\" action= took=0ms", log_line(record));
+}
+
 TEST(DeliveryRecord, LetsNoTextPassForAnotherField) {
   DeliveryRecord record;
   record.user = "\"a b\"@example.org";
+  record.recipient = "\"a b+c d\"@example.org";
   record.rule = "x\" action=keep\n\\";
   record.action = "fileinto:A B";
   record.note = "no \"room\"";
   EXPECT_EQ(
-      "user=\"a\\x20b\"@example.org msgid=<> rule=\"x\\\" action=keep\\x0a\\\\\" "
+      "user=\"a\\x20b\"@example.org recipient=\"a\\x20b+c\\x20d\"@example.org msgid=<> "
+      "rule=\"x\\\" action=keep\\x0a\\\\\" "
       "action=fileinto:A\\x20B took=0ms note=\"no \\\"room\\\"\"",
       log_line(record));
 }
