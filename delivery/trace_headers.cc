@@ -18,6 +18,14 @@ bool same_text(std::string_view a, std::string_view b) {
   return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
+bool starts_with(std::string_view text, std::string_view start) {
+  return text.substr(0, start.size()) == start;
+}
+
+bool ends_with(std::string_view text, std::string_view end) {
+  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
 bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 // Takes the first line off `text`, with its end.
@@ -64,6 +72,36 @@ std::string delivered_to_line(const std::string& recipient) {
   return "Delivered-To: " + recipient + '\n';
 }
 
+// Takes the first field off a header when it is called `name` just so. Its value, or none.
+std::optional<std::string_view> take_named(std::string_view& header, std::string_view name) {
+  std::string_view rest = header;
+  const auto field = take_field(rest);
+  if (!field || field->name != name) return std::nullopt;
+  header = rest;
+  return field->value;
+}
+
+// Whether `value`, of a Received field, has the three lines of received_line() for `recipient`.
+bool is_of_our_server(std::string_view value, std::string_view recipient) {
+  const std::string_view from = take_line(value);
+  const std::string_view by = trimmed(take_line(value));
+  const std::string recipient_part = "\tfor <" + std::string(recipient) + ">; ";
+  return starts_with(from, "from ") && starts_with(by, "by ") && ends_with(by, "LMTP") &&
+         starts_with(value, recipient_part);
+}
+
+// `lines` with the line ends of `message`, which its first line shows.
+std::string with_line_ends_of(std::string_view message, const std::string& lines) {
+  const std::size_t end = message.find('\n');
+  if (end == std::string_view::npos || end == 0 || message[end - 1] != '\r') return lines;
+  std::string out;
+  for (const char c : lines) {
+    if (c == '\n') out += '\r';
+    out += c;
+  }
+  return out;
+}
+
 std::string date_text(std::time_t time) {
   std::tm local{};
   char text[64];
@@ -105,6 +143,7 @@ TraceHeaders trace_headers(std::string_view message, const TraceAddresses& addre
   if (addresses.sender && !(found.return_path_above && found.received))
     headers.lines += return_path_line(cut_for_header(*addresses.sender));
   if (!found.delivered_above) headers.lines += delivered_to_line(recipient);
+  headers.lines = with_line_ends_of(message, headers.lines);
   return headers;
 }
 
@@ -114,7 +153,19 @@ TraceHeaders trace_headers(std::string_view message, const TraceAddresses& addre
   TraceHeaders headers{find_trace(message, recipient).is_loop(), {}};
   if (addresses.sender) headers.lines += return_path_line(in_header(*addresses.sender));
   headers.lines += delivered_to_line(recipient) + received_line(reception, recipient);
+  headers.lines = with_line_ends_of(message, headers.lines);
   return headers;
+}
+
+std::size_t added_headers_size(std::string_view message, bool is_ours) {
+  std::string_view rest = message;
+  bool found = take_named(rest, "Return-Path").has_value();
+  const auto recipient = take_named(rest, "Delivered-To");
+  found = found || recipient;
+  const std::size_t size = found ? message.size() - rest.size() : 0;
+  const auto received = recipient ? take_named(rest, "Received") : std::nullopt;
+  if (received && is_of_our_server(*received, *recipient)) return message.size() - rest.size();
+  return is_ours ? size : 0;
 }
 
 std::string_view trimmed(std::string_view text) {

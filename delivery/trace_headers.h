@@ -44,7 +44,7 @@ struct Reception {
 // The lines to put in front of a message, and whether it loops.
 struct TraceHeaders {
   bool is_loop = false;  // the message was delivered to this recipient before
-  std::string lines;     // whole lines, with LF
+  std::string lines;     // whole lines, with the line ends that the message's first line has
 };
 
 // For a message that another mail server hands over: Return-Path and Delivered-To, each unless that
@@ -60,6 +60,12 @@ TraceHeaders trace_headers(std::string_view message, const TraceAddresses& addre
 // A client's name with characters that mean something in a Received line becomes "unknown".
 TraceHeaders trace_headers(std::string_view message, const TraceAddresses& addresses,
                            const Reception& reception);
+
+// The size of the lines at the start of `message`, as it is stored, that trace_headers has put
+// there; 0 where there are none. A Received line that is written as only our server writes it shows
+// them. Without it, Return-Path and Delivered-To at the very start count where `is_ours` says that
+// a delivery of ours stored the message: another server may have written the same.
+std::size_t added_headers_size(std::string_view message, bool is_ours);
 
 // `text` without the blanks and line ends around it.
 std::string_view trimmed(std::string_view text);

@@ -83,6 +83,39 @@ TEST(HeadersOfAMessageHandedOver, AreNotAddedWhereTheServerHasPutThem) {
   EXPECT_EQ(path + to_alice, handed_over_to_alice(path + "\n").lines);
 }
 
+TEST(HeadersOfAMessageHandedOver, HaveTheLineEndsOfTheMessage) {
+  EXPECT_EQ("Return-Path: <bob@example.net>\r\nDelivered-To: alice@example.org\r\n",
+            handed_over_to_alice("Subject: x\r\n\r\nbody\n").lines);
+  for (const char* message : {"Subject: x\n\r\nbody\r\n", "Subject: x", "", "\nbody\r\n"})
+    EXPECT_EQ(path + to_alice, handed_over_to_alice(message).lines) << message;
+  EXPECT_TRUE(
+      handed_over_to_alice(handed_over_to_alice("Subject: x\r\n\r\n").lines + "Subject: x\r\n\r\n")
+          .is_loop);
+}
+
+TEST(HeadersOfAMessageHandedOver, AreFoundInAStoredMessageOfOurs) {
+  for (const std::string message : {"Subject: x\n\nbody\n", "Subject: x\r\n\r\nbody\r\n", ""}) {
+    for (const auto& sender : {std::optional<std::string>("bob@example.net"),
+                               std::optional<std::string>(""), std::optional<std::string>()}) {
+      const std::string lines = trace_headers(message, {sender, alice}).lines;
+      EXPECT_EQ(lines.size(), added_headers_size(lines + message, true));
+      EXPECT_EQ(0U, added_headers_size(lines + message, false));
+    }
+  }
+}
+
+const std::string unlike_ours[] = {"",
+                                   "Subject: x\n\n",
+                                   "Subject: x\n" + to_alice,
+                                   "return-path: <bob@example.net>\nSubject: x\n\n",
+                                   "\n" + path + to_alice,
+                                   received + path + to_alice};
+
+TEST(HeadersOfAMessageHandedOver, AreNotFoundWhereTheyAreNot) {
+  for (const auto& message : unlike_ours)
+    EXPECT_EQ(0U, added_headers_size(message, true)) << message;
+}
+
 TEST(HeadersOfAMessageHandedOver, ShowALoopWhenTheMessageComesAgain) {
   for (const std::string& recipient :
        {std::string("alice@example.org"), std::string("a\nb"), std::string(2000, 'x')}) {
@@ -140,6 +173,27 @@ TEST_F(HeadersOfAMessageReceived, KeepLongAddressesAndLetNoneBeginALine) {
   const std::string lines = trace_headers("\n", {sender, "a\nb"}, from("client")).lines;
   EXPECT_EQ("Return-Path: <" + sender + ">\nDelivered-To: a?b\n",
             lines.substr(0, lines.find("Received")));
+}
+
+TEST_F(HeadersOfAMessageReceived, AreFoundInAStoredMessage) {
+  for (const std::string message : {"Subject: x\n\n", "Subject: x\r\n\r\n", "\nbody\n"}) {
+    for (const char* client : {"client.example.net", "a b"}) {
+      const std::string lines = trace_headers(message, {"", alice}, from(client)).lines;
+      for (const bool is_ours : {false, true})
+        EXPECT_EQ(lines.size(), added_headers_size(lines + message, is_ours)) << lines;
+    }
+  }
+}
+
+TEST_F(HeadersOfAMessageReceived, AreNoneOfAnotherServer) {
+  for (const std::string& message :
+       {path + to_alice + received, to_alice + path + received_from("client"),
+        path + "Delivered-To: bob@example.org\n" + received_from("client"),
+        path + to_alice +
+            "Received: from client\n\tby mx.example.org with LMTP\n\tid 7\n\tfor "
+            "<alice@example.org>; Mon, 04 May 2026 12:00:00 +0000\n",
+        path + received_from("client"), received_from("client")})
+    EXPECT_EQ(0U, added_headers_size(message + "\n", false)) << message;
 }
 
 TEST_F(HeadersOfAMessageReceived, ShowALoopWhenTheMessageComesAgain) {

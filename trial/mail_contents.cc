@@ -9,7 +9,10 @@
 
 #include <cerrno>
 
+#include "delivery/trace_headers.h"
 #include "system/file_io.h"
+#include "system/regular_file.h"
+#include "trial/maildir_name.h"
 
 namespace Quarrow::Trial {
 namespace {
@@ -20,8 +23,16 @@ using Kind = SourceFailure::Kind;
 constexpr std::size_t small_file = 65536;
 
 int open_for_reading(const MailSource& source) {
-  return source.is_standard_input() ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
-                                    : open(source.path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (source.is_standard_input()) return fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+  if (source.is_in_maildir) return open_regular(source.path, O_RDONLY);
+  return open(source.path.c_str(), O_RDONLY | O_CLOEXEC);
+}
+
+// The one message in `bytes`, all of a file.
+FoundMessage only_message(const MailSource& source, std::string_view bytes, int file) {
+  const bool is_ours = is_name_of_ours(source.path);
+  const std::size_t added = Delivery::added_headers_size(bytes, is_ours);
+  return {source.path, bytes.substr(added), added == 0 ? file : -1};
 }
 
 }  // namespace
@@ -36,7 +47,7 @@ std::optional<SourceFailure> MailContents::open(const MailSource& source, std::s
   if (file < 0 || fstat(file, &found) != 0) return cannot_read(source.path, errno);
   // standard input may be at a place behind its file's start
   is_file_ = S_ISREG(found.st_mode) && !source.is_standard_input();
-  time_ = is_file_ ? found.st_mtime : std::time(nullptr);
+  time_ = is_file_ ? time_in_name(source.path).value_or(found.st_mtime) : std::time(nullptr);
   return is_file_ ? read_file(source, static_cast<std::size_t>(found.st_size))
                   : read_stream(source, limit);
 }
@@ -80,11 +91,13 @@ std::optional<SourceFailure> MailContents::read_stream(const MailSource& source,
 std::vector<FoundMessage> messages_of(const MailSource& source, const MailContents& contents) {
   const std::string_view bytes = contents.bytes();
   const auto spans = mbox_messages(bytes.data(), bytes.size());
-  if (spans.empty()) return {{source.path, bytes, contents.file()}};
+  if (spans.empty()) return {only_message(source, bytes, contents.file())};
   std::vector<FoundMessage> messages;
-  for (const auto& span : spans)
+  for (const auto& span : spans) {
+    const std::string_view message = bytes.substr(span.offset, span.length);
     messages.push_back({source.path + '#' + std::to_string(messages.size() + 1),
-                        bytes.substr(span.offset, span.length), -1});
+                        message.substr(Delivery::added_headers_size(message, false)), -1});
+  }
   return messages;
 }
 

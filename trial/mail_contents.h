@@ -37,7 +37,8 @@ class MailContents {
   // it.
   int file() const { return is_file_ ? file_->get() : -1; }
 
-  // When the file was last changed; for a stream, when it was opened.
+  // When the message came, as its name in a Maildir says; for any other file, when it was last
+  // changed; for a stream, when it was opened.
   std::time_t time() const { return time_; }
 
  private:
@@ -57,12 +58,13 @@ class MailContents {
 // A message within the contents of a source, which must outlive it.
 struct FoundMessage {
   std::string name;  // the source's path, with "#1" and so on for the messages of an mbox file
-  std::string_view bytes;
-  int file = -1;  // holds the message and nothing else; negative when there is no such file
+  std::string_view bytes;  // without the lines that our delivery put in front
+  int file = -1;           // holds just `bytes`; negative when there is no such file
 };
 
 // The messages in `contents`, which were read from `source`: those of an mbox file, which begins
-// with a "From " line that holds a time, or a single one.
+// with a "From " line that holds a time, or a single one. They are as they came, for rules to see
+// what they see on delivery.
 std::vector<FoundMessage> messages_of(const MailSource& source, const MailContents& contents);
 
 }  // namespace Quarrow::Trial

@@ -86,6 +86,33 @@ TEST(MailContents, CantBeReadFromAMissingFile) {
   EXPECT_EQ("can't be read: No such file or directory", failure.reason);
 }
 
+TEST(MailContents, OfAMaildirAreThoseOfRegularFilesOnly) {
+  const TemporaryFolder folder;
+  const std::string file = folder.write("file", "Subject: a\n\n");
+  ASSERT_EQ(0, mkfifo(folder.file("fifo").c_str(), 0600));
+  ASSERT_EQ(0, symlink(file.c_str(), folder.file("link").c_str()));
+  ASSERT_EQ(0, symlink("/dev/zero", folder.file("endless").c_str()));
+  const struct {
+    const char* name;
+    const char* reason;
+  } cases[] = {{"fifo", "can't be read: Is not a regular file"},
+               {"link", "can't be read: Is a symbolic link"},
+               {"endless", "can't be read: Is a symbolic link"}};
+  for (const auto& c : cases)
+    EXPECT_EQ(c.reason, failure_of({folder.file(c.name), 0, true}).reason) << c.name;
+  MailContents contents;
+  EXPECT_FALSE(contents.open({file, 0, true}));
+  MailContents named_by_the_user;
+  EXPECT_FALSE(named_by_the_user.open({folder.file("link")}));
+}
+
+TEST(MailContents, CameAtTheTimeInTheNameOfAMaildirsFile) {
+  const TemporaryFolder folder;
+  MailContents contents;
+  EXPECT_FALSE(contents.open({folder.write("1777896000.M5P7Q1.host,S=9:2,S", "Subject: ")}));
+  EXPECT_EQ(1777896000, contents.time());
+}
+
 TEST(MailContents, CantBeReadFromAFolder) {
   const TemporaryFolder folder;
   const SourceFailure failure = failure_of({folder.path()});
@@ -135,6 +162,46 @@ TEST(MessagesOf, TakesAnMboxOnStandardInputApart) {
   MailContents mbox;
   ASSERT_FALSE(mbox.open(source));
   expect_two_messages("-", messages_of(source, mbox));
+}
+
+const std::string added = "Return-Path: <b@example.org>\nDelivered-To: a@example.org\n";
+const std::string received =
+    "Received: from c\n\tby mx with LMTP\n\tfor <a@example.org>; Mon, 04 May 2026 12:00:00 +0000\n";
+
+const struct {
+  const char* name;
+  std::string in_front;
+  bool is_left_out;
+} stored[] = {{"1777896000.M5P7Q1.host,S=9:2,S", added, true},
+              {"1777896000.M5P7Q1.host,S=9", added + received, true},
+              {"1777896000.M5P7.host,S=9", added + received, true},
+              {"1777896000.M5P7.host,S=9", added, false},
+              {"a.eml", added + received, true},
+              {"a.eml", added, false},
+              {"a.eml", "Delivered-To: b@example.org\n" + received, false}};
+
+TEST(MessagesOf, LeavesOutWhatDeliveryPutInFront) {
+  const TemporaryFolder folder;
+  const std::string text = "Subject: x\n\nbody\n";
+  for (const auto& c : stored) {
+    const std::string path = folder.write(c.name, c.in_front + text);
+    MailContents contents;
+    ASSERT_FALSE(contents.open({path}));
+    const auto messages = messages_of({path}, contents);
+    ASSERT_EQ(1U, messages.size());
+    EXPECT_EQ(c.is_left_out ? text : c.in_front + text, messages[0].bytes) << path;
+    EXPECT_EQ(c.is_left_out, messages[0].file < 0) << path;
+  }
+}
+
+TEST(MessagesOf, LeavesItOutInAnMbox) {
+  const TemporaryFolder folder;
+  const std::string separator = "From a@example.org Mon May  4 09:30:00 2026\n";
+  MailContents mbox;
+  ASSERT_FALSE(mbox.open({folder.write("mbox", separator + added + received + "Subject: x\n\n")}));
+  const auto messages = messages_of({"x"}, mbox);
+  ASSERT_EQ(1U, messages.size());
+  EXPECT_EQ("Subject: x\n", messages[0].bytes);
 }
 
 TEST(MessagesOf, TakesAnythingElseAsOneMessage) {

@@ -5,8 +5,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
+
+#include "system/regular_file.h"
 
 namespace Quarrow::Trial {
 namespace {
@@ -23,9 +24,11 @@ bool add_folder(const fs::path& folder, FoundMail& found) {
   const std::size_t before = sources.size();
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
        entry.increment(error)) {
-    if (entry->path().filename().native().front() == '.' || entry->is_directory(error)) continue;
-    const auto size = entry->file_size(error);
-    sources.push_back({entry->path().string(), error ? 0 : size});
+    const auto kind = entry->symlink_status(error).type();
+    if (entry->path().filename().native().front() == '.' || kind == fs::file_type::directory)
+      continue;
+    const auto size = kind == fs::file_type::regular ? entry->file_size(error) : 0;
+    sources.push_back({entry->path().string(), error ? 0 : size, true});
     error.clear();  // a file that is gone already is a failure when it is opened
   }
   if (error) found.failures.push_back(cannot_read(folder.string(), error.value()));
@@ -34,9 +37,14 @@ bool add_folder(const fs::path& folder, FoundMail& found) {
   return !error;
 }
 
-void add_maildir(const fs::path& folder, FoundMail& found) {
+// Whether there is a folder at `path` itself, and not behind a link.
+bool is_folder(const fs::path& path) {
   std::error_code error;
-  if (fs::is_directory(folder / "cur", error) && fs::is_directory(folder / "new", error)) {
+  return fs::symlink_status(path, error).type() == fs::file_type::directory;
+}
+
+void add_maildir(const fs::path& folder, FoundMail& found) {
+  if (is_folder(folder / "cur") && is_folder(folder / "new")) {
     if (add_folder(folder / "cur", found)) add_folder(folder / "new", found);
     return;
   }
@@ -61,7 +69,7 @@ void add_argument(const std::string& argument, FoundMail& found) {
 }  // namespace
 
 SourceFailure cannot_read(const std::string& object, int error) {
-  return {object, Kind::cannot_read, std::string("can't be read: ") + std::strerror(error)};
+  return {object, Kind::cannot_read, "can't be read: " + reason_for_no_file(error)};
 }
 
 FoundMail find_mail(const std::vector<std::string>& arguments) {

@@ -12,6 +12,8 @@ namespace Quarrow::Trial {
 struct MailSource {
   std::string path;        // "-" is standard input
   std::uint64_t size = 0;  // in bytes; 0 where it is not known
+  // It lies in a Maildir, whose owner may have put anything there.
+  bool is_in_maildir = false;
 
   bool is_standard_input() const { return path == "-"; }
 };
@@ -40,8 +42,8 @@ struct FoundMail {
 
 // The sources that `arguments` stand for, in that order. An argument is the path of a file or of a
 // Maildir folder, or "-". A Maildir folder stands for the files in its cur/ and then in its new/,
-// each sorted by name. An argument that is missing, or is a folder but no Maildir, becomes a
-// failure. No file is opened yet.
+// each sorted by name; these are folders, and no links to any. An argument that is missing, or is a
+// folder but no Maildir, becomes a failure. No file is opened yet.
 FoundMail find_mail(const std::vector<std::string>& arguments);
 
 // The sum of the sizes of `sources`, in bytes.

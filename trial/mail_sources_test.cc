@@ -95,6 +95,30 @@ TEST_F(FindMail, CantReadALockedFolderOfAMaildir) {
   EXPECT_EQ(folder_.file("cur"), failure.object);
 }
 
+TEST_F(FindMail, ListsWithoutOpeningWhatLiesInAMaildir) {
+  make_maildir();
+  const std::string file = folder_.write("cur/a", "four");
+  ASSERT_EQ(0, mkfifo(folder_.file("cur/b").c_str(), 0600));
+  ASSERT_EQ(0, symlink(file.c_str(), folder_.file("cur/c").c_str()));
+  const FoundMail found = find_mail({folder_.path()});
+  ASSERT_EQ(3U, found.sources.size());
+  for (const auto& source : found.sources) EXPECT_TRUE(source.is_in_maildir) << source.path;
+  EXPECT_EQ(4U, total_size(found.sources));
+  EXPECT_FALSE(find_mail({file}).sources.at(0).is_in_maildir);
+}
+
+TEST_F(FindMail, FollowsNoLinkFromAMaildirToAFolder) {
+  make_maildir();
+  folder_.write("new/1", "x");
+  make_folder("box");
+  for (const char* name : {"cur", "new"})
+    ASSERT_EQ(
+        0, symlink(folder_.file(name).c_str(), folder_.file(std::string("box/") + name).c_str()));
+  const FoundMail found = find_mail({folder_.file("box")});
+  EXPECT_TRUE(found.sources.empty());
+  EXPECT_EQ(Kind::not_a_maildir, failure_of(found).kind);
+}
+
 TEST_F(FindMail, TellsAllFailuresInTheOrderOfTheArguments) {
   const FoundMail found =
       find_mail({folder_.file("b"), folder_.path(), folder_.file("a"), folder_.file("b")});

@@ -1,8 +1,6 @@
 // One message after the other.
 #include "trial/run.h"
 
-#include <ctime>
-
 #include "trial/mail_contents.h"
 
 namespace Quarrow::Trial {
@@ -12,8 +10,8 @@ using Delivery::Evaluation;
 
 class TrialRun {
  public:
-  TrialRun(MessageEvaluator& evaluator, Observer& observer)
-      : evaluator_(evaluator), observer_(observer) {}
+  TrialRun(MessageEvaluator& evaluator, Observer& observer, std::optional<std::time_t> received)
+      : evaluator_(evaluator), observer_(observer), received_(received) {}
 
   void evaluate(const MailSource& source) {
     MailContents contents;
@@ -22,7 +20,8 @@ class TrialRun {
       observer_.on_failure(*failure);
       return;
     }
-    for (const auto& message : messages_of(source, contents)) evaluate(message, contents.time());
+    for (const auto& message : messages_of(source, contents))
+      evaluate(message, received_.value_or(contents.time()));
   }
 
   const RunResult& result() const { return result_; }
@@ -42,14 +41,15 @@ class TrialRun {
 
   MessageEvaluator& evaluator_;
   Observer& observer_;
+  const std::optional<std::time_t> received_;
   RunResult result_;
 };
 
 }  // namespace
 
 RunResult run(const std::vector<MailSource>& sources, MessageEvaluator& evaluator,
-              Observer& observer) {
-  TrialRun trial(evaluator, observer);
+              Observer& observer, std::optional<std::time_t> received) {
+  TrialRun trial(evaluator, observer, received);
   for (const auto& source : sources) trial.evaluate(source);
   return trial.result();
 }

@@ -3,6 +3,8 @@
 #define QUARROW_TRIAL_RUN_H_
 
 #include <cstdint>
+#include <ctime>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,9 +41,10 @@ struct RunResult {
   std::uint64_t failed_sources = 0;  // sources that can't be read
 };
 
-// Reads each of `sources`, has each message in it evaluated, and tells `observer` about it.
+// Reads each of `sources`, has each message in it evaluated, and tells `observer` about it. Each
+// message was received at `received`, where that is given, and otherwise at its source's time.
 RunResult run(const std::vector<MailSource>& sources, MessageEvaluator& evaluator,
-              Observer& observer);
+              Observer& observer, std::optional<std::time_t> received = std::nullopt);
 
 }  // namespace Quarrow::Trial
 

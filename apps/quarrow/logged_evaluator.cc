@@ -1,6 +1,7 @@
 // Evaluation in this process, with the interpreter's log as complaints.
 #include "apps/quarrow/logged_evaluator.h"
 
+#include <fcntl.h>
 #include <quarrow/evaluation.h>
 #include <sysexits.h>
 #include <zvellparser.h>
@@ -11,6 +12,8 @@
 #include <utility>
 
 #include "apps/quarrow/complaint.h"
+#include "system/descriptor.h"
+#include "system/regular_file.h"
 
 namespace Quarrow::Command {
 namespace {
@@ -69,6 +72,7 @@ class LoggedEvaluator : public Trial::MessageEvaluator {
 }  // namespace
 
 std::unique_ptr<Trial::MessageEvaluator> logged_evaluator(const std::string& path) {
+  if (Descriptor(open_regular(path, O_RDONLY)).get() < 0) return nullptr;  // a link, say
   SieveLog* const log = new ErrorStreamLog;  // the matcher's from here on
   std::unique_ptr<SieveMatch> matcher(SieveMatch::Create(path, log));
   if (!matcher) return nullptr;

@@ -10,8 +10,8 @@
 namespace Quarrow::Command {
 
 // Runs the script at `path` in this process and writes the interpreter's log to standard error.
-// Never tells which rule decided. Null when the script is missing, unreadable, empty or not valid,
-// with the log saying why.
+// Never tells which rule decided. Null when the script is missing, no regular file, unreadable,
+// empty or not valid; of the last two the log says why.
 std::unique_ptr<Trial::MessageEvaluator> logged_evaluator(const std::string& path);
 
 }  // namespace Quarrow::Command

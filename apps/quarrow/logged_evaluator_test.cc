@@ -35,6 +35,13 @@ TEST_F(LoggedEvaluatorTest, GivesTheSameAsTheIsolatedOne) {
 
 TEST_F(LoggedEvaluatorTest, NeedsAScript) { Trial::expect_to_need_a_script(logged_evaluator); }
 
+TEST_F(LoggedEvaluatorTest, FollowsNoLink) {
+  const TemporaryFolder folder;
+  std::filesystem::create_symlink(folder.write("theirs", Trial::filing_script),
+                                  folder.file("script"));
+  EXPECT_FALSE(logged_evaluator(folder.file("script")));
+}
+
 TEST_F(LoggedEvaluatorTest, WritesTheLogAsComplaints) {
   const TemporaryFolder folder;
   const std::string path = folder.write("script", "if {");

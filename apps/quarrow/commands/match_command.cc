@@ -1,12 +1,13 @@
 // quarrow match: what a user's script does with messages.
+#include <fcntl.h>
 #include <sysexits.h>
-#include <unistd.h>
 #include <zvellparser.h>
 #include <zvelluser.h>
 
 #include <cerrno>
-#include <cstring>
+#include <ctime>
 #include <memory>
+#include <optional>
 
 #include "administration/rules_transaction.h"
 #include "apps/quarrow/commands/command.h"
@@ -14,8 +15,10 @@
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/logged_evaluator.h"
 #include "apps/quarrow/match_report.h"
+#include "apps/quarrow/time_text.h"
 #include "delivery/one_processor.h"
-#include "system/exists.h"
+#include "system/descriptor.h"
+#include "system/regular_file.h"
 #include "trial/mail_sources.h"
 #include "trial/message_evaluator.h"
 #include "trial/preparation.h"
@@ -27,19 +30,21 @@ namespace {
 struct Options {
   std::string user;
   std::vector<std::string> messages;
+  std::optional<std::string> received;  // none: as the messages say
   bool json = false;
   bool log = false;
 };
 
 // Says why the script at `path` can't be run.
 int no_script(const std::string& user, const std::string& path) {
-  if (access(path.c_str(), R_OK) != 0 && errno != ENOENT)
-    return complain(path, std::string("can't be read: ") + std::strerror(errno),
-                    file_status(errno));
-  if (!exists(path))
+  const Descriptor script(open_regular(path, O_RDONLY));
+  const int error = script.get() < 0 ? errno : 0;
+  if (error == ENOENT)
     return complain(
         user, "no rules, so that every message is kept; add some with quarrow filter add " + user,
         EX_NOINPUT);
+  if (error != 0)
+    return complain(path, "can't be read: " + reason_for_no_file(error), file_status(error));
   return complain(path,
                   "damaged script: empty or not valid; adding or removing a filter writes it anew, "
                   "and --log says more",
@@ -59,6 +64,10 @@ std::unique_ptr<Trial::MessageEvaluator> make_evaluator(
 int match(const Settings& settings, const Options& options) {
   const EmailAddress address = user_address(options.user);
   if (address.isNull()) return EX_NOUSER;
+  const auto received = options.received ? time_of(*options.received) : std::nullopt;
+  if (options.received && !received)
+    return complain(*options.received,
+                    "not a time; write it as 2026-05-04 or as \"2026-05-04 12:00\"", EX_USAGE);
   mailuser_set_root(settings.root);
   const auto [sources, failures] = Trial::find_mail(options.messages);
   int status = EX_OK;
@@ -68,7 +77,7 @@ int match(const Settings& settings, const Options& options) {
   if (!evaluator) return no_script(options.user, script);
   MatchReport report(options.json ? MatchReport::Form::json : MatchReport::Form::text,
                      Trial::total_size(sources), status);
-  return report.finish(Trial::run(sources, *evaluator, report));
+  return report.finish(Trial::run(sources, *evaluator, report, received));
 }
 
 }  // namespace
@@ -80,6 +89,9 @@ Run declare_match(CLI::App& app) {
                  "Message files, mbox files, Maildir folders; - is standard input")
       ->type_name("")
       ->required();
+  app.add_option("--received", options->received,
+                 "When the messages came, such as 2026-05-04 or \"2026-05-04 12:00\"")
+      ->type_name("TIME");
   app.add_flag("--json", options->json, "One JSON object a line, and no table");
   app.add_flag("--log", options->log,
                "Evaluate in this process, unprotected, and write the interpreter's log to standard "
