@@ -2,6 +2,7 @@
 #ifndef QUARROW_APPS_QUARROW_DELIVERY_OPTIONS_H_
 #define QUARROW_APPS_QUARROW_DELIVERY_OPTIONS_H_
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -13,7 +14,8 @@ struct DeliveryOptions {
   std::optional<std::string> sender;
   std::optional<std::string> original_recipient;
   std::optional<std::string> final_recipient;
-  std::string folder;  // in UTF-8; "" is the inbox
+  std::string folder;                                // in UTF-8; "" is the inbox
+  std::uint64_t max_size = std::uint64_t{64} << 20;  // of the message, in bytes
   bool report_by_status = false;
 };
 

@@ -24,6 +24,10 @@ Fault fault(const std::string& failure) {
   return {failure + ": " + std::strerror(errno), EX_TEMPFAIL};
 }
 
+Fault too_large(std::uint64_t max_size) {
+  return {"larger than " + std::to_string(max_size) + " bytes", EX_DATAERR};
+}
+
 // The first bytes of the message without the line that separates messages in an mbox file.
 std::string_view without_separator(std::string_view text) {
   if (text.substr(0, 5) != "From ") return text;
@@ -48,21 +52,25 @@ MessageSpool::~MessageSpool() {
   if (!bytes_.empty()) (void)munmap(const_cast<char*>(bytes_.data()), bytes_.size());
 }
 
-Fault MessageSpool::read(int input) {
+Fault MessageSpool::read(int input, std::uint64_t max_size) {
   std::string text;
   ssize_t got = 1;
   while (got > 0 && text.size() < most_in_memory) got = append_from(input, text);
   if (got < 0) return fault("can't be read");
   const Descriptor file(open_nameless(got == 0));
-  if (file.get() < 0 || !write_all(file.get(), without_separator(text)))
-    return fault("can't be kept");
-  while (got > 0) {
+  if (file.get() < 0) return fault("can't be kept");
+  std::uint64_t size = 0;
+  std::string_view next = without_separator(text);
+  for (;;) {
+    size += next.size();
+    if (size > max_size) return too_large(max_size);
+    if (!write_all(file.get(), next)) return fault("can't be kept");
+    if (got == 0) return look_at(file.get());
     text.clear();
     got = append_from(input, text);
     if (got < 0) return fault("can't be read");
-    if (!write_all(file.get(), text)) return fault("can't be kept");
+    next = text;
   }
-  return look_at(file.get());
 }
 
 Fault MessageSpool::look_at(int written) {

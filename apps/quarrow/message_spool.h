@@ -22,8 +22,10 @@ class MessageSpool {
 
   // Reads all of `input`, once for each object, and leaves out a "From " line at its start. Gives
   // the reason of a failure. An empty message is a failure, too: no mail server hands an empty
-  // message over, so that its bytes were lost on the way.
-  Fault read(int input);
+  // message over, so that its bytes were lost on the way. So is a message of more than `max_size`
+  // bytes, which is read no further. All failures have the status EX_TEMPFAIL but the last one,
+  // which has EX_DATAERR.
+  Fault read(int input, std::uint64_t max_size);
 
   // The message, after a successful read(). The descriptor can only be read from.
   int fd() const { return file_->get(); }

@@ -13,9 +13,10 @@ namespace {
 
 constexpr std::size_t most_in_memory = std::size_t{4} << 20;
 
-Fault spool_file(const std::string& path, MessageSpool& spool) {
+Fault spool_file(const std::string& path, MessageSpool& spool,
+                 std::uint64_t max_size = 4 * most_in_memory) {
   const Descriptor input(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  return spool.read(input.get());
+  return spool.read(input.get(), max_size);
 }
 
 TEST(MessageSpool, HoldsTheMessageWithoutItsSeparator) {
@@ -48,6 +49,24 @@ TEST(MessageSpool, HoldsMessagesOfAnySize) {
     EXPECT_TRUE(spool.bytes() == text) << size;  // too long to be shown
     EXPECT_EQ(-1, pwrite(spool.fd(), "x", 1, 0)) << size;
   }
+}
+
+TEST(MessageSpool, HoldsNoMoreThanTheLargestMessage) {
+  const TemporaryFolder folder;
+  for (const std::size_t size : {std::size_t{10}, most_in_memory, 2 * most_in_memory + 7}) {
+    const std::string path = folder.write("message", "From x\n" + std::string(size, 'x'));
+    MessageSpool largest;
+    EXPECT_FALSE(spool_file(path, largest, size)) << size;
+    MessageSpool spool;
+    const Fault fault = spool_file(path, spool, size - 1);
+    EXPECT_EQ("larger than " + std::to_string(size - 1) + " bytes", fault.reason);
+    EXPECT_EQ(EX_DATAERR, fault.status) << size;
+  }
+}
+
+TEST(MessageSpool, ReadsAnEndlessInputUpToTheLargestMessage) {
+  MessageSpool spool;
+  EXPECT_EQ(EX_DATAERR, spool_file("/dev/zero", spool).status);
 }
 
 TEST(MessageSpool, RefusesAnEmptyMessage) {

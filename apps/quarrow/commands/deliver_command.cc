@@ -73,7 +73,10 @@ int status_of(const std::string& user, const Report& report) {
 
 int deliver_to(const DeliveryOptions& options, const std::string& user, const std::string& folder) {
   MessageSpool spool;
-  if (const Fault fault = spool.read(STDIN_FILENO)) return complain("standard input", fault);
+  const Fault fault = spool.read(STDIN_FILENO, options.max_size);
+  if (fault && fault.status == EX_DATAERR)
+    return refuse("5.3.4", "the message is " + fault.reason, EX_NOPERM);
+  if (fault) return complain("standard input", fault);
   const std::string recipient = recipient_of(options, user);
   const auto trace = Delivery::trace_headers(spool.bytes(), {sender_of(options), recipient});
   if (trace.is_loop)
@@ -139,6 +142,10 @@ Run declare_deliver(CLI::App& app) {
       ->type_name("ADDRESS");
   app.add_option("-m", options->folder, "The folder that takes the place of the inbox")
       ->type_name("FOLDER");
+  app.add_option("--max-size", options->max_size, "The largest message in bytes")
+      ->type_name("N")
+      ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 40).description(""))
+      ->capture_default_str();
   app.add_flag("-e", options->report_by_status,
                "Report a rejection by the exit status; this is done in any case");
   return [options](const Settings& settings) { return deliver_or_try_again(settings, *options); };
