@@ -4,7 +4,7 @@
 #include "message_filters/document_words.h"
 #include "message_filters/filter_list_xml.h"
 
-// LoadFromXML counts on the smart pointer's assertion to end the process.
+// Loading counts on the smart pointer's assertion to end the process.
 #if defined(NDEBUG) || defined(BOOST_DISABLE_ASSERTS)
 #error "Assertions are behaviour here: compile with -UNDEBUG and without BOOST_DISABLE_ASSERTS."
 #endif
@@ -109,12 +109,9 @@ boost::shared_ptr<Filter__> filter_from_xml(ezxml* element) {
   return filter;
 }
 
-boost::shared_ptr<FilterList__> FilterList__::LoadFromXML(const std::string& path) {
-  const XmlTree document = parse_xml_file(path);
-  if (!document) return boost::shared_ptr<FilterList__>();
-
-  const auto list = Create();
-  for (ezxml* element = xml_child(document.get(), DocumentWords::filter); element;
+boost::shared_ptr<FilterList__> filter_list_from_xml(ezxml* root) {
+  const auto list = FilterList__::Create();
+  for (ezxml* element = xml_child(root, DocumentWords::filter); element;
        element = xml_next(element)) {
     const auto filter = filter_from_xml(element);
     // Not looked at before: a rejected element ends the process with the assertion "px != 0".
@@ -122,6 +119,11 @@ boost::shared_ptr<FilterList__> FilterList__::LoadFromXML(const std::string& pat
     if (filter->is_valid()) (void)list->append(filter);  // false only when no id is left
   }
   return list->filters.empty() ? boost::shared_ptr<FilterList__>() : list;
+}
+
+boost::shared_ptr<FilterList__> FilterList__::LoadFromXML(const std::string& path) {
+  const XmlTree document = parse_xml_file(path);
+  return document ? filter_list_from_xml(document.get()) : boost::shared_ptr<FilterList__>();
 }
 
 }  // namespace Quarrow::MessageFilters

@@ -14,6 +14,10 @@ namespace Quarrow::MessageFilters {
 // can't be written as XML: none is left out.
 XmlTree filter_list_to_xml(const boost::shared_ptr<FilterList__>& list);
 
+// The list of a document's root element. Empty, or the end of the process, as
+// FilterList__::LoadFromXML says.
+boost::shared_ptr<FilterList__> filter_list_from_xml(ezxml* root);
+
 // The filter of a "filter" element. Empty when it has no name, no "tests", no valid action, or an
 // unknown word for "enabled" or "relation". Tests and actions that are invalid are left out.
 boost::shared_ptr<Filter__> filter_from_xml(ezxml* element);

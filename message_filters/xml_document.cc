@@ -65,7 +65,11 @@ void XmlTreeFree::operator()(ezxml* root) const {
 
 XmlTree parse_xml_file(const std::string& path) {
   const auto document = read_document(path);
-  const auto text = document ? readable_xml(*document) : std::nullopt;
+  return document ? parse_xml(*document) : nullptr;
+}
+
+XmlTree parse_xml(const std::string& document) {
+  const auto text = readable_xml(document);
   if (!text || text->empty()) return nullptr;
 
   XmlTreeFree owner{std::make_unique<char[]>(text->size())};
@@ -80,12 +84,25 @@ ezxml* xml_child(ezxml* element, const char* name) { return ezxml_child(element,
 
 ezxml* xml_next(ezxml* element) { return ezxml_next(element); }
 
+ezxml* xml_first_child(ezxml* element) { return element ? element->child : nullptr; }
+
+ezxml* xml_following(ezxml* child) { return child->ordered; }
+
+std::string xml_name(const ezxml* element) { return element->name; }
+
 std::string xml_text(const ezxml* element) { return decode_references(ezxml_txt(element)); }
 
 std::optional<std::string> xml_attribute(ezxml* element, const char* name) {
   const char* const value = ezxml_attr(element, name);
   if (!value) return std::nullopt;
   return decode_references(value);
+}
+
+std::vector<std::pair<std::string, std::string>> xml_attributes(const ezxml* element) {
+  std::vector<std::pair<std::string, std::string>> all;
+  for (char** each = element->attr; each[0]; each += 2)
+    all.emplace_back(each[0], decode_references(each[1]));
+  return all;
 }
 
 XmlTree new_xml_document(const char* root) {

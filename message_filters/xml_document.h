@@ -6,6 +6,8 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <utility>
+#include <vector>
 
 struct ezxml;
 
@@ -25,16 +27,30 @@ using XmlTree = std::unique_ptr<ezxml, XmlTreeFree>;
 // not well-formed, or refused by readable_xml().
 XmlTree parse_xml_file(const std::string& path);
 
+// The tree of a document's text. Empty when it is not well-formed, or refused by readable_xml().
+XmlTree parse_xml(const std::string& document);
+
 // The first child of `element` with that name, and from there the next of the same name; null when
 // there is none.
 ezxml* xml_child(ezxml* element, const char* name);
 ezxml* xml_next(ezxml* element);
+
+// The first child of `element` whatever its name, and from there the next one in the document's
+// order; null when there is none.
+ezxml* xml_first_child(ezxml* element);
+ezxml* xml_following(ezxml* child);
+
+// The name of an element.
+std::string xml_name(const ezxml* element);
 
 // The text of an element of a parsed document; empty for null.
 std::string xml_text(const ezxml* element);
 
 // An attribute of an element of a parsed document. Nothing when it is absent.
 std::optional<std::string> xml_attribute(ezxml* element, const char* name);
+
+// All attributes of an element of a parsed document, as pairs of name and value.
+std::vector<std::pair<std::string, std::string>> xml_attributes(const ezxml* element);
 
 // A new document: "version" is "1.0", as in all that this system writes. `root` must outlive it.
 XmlTree new_xml_document(const char* root);
