@@ -10,6 +10,8 @@
 #include <functional>
 #include <thread>
 
+#include "system/child_process_test_support.h"
+#include "system/stale_files_test_support.h"
 #include "tests/support/temporary_folder_test_support.h"
 
 namespace Quarrow::Delivery {
@@ -103,6 +105,21 @@ TEST_F(ScriptFileTest, AMissingScriptIsNoFailure) {
   EXPECT_TRUE(read(long_wait).is_missing);
   folder_.write("script", "");
   EXPECT_FALSE(read(long_wait).is_missing);
+}
+
+TEST_F(ScriptFileTest, AScriptThatIsReplacedMeanwhileIsWaitedFor) {
+  folder_.write("script", "old;");
+  for (const int call : {SCMP_SYS(openat), SCMP_SYS(pread64)}) {
+    const ProcessEnd end = end_of_child([this, call] {
+      constexpr milliseconds wait{20};
+      if (!make_stale(call)) return 2;
+      const auto start = steady_clock::now();
+      const ScriptFile script = read_script(path(), wait);
+      const bool waited = steady_clock::now() - start >= wait;
+      return waited && !script.found && script.reason == "Stale file handle" ? 0 : 1;
+    });
+    EXPECT_EQ(0, end.status) << call;
+  }
 }
 
 TEST_F(ScriptFileTest, WhatIsNoFileIsNotRead) {
