@@ -2,6 +2,8 @@
 #include "administration/guarded_rules.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "administration/administration_test_support.h"
 #include "tests/support/rules_test_support.h"
@@ -46,6 +48,29 @@ TEST(GuardedRules, GiveTheRefusalOfOpeningThem) {
   const GuardedOutcome outcome = with_rules_of(alice, true, count);
   EXPECT_EQ(Kind::not_made, outcome.refusal.kind);
   EXPECT_EQ("", outcome.answer);
+}
+
+// Also where only root may look into the folders above.
+TEST(GuardedRules, AreChangedWithTheRightsOfTheFoldersOwner) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can act as another user";
+  static constexpr uid_t nobody = 65534;
+  const TemporaryRoot root;
+  const std::string folder = root.file("example.org/alice");
+  ASSERT_FALSE(with_rules_of(alice, true, count).refusal);
+  std::filesystem::permissions(root.path(), std::filesystem::perms(0700));
+  std::filesystem::remove(folder + "/.delivery_filter.lock");
+  ASSERT_EQ(0, chown(folder.c_str(), nobody, nobody));
+  const GuardedOutcome outcome = with_rules_of(alice, true, [](RulesTransaction& rules) {
+    return getuid() == nobody ? add_one(rules) : GuardedOutcome{{Kind::crashed, "", "root"}, ""};
+  });
+  EXPECT_EQ("", said(outcome.refusal));
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    struct stat status {};
+    ASSERT_EQ(0, lstat(entry.path().c_str(), &status));
+    EXPECT_EQ(nobody, status.st_uid) << entry.path();
+    EXPECT_EQ(nobody, status.st_gid) << entry.path();
+  }
+  EXPECT_EQ(0u, geteuid());
 }
 
 TEST(GuardedRules, SurviveADocumentThatEndsTheProcess) {

@@ -32,6 +32,8 @@ struct Refusal {
     no_configuration,
     damaged_configuration,
     damaged_document,  // filters can't be loaded from the user's rules document
+    unreadable_part,   // a part of the rules document can't be loaded
+    foreign_script,    // the user has a script that was not made from filters
 
     // what the system said
     missing,            // a file or folder that must be there

@@ -1,27 +1,20 @@
 // Opening, editing and committing a user's filters.
 #include "administration/rules_transaction.h"
 
-#include <base.h>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 #include <zvelluser.h>
 
+#include <boost/make_shared.hpp>
 #include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 
-#include "administration/kept_file.h"
+#include "administration/document_loss.h"
 #include "administration/rule_check.h"
-#include "administration/write_error.h"
-#include "message_filters/filter_list_xml.h"
+#include "administration/rules_replacement.h"
+#include "administration/rules_text.h"
 #include "message_filters/script_words.h"
-#include "message_filters/sieve_script.h"
 #include "message_filters/user_files.h"
-#include "system/exists.h"
+#include "message_filters/xml_text.h"
 
 namespace Quarrow::Administration {
 namespace {
@@ -31,17 +24,7 @@ using MessageFilters::Filter__;
 using MessageFilters::FilterList__;
 using MessageFilters::UserMessageFilters__;
 
-// The code that UserMessageFilters__::persist gives when the Sieve compiler refuses a rule.
-constexpr int refused_by_compiler = 3;
-
-std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-bool ends_with(const std::string& text, const std::string& end) {
-  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
+const std::string document_name = rules_document_of(script_name);
 
 // Keeps standard error quiet for its lifetime.
 class SilencedErrors {
@@ -63,21 +46,25 @@ class SilencedErrors {
   int kept_;
 };
 
-std::string document_text(const boost::shared_ptr<FilterList__>& list) {
-  std::ostringstream text;
-  auto document = filter_list_to_xml(list);
-  return document && write_xml(std::move(document), text) ? text.str() : "";
-}
-
-// The document of a list without filters, which the library reads as no list at all.
-bool is_empty_document(const std::string& path) {
-  std::error_code ignored;  // a file that can't be looked at is not that document
-  return std::filesystem::is_regular_file(path, ignored) &&
-         contents(path) == document_text(FilterList__::Create());
+boost::shared_ptr<FilterList__> list_of_unchecked(const std::string& document) {
+  const SilencedErrors quiet;  // a failed assertion would write to it
+  return list_of(document);
 }
 
 std::string user_folder(const std::string& address) {
   return ZvMailUserId(MAILBOX_USER, address).prefpath();
+}
+
+Refusal damaged(const std::string& document, const std::string& why) {
+  return {
+      Kind::damaged_document, document,
+      "damaged filter document: " + why + "; restore it from a copy, or remove it to start anew"};
+}
+
+// A file system that can't be written refuses with the errno.
+Refusal check_writable(const UserFolder& folder) {
+  if (faccessat(folder.fd(), ".", W_OK, AT_EACCESS) == 0) return {};
+  return system_refusal(folder.path(), "nothing was changed", errno);
 }
 
 }  // namespace
@@ -90,41 +77,43 @@ std::string rules_script(const std::string& address) {
   return in_folder(user_folder(address), script_name);
 }
 
-RulesTransaction::RulesTransaction(const EmailAddress& address)
-    : address_(address),
-      folder_(user_folder(address.address())),
-      document_(rules_document(address.address())),
-      script_(rules_script(address.address())) {}
+RulesTransaction::RulesTransaction(const EmailAddress& address, std::chrono::milliseconds patience)
+    : address_(address), patience_(patience), folder_(user_folder(address.address())) {}
 
 Refusal RulesTransaction::open(bool create) {
-  if (create && create_path(folder_, 0700) < 0) return making_refusal(folder_, errno);
-  if (const Refusal refusal = lock()) return refusal;
+  // Made for nobody: the library would open the document by its name, and follow a link there.
+  filters_ = boost::make_shared<UserMessageFilters__>(EmailAddress());
+  filters_->address = address_;
+  if (const Refusal refusal = folder_.open(create)) return refusal;
+  if (!folder_.is_open()) return {};
+  if (const Refusal refusal = lock_.take(folder_, patience_)) return refusal;
+  take_up_earlier_commit(folder_);
   return load();
 }
 
-Refusal RulesTransaction::lock() {
-  lock_.emplace(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (lock_->get() < 0 && errno == ENOENT) return {};
-  if (lock_->get() < 0) return system_refusal(folder_, "", errno);
-  while (flock(lock_->get(), LOCK_EX) != 0)
-    if (errno != EINTR)
-      return {Kind::try_again, folder_, std::string("can't be locked: ") + std::strerror(errno)};
-  take_up_kept(document_);
-  take_up_kept(script_);
+// No document is an empty text, other than an empty document.
+Refusal RulesTransaction::read_document(std::string& text) const {
+  const std::string path = folder_.file(document_name);
+  const int error = folder_.read(document_name, MessageFilters::most_xml_bytes + 1, text);
+  if (error == ELOOP) return damaged(path, "it is a link, which is not followed");
+  if (error == EINVAL || error == ENXIO) return damaged(path, "it is not a regular file");
+  if (error != 0 && error != ENOENT) return system_refusal(path, "", error);
+  if (error == 0 && text.empty()) return damaged(path, "no filter can be read from it");
   return {};
 }
 
 Refusal RulesTransaction::load() {
-  if (exists(document_) && access(document_.c_str(), R_OK) != 0)
-    return system_refusal(document_, "", errno);
-  {
-    const SilencedErrors quiet;
-    filters_ = UserMessageFilters__::Create(address_);
+  std::string document;
+  if (const Refusal refusal = read_document(document)) return refusal;
+  if (document.empty()) {
+    finish_replacement(folder_, "");
+    return {};
   }
-  if (filters_->filters->filters.empty() && exists(document_) && !is_empty_document(document_))
-    return {Kind::damaged_document, document_,
-            "damaged filter document: no filter can be read from it; restore it from a copy, or "
-            "remove it to start anew"};
+  filters_->filters = list_of_unchecked(document);
+  if (!filters_->filters)
+    return damaged(folder_.file(document_name), "no filter can be read from it");
+  loss_ = document_loss(document, filters_->filters);
+  finish_replacement(folder_, script_text(filters_->filters, false));
   return {};
 }
 
@@ -157,78 +146,52 @@ Refusal RulesTransaction::remove(std::int32_t id) {
   return check_filter(id);
 }
 
-// The script with the disabled filters in it, which must compile, too. Empty when a filter is not
-// valid.
-std::string RulesTransaction::script() const {
-  std::ostringstream text;
-  return write_script(filters_->filters, true, text) ? text.str() : "";
+Refusal RulesTransaction::check_loss() const {
+  if (loss_.empty()) return {};
+  return {Kind::unreadable_part, folder_.file(document_name),
+          "can't be read in full, and a change would lose " + loss_};
 }
 
-Refusal RulesTransaction::check_script_size() const {
-  const std::size_t size = script().size();
-  if (size <= script_limit) return {};
-  return {Kind::script_too_long, address_.address(),
-          "the rules make a script of " + std::to_string(size) + " bytes, of which only " +
-              std::to_string(script_limit) +
-              " would be read; nothing was changed; remove or shorten some"};
+// A script that is no regular file is none that Quarrow made.
+Refusal RulesTransaction::check_replaced_script() const {
+  std::string text;
+  const int error = folder_.read(script_name, script_limit + 1, text);
+  if (error == ENOENT || (error == 0 && is_made_script(text, filters_->filters))) return {};
+  return {Kind::foreign_script, folder_.file(script_name),
+          "was not made from filters, and a change would replace it"};
 }
 
-// The errno of writing the files once more; 0 when that goes well.
-int RulesTransaction::writing_error() const {
-  if (const int error = error_of_opening(temporary_path(document_))) return error;
-  if (const int error = error_of_opening(temporary_path(script_))) return error;
-  return error_of_writing(folder_, document_text(filters_->filters).size() + script().size());
+// The script with the disabled filters in it must compile, too. What is read back from the texts
+// must be the filters as they are.
+Refusal RulesTransaction::check_texts(const std::string& document,
+                                      const std::string& script) const {
+  const std::string whole_script = script_text(filters_->filters, true);
+  if (whole_script.size() > script_limit)
+    return {Kind::script_too_long, address_.address(),
+            "the rules make a script of " + std::to_string(whole_script.size()) +
+                " bytes, of which only " + std::to_string(script_limit) +
+                " would be read; nothing was changed; remove or shorten some"};
+  const auto list = document.empty() || script.empty() ? nullptr : list_of(document);
+  if (!list || document_text(list) != document)
+    return {Kind::not_written, address_.address(),
+            "the rules can't be written in a form that reads back; nothing was changed"};
+  if (const Refusal refusal = check_compiles(whole_script, address_.address())) return refusal;
+  return check_compiles(script, address_.address());
 }
 
-Refusal RulesTransaction::writing_refusal(const std::string& step) const {
-  return system_refusal(folder_, step + "; nothing was changed", writing_error());
-}
-
-// A script that the disk cut off is refused by the compiler, too.
-Refusal RulesTransaction::explain(int code) const {
-  if (code != refused_by_compiler ||
-      !ends_with(contents(temporary_path(script_)), ScriptWords::end))
-    return writing_refusal("the rules could not be written");
-  return {Kind::rules_refused, address_.address(),
-          "the Sieve compiler refused the rules as a whole; nothing was changed"};
-}
-
-// The library does not look at whether all bytes reached the disk.
-bool RulesTransaction::is_committed() const {
-  if (!ends_with(contents(script_), ScriptWords::end)) return false;
-  const auto& written = filters_->filters->filters;
-  const auto read = FilterList__::LoadFromXML(document_);
-  return read ? read->filters.size() == written.size()
-              : written.empty() && is_empty_document(document_);
-}
-
-Refusal RulesTransaction::replace() {
-  KeptFile document(document_);
-  KeptFile script(script_);
-  const std::string keeping = "could not be kept while it is replaced; nothing was changed";
-  if (document.error() != 0) return system_refusal(document_, keeping, document.error());
-  if (script.error() != 0) return system_refusal(script_, keeping, script.error());
-  if (const int code = filters_->persist()) return explain(code);
-  if (is_committed()) return {};
-  const Refusal refusal = writing_refusal("the rules could not be written in full");
-  document.restore();
-  script.restore();
-  return refusal;
-}
-
-// Removes the files that a failed write, or the search for its cause, left behind.
-void RulesTransaction::remove_drafts() const {
-  (void)unlink(temporary_path(document_).c_str());
-  (void)unlink(temporary_path(script_).c_str());
-}
-
-Refusal RulesTransaction::commit() {
-  if (const Refusal refusal = check_script_size()) return refusal;
-  if (access(folder_.c_str(), W_OK) != 0)
-    return system_refusal(folder_, "nothing was changed", errno);
-  const Refusal refusal = replace();
-  if (refusal) remove_drafts();
-  return refusal;
+Refusal RulesTransaction::commit(const CommitConsent& consent) {
+  if (!folder_.is_open()) return system_refusal(folder_.path(), "nothing was changed", ENOENT);
+  if (const Refusal refusal = check_writable(folder_)) return refusal;
+  if (!lock_.may_change())
+    return {Kind::not_permitted, folder_.path(),
+            "nothing was changed; the rules are changed by the owner of the folder, or by root"};
+  Refusal refusal = consent.accept_loss ? Refusal() : check_loss();
+  if (!refusal && !consent.replace_script) refusal = check_replaced_script();
+  if (refusal) return refusal;
+  const std::string document = document_text(filters_->filters);
+  const std::string script = script_text(filters_->filters, false);
+  if ((refusal = check_texts(document, script))) return refusal;
+  return replace_rules(folder_, document, script);
 }
 
 }  // namespace Quarrow::Administration

@@ -6,12 +6,13 @@
 #include <zvellparser.h>
 
 #include <boost/shared_ptr.hpp>
+#include <chrono>
 #include <cstdint>
-#include <optional>
 #include <string>
 
 #include "administration/refusal.h"
-#include "system/descriptor.h"
+#include "administration/rules_lock.h"
+#include "administration/user_folder.h"
 
 namespace Quarrow::Administration {
 
@@ -19,20 +20,30 @@ namespace Quarrow::Administration {
 std::string rules_document(const std::string& address);
 std::string rules_script(const std::string& address);
 
+// How long a transaction waits for another one of the same user.
+constexpr std::chrono::seconds lock_patience{30};
+
+// What a commit may do to files that hold more than the filters.
+struct CommitConsent {
+  bool accept_loss = false;     // write over a document of which a part could not be loaded
+  bool replace_script = false;  // write over a script that Quarrow did not make
+};
+
 // The filters of one user. From open() on until this object is gone, other transactions for the
 // same user wait.
 class RulesTransaction {
  public:
   // `address` is not null.
-  explicit RulesTransaction(const EmailAddress& address);
+  explicit RulesTransaction(const EmailAddress& address,
+                            std::chrono::milliseconds patience = lock_patience);
   RulesTransaction(const RulesTransaction&) = delete;
   RulesTransaction& operator=(const RulesTransaction&) = delete;
 
   // Loads the filters, once for each object and before all that follows. A missing folder of the
-  // user's is made when `create`; without it they have no filters. A document that can't be
-  // understood is refused, so that it is never overwritten by an empty one; one that ends the
-  // process is for run_guarded to tell. Files that a commit left behind when it was cut off are put
-  // back. Standard error is silent meanwhile.
+  // user's is made when `create`; without it they have no filters. A process of root becomes the
+  // owner of the folder for good. A document that can't be understood is refused, so that it is
+  // never overwritten by an empty one; one that ends the process is for run_guarded to tell. A
+  // commit that was cut off is finished or undone.
   Refusal open(bool create);
 
   // The user's filters, which may be edited directly.
@@ -52,26 +63,25 @@ class RulesTransaction {
   // Removes the filter `id`.
   Refusal remove(std::int32_t id);
 
-  // Writes document and script. When it refuses, both are as they were.
-  Refusal commit();
+  // Refuses when the document holds what could not be loaded, such as a test with a wrong word: the
+  // filters are without it, and a commit would lose it. The reason says what it is.
+  Refusal check_loss() const;
+
+  // Writes document and script, synchronously. When it refuses, both are as they were, but for a
+  // failure to replace the script behind the document, which the reason tells.
+  Refusal commit(const CommitConsent& consent = {});
 
  private:
-  Refusal lock();
   Refusal load();
-  std::string script() const;
-  Refusal check_script_size() const;
-  Refusal replace();
-  Refusal explain(int code) const;
-  Refusal writing_refusal(const std::string& step) const;
-  int writing_error() const;
-  bool is_committed() const;
-  void remove_drafts() const;
+  Refusal read_document(std::string& text) const;
+  Refusal check_replaced_script() const;
+  Refusal check_texts(const std::string& document, const std::string& script) const;
 
   EmailAddress address_;
-  std::string folder_;
-  std::string document_;
-  std::string script_;
-  std::optional<Descriptor> lock_;  // the folder, locked with flock(2)
+  std::chrono::milliseconds patience_;
+  UserFolder folder_;
+  RulesLock lock_;
+  std::string loss_;  // see document_loss()
   boost::shared_ptr<MessageFilters::UserMessageFilters__> filters_;
 };
 

@@ -15,7 +15,7 @@ namespace Quarrow {
 //
 // -1, with errno set, on failure: ELOOP for a symbolic link, EISDIR for a folder, EINVAL for
 // anything else that is no regular file, EWOULDBLOCK for a file that somebody holds a lease on.
-int open_regular_at(int folder, const char* name, int flags, mode_t mode = 0);
+int open_regular_at(int folder, const std::string& name, int flags, mode_t mode = 0);
 
 // The same for the file at `path`.
 int open_regular(const std::string& path, int flags, mode_t mode = 0);

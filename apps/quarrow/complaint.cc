@@ -42,6 +42,10 @@ const Conduct conducts[] = {
     {Kind::damaged_configuration, EX_CONFIG,
      "restore it from a copy, or remove it and run quarrow init"},
     {Kind::damaged_document, EX_DATAERR},
+    {Kind::unreadable_part, EX_DATAERR,
+     "restore it from a copy, or change the filters with "
+     "--accept-loss"},
+    {Kind::foreign_script, EX_DATAERR, "keep a copy of it, and use --replace-script"},
     {Kind::missing, EX_NOINPUT},
     {Kind::not_permitted, EX_NOPERM},
     {Kind::try_again, EX_TEMPFAIL},

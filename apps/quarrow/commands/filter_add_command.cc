@@ -26,6 +26,7 @@ struct Options {
   bool any = false;
   bool disabled = false;
   std::int32_t before = 0;  // 0: at the end
+  Administration::CommitConsent consent;
 };
 
 // The refusal of what was given with `option`.
@@ -73,7 +74,7 @@ GuardedOutcome add(RulesTransaction& rules, const Options& options) {
   Refusal refusal = rules.check_place(options.before);
   if (!refusal) refusal = build(rules.filters(), options, *filter);
   if (!refusal) refusal = rules.add(filter, options.before);
-  if (!refusal) refusal = rules.commit();
+  if (!refusal) refusal = rules.commit(options.consent);
   return {refusal, refusal ? "" : std::to_string(filter->id) + '\n'};
 }
 
@@ -111,6 +112,7 @@ Run declare_filter_add(CLI::App& app) {
   app.add_flag("--disabled", options->disabled, "Store the filter, but do not run it");
   app.add_option("--before", options->before, "Try it before the filter ID instead of last")
       ->type_name("ID");
+  add_consent_options(app, options->consent);
   return [options](const Settings& settings) { return filter_add(settings, *options); };
 }
 

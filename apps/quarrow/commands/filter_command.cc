@@ -25,9 +25,15 @@ int with_filters_of(const Settings& settings, const std::string& user, bool crea
   if (address.isNull()) return EX_NOUSER;
   mailuser_set_root(settings.root);
   const GuardedOutcome outcome = Administration::with_rules_of(address, create, work);
-  if (outcome.refusal) return complain(outcome.refusal);
   std::cout << outcome.answer;
-  return EX_OK;
+  return outcome.refusal ? complain(outcome.refusal) : EX_OK;
+}
+
+void add_consent_options(CLI::App& app, Administration::CommitConsent& consent) {
+  app.add_flag("--accept-loss", consent.accept_loss,
+               "Lose the parts of the filter document that can't be read");
+  app.add_flag("--replace-script", consent.replace_script,
+               "Replace a script that was not made from filters");
 }
 
 void add_user_option(CLI::App& app, std::string& user) {

@@ -16,10 +16,14 @@ namespace Quarrow::Command {
 EmailAddress user_address(const std::string& text);
 
 // Opens the filters of `user` for `work`, in a process of their own. Prints the answer of the work,
-// or complains; gives the exit status. `create`: makes the user's folder when it is missing.
+// and complains of what it refuses; gives the exit status. `create`: makes the user's folder when
+// it is missing.
 int with_filters_of(
     const Settings& settings, const std::string& user, bool create,
     const std::function<Administration::GuardedOutcome(Administration::RulesTransaction&)>& work);
+
+// The options by which a user lets a change write over what it would lose.
+void add_consent_options(CLI::App& app, Administration::CommitConsent& consent);
 
 // The argument that names the user.
 void add_user_option(CLI::App& app, std::string& user);

@@ -47,10 +47,11 @@ Run declare_filter_list(CLI::App& app) {
   add_user_option(app, options->user);
   app.add_flag("--json", options->json, "As JSON");
   return [options](const Settings& settings) {
-    return with_filters_of(settings, options->user, false,
-                           [&](RulesTransaction& rules) -> Administration::GuardedOutcome {
-                             return {{}, listing(*rules.filters().filters, options->json)};
-                           });
+    return with_filters_of(
+        settings, options->user, false,
+        [&](RulesTransaction& rules) -> Administration::GuardedOutcome {
+          return {rules.check_loss(), listing(*rules.filters().filters, options->json)};
+        });
   };
 }
 

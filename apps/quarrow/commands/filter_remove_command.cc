@@ -12,11 +12,12 @@ using Administration::RulesTransaction;
 struct Options {
   std::string user;
   std::int32_t id = 0;
+  Administration::CommitConsent consent;
 };
 
-GuardedOutcome remove(RulesTransaction& rules, std::int32_t id) {
-  if (const auto refusal = rules.remove(id)) return {refusal, ""};
-  return {rules.commit(), ""};
+GuardedOutcome remove(RulesTransaction& rules, const Options& options) {
+  if (const auto refusal = rules.remove(options.id)) return {refusal, ""};
+  return {rules.commit(options.consent), ""};
 }
 
 }  // namespace
@@ -27,9 +28,10 @@ Run declare_filter_remove(CLI::App& app) {
   app.add_option("id", options->id, "The filter's number, as filter list shows it")
       ->type_name("")
       ->required();
+  add_consent_options(app, options->consent);
   return [options](const Settings& settings) {
     return with_filters_of(settings, options->user, false,
-                           [&](RulesTransaction& rules) { return remove(rules, options->id); });
+                           [&](RulesTransaction& rules) { return remove(rules, *options); });
   };
 }
 

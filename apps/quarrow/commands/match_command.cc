@@ -17,7 +17,9 @@
 #include "apps/quarrow/match_report.h"
 #include "apps/quarrow/time_text.h"
 #include "delivery/one_processor.h"
+#include "message_filters/user_files.h"
 #include "system/descriptor.h"
+#include "system/exists.h"
 #include "system/regular_file.h"
 #include "trial/mail_sources.h"
 #include "trial/message_evaluator.h"
@@ -39,6 +41,9 @@ struct Options {
 int no_script(const std::string& user, const std::string& path) {
   const Descriptor script(open_regular(path, O_RDONLY));
   const int error = script.get() < 0 ? errno : 0;
+  if (error == ENOENT && exists(rules_document_of(path)))
+    return complain(path, "missing beside the filters; adding or removing a filter writes it anew",
+                    EX_DATAERR);
   if (error == ENOENT)
     return complain(
         user, "no rules, so that every message is kept; add some with quarrow filter add " + user,
@@ -46,8 +51,8 @@ int no_script(const std::string& user, const std::string& path) {
   if (error != 0)
     return complain(path, "can't be read: " + reason_for_no_file(error), file_status(error));
   return complain(path,
-                  "damaged script: empty or not valid; adding or removing a filter writes it anew, "
-                  "and --log says more",
+                  "damaged script: empty or not valid; adding or removing a filter with "
+                  "--replace-script writes it anew, and --log says more",
                   EX_DATAERR);
 }
 

@@ -1,0 +1,58 @@
+// Writing and reading rules without files.
+#include "administration/rules_text.h"
+
+#include <quarrow/evaluation.h>
+
+#include <memory>
+#include <sstream>
+
+#include "delivery/execution_form.h"
+#include "message_filters/filter_list_xml.h"
+#include "message_filters/sieve_script.h"
+#include "system/memory_file.h"
+
+namespace Quarrow::Administration {
+namespace {
+
+using Kind = Refusal::Kind;
+using MessageFilters::FilterList__;
+
+bool begins_with(const std::string& text, const std::string& beginning) {
+  return text.compare(0, beginning.size(), beginning) == 0;
+}
+
+}  // namespace
+
+std::string document_text(const boost::shared_ptr<FilterList__>& list) {
+  std::ostringstream text;
+  auto document = MessageFilters::filter_list_to_xml(list);
+  return document && write_xml(std::move(document), text) ? text.str() : "";
+}
+
+std::string script_text(const boost::shared_ptr<FilterList__>& list, bool include_disabled) {
+  std::ostringstream text;
+  return write_script(list, include_disabled, text) ? text.str() : "";
+}
+
+boost::shared_ptr<FilterList__> list_of(const std::string& document) {
+  if (document == document_text(FilterList__::Create())) return FilterList__::Create();
+  const auto tree = MessageFilters::parse_xml(document);
+  return tree ? MessageFilters::filter_list_from_xml(tree.get())
+              : boost::shared_ptr<FilterList__>();
+}
+
+bool is_made_script(const std::string& script, const boost::shared_ptr<FilterList__>& list) {
+  return begins_with(script_text(list, false), script) ||
+         script == script_text(FilterList__::Create(), false) ||
+         !Delivery::execution_form(script).branches.empty();
+}
+
+Refusal check_compiles(const std::string& script, const std::string& object) {
+  const MemoryFile file;
+  if (!file.write(script)) return {Kind::unavailable, object, "can't be checked: memory is short"};
+  if (std::unique_ptr<SieveMatch>(SieveMatch::Create(file.path(), nullptr))) return {};
+  return {Kind::rules_refused, object,
+          "the Sieve compiler refused the rules as a whole; nothing was changed"};
+}
+
+}  // namespace Quarrow::Administration
