@@ -1,7 +1,6 @@
-// Transactions that are carried out, and every way in which they are refused.
+// Transactions that are opened and edited, and every way in which they are refused.
 #include "administration/rules_transaction.h"
 
-#include <base.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -9,12 +8,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <future>
 #include <limits>
 #include <vector>
 
-#include "administration/administration_test_support.h"
-#include "tests/support/rules_test_support.h"
+#include "administration/rules_transaction_test_support.h"
+#include "system/child_process_test_support.h"
 
 namespace {
 
@@ -40,72 +38,9 @@ extern "C" int flock(int fd, int operation) noexcept {
 namespace Quarrow::Administration {
 namespace {
 
-using MessageFilters::Filter__;
-using MessageFilters::make_action;
 using MessageFilters::make_filter;
 using MessageFilters::make_rule;
-using MessageFilters::make_test;
 using MessageFilters::subject_test;
-
-const EmailAddress alice("alice@example.org");
-
-// The refusal of adding a rule with a test of the subject for `value`, and of the commit.
-Refusal add_rule(RulesTransaction& rules, const std::string& value = "word") {
-  const Refusal refusal = rules.add(make_rule("Rule", subject_test(value)), 0);
-  return refusal ? refusal : rules.commit();
-}
-
-class RulesTransactionTest : public testing::Test {
- protected:
-  ~RulesTransactionTest() override { cmdb.system = nullptr; }
-
-  // The names of the committed filters in their order.
-  std::string names() const {
-    RulesTransaction rules(alice);
-    EXPECT_EQ("", said(rules.open(false)));
-    std::string all;
-    for (const auto& filter : rules.filters().filters->filters) all += filter->name + ' ';
-    return all;
-  }
-
-  void edit(const std::function<Refusal(RulesTransaction&)>& change) const {
-    RulesTransaction rules(alice);
-    EXPECT_EQ("", said(rules.open(true)));
-    EXPECT_EQ("", said(change(rules)));
-    EXPECT_EQ("", said(rules.commit()));
-  }
-
-  // Commits a rule that all users may read.
-  void commit_one_rule() const {
-    edit([](RulesTransaction& rules) { return rules.add(make_rule("Rule", subject_test()), 0); });
-    for (const std::string& path : {root_.file("example.org"), folder_, document_, script_})
-      std::filesystem::permissions(path, std::filesystem::perms(0755));
-  }
-
-  // The refusal of a further rule after `disturb` was called between opening and committing, and
-  // whether the files are as they were.
-  Refusal refusal_after(const std::function<void()>& disturb,
-                        const std::string& value = "word") const {
-    const std::string document = content_of(document_);
-    const std::string script = content_of(script_);
-    const Refusal refusal = in_child([&] {
-      RulesTransaction rules(alice);
-      if (const Refusal unopened = rules.open(true)) return unopened;
-      disturb();
-      return add_rule(rules, value);
-    });
-    EXPECT_EQ(document, content_of(document_));
-    EXPECT_EQ(script, content_of(script_));
-    EXPECT_FALSE(std::filesystem::is_regular_file(document_ + ".new"));
-    EXPECT_FALSE(std::filesystem::is_regular_file(script_ + ".new"));
-    return refusal;
-  }
-
-  const TemporaryRoot root_;
-  const std::string folder_ = root_.file("example.org/alice");
-  const std::string script_ = rules_script(alice.address());
-  const std::string document_ = rules_document(alice.address());
-};
 
 TEST_F(RulesTransactionTest, StandsInTheUsersFolder) {
   EXPECT_EQ(folder_ + "/.delivery_filter", script_);
@@ -147,16 +82,13 @@ TEST_F(RulesTransactionTest, LosesNothingWhereFoldersCantBeLocked) {
   folder_locks_exclude = false;
   ASSERT_EQ("", said(RulesTransaction(alice).open(true)));
   constexpr int processes = 12;
-  std::vector<std::future<Refusal>> changes;
+  std::vector<pid_t> changes;
   for (int started = 0; started < processes; ++started)
-    changes.push_back(std::async(std::launch::async, [] {
-      return in_child([] {
-        RulesTransaction rules(alice);
-        const Refusal refusal = rules.open(true);
-        return refusal ? refusal : add_rule(rules);
-      });
+    changes.push_back(start_child([] {
+      RulesTransaction rules(alice);
+      return rules.open(true) || add_rule(rules) ? 1 : 0;
     }));
-  for (auto& change : changes) EXPECT_EQ("", said(change.get()));
+  for (const pid_t change : changes) EXPECT_EQ(0, wait_for(change).status);
   folder_locks_exclude = true;
   RulesTransaction rules(alice);
   ASSERT_EQ("", said(rules.open(false)));
@@ -262,157 +194,6 @@ TEST_F(RulesTransactionTest, RefusesAFilterThatLacksAPart) {
   EXPECT_EQ(Kind::no_tests, rules.add(make_filter("a"), 0).kind);
   EXPECT_EQ(Kind::no_actions, rules.add(idle, 0).kind);
   EXPECT_TRUE(rules.filters().filters->filters.empty());
-}
-
-TEST_F(RulesTransactionTest, RefusesAScriptThatIsTooLong) {
-  commit_one_rule();
-  const Refusal refusal = refusal_after([] {}, std::string(40000, 'x'));
-  EXPECT_EQ(Kind::script_too_long, refusal.kind);
-  EXPECT_EQ("alice@example.org", refusal.object);
-  EXPECT_NE(std::string::npos,
-            refusal.reason.find(" bytes, of which only 32768 would be read; nothing was changed; "
-                                "remove or shorten some"));
-}
-
-TEST_F(RulesTransactionTest, RefusesRulesThatDoNotCompile) {
-  RulesTransaction rules(alice);
-  ASSERT_EQ("", said(rules.open(true)));
-  const auto filter = make_rule("a", make_test("size", "size", "greater", "10M"), false);
-  ASSERT_EQ("", said(rules.add(filter, 0)));
-  expect_refusal(Kind::rules_refused, "alice@example.org",
-                 "the Sieve compiler refused the rules as a whole; nothing was changed",
-                 rules.commit());
-  EXPECT_FALSE(std::filesystem::exists(script_));
-}
-
-TEST_F(RulesTransactionTest, RefusesAFolderThatMayNotBeWritten) {
-  commit_one_rule();
-  expect_refusal(Kind::not_permitted, folder_, "nothing was changed: Permission denied",
-                 without_writing_in(folder_, [] {
-                   RulesTransaction rules(alice);
-                   const Refusal refusal = rules.open(false);
-                   return refusal ? refusal : rules.commit();
-                 }));
-}
-
-TEST_F(RulesTransactionTest, RefusesACommitOfAnotherThanTheOwner) {
-  if (geteuid() != 0) GTEST_SKIP() << "only root can act as another user";
-  commit_one_rule();
-  std::filesystem::permissions(folder_, std::filesystem::perms(0777));
-  expect_refusal(
-      Kind::not_permitted, folder_,
-      "nothing was changed; the rules are changed by the owner of the folder, or by root",
-      as_nobody([] {
-        RulesTransaction rules(alice);
-        const Refusal refusal = rules.open(false);
-        return refusal ? refusal : rules.commit();
-      }));
-}
-
-TEST_F(RulesTransactionTest, RefusesFilesThatCantBeWritten) {
-  commit_one_rule();
-  for (const std::string& path : {document_, script_}) {
-    const std::string draft = path + ".new";
-    expect_refusal(Kind::not_written, draft,
-                   "the rules could not be written; nothing was changed: File exists",
-                   refusal_after([&draft] { std::filesystem::create_directory(draft); }));
-    std::filesystem::remove(draft);
-  }
-}
-
-TEST_F(RulesTransactionTest, RefusesFoldersInPlaceOfFiles) {
-  for (const std::string& path : {document_, script_}) {
-    RulesTransaction rules(alice);
-    ASSERT_EQ("", said(rules.open(true)));
-    ASSERT_EQ("", said(rules.add(make_rule("Rule", subject_test()), 0)));
-    std::filesystem::create_directory(path);
-    expect_refusal(Kind::not_written, path,
-                   "the rules could not be written; nothing was changed: Is a directory",
-                   rules.commit({false, true}));
-    EXPECT_TRUE(std::filesystem::is_empty(path));
-    EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator(folder_), {}));  // and the lock
-    std::filesystem::remove(path);
-  }
-}
-
-TEST_F(RulesTransactionTest, FollowsNoLinkInTheFolder) {
-  const std::string outside = root_.write("outside", "outside");
-  commit_one_rule();
-  for (const char* end : {".new", ".xml.new", ".tmp", ".xml.tmp", ".kept", ".xml.kept"})
-    std::filesystem::create_symlink(outside, script_ + end);
-  edit([](RulesTransaction& rules) { return rules.add(make_rule("more", subject_test()), 0); });
-  EXPECT_EQ("outside", content_of(outside));
-  EXPECT_EQ("Rule more ", names());
-}
-
-TEST_F(RulesTransactionTest, RefusesADocumentThatIsALink) {
-  commit_one_rule();
-  std::filesystem::rename(document_, root_.file("others.xml"));
-  std::filesystem::create_symlink(root_.file("others.xml"), document_);
-  expect_refusal(Kind::damaged_document, document_,
-                 "damaged filter document: it is a link, which is not followed; restore it from a "
-                 "copy, or remove it to start anew",
-                 RulesTransaction(alice).open(false));
-}
-
-TEST_F(RulesTransactionTest, RefusesToLoseWhatItCouldNotLoad) {
-  commit_one_rule();
-  std::string document = content_of(document_);
-  document.replace(document.find("contains"), 8, "contians");
-  write_file(document_, document);
-  const Refusal refusal = refusal_after([] {});
-  expect_refusal(Kind::unreadable_part, document_,
-                 "can't be read in full, and a change would lose test 1 of filter 1", refusal);
-  RulesTransaction rules(alice);
-  ASSERT_EQ("", said(rules.open(false)));
-  EXPECT_EQ(said(refusal), said(rules.check_loss()));
-  EXPECT_EQ("", said(rules.commit({true, false})));
-}
-
-TEST_F(RulesTransactionTest, RefusesToReplaceAScriptThatIsNotOfFilters) {
-  std::filesystem::create_directories(folder_);
-  write_file(script_, "keep;\n");
-  expect_refusal(Kind::foreign_script, script_,
-                 "was not made from filters, and a change would replace it", refusal_after([] {}));
-  RulesTransaction rules(alice);
-  ASSERT_EQ("", said(rules.open(false)));
-  EXPECT_EQ("", said(rules.commit({false, true})));
-  EXPECT_NE("keep;\n", content_of(script_));
-}
-
-TEST_F(RulesTransactionTest, ReplacesAScriptThatFiltersMadeUnasked) {
-  commit_one_rule();
-  const std::string script = content_of(script_);
-  for (const std::string& content : {std::string(), script, script.substr(0, script.size() / 2)}) {
-    write_file(script_, content);
-    edit([](RulesTransaction&) { return Refusal(); });
-    EXPECT_EQ(script, content_of(script_));
-  }
-  std::filesystem::remove(document_);
-  edit([](RulesTransaction&) { return Refusal(); });
-  EXPECT_NE(script, content_of(script_));
-}
-
-TEST_F(RulesTransactionTest, RefusesFiltersThatCantBeWritten) {
-  const auto crowded = make_rule("a", subject_test());
-  crowded->tests.resize(11, subject_test());
-  for (const auto& filter : {make_rule("a", MessageFilters::Test()), crowded}) {
-    RulesTransaction rules(alice);
-    ASSERT_EQ("", said(rules.open(true)));
-    rules.filters().filters->filters.push_back(filter);
-    expect_refusal(Kind::not_written, "alice@example.org",
-                   "the rules can't be written in a form that reads back; nothing was changed",
-                   rules.commit());
-    EXPECT_FALSE(std::filesystem::exists(document_));
-  }
-}
-
-TEST_F(RulesTransactionTest, TellsADiskThatIsFull) {
-  commit_one_rule();
-  expect_refusal(Kind::no_room, document_ + ".new",
-                 "the rules could not be written; nothing was changed: File too large",
-                 refusal_after([] { limit_file_size(400); }));
-  EXPECT_EQ("Rule ", names());
 }
 
 }  // namespace
