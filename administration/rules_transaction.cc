@@ -98,7 +98,8 @@ Refusal RulesTransaction::read_document(std::string& text) const {
   if (error == ELOOP) return damaged(path, "it is a link, which is not followed");
   if (error == EINVAL || error == ENXIO) return damaged(path, "it is not a regular file");
   if (error != 0 && error != ENOENT) return system_refusal(path, "", error);
-  if (error == 0 && text.empty()) return damaged(path, "no filter can be read from it");
+  if (error == 0 && (text.empty() || text.size() > MessageFilters::most_xml_bytes))
+    return damaged(path, "no filter can be read from it");
   return {};
 }
 

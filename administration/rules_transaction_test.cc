@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "administration/rules_transaction_test_support.h"
+#include "message_filters/xml_text.h"
 #include "system/child_process_test_support.h"
 
 namespace {
@@ -137,6 +138,8 @@ TEST_F(RulesTransactionTest, RefusesADocumentThatMayNotBeRead) {
 
 TEST_F(RulesTransactionTest, RefusesADocumentOfWhichNothingIsRead) {
   commit_one_rule();
+  std::filesystem::resize_file(document_, MessageFilters::most_xml_bytes + 1);
+  EXPECT_EQ(Kind::damaged_document, RulesTransaction(alice).open(false).kind);
   for (const char* content : {"", "<filters", "<filters></filters>"}) {
     write_file(document_, content);
     expect_refusal(Kind::damaged_document, document_,

@@ -45,7 +45,20 @@ TEST_F(XmlFile, IsReadAsATree) {
   EXPECT_FALSE(xml_next(xml_next(first)));
 }
 
+TEST_F(XmlFile, ShowsAllThatIsInIt) {
+  const XmlTree tree = parse_xml("<a><b m='1' n='&amp;'/><c/>\n<b>x</b></a>");
+  ASSERT_TRUE(tree);
+  std::string names;
+  for (ezxml* child = xml_first_child(tree.get()); child; child = xml_following(child))
+    names += xml_name(child);
+  EXPECT_EQ("bcb", names);
+  const std::vector<std::pair<std::string, std::string>> attributes{{"m", "1"}, {"n", "&"}};
+  EXPECT_EQ(attributes, xml_attributes(xml_first_child(tree.get())));
+  EXPECT_TRUE(xml_attributes(tree.get()).empty());
+}
+
 TEST_F(XmlFile, NothingHasNoContent) {
+  EXPECT_FALSE(xml_first_child(nullptr));
   EXPECT_FALSE(xml_child(nullptr, "a"));
   EXPECT_FALSE(xml_next(nullptr));
   EXPECT_EQ("", xml_text(nullptr));
