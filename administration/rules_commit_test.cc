@@ -48,6 +48,7 @@ TEST_F(RulesCommitTest, RefusesACommitOfAnotherThanTheOwner) {
   if (geteuid() != 0) GTEST_SKIP() << "only root can act as another user";
   commit_one_rule();
   std::filesystem::permissions(folder_, std::filesystem::perms(0777));
+  write_file(script_ + ".new", "of a commit that may be under way");
   expect_refusal(
       Kind::not_permitted, folder_,
       "nothing was changed; the rules are changed by the owner of the folder, or by root",
@@ -56,6 +57,7 @@ TEST_F(RulesCommitTest, RefusesACommitOfAnotherThanTheOwner) {
         const Refusal refusal = rules.open(false);
         return refusal ? refusal : rules.commit();
       }));
+  EXPECT_TRUE(std::filesystem::exists(script_ + ".new"));
 }
 
 TEST_F(RulesCommitTest, RefusesFilesThatCantBeWritten) {

@@ -87,8 +87,11 @@ Refusal RulesTransaction::open(bool create) {
   if (const Refusal refusal = folder_.open(create)) return refusal;
   if (!folder_.is_open()) return {};
   if (const Refusal refusal = lock_.take(folder_, patience_)) return refusal;
-  take_up_earlier_commit(folder_);
-  return load();
+  if (lock_.may_change()) take_up_earlier_commit(folder_);
+  if (const Refusal refusal = load()) return refusal;
+  // Without the lock, what is there may belong to a commit that is under way.
+  if (lock_.may_change()) finish_replacement(folder_, committed_script_);
+  return {};
 }
 
 // No document is an empty text, other than an empty document.
@@ -106,15 +109,12 @@ Refusal RulesTransaction::read_document(std::string& text) const {
 Refusal RulesTransaction::load() {
   std::string document;
   if (const Refusal refusal = read_document(document)) return refusal;
-  if (document.empty()) {
-    finish_replacement(folder_, "");
-    return {};
-  }
+  if (document.empty()) return {};
   filters_->filters = list_of_unchecked(document);
   if (!filters_->filters)
     return damaged(folder_.file(document_name), "no filter can be read from it");
   loss_ = document_loss(document, filters_->filters);
-  finish_replacement(folder_, script_text(filters_->filters, false));
+  committed_script_ = script_text(filters_->filters, false);
   return {};
 }
 

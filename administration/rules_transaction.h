@@ -81,7 +81,8 @@ class RulesTransaction {
   std::chrono::milliseconds patience_;
   UserFolder folder_;
   RulesLock lock_;
-  std::string loss_;  // see document_loss()
+  std::string loss_;              // see document_loss()
+  std::string committed_script_;  // of the document as it was loaded; empty without one
   boost::shared_ptr<MessageFilters::UserMessageFilters__> filters_;
 };
 
