@@ -5,8 +5,11 @@
 #include <zvellparser.h>
 #include <zvelluser.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+
+#include "host/zvellparser/ascii_case.h"
 
 namespace Quarrow::Delivery {
 namespace {
@@ -51,8 +54,15 @@ std::string missing_reason(const MountSign& sign) {
 
 }  // namespace
 
-RecipientLookup look_up_recipient(const std::string& address, const MountSign& sign,
-                                  const std::string& delimiters) {
+std::string user_spelling(std::string address, AddressCase address_case) {
+  if (address_case == AddressCase::folded)
+    std::transform(address.begin(), address.end(), address.begin(), zvellparser::ascii_lower);
+  return address;
+}
+
+RecipientLookup look_up_recipient(const std::string& written, const MountSign& sign,
+                                  const std::string& delimiters, AddressCase address_case) {
+  const std::string address = user_spelling(written, address_case);
   RecipientLookup lookup = look_up_exactly(address);
   const std::string user = without_extension(address, delimiters);
   if (lookup.result == Result::unknown && user != address) lookup = look_up_exactly(user);

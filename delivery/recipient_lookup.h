@@ -30,16 +30,28 @@ struct RecipientLookup {
   std::string user;  // found: the user's address, without the extension that it may have come with
 };
 
-// Looks up the user with the mail address `address` below the root that mailuser_set_root was
-// given. A user is known when the user's folder exists. Each of the characters `delimiters` may
-// begin an extension: alice+lists@example.org is alice@example.org where no user has that very
-// name. An address that can't have a folder, for example one without "@", is unknown.
+// What of a user's address counts when the user is looked up.
+enum class AddressCase {
+  folded,  // capitals are as good as small letters, which the names of users' folders have
+  kept     // alice@example.org and Alice@example.org are two users
+};
+
+// `address` as users are looked up by it: ASCII capitals become small letters when they are folded.
+// Other characters stay, since mail servers don't agree on theirs.
+std::string user_spelling(std::string address, AddressCase address_case);
+
+// Looks up the user with the mail address `address`, in its user_spelling(), below the root that
+// mailuser_set_root was given. A user is known when the user's folder exists. Each of the
+// characters `delimiters` may begin an extension: alice+lists@example.org is alice@example.org
+// where no user has that very name. An address that can't have a folder, for example one without
+// "@", is unknown.
 //
 // `sign` is looked at only where no folder was found: a user is unknown while it is there, and
 // unavailable while it is missing. A folder that can't be looked at, or a file in its place, is
 // unavailable, too.
 RecipientLookup look_up_recipient(const std::string& address, const MountSign& sign,
-                                  const std::string& delimiters = {});
+                                  const std::string& delimiters = {},
+                                  AddressCase address_case = AddressCase::folded);
 
 }  // namespace Quarrow::Delivery
 

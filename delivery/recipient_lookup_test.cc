@@ -23,7 +23,10 @@ const struct {
 } lookups[] = {
     {"alice@example.org", Result::found, "example.org/alice"},
     {"alice@Example.ORG", Result::found, "example.org/alice"},
+    {"Alice@example.org", Result::found, "example.org/alice"},
+    {"ALICE+Lists@example.org", Result::found, "example.org/alice"},
     {"alice+lists@example.org", Result::found, "example.org/alice"},
+    {"BOB+Lists@example.org", Result::found, "example.org/bob+lists"},
     {"alice-a+b@example.org", Result::found, "example.org/alice"},
     {"alice+@example.org", Result::found, "example.org/alice"},
     {"alice+../../etc@example.org", Result::found, "example.org/alice"},
@@ -91,6 +94,24 @@ TEST_F(LookUpRecipient, TakesNoExtensionWithoutADelimiter) {
   const MountSign sign{root_.path(), Kind::folder};
   EXPECT_EQ(Result::unknown, look_up_recipient("alice+lists@example.org", sign).result);
   EXPECT_EQ(Result::unknown, look_up_recipient("alice+lists@example.org", sign, "-").result);
+}
+
+TEST_F(LookUpRecipient, TellsCapitalsFromSmallLettersOnRequest) {
+  std::filesystem::create_directories(root_.file("example.org/Dora"));
+  const MountSign sign{root_.path(), Kind::folder};
+  const auto result = [&sign](const char* address) {
+    return look_up_recipient(address, sign, "+", AddressCase::kept).result;
+  };
+  EXPECT_EQ(Result::found, result("Dora@Example.org"));
+  EXPECT_EQ(Result::found, result("Dora+Lists@example.org"));
+  EXPECT_EQ(Result::unknown, result("dora@example.org"));
+  EXPECT_EQ(Result::unknown, result("Alice@example.org"));
+}
+
+TEST(UserSpelling, FoldsAsciiAlone) {
+  EXPECT_EQ("m\xc3\x9cller.az@[example]",
+            user_spelling("M\xc3\x9cller.AZ@[Example]", AddressCase::folded));
+  EXPECT_EQ("Alice@Example.Org", user_spelling("Alice@Example.Org", AddressCase::kept));
 }
 
 TEST_F(LookUpRecipient, CallsNobodyUnknownWhileTheSignIsMissing) {

@@ -144,7 +144,7 @@ Reply DeliveryHandler::conclude(const Report& report, DeliveryRecord& record) {
 
 RecipientLookup DeliveryHandler::look_up(const std::string& recipient) const {
   return Delivery::look_up_recipient(recipient, {places_.root, Delivery::MountSign::Kind::folder},
-                                     places_.recipient_delimiter);
+                                     places_.recipient_delimiter, places_.address_case);
 }
 
 Report DeliveryHandler::deliver_to(const Envelope& envelope, const RecipientLookup& lookup,

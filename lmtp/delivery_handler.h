@@ -23,6 +23,7 @@ struct Places {
   std::string host_name;
   // Any of these characters begins the extension of an address; empty: none does.
   std::string recipient_delimiter = {};
+  Delivery::AddressCase address_case = Delivery::AddressCase::folded;
 };
 
 // Delivers a session's messages. Users are looked up as look_up_recipient does it; the root itself

@@ -75,7 +75,7 @@ class LmtpServer {
     };
     return [this, evaluate](Server::Output output) {
       const Lmtp::Places places{options_.root, options_.spool, options_.host_name,
-                                options_.recipient_delimiter};
+                                options_.recipient_delimiter, options_.address_case};
       auto handler = std::make_unique<DeliveryHandler>(places, evaluate, counters_);
       return std::make_unique<Session>(std::move(handler), options_.limits, options_.host_name,
                                        std::move(output));

@@ -141,6 +141,9 @@ void declare_mail(CLI::App& app, Options& options) {
       ->type_name("CHARS")
       ->check(delimiter_fault)
       ->capture_default_str();
+  app.add_flag_callback(
+      "--keep-case", [&options] { options.address_case = Delivery::AddressCase::kept; },
+      "Tell capitals in users' addresses from small letters");
 }
 
 void declare_records(CLI::App& app, Options& options, Written& written) {

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "delivery/recipient_lookup.h"
 #include "lmtp/limits.h"
 #include "quarrow/delivery/evaluator.h"
 #include "server/daemon.h"
@@ -17,6 +18,7 @@ struct Options {
   std::string spool = "/var/tmp";           // folder of the messages that come in
   std::string host_name;                    // by default this host's
   std::string recipient_delimiter = "+";
+  Delivery::AddressCase address_case = Delivery::AddressCase::folded;
   Lmtp::Limits limits;
   Delivery::EvaluatorLimits evaluation;
 };

@@ -154,6 +154,14 @@ TEST(LmtpdOptions, HaveDefaults) {
   EXPECT_EQ(std::uint64_t{512} << 20U, options.evaluation.memory);
 }
 
+TEST(LmtpdOptions, KeepTheCaseOfAddressesOnRequest) {
+  using Delivery::AddressCase;
+  EXPECT_EQ(AddressCase::folded, parse({}).options.address_case);
+  EXPECT_EQ(AddressCase::kept, parse({"--keep-case"}).options.address_case);
+  EXPECT_EQ(AddressCase::kept, parse_file("keep-case=true\n").options.address_case);
+  EXPECT_EQ(AddressCase::folded, parse_file("keep-case=false\n").options.address_case);
+}
+
 TEST(LmtpdOptions, OnTheCommandLineOverrideTheFile) {
   const Parsed parsed = parse_file("workers=4\nroot=/srv/mail\n", {"--workers", "5"});
   ASSERT_EQ(Parsed::Outcome::run, parsed.outcome);

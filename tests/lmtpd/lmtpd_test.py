@@ -65,6 +65,21 @@ class DaemonTest(DaemonTestCase):
         self.assertEqual(250, client.noop()[0])
         self.assertEqual([1, 1], [len(daemon.messages(user)) for user in USERS[:2]])
 
+    def test_takes_capitals_for_small_letters_and_stores_them_as_they_came(self):
+        daemon = self.start()
+        written = USERS[0].replace("user", "User").replace("org", "Org")
+        self.assertEqual(250, self.connect(daemon).deliver([written], "other")[0][0])
+        (stored,) = daemon.messages(USERS[0])
+        self.assertIn(f"\nDelivered-To: {written}\n".encode(), stored)
+        self.assertIn(f"\n\tfor <{written}>; ".encode(), stored)
+        self.assertIn(f"user={written} ", daemon.log_text())
+
+    def test_tells_capitals_from_small_letters_on_request(self):
+        client = self.connect(self.start("--keep-case"))
+        client.mail("")
+        self.assertEqual(550, client.rcpt(USERS[0].upper())[0])
+        self.assertEqual(250, client.rcpt(USERS[0])[0])
+
     def test_refuses_strangers(self):
         client = self.connect(self.start())
         client.mail("")
