@@ -14,6 +14,8 @@ struct Refusal {
 
     // what was asked for
     no_address,       // the user's name is no mail address
+    no_such_user,     // the user has no folder
+    has_mail,         // a user who has mail is not removed
     no_such_filter,   // the user has no filter of that number
     limit_reached,    // the user has as many filters as there may be
     no_number_left,   // the highest number of a filter is in use

@@ -103,6 +103,7 @@ class Quarrow:
         return self.home(user) / ".delivery_filter"
 
     def add_user(self, user):
+        self.run("user", "add", f"{user}@{DOMAIN}")
         for number, (test, _, folder) in enumerate(rules()):
             self.run("filter", "add", f"{user}@{DOMAIN}", "--name", f"Rule number {number}",
                      "--if", test, "--then", f"move {folder}")

@@ -20,6 +20,8 @@ const struct {
 } kinds[] = {
     {Kind::none, EX_OK, ""},
     {Kind::no_address, EX_NOUSER, ""},
+    {Kind::no_such_user, EX_NOUSER, "; quarrow user add ABOUT makes one"},
+    {Kind::has_mail, EX_DATAERR, "; --with-mail removes it, too"},
     {Kind::no_such_filter, EX_DATAERR, "; see quarrow filter list ABOUT"},
     {Kind::limit_reached, EX_DATAERR, ""},
     {Kind::no_number_left, EX_DATAERR, ""},

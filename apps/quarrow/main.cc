@@ -12,11 +12,33 @@
 namespace Quarrow::Command {
 namespace {
 
+const std::vector<Subcommand> user_commands = {
+    {"add", "Make the folder of a user, who gets mail from then on.",
+     "quarrow user add alice@example.org", declare_user_add},
+    {"list", "List the addresses of all users.", "quarrow user list", declare_user_list},
+    {"show", "Say what there is of a user.", "quarrow user show alice@example.org",
+     declare_user_show},
+    {"remove", "Remove a user with their filters.", "quarrow user remove alice@example.org",
+     declare_user_remove}};
+
+const std::vector<Subcommand> filter_commands = {
+    {"add", "Add a filter.",
+     "quarrow filter add alice@example.org --name Reports --any \\\n"
+     "      --if 'string subject contains quarterly' \\\n"
+     "      --if 'not address from is boss@example.org' --then 'move Reports'",
+     declare_filter_add},
+    {"list", "Show the filters in the order in which they are tried.",
+     "quarrow filter list alice@example.org", declare_filter_list},
+    {"remove", "Remove a filter.", "quarrow filter remove alice@example.org 3",
+     declare_filter_remove}};
+
 const std::vector<Subcommand> commands = {
     {"init", "Make the configuration file and the system's catalogue of fields.",
      "quarrow --root /var/spool/quarrow init", declare_init},
+    {"user", "Add, list, show and remove users.", "quarrow user add alice@example.org", nullptr,
+     user_commands},
     {"filter", "Add, list and remove the filters of a user.",
-     "quarrow filter list alice@example.org", declare_filter},
+     "quarrow filter list alice@example.org", nullptr, filter_commands},
     {"match", "Say what a user's filters do with messages.",
      "quarrow match alice@example.org inbox/*.eml Maildir/ mail.mbox -", declare_match},
     {"deliver", "Deliver the message on standard input as a user's filters say.",
@@ -59,10 +81,7 @@ int run_quarrow(int argc, char** argv) {
   Settings settings;
   CLI::App app("Per-user mail filters: made into Sieve scripts, and run over messages.", "quarrow");
   app.set_version_flag("--version", "quarrow " QUARROW_VERSION);
-  app.add_option("--root", settings.root, "Folder of the users' folders and of the configuration")
-      ->type_name("DIR")
-      ->capture_default_str();
-  const Run run = declare_commands(app, commands);
+  const Run run = declare_commands(app, commands, settings);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {

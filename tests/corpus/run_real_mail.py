@@ -78,6 +78,7 @@ class Command:
 
 def add_rules(command):
     command.run("init", "--catalogue", str(command.folder / "root" / "fields.xml"))
+    command.run("user", "add", USER)
     for rule in rules.RULES:
         options = [option for test in rule.tests for option in ("--if", test)]
         options += [option for action in rule.actions for option in ("--then", action)]

@@ -16,6 +16,8 @@ import sys
 
 # Every subcommand has them; the pages name them once, for the program.
 HELP = ("-h", "--help")
+# So are they; the synopsis has the first of them in front of each subcommand.
+SHARED = ("Op Fl -root Ar dir", "Op Fl -keep-case")
 
 
 class Help:
@@ -39,7 +41,7 @@ class Help:
 
     def _read_option(self, text):
         names, _, rest = text.partition(" ")
-        rest = re.sub(r"REQUIRED|Excludes: .*|\.\.\.", "", rest).strip()
+        rest = re.sub(r"REQUIRED|Excludes: .*|\(Env:.*|\.\.\.", "", rest).strip()
         described, _, default = rest.partition("=")
         for name in names.split(","):
             self.options[name] = described.partition(":")[0].lower()  # a range may stand behind
@@ -161,7 +163,7 @@ def compare_quarrow(comparison, program, folder):
     names = set(commands)
     comparison.expect_equal("quarrow, subcommands in the synopsis", names, set(synopsis) - {""})
     comparison.expect_equal("quarrow, described subcommands", names, page.subsections())
-    comparison.command("quarrow", Help(program, ()), [*synopsis[""], "Op Fl -root Ar dir"],
+    comparison.command("quarrow", Help(program, ()), [*synopsis[""], *SHARED],
                        page.described("DESCRIPTION"))
     for name in names & set(synopsis):
         told = commands[name]

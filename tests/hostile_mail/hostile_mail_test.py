@@ -43,8 +43,9 @@ def run(root, *arguments, message=None):
 
 def make_user(root):
     """A root with the user's rules; the user's folder."""
-    done = run(root, "init", "--catalogue", root / "fields.xml")
-    assert done.returncode == 0, done.stderr
+    for arguments in [("init", "--catalogue", root / "fields.xml"), ("user", "add", USER)]:
+        done = run(root, *arguments)
+        assert done.returncode == 0, done.stderr
     for number, (test, action) in enumerate(rules()):
         done = run(root, "filter", "add", USER, "--name", f"Rule {number}", "--if", test,
                    "--then", action)

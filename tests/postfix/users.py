@@ -85,7 +85,7 @@ def write_rules(quarrow, root):
     subprocess.run([*command, "init", "--catalogue", root / "fields.xml"], check=True,
                    stdout=subprocess.DEVNULL)
     for user in USERS:
-        home(root, user).mkdir(parents=True)
+        subprocess.run([*command, "user", "add", user], check=True, stdout=subprocess.DEVNULL)
         for number, options in enumerate(group_of(user).filters):
             subprocess.run([*command, "filter", "add", user, "--name", f"Rule {number}", *options],
                            check=True, stdout=subprocess.DEVNULL)

@@ -9,7 +9,8 @@ SCENARIO is a folder with
              exit status where that is not 0
   mail/      messages, copied into the folder that the commands run in, with a fixed time
 
-`quarrow` stands for the command with a root of the scenario's own, which `quarrow init` has made.
+`quarrow` stands for the command with a root of the scenario's own, which `quarrow init` has made,
+and which has the user alice@example.org.
 """
 import difflib
 import os
@@ -22,7 +23,8 @@ import tempfile
 MESSAGE_TIME = 1777896000  # 2026-05-04 12:00 UTC
 
 PRELUDE = 'quarrow() { "$QUARROW" --root root "$@"; }\n'
-SET_UP = "quarrow init --catalogue root/fields.xml >/dev/null"
+SET_UP = ("quarrow init --catalogue root/fields.xml >/dev/null && "
+          "quarrow user add alice@example.org >/dev/null")
 
 
 def command_lines(path):

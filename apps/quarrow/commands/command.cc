@@ -4,18 +4,51 @@
 #include <memory>
 
 namespace Quarrow::Command {
+namespace {
 
-Run declare_commands(CLI::App& app, const std::vector<Subcommand>& table) {
+// The group of options that the help of subcommands leaves out.
+const char hidden[] = "";
+
+// The help names the options that all subcommands share once, for the program.
+void declare_settings(CLI::App& app, Settings& settings, const char* group = "Options") {
+  app.add_option("--root", settings.root, "Folder of the users' folders and of the configuration")
+      ->type_name("DIR")
+      ->capture_default_str()
+      ->group(group);
+  app.add_flag_callback(
+         "--keep-case", [&settings] { settings.address_case = Delivery::AddressCase::kept; },
+         "Tell capitals in users' addresses from small letters")
+      ->group(group);
+}
+
+Run declare(CLI::App& app, const Subcommand& row, Settings& settings);
+
+Run declare_rows(CLI::App& app, const std::vector<Subcommand>& table, Settings& settings) {
   app.require_subcommand(1);
   const auto run = std::make_shared<Run>();
   for (const auto& row : table) {
     CLI::App* const sub = app.add_subcommand(row.name, row.summary);
     sub->footer(std::string("Example:\n  ") + row.example);
     // Only the options of the command that is given are made: a mail server starts us per message.
-    sub->preparse_callback(
-        [sub, run, declare = row.declare](std::size_t) { *run = declare(*sub); });
+    sub->preparse_callback([sub, run, row, &settings](std::size_t) {
+      declare_settings(*sub, settings, hidden);
+      *run = declare(*sub, row, settings);
+    });
   }
-  return [run](const Settings& settings) { return (*run)(settings); };
+  return [run](const Settings& chosen) { return (*run)(chosen); };
+}
+
+Run declare(CLI::App& app, const Subcommand& row, Settings& settings) {
+  if (row.subcommands.empty()) return row.declare(app);
+  return declare_rows(app, row.subcommands, settings);
+}
+
+}  // namespace
+
+Run declare_commands(CLI::App& app, const std::vector<Subcommand>& table, Settings& settings) {
+  declare_settings(app, settings);
+  app.get_option("--root")->envname("QUARROW_ROOT");
+  return declare_rows(app, table, settings);
 }
 
 }  // namespace Quarrow::Command

@@ -7,35 +7,44 @@
 #include <string>
 #include <vector>
 
+#include "delivery/recipient_lookup.h"
+
 namespace Quarrow::Command {
 
 // Settings that all subcommands share.
 struct Settings {
   std::string root = "/var/spool/quarrow";  // the users' folders, and the configuration
+  Delivery::AddressCase address_case = Delivery::AddressCase::folded;
 };
 
 // Runs a subcommand whose options have been read; gives the exit status.
 using Run = std::function<int(const Settings& settings)>;
 
-// A subcommand: found, listed and explained by its row. `declare` adds its options to `app`.
+// A subcommand: found, listed and explained by its row. It has subcommands of its own, or else
+// `declare` adds its options to `app`.
 struct Subcommand {
   const char* name;
   const char* summary;
   const char* example;
   Run (*declare)(CLI::App& app);
+  std::vector<Subcommand> subcommands = {};
 };
 
-// Makes the subcommands of `table` known to `app`, of which one must be given. The result runs the
-// one that was.
-Run declare_commands(CLI::App& app, const std::vector<Subcommand>& table);
+// Makes the subcommands of `table` known to `app`, of which one must be given, and the options that
+// fill `settings`, which may stand in front of a subcommand and behind it. The result runs the one
+// that was. `settings` outlives `app`.
+Run declare_commands(CLI::App& app, const std::vector<Subcommand>& table, Settings& settings);
 
 Run declare_deliver(CLI::App& app);
 Run declare_init(CLI::App& app);
-Run declare_filter(CLI::App& app);
 Run declare_filter_add(CLI::App& app);
 Run declare_filter_list(CLI::App& app);
 Run declare_filter_remove(CLI::App& app);
 Run declare_match(CLI::App& app);
+Run declare_user_add(CLI::App& app);
+Run declare_user_list(CLI::App& app);
+Run declare_user_remove(CLI::App& app);
+Run declare_user_show(CLI::App& app);
 
 }  // namespace Quarrow::Command
 

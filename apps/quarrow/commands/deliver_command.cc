@@ -105,7 +105,8 @@ int deliver(const Settings& settings, const DeliveryOptions& options) {
     return complain("user", "not named in full; give -d alice@example.org, or USER and DOMAIN",
                     EX_TEMPFAIL);
   mailuser_set_root(settings.root);
-  const auto lookup = Delivery::look_up_recipient(user, mount_sign(settings.root));
+  const auto lookup =
+      Delivery::look_up_recipient(user, mount_sign(settings.root), "", settings.address_case);
   switch (lookup.result) {
     case RecipientLookup::Result::found:
       return deliver_to(options, user, lookup.folder);

@@ -84,10 +84,11 @@ int filter_add(const Settings& settings, const Options& options) {
     refusal.object = "filter add";
     return complain(refusal);
   }
-  if (const Refusal refusal = Administration::check_user(options.user)) return complain(refusal);
-  if (const Refusal refusal = Administration::open_configuration(settings.root))
-    return complain(refusal, settings.root);
-  return with_filters_of(settings, options.user, true,
+  EmailAddress user;
+  Refusal refusal = find_user(settings, options.user, user);
+  if (!refusal) refusal = Administration::open_configuration(settings.root);
+  if (refusal) return complain(settings, refusal);
+  return with_filters_of(settings, options.user,
                          [&](RulesTransaction& rules) { return add(rules, options); });
 }
 

@@ -1,4 +1,4 @@
-// quarrow filter: the filters of a user.
+// From the name of a user to their filters.
 #include "apps/quarrow/commands/filter_command.h"
 
 #include <sysexits.h>
@@ -6,25 +6,43 @@
 
 #include <iostream>
 
+#include "administration/root_setup.h"
 #include "administration/rule_check.h"
+#include "administration/users.h"
 #include "apps/quarrow/complaint.h"
 
 namespace Quarrow::Command {
 
 using Administration::GuardedOutcome;
+using Administration::Refusal;
 using Administration::RulesTransaction;
 
-EmailAddress user_address(const std::string& text) {
-  if (const auto refusal = Administration::check_user(text)) complain(refusal);
-  return EmailAddress(text);
+Refusal read_user(const Settings& settings, const std::string& text, EmailAddress& user) {
+  if (Refusal refusal = Administration::check_user(text)) return refusal;
+  mailuser_set_root(settings.root);
+  user = EmailAddress(Delivery::user_spelling(text, settings.address_case));
+  return {};
 }
 
-int with_filters_of(const Settings& settings, const std::string& user, bool create,
+Refusal find_user(const Settings& settings, const std::string& text, EmailAddress& user) {
+  if (Refusal refusal = read_user(settings, text, user)) return refusal;
+  Refusal refusal = Administration::check_known(user);
+  if (refusal.kind != Refusal::Kind::no_such_user) return refusal;
+  const Refusal unusable = Administration::open_configuration(settings.root);
+  return unusable ? unusable : refusal;
+}
+
+int complain(const Settings& settings, const Refusal& refusal) {
+  if (refusal.kind != Refusal::Kind::no_configuration) return complain(refusal);
+  return complain(refusal, settings.root);
+}
+
+int with_filters_of(const Settings& settings, const std::string& user,
                     const std::function<GuardedOutcome(RulesTransaction&)>& work) {
-  const EmailAddress address = user_address(user);
-  if (address.isNull()) return EX_NOUSER;
-  mailuser_set_root(settings.root);
-  const GuardedOutcome outcome = Administration::with_rules_of(address, create, work);
+  EmailAddress address;
+  if (const Refusal refusal = find_user(settings, user, address))
+    return complain(settings, refusal);
+  const GuardedOutcome outcome = Administration::with_rules_of(address, false, work);
   std::cout << outcome.answer;
   return outcome.refusal ? complain(outcome.refusal) : EX_OK;
 }
@@ -38,19 +56,6 @@ void add_consent_options(CLI::App& app, Administration::CommitConsent& consent) 
 
 void add_user_option(CLI::App& app, std::string& user) {
   app.add_option("user", user, "The user, by mail address")->type_name("")->required();
-}
-
-Run declare_filter(CLI::App& app) {
-  return declare_commands(
-      app, {{"add", "Add a filter.",
-             "quarrow filter add alice@example.org --name Reports --any \\\n"
-             "      --if 'string subject contains quarterly' \\\n"
-             "      --if 'not address from is boss@example.org' --then 'move Reports'",
-             declare_filter_add},
-            {"list", "Show the filters in the order in which they are tried.",
-             "quarrow filter list alice@example.org", declare_filter_list},
-            {"remove", "Remove a filter.", "quarrow filter remove alice@example.org 3",
-             declare_filter_remove}});
 }
 
 }  // namespace Quarrow::Command

@@ -1,4 +1,4 @@
-// Parts that the subcommands of "quarrow filter" share.
+// Parts that the subcommands that work for one user share.
 #ifndef QUARROW_APPS_QUARROW_COMMANDS_FILTER_COMMAND_H_
 #define QUARROW_APPS_QUARROW_COMMANDS_FILTER_COMMAND_H_
 
@@ -12,14 +12,23 @@
 
 namespace Quarrow::Command {
 
-// The address in `text`; a null one, with a complaint, when it is none.
-EmailAddress user_address(const std::string& text);
+// From here on users are looked up below the root of `settings`. `user` is the address in `text`,
+// as users are looked up by it. Refuses a text that is no address.
+Administration::Refusal read_user(const Settings& settings, const std::string& text,
+                                  EmailAddress& user);
 
-// Opens the filters of `user` for `work`, in a process of their own. Prints the answer of the work,
-// and complains of what it refuses; gives the exit status. `create`: makes the user's folder when
-// it is missing.
+// The same for a user that has to be known. Where they are not, a missing configuration is refused
+// in their stead.
+Administration::Refusal find_user(const Settings& settings, const std::string& text,
+                                  EmailAddress& user);
+
+// Complains of a refusal of the user or of the configuration; gives the exit status.
+int complain(const Settings& settings, const Administration::Refusal& refusal);
+
+// Opens the filters of the known user `user` for `work`, in a process of their own. Prints the
+// answer of the work, and complains of what it refuses; gives the exit status.
 int with_filters_of(
-    const Settings& settings, const std::string& user, bool create,
+    const Settings& settings, const std::string& user,
     const std::function<Administration::GuardedOutcome(Administration::RulesTransaction&)>& work);
 
 // The options by which a user lets a change write over what it would lose.

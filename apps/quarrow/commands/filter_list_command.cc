@@ -48,8 +48,7 @@ Run declare_filter_list(CLI::App& app) {
   app.add_flag("--json", options->json, "As JSON");
   return [options](const Settings& settings) {
     return with_filters_of(
-        settings, options->user, false,
-        [&](RulesTransaction& rules) -> Administration::GuardedOutcome {
+        settings, options->user, [&](RulesTransaction& rules) -> Administration::GuardedOutcome {
           return {rules.check_loss(), listing(*rules.filters().filters, options->json)};
         });
   };

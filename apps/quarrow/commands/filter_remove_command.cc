@@ -30,7 +30,7 @@ Run declare_filter_remove(CLI::App& app) {
       ->required();
   add_consent_options(app, options->consent);
   return [options](const Settings& settings) {
-    return with_filters_of(settings, options->user, false,
+    return with_filters_of(settings, options->user,
                            [&](RulesTransaction& rules) { return remove(rules, *options); });
   };
 }

@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <sysexits.h>
 #include <zvellparser.h>
-#include <zvelluser.h>
 
 #include <cerrno>
 #include <ctime>
@@ -67,13 +66,13 @@ std::unique_ptr<Trial::MessageEvaluator> make_evaluator(
 }
 
 int match(const Settings& settings, const Options& options) {
-  const EmailAddress address = user_address(options.user);
-  if (address.isNull()) return EX_NOUSER;
   const auto received = options.received ? time_of(*options.received) : std::nullopt;
   if (options.received && !received)
     return complain(*options.received,
                     "not a time; write it as 2026-05-04 or as \"2026-05-04 12:00\"", EX_USAGE);
-  mailuser_set_root(settings.root);
+  EmailAddress address;
+  if (const auto refusal = find_user(settings, options.user, address))
+    return complain(settings, refusal);
   const auto [sources, failures] = Trial::find_mail(options.messages);
   int status = EX_OK;
   for (const auto& failure : failures) status = complain(failure);

@@ -1,0 +1,181 @@
+// Users' folders, made, found and removed.
+#include "administration/users.h"
+
+#include <base.h>
+#include <grp.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zvelluser.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <system_error>
+
+#include "administration/guarded_process.h"
+#include "message_filters/user_files.h"
+#include "system/exists.h"
+
+namespace Quarrow::Administration {
+namespace {
+
+using Kind = Refusal::Kind;
+namespace fs = std::filesystem;
+
+// A user's folder on its way out. No address has a folder whose name begins with a dot.
+const char removal_name[] = "/.removed-XXXXXX";
+
+std::string folder_above(const std::string& path) { return fs::path(path).parent_path().string(); }
+
+// From here on this process has the rights of `owner` and no more. False, with errno set, when it
+// can't be done.
+bool become_owner(const struct stat& owner) {
+  return setgroups(0, nullptr) == 0 && setgid(owner.st_gid) == 0 && setuid(owner.st_uid) == 0;
+}
+
+// The owner of `root`, or else of the first folder on the way from there to `path` that does not
+// belong to the superuser, as far as they are there. Whoever owns one of them can have the way lead
+// elsewhere.
+struct stat owner_on_the_way(const std::string& root, const std::string& path) {
+  struct stat owner {};
+  if (stat(root.c_str(), &owner) != 0) return {};
+  for (std::size_t end = path.find('/', root.size() + 1);
+       owner.st_uid == 0 && end != std::string::npos; end = path.find('/', end + 1)) {
+    struct stat next {};
+    if (lstat(path.substr(0, end).c_str(), &next) != 0) break;
+    owner = next;
+  }
+  return owner;
+}
+
+// Does `work` on the folder `path` below `root`: the superuser as the owner of the folders above
+// it.
+Refusal as_owner(const std::string& root, const std::string& path,
+                 const std::function<Refusal()>& work) {
+  const struct stat owner = owner_on_the_way(root, path);
+  if (geteuid() != 0 || owner.st_uid == 0) return work();
+  return run_guarded(
+             path,
+             [&]() -> GuardedOutcome {
+               if (!become_owner(owner))
+                 return {system_refusal(path, "can't become the owner of the folders above", errno),
+                         ""};
+               return {work(), ""};
+             })
+      .refusal;
+}
+
+// Takes the folder aside first: from then on the user is unknown, however long the removal takes.
+Refusal remove_folder(const std::string& folder) {
+  std::string aside = folder_above(folder) + removal_name;
+  if (mkdtemp(aside.data()) == nullptr) return making_refusal(aside, errno);
+  const std::string moved = aside + "/folder";
+  if (std::rename(folder.c_str(), moved.c_str()) != 0) {
+    const int error = errno;
+    (void)rmdir(aside.c_str());
+    return system_refusal(folder, "can't be removed", error);
+  }
+  std::error_code error;
+  fs::remove_all(aside, error);
+  return error ? system_refusal(aside, "can't be removed as a whole", error.value()) : Refusal();
+}
+
+// A part of users' addresses, as folders spell it.
+struct Part {
+  std::string name;
+  std::string path;
+};
+
+// Adds the parts whose folders lie in `folder`. A name that ends in "%" is the start of a longer
+// one (see ZvMailUserId::prefpath).
+Refusal find_parts(const std::string& folder, const std::string& start, std::vector<Part>& parts) {
+  std::error_code error;
+  fs::directory_iterator entry(folder, error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    const std::string name = entry->path().filename().string();
+    const std::string path = folder + '/' + name;
+    std::error_code ignored;  // a file that can't be looked at is no user's folder
+    if (name.front() == '.' || !entry->is_directory(ignored)) continue;
+    if (name.back() != '%')
+      parts.push_back({start + name, path});
+    else if (!entry->is_symlink(ignored))
+      if (const Refusal refusal = find_parts(path, start + name.substr(0, name.size() - 1), parts))
+        return refusal;
+  }
+  return error ? system_refusal(folder, "", error.value()) : Refusal();
+}
+
+// `name` with each %XX as the byte that it stands for.
+std::string unescaped(const std::string& name) {
+  std::string text;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    unsigned code = 0;
+    const char* const digits = name.data() + i + 1;
+    const bool is_escape = name[i] == '%' && i + 2 < name.size() &&
+                           std::from_chars(digits, digits + 2, code, 16).ptr == digits + 2;
+    text += is_escape ? static_cast<char>(code) : name[i];
+    if (is_escape) i += 2;
+  }
+  return text;
+}
+
+// Adds the users of a domain; folders that no address leads to are nobody's.
+Refusal find_users(const Part& domain, std::vector<std::string>& users) {
+  std::vector<Part> local_parts;
+  if (const Refusal refusal = find_parts(domain.path, "", local_parts)) return refusal;
+  for (const Part& local : local_parts) {
+    const EmailAddress address(unescaped(local.name) + '@' + unescaped(domain.name));
+    if (!address.isNull() && user_folder(address) == local.path) users.push_back(address.address());
+  }
+  return {};
+}
+
+}  // namespace
+
+std::string user_folder(const EmailAddress& address) {
+  return ZvMailUserId(MAILBOX_USER, address.address()).prefpath();
+}
+
+Refusal check_known(const EmailAddress& address) {
+  const std::string folder = user_folder(address);
+  struct stat status {};
+  if (stat(folder.c_str(), &status) == 0)
+    return S_ISDIR(status.st_mode) ? Refusal() : system_refusal(folder, "", ENOTDIR);
+  if (errno == ENOENT) return {Kind::no_such_user, address.address(), "no such user"};
+  return system_refusal(folder, "", errno);
+}
+
+Refusal add_user(const std::string& root, const EmailAddress& address, UserSetup& setup) {
+  const Refusal unknown = check_known(address);
+  if (unknown && unknown.kind != Kind::no_such_user) return unknown;
+  setup = {user_folder(address), static_cast<bool>(unknown)};
+  if (!setup.made) return {};
+  return as_owner(root, setup.folder, [&setup]() -> Refusal {
+    if (create_path(setup.folder, 0700) == 0) return {};
+    return making_refusal(setup.folder, errno);
+  });
+}
+
+Refusal remove_user(const std::string& root, const EmailAddress& address, bool with_mail) {
+  if (const Refusal refusal = check_known(address)) return refusal;
+  const std::string folder = user_folder(address);
+  const std::string mail = in_folder(folder, maildir_name);
+  if (!with_mail && exists(mail)) return {Kind::has_mail, address.address(), "has mail in " + mail};
+  return as_owner(root, folder, [&folder] { return remove_folder(folder); });
+}
+
+Refusal list_users(const std::string& root, std::vector<std::string>& users) {
+  std::vector<Part> domains;
+  if (const Refusal refusal = find_parts(root, "", domains)) return refusal;
+  std::vector<std::string> found;
+  for (const Part& domain : domains)
+    if (const Refusal refusal = find_users(domain, found)) return refusal;
+  std::sort(found.begin(), found.end());
+  users = std::move(found);
+  return {};
+}
+
+}  // namespace Quarrow::Administration

@@ -1,0 +1,159 @@
+// Users added, found, listed and removed, by root and by others.
+#include "administration/users.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fstream>
+
+#include "administration/administration_test_support.h"
+
+namespace Quarrow::Administration {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr uid_t nobody = 65534;
+
+const EmailAddress alice("alice@example.org");
+
+class UsersTest : public testing::Test {
+ protected:
+  UserSetup add(const std::string& address) const {
+    UserSetup setup;
+    EXPECT_EQ("", said(add_user(root_.path(), EmailAddress(address), setup)));
+    return setup;
+  }
+
+  std::vector<std::string> list() const {
+    std::vector<std::string> users;
+    EXPECT_EQ("", said(list_users(root_.path(), users)));
+    return users;
+  }
+
+  const TemporaryRoot root_;
+  const std::string folder_ = root_.file("example.org/alice");
+};
+
+uid_t owner_of(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 ? status.st_uid : 0;
+}
+
+TEST_F(UsersTest, AreKnownFromTheTimeOnThatTheyAreAdded) {
+  expect_refusal(Kind::no_such_user, "alice@example.org", "no such user", check_known(alice));
+  const UserSetup setup = add("alice@example.org");
+  EXPECT_TRUE(setup.made);
+  EXPECT_EQ(folder_, setup.folder);
+  EXPECT_EQ("", said(check_known(alice)));
+  EXPECT_FALSE(add("alice@example.org").made);
+}
+
+TEST_F(UsersTest, HaveAFolderOfTheirOwn) {
+  add("alice@example.org");
+  struct stat status {};
+  ASSERT_EQ(0, stat(folder_.c_str(), &status));
+  EXPECT_EQ(0700U, status.st_mode & 07777U);
+}
+
+TEST_F(UsersTest, BelongToTheOwnerOfTheFolderAbove) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give folders away";
+  ASSERT_EQ(0, chown(root_.path().c_str(), nobody, nobody));
+  add("alice@example.org");
+  EXPECT_EQ(nobody, owner_of(root_.file("example.org")));
+  EXPECT_EQ(nobody, owner_of(folder_));
+  EXPECT_EQ("", said(remove_user(root_.path(), alice, false)));
+}
+
+TEST_F(UsersTest, AreNotFollowedToFoldersThatTheOwnerMayNotWrite) {
+  if (geteuid() != 0) GTEST_SKIP() << "others have no more rights than the owner anyway";
+  const TemporaryFolder elsewhere;
+  fs::permissions(elsewhere.path(), fs::perms(0755));
+  fs::create_directories(elsewhere.file("alice"));
+  fs::create_directory_symlink(elsewhere.path(), root_.file("example.org"));
+  ASSERT_EQ(0, lchown(root_.file("example.org").c_str(), nobody, nobody));
+  EXPECT_EQ(Kind::not_permitted, remove_user(root_.path(), alice, false).kind);
+  UserSetup setup;
+  EXPECT_EQ(Kind::not_permitted,
+            add_user(root_.path(), EmailAddress("bob@example.org"), setup).kind);
+  EXPECT_TRUE(fs::exists(elsewhere.file("alice")));
+  EXPECT_FALSE(fs::exists(elsewhere.file("bob")));
+}
+
+TEST_F(UsersTest, AreGoneWithAllTheirRules) {
+  add("alice@example.org");
+  root_.write("example.org/alice/.delivery_filter", "keep;");
+  EXPECT_EQ("", said(remove_user(root_.path(), alice, false)));
+  EXPECT_EQ(Kind::no_such_user, check_known(alice).kind);
+  EXPECT_TRUE(fs::is_empty(root_.file("example.org")));
+  EXPECT_EQ(Kind::no_such_user, remove_user(root_.path(), alice, false).kind);
+}
+
+TEST_F(UsersTest, KeepTheirMailUnlessItIsMeant) {
+  add("alice@example.org");
+  fs::create_directories(folder_ + "/Maildir/new");
+  root_.write("example.org/alice/Maildir/new/1", "mail");
+  expect_refusal(Kind::has_mail, "alice@example.org", "has mail in " + folder_ + "/Maildir",
+                 remove_user(root_.path(), alice, false));
+  EXPECT_TRUE(fs::exists(folder_ + "/Maildir/new/1"));
+  EXPECT_EQ("", said(remove_user(root_.path(), alice, true)));
+  EXPECT_TRUE(fs::is_empty(root_.file("example.org")));
+}
+
+TEST_F(UsersTest, LeaveWhatALinkLeadsTo) {
+  const TemporaryFolder elsewhere;
+  const std::string kept = elsewhere.write("kept", "");
+  add("alice@example.org");
+  fs::create_directory_symlink(elsewhere.path(), folder_ + "/link");
+  EXPECT_EQ("", said(remove_user(root_.path(), alice, false)));
+  EXPECT_TRUE(fs::exists(kept));
+}
+
+TEST_F(UsersTest, AreListedByAddress) {
+  const std::string longest(64, '/');
+  const std::string domain = std::string(100, '[') + ".example";
+  const std::vector<std::string> users = {longest + "@" + domain, "Bob@example.org",
+                                          "a%b@example.net", "alice@example.org",
+                                          "m\xC3\xBCller@b\xC3\xBC.example"};
+  for (const std::string& user : users) add(user);
+  EXPECT_EQ(users, list());
+}
+
+TEST_F(UsersTest, AreToldFromOtherFilesAndFolders) {
+  add("alice@example.org");
+  root_.write("file", "");
+  root_.write("example.org/file", "");
+  for (const char* const path : {"Capitals.org/x", ".hidden/x", "example.org/.removed-1", "x%zz/y",
+                                 "empty", "example.org/%61lice"})
+    fs::create_directories(root_.file(path));
+  EXPECT_EQ(std::vector<std::string>{"alice@example.org"}, list());
+}
+
+TEST_F(UsersTest, AreNotListedInPart) {
+  std::vector<std::string> users = {"before"};
+  expect_refusal(Kind::missing, root_.file("none"), "No such file or directory",
+                 list_users(root_.file("none"), users));
+  EXPECT_EQ(std::vector<std::string>{"before"}, users);
+}
+
+TEST_F(UsersTest, AreNotKnownByAFile) {
+  fs::create_directories(root_.file("example.org"));
+  root_.write("example.org/alice", "");
+  for (const Refusal& refusal : {check_known(alice), remove_user(root_.path(), alice, true)})
+    expect_refusal(Kind::missing, folder_, "Not a directory", refusal);
+  UserSetup setup;
+  expect_refusal(Kind::missing, folder_, "Not a directory", add_user(root_.path(), alice, setup));
+}
+
+TEST_F(UsersTest, AreNotAddedWhereNothingMayBeWritten) {
+  expect_refusal(Kind::not_permitted, folder_, "can't be made: Permission denied",
+                 without_writing_in(
+                     root_.path(),
+                     [this]() -> Refusal {
+                       UserSetup setup;
+                       return add_user(root_.path(), alice, setup);
+                     }));
+}
+
+}  // namespace
+}  // namespace Quarrow::Administration

@@ -1,0 +1,103 @@
+// quarrow user: the users of the system.
+#include <sysexits.h>
+#include <zvelluser.h>
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+#include "administration/root_setup.h"
+#include "administration/users.h"
+#include "apps/quarrow/commands/filter_command.h"
+#include "apps/quarrow/complaint.h"
+#include "message_filters/user_files.h"
+#include "system/exists.h"
+#include "system/printable.h"
+
+namespace Quarrow::Command {
+namespace {
+
+using Administration::Refusal;
+
+struct Options {
+  std::string user;
+  bool with_mail = false;
+};
+
+int user_add(const Settings& settings, const std::string& text) {
+  EmailAddress user;
+  Refusal refusal = read_user(settings, text, user);
+  if (!refusal) refusal = Administration::open_configuration(settings.root);
+  Administration::UserSetup setup;
+  if (!refusal) refusal = Administration::add_user(settings.root, user, setup);
+  if (refusal) return complain(settings, refusal);
+  std::cout << printable(setup.folder) << (setup.made ? ": made\n" : ": kept\n");
+  return EX_OK;
+}
+
+int user_list(const Settings& settings) {
+  std::vector<std::string> users;
+  mailuser_set_root(settings.root);
+  Refusal refusal = Administration::open_configuration(settings.root);
+  if (!refusal) refusal = Administration::list_users(settings.root, users);
+  if (refusal) return complain(settings, refusal);
+  for (const std::string& user : users) {
+    std::cout << printable(user) << '\n';
+    if (user != Delivery::user_spelling(user, settings.address_case))
+      complain(user, "is found with --keep-case only, since it has capitals", EX_OK);
+  }
+  return EX_OK;
+}
+
+int user_remove(const Settings& settings, const Options& options) {
+  EmailAddress user;
+  Refusal refusal = find_user(settings, options.user, user);
+  if (!refusal) refusal = Administration::remove_user(settings.root, user, options.with_mail);
+  return refusal ? complain(settings, refusal) : EX_OK;
+}
+
+std::string description(const EmailAddress& user, const MessageFilters::FilterList__& list) {
+  const auto disabled = std::count_if(list.filters.begin(), list.filters.end(),
+                                      [](const auto& filter) { return !filter->enabled; });
+  const std::string folder = Administration::user_folder(user);
+  const std::string mail = in_folder(folder, maildir_name);
+  return "user     " + printable(user.address()) + "\nfolder   " + printable(folder) +
+         "\nfilters  " + std::to_string(list.filters.size()) +
+         (disabled > 0 ? ", disabled: " + std::to_string(disabled) : "") + "\nmail     " +
+         (exists(mail) ? printable(mail) : "none so far") + '\n';
+}
+
+int user_show(const Settings& settings, const std::string& text) {
+  return with_filters_of(
+      settings, text,
+      [&](Administration::RulesTransaction& rules) -> Administration::GuardedOutcome {
+        EmailAddress user;
+        const Refusal refusal = read_user(settings, text, user);
+        return {refusal, refusal ? "" : description(user, *rules.filters().filters)};
+      });
+}
+
+}  // namespace
+
+Run declare_user_add(CLI::App& app) {
+  const auto options = std::make_shared<Options>();
+  add_user_option(app, options->user);
+  return [options](const Settings& settings) { return user_add(settings, options->user); };
+}
+
+Run declare_user_list(CLI::App& /*app*/) { return user_list; }
+
+Run declare_user_remove(CLI::App& app) {
+  const auto options = std::make_shared<Options>();
+  add_user_option(app, options->user);
+  app.add_flag("--with-mail", options->with_mail, "Remove the user's mail, too");
+  return [options](const Settings& settings) { return user_remove(settings, *options); };
+}
+
+Run declare_user_show(CLI::App& app) {
+  const auto options = std::make_shared<Options>();
+  add_user_option(app, options->user);
+  return [options](const Settings& settings) { return user_show(settings, options->user); };
+}
+
+}  // namespace Quarrow::Command
