@@ -5,9 +5,15 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string_view>
 #include <vector>
 
+#include "administration/folder_check.h"
+#include "administration/rule_text.h"
 #include "administration/write_error.h"
+#include "host/zvellparser/address_header.h"
+#include "host/zvellparser/ascii_case.h"
+#include "message_filters/field_names.h"
 #include "system/printable.h"
 #include "system/utf8.h"
 
@@ -34,7 +40,10 @@ Refusal wrong(const std::string& part, const std::string& reason) {
   return {Kind::wrong_rule, part, reason};
 }
 
-std::string quoted(const std::string& text) { return '"' + text + '"'; }
+std::string quoted(const std::string& text) { return '"' + shortened(text) + '"'; }
+
+// The text of `test` to type instead of a wrong one.
+std::string typed(const Test& test) { return "; type " + shortened(test_text(test)); }
 
 std::vector<std::string> type_words() {
   return {Field::STRING, Field::ADDRESS, Field::SIZE, Field::DATE};
@@ -85,7 +94,80 @@ bool is_header_name(const std::string& name) {
       [](char c) { return c > 32 && c < 127 && c != ':' && c != '"' && c != '\\'; });
 }
 
-Refusal check_size(const std::string& value) {
+bool holds_addresses(const std::string& field) {
+  return field == FieldNames::to_cc || field == FieldNames::from_to_cc ||
+         zvellparser::is_address_header(field);
+}
+
+bool is_name(const std::string& field, std::string_view name) {
+  return zvellparser::equal_ignoring_case(field, name);
+}
+
+// Refuses a field that the test's type can't read.
+Refusal check_field(const Test& test) {
+  Test better = test;
+  const std::string& field = test.field.name;
+  if (test.field.type == Field::SIZE && field != Field::SIZE) {
+    better.field.name = Field::SIZE;
+    return wrong("field", "a size test is about the size of the message" + typed(better));
+  }
+  if (test.field.type == Field::DATE && field != FieldNames::received_date) {
+    better.field.name = FieldNames::received_date;
+    return wrong("field", quoted(field) + " is no date that rules know" + typed(better));
+  }
+  if (test.field.type == Field::ADDRESS && !holds_addresses(field)) {
+    better.field.type = Field::STRING;
+    return wrong("field", quoted(field) + " does not hold addresses" + typed(better));
+  }
+  if (test.field.type != Field::STRING) return {};
+  if (is_name(field, "body"))
+    return wrong("field", "rules look at headers, not at the text of a message");
+  if (is_name(field, "size")) return wrong("field", "no header; type size greater 500");
+  return {};
+}
+
+// Only the comparators that the script writes as a plain comparison tell capitals.
+Refusal check_case(const Test& test) {
+  const bool tells_case = test.field.type == Field::STRING || test.field.type == Field::ADDRESS;
+  const bool is_plain =
+      test.comparator == Comparator::IS || test.comparator == Comparator::CONTAINS;
+  if (!test.match_case || (tells_case && is_plain)) return {};
+  Test better = test;
+  better.match_case = false;
+  return wrong("match_case",
+               "\"case\" goes with is and contains of string and address alone" + typed(better));
+}
+
+// The address in "Bob <bob@example.org>"; empty when there is none.
+std::string bare_address(const std::string& value) {
+  const std::size_t begin = value.find('<');
+  const std::size_t end = value.find('>');
+  if (begin == std::string::npos || end == std::string::npos || end < begin) return "";
+  return EmailAddress(value.substr(begin + 1, end - begin - 1)).address();
+}
+
+// Address tests see the address without the name beside it.
+Refusal check_address(const Test& test) {
+  Test better = test;
+  if (test.value.find_first_of(" <>") != std::string::npos) {
+    better.value = bare_address(test.value);
+    if (better.value.empty()) {
+      better.value = test.value;
+      better.field.type = Field::STRING;
+    }
+    return wrong("value", "an address test sees the address alone, without a name" + typed(better));
+  }
+  if (test.comparator != Comparator::IS || !EmailAddress(test.value).isNull()) return {};
+  better.comparator = Comparator::CONTAINS;
+  return wrong("value", "no whole address, and \"is\" compares whole ones" + typed(better));
+}
+
+Refusal check_size(const Test& test) {
+  const std::string& value = test.value;
+  const bool is_negative = value.front() == '-';
+  if (is_negative ||
+      (test.comparator == Comparator::LESS && value.find_first_not_of('0') == std::string::npos))
+    return wrong("value", "no message has a size below 0; type a size such as 500, in KiB");
   if (value.find_first_not_of(decimal_digits) != std::string::npos)
     return {};  // the compiler says so
   if (value.size() > 7 || std::strtol(value.c_str(), nullptr, 10) > largest_size)
@@ -93,12 +175,41 @@ Refusal check_size(const std::string& value) {
   return {};
 }
 
+// The eight digits of YYYY-MM-DD, whatever stands between year, month and day, or nothing does;
+// empty for another text.
+std::string digits_of_date(const std::string& value) {
+  std::string digits = value;
+  if (digits.size() == 10 && digits[4] == digits[7]) {
+    digits.erase(7, 1);
+    digits.erase(4, 1);
+  }
+  const bool is_date =
+      digits.size() == 8 && digits.find_first_not_of(decimal_digits) == std::string::npos;
+  return is_date ? digits : "";
+}
+
+int days_of(int year, int month) {
+  static const int days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  const bool is_leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+  return month == 2 && is_leap ? 29 : days[month - 1];
+}
+
 // The interpreter compares the digits as one number, so that any other order of them means nothing.
-Refusal check_date(const std::string& value) {
-  const auto digits =
-      std::count_if(value.begin(), value.end(), [](char c) { return c >= '0' && c <= '9'; });
-  if (digits == 8) return {};
-  return wrong("value", "a date is written YYYY-MM-DD, such as 2026-05-01");
+Refusal check_date(const Test& test) {
+  const std::string digits = digits_of_date(test.value);
+  if (digits.empty()) return wrong("value", "a date is written YYYY-MM-DD, such as 2026-05-01");
+  const int year = std::stoi(digits.substr(0, 4));
+  const int month = std::stoi(digits.substr(4, 2));
+  const int day = std::stoi(digits.substr(6));
+  if (month < 1 || month > 12)
+    return wrong("value", "there is no month " + digits.substr(4, 2) +
+                              "; a date is written YYYY-MM-DD, such as 2026-05-01");
+  const int last = days_of(year, month);
+  if (day >= 1 && day <= last) return {};
+  Test better = test;
+  better.value = digits.substr(0, 4) + '-' + digits.substr(4, 2) + '-' +
+                 (day == 0 ? "01" : std::to_string(last));
+  return wrong("value", "there is no day " + digits.substr(6) + " in that month" + typed(better));
 }
 
 // Refuses a test that compiles, or might, but would never do what the user meant.
@@ -107,8 +218,11 @@ Refusal check_texts(const Test& test) {
     return wrong("field", quoted(test.field.name) +
                               " is no header name; no blanks, quotes, colons or accents");
   if (const Refusal refusal = check_text("value", "the value", test.value)) return refusal;
-  if (test.field.type == Field::SIZE) return check_size(test.value);
-  if (test.field.type == Field::DATE) return check_date(test.value);
+  if (const Refusal refusal = check_field(test)) return refusal;
+  if (const Refusal refusal = check_case(test)) return refusal;
+  if (test.field.type == Field::ADDRESS) return check_address(test);
+  if (test.field.type == Field::SIZE) return check_size(test);
+  if (test.field.type == Field::DATE) return check_date(test);
   return {};
 }
 
@@ -205,7 +319,24 @@ Refusal check_action(const Action& action) {
   if (const Refusal refusal = check_words(action)) return refusal;
   if (needs_escapes(action.target))
     return wrong("target", "a folder can't hold a backslash or a double quote");
-  return check_text("target", "the folder", action.target);
+  if (const Refusal refusal = check_text("target", "the folder", action.target)) return refusal;
+  if (action.method != Action::DELETE) return check_folder(action.target);
+  if (action.target.empty()) return {};
+  return wrong("target",
+               "\"delete\" takes no folder; type delete, or move " + shortened(action.target));
+}
+
+std::string remark_on(const std::list<Action>& actions) {
+  const auto has = [&actions](const std::string& method) {
+    return std::any_of(actions.begin(), actions.end(),
+                       [&method](const Action& action) { return action.method == method; });
+  };
+  if (!has(Action::COPY)) return "";
+  for (const std::string& other : {Action::DELETE, Action::MOVE})
+    if (has(other))
+      return "copy leaves the message in the inbox as well, beside " + other +
+             "; use move in its place to have it out of there";
+  return "";
 }
 
 }  // namespace Quarrow::Administration

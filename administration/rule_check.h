@@ -7,6 +7,7 @@
 #include <quarrow/user_stores.h>
 
 #include <cstddef>
+#include <list>
 #include <string>
 
 #include "administration/refusal.h"
@@ -40,6 +41,9 @@ Refusal check_test(MessageFilters::UserMessageFilters__& rules, const MessageFil
 // Checks an action, its folder's characters among it: they stand in the script's quotes as they
 // are.
 Refusal check_action(const MessageFilters::Action& action);
+
+// What a user may not expect of these actions together, for a person; empty when there is nothing.
+std::string remark_on(const std::list<MessageFilters::Action>& actions);
 
 }  // namespace Quarrow::Administration
 

@@ -53,6 +53,53 @@ const Case wrong_tests[] = {
      "\"sub:ject\" is no header name; no blanks, quotes, colons or accents"},
     {"string subj\xC3\xA9t is x", Kind::wrong_rule, "field",
      "\"subj\xC3\xA9t\" is no header name; no blanks, quotes, colons or accents"},
+    {"string body contains x", Kind::wrong_rule, "field",
+     "rules look at headers, not at the text of a message"},
+    {"string Size is 5", Kind::wrong_rule, "field", "no header; type size greater 500"},
+    {"address subject is a", Kind::wrong_rule, "field",
+     "\"subject\" does not hold addresses; type string subject is a"},
+    {"not address x-list contains a@b", Kind::wrong_rule, "field",
+     "\"x-list\" does not hold addresses; type not string x-list contains a@b"},
+    {"date date before 2026-05-01", Kind::wrong_rule, "field",
+     "\"date\" is no date that rules know; type date zvx-received-date before 2026-05-01"},
+    {"size foo greater 10", Kind::wrong_rule, "field",
+     "a size test is about the size of the message; type size greater 10"},
+    {"case string subject begin_with A", Kind::wrong_rule, "match_case",
+     "\"case\" goes with is and contains of string and address alone; type string subject "
+     "begin_with A"},
+    {"not case string subject end_with A", Kind::wrong_rule, "match_case",
+     "\"case\" goes with is and contains of string and address alone; type not string subject "
+     "end_with A"},
+    {"case size greater 5", Kind::wrong_rule, "match_case",
+     "\"case\" goes with is and contains of string and address alone; type size greater 5"},
+    {"case date zvx-received-date is 2026-05-01", Kind::wrong_rule, "match_case",
+     "\"case\" goes with is and contains of string and address alone; type date "
+     "zvx-received-date is 2026-05-01"},
+    {"address from is @x.y", Kind::wrong_rule, "value",
+     "no whole address, and \"is\" compares whole ones; type address from contains @x.y"},
+    {"address from is bob", Kind::wrong_rule, "value",
+     "no whole address, and \"is\" compares whole ones; type address from contains bob"},
+    {"address from is Bob <bob@x.y>", Kind::wrong_rule, "value",
+     "an address test sees the address alone, without a name; type address from is bob@x.y"},
+    {"address to_cc contains Bob Smith", Kind::wrong_rule, "value",
+     "an address test sees the address alone, without a name; type string to_cc contains Bob "
+     "Smith"},
+    {"date zvx-received-date is 2026-02-30", Kind::wrong_rule, "value",
+     "there is no day 30 in that month; type date zvx-received-date is 2026-02-28"},
+    {"date zvx-received-date after 20240230", Kind::wrong_rule, "value",
+     "there is no day 30 in that month; type date zvx-received-date after 2024-02-29"},
+    {"date zvx-received-date is 2100/02/29", Kind::wrong_rule, "value",
+     "there is no day 29 in that month; type date zvx-received-date is 2100-02-28"},
+    {"date zvx-received-date is 2026-04-00", Kind::wrong_rule, "value",
+     "there is no day 00 in that month; type date zvx-received-date is 2026-04-01"},
+    {"date zvx-received-date is 2026-13-01", Kind::wrong_rule, "value",
+     "there is no month 13; a date is written YYYY-MM-DD, such as 2026-05-01"},
+    {"date zvx-received-date is 01-05-2026", Kind::wrong_rule, "value",
+     "a date is written YYYY-MM-DD, such as 2026-05-01"},
+    {"size greater -5", Kind::wrong_rule, "value",
+     "no message has a size below 0; type a size such as 500, in KiB"},
+    {"size less 0", Kind::wrong_rule, "value",
+     "no message has a size below 0; type a size such as 500, in KiB"},
     {"size size greater 10M", Kind::wrong_rule, "value",
      "refused by the Sieve compiler; a size is a plain number of KiB, such as 500"},
     {"size size greater 2097152", Kind::wrong_rule, "value",
@@ -64,6 +111,13 @@ const Case wrong_tests[] = {
     {"string subject is " + std::string(40000, 'x'), Kind::wrong_rule, "value",
      "refused by the Sieve compiler; try a shorter or plainer value"}};
 
+// 131 and 66 of the letters.
+const char too_long[] =
+    "\"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx"
+    "xx"
+    "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx...xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx"
+    "xxxxxxxxxxxxx\" can't be a folder: its name is too long for a disk; type a shorter one";
+
 const Case wrong_actions[] = {
     {"burn", Kind::wrong_rule, "method",
      "unknown action \"burn\"; the actions are move, copy, delete"},
@@ -73,6 +127,34 @@ const Case wrong_actions[] = {
      "a folder can't hold a backslash or a double quote"},
     {"move a\\b", Kind::wrong_rule, "target", "a folder can't hold a backslash or a double quote"},
     {"move a\nb", Kind::wrong_rule, "target", "the folder holds a control character; leave it out"},
+    {"delete now", Kind::wrong_rule, "target",
+     "\"delete\" takes no folder; type delete, or move now"},
+    {"move v1.2", Kind::wrong_rule, "target",
+     "\"v1.2\" can't be a folder: IMAP can't open folders with a dot in the name; type v1-2"},
+    {"copy Lists/.x", Kind::wrong_rule, "target",
+     "\"Lists/.x\" can't be a folder: IMAP can't open folders with a dot in the name; type "
+     "Lists/-x"},
+    {"move Foo/", Kind::wrong_rule, "target",
+     "\"Foo/\" can't be a folder: a level of it is empty; type Foo"},
+    {"move /Foo", Kind::wrong_rule, "target",
+     "\"/Foo\" can't be a folder: a level of it is empty; type Foo"},
+    {"move a//b", Kind::wrong_rule, "target",
+     "\"a//b\" can't be a folder: a level of it is empty; type a/b"},
+    {"move .", Kind::wrong_rule, "target",
+     "\".\" can't be a folder: no level can be . or ..; type a name such as Work"},
+    {"move ../bob", Kind::wrong_rule, "target",
+     "\"../bob\" can't be a folder: no level can be . or ..; type bob"},
+    {"move  Foo ", Kind::wrong_rule, "target",
+     "\" Foo \" can't be a folder: there are blanks around a level of it; type Foo"},
+    {"move a / b", Kind::wrong_rule, "target",
+     "\"a / b\" can't be a folder: there are blanks around a level of it; type a/b"},
+    {"move inbox", Kind::wrong_rule, "target",
+     "\"inbox\" can't be a folder: the inbox is spelled INBOX; type INBOX"},
+    {"move iNBOX/a", Kind::wrong_rule, "target",
+     "\"iNBOX/a\" can't be a folder: the inbox is spelled INBOX; type INBOX/a"},
+    {"move INBOX/Inbox/a", Kind::wrong_rule, "target",
+     "\"INBOX/Inbox/a\" can't be a folder: the inbox is named twice; type INBOX/a"},
+    {"move " + std::string(255, 'x'), Kind::wrong_rule, "target", too_long},
     {"move caf\xE9", Kind::not_utf8, "target", "the folder is not UTF-8"}};
 
 const Case wrong_names[] = {
@@ -108,7 +190,10 @@ TEST(CheckTest, TakesEveryComparatorWithTheTypesItGoesWith) {
         "string subject end_with (x)", "address from is a@example.org", "address to_cc contains a",
         "date zvx-received-date is 2026-05-01", "date zvx-received-date before 20260501",
         "date zvx-received-date after 2026/05/01", "size size greater 0", "size size less 2097151",
-        "not case string subject is B\xC3\xBCro", "string subject is  "})
+        "not case string subject is B\xC3\xBCro", "string subject is  ",
+        "address Resent-To contains a", "case address from_to_cc is A@example.org",
+        "date zvx-received-date is 2024-02-29", "date zvx-received-date is 2000-02-29",
+        "size less 1", "string x-body is a"})
     EXPECT_EQ("", said(refusal_of_test(text))) << "text: " << text;
 }
 
@@ -145,12 +230,29 @@ TEST(CheckWords, MissesTheField) {
 }
 
 TEST(CheckAction, TakesEveryAction) {
-  for (const char* text : {"move Reports", "copy Old mail/B\xC3\xBCro & Co", "delete"})
+  for (const char* text : {"move Reports", "copy Old mail/B\xC3\xBCro & Co", "delete", "move INBOX",
+                           "move Inbox/a", "move a/inbox"})
     EXPECT_EQ("", said(refusal_of_action(text))) << "text: " << text;
 }
 
 TEST(CheckAction, NamesWhatIsWrong) {
   for (const auto& c : wrong_actions) expect_refusal(c, refusal_of_action(c.text));
+}
+
+TEST(RemarkOn, SaysThatACopyLeavesTheMessageInTheInbox) {
+  const Action copy = {Action::COPY, "A", ""};
+  const Action move = {Action::MOVE, "B", ""};
+  const Action remove = {Action::DELETE, "", ""};
+  EXPECT_EQ("", remark_on({copy, copy}));
+  EXPECT_EQ("", remark_on({move, remove}));
+  EXPECT_EQ(
+      "copy leaves the message in the inbox as well, beside delete; use move in its place to have "
+      "it out of there",
+      remark_on({move, remove, copy}));
+  EXPECT_EQ(
+      "copy leaves the message in the inbox as well, beside move; use move in its place to have it "
+      "out of there",
+      remark_on({copy, move}));
 }
 
 TEST(CheckName, RefusesWhatWouldLeaveTheScriptsComment) {

@@ -7,6 +7,8 @@ namespace Quarrow::Administration {
 namespace {
 
 using MessageFilters::Action;
+using MessageFilters::Comparator;
+using MessageFilters::Field;
 using MessageFilters::Test;
 
 // Takes words off the front of a text.
@@ -51,7 +53,12 @@ Refusal read_test(const std::string& text, Test& test) {
   read.match_case = reader.take("case");
   read.field.type = reader.next();
   read.field.name = reader.next();
-  read.comparator = reader.next();
+  if (read.field.type == Field::SIZE && Comparator::is_valid_op(read.field.name)) {
+    read.comparator = read.field.name;
+    read.field.name = Field::SIZE;
+  } else {
+    read.comparator = reader.next();
+  }
   read.value = reader.rest();
   if (read.comparator.empty())
     return {Refusal::Kind::unreadable_rule, text,
@@ -73,8 +80,10 @@ Refusal read_action(const std::string& text, Action& action) {
 }
 
 std::string test_text(const Test& test) {
+  const bool needs_no_field = test.field.type == Field::SIZE && test.field.name == Field::SIZE;
   return std::string(test.negative ? "not " : "") + (test.match_case ? "case " : "") +
-         test.field.type + ' ' + test.field.name + ' ' + test.comparator + ' ' + test.value;
+         test.field.type + ' ' + (needs_no_field ? "" : test.field.name + ' ') + test.comparator +
+         ' ' + test.value;
 }
 
 std::string action_text(const Action& action) {

@@ -1,6 +1,7 @@
 // Tests and actions as texts of one line, which a user can type.
 //
 //   [not] [case] TYPE FIELD COMPARATOR VALUE        not address from is boss@example.org
+//   [not] size COMPARATOR VALUE                     size greater 500
 //   move FOLDER | copy FOLDER | delete              move Lists/News
 //
 // VALUE and FOLDER are the rest of the text after one blank, with all blanks in it.

@@ -32,6 +32,9 @@ const TestCase test_cases[] = {
     {"string subject is two  words ", false, false, "string", "subject", "is", "two  words "},
     {"string subject is  leading", false, false, "string", "subject", "is", " leading"},
     {"string not is case", false, false, "string", "not", "is", "case"},
+    {"size greater 500", false, false, "size", "size", "greater", "500"},
+    {"not size less 5", true, false, "size", "size", "less", "5"},
+    {"size foo less 5", false, false, "size", "foo", "less", "5"},
     {"string subject is", false, false, "string", "subject", "is", ""}};
 
 TEST(ReadTest, TakesTheTextApart) {
@@ -52,6 +55,12 @@ TEST(ReadTest, TakesAnyNumberOfBlanksBeforeAWord) {
   RuleTest test;
   EXPECT_FALSE(read_test("  not   string  subject   is x", test));
   EXPECT_EQ("not string subject is x", test_text(test));
+}
+
+TEST(ReadTest, TakesASizeTestWithItsField) {
+  RuleTest test;
+  EXPECT_FALSE(read_test("size size greater 500", test));
+  EXPECT_EQ("size greater 500", test_text(test));
 }
 
 TEST(ReadTest, RefusesATextThatLacksParts) {

@@ -55,6 +55,20 @@ std::string escaped(std::string_view text, const Escaping& how) {
   return out;
 }
 
+std::string shortened(const std::string& text, std::size_t limit) {
+  static const std::string gap = "...";
+  if (text.size() <= limit) return text;
+  const auto continues = [&text](std::size_t at) {
+    return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80;
+  };
+  const std::size_t kept = limit - gap.size();
+  std::size_t head = kept * 2 / 3;
+  std::size_t tail = text.size() - (kept - head);
+  for (int bytes = 0; bytes < 3 && continues(head); ++bytes) --head;
+  for (int bytes = 0; bytes < 3 && continues(tail); ++bytes) ++tail;
+  return text.substr(0, head) + gap + text.substr(tail);
+}
+
 std::string printable(std::string_view text) { return escaped(text, {"\\", "", true}); }
 
 }  // namespace Quarrow

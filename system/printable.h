@@ -2,6 +2,7 @@
 #ifndef QUARROW_SYSTEM_PRINTABLE_H_
 #define QUARROW_SYSTEM_PRINTABLE_H_
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -28,6 +29,13 @@ std::string escaped(std::string_view text, const Escaping& how);
 
 // `text` for a person: control characters as \t, \n, \r or \xHH, a backslash doubled.
 std::string printable(std::string_view text);
+
+// The longest text that a person is shown of what they wrote, in bytes.
+constexpr std::size_t shown_bytes = 200;
+
+// `text` itself, or its start and its end with "..." between, `limit` bytes at most. UTF-8 is cut
+// between characters. `limit` is 16 at least.
+std::string shortened(const std::string& text, std::size_t limit = shown_bytes);
 
 }  // namespace Quarrow
 

@@ -37,6 +37,23 @@ TEST(WithControlsAs, ReplacesThemOneByOne) {
   EXPECT_EQ("  [1m", with_controls_as(' ', "\x7F\x1B[1m"));
 }
 
+TEST(Shortened, KeepsStartAndEnd) {
+  EXPECT_EQ("0123456789abcdef", shortened("0123456789abcdef", 16));
+  EXPECT_EQ("01234567...defgh", shortened("0123456789abcdefgh", 16));
+  EXPECT_EQ(200U, shortened(std::string(40000, 'x')).size());
+}
+
+TEST(Shortened, CutsBetweenCharacters) {
+  std::string text;
+  for (int i = 0; i < 20; ++i) text += "\xE2\x82\xAC";
+  for (std::size_t limit = 16; limit < text.size(); ++limit) {
+    const std::string cut = shortened(text, limit);
+    EXPECT_LE(cut.size(), limit);
+    EXPECT_EQ(0U, (cut.size() - 3) % 3) << limit;
+    EXPECT_EQ(0U, cut.find("...") % 3) << limit;
+  }
+}
+
 TEST(HasControlCharacters, SeesThemAnywhere) {
   EXPECT_FALSE(has_control_characters(""));
   EXPECT_FALSE(has_control_characters("a b\xC3\xBC"));

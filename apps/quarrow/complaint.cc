@@ -15,6 +15,9 @@ namespace {
 using Administration::Refusal;
 using Kind = Refusal::Kind;
 
+// In bytes: more than any reason takes whose parts were shortened.
+constexpr std::size_t longest_reason = 5 * shown_bytes;
+
 // The command's answer to a kind of refusal.
 struct Conduct {
   Kind kind;
@@ -76,7 +79,8 @@ std::string hint(const Conduct& conduct, const std::string& about) {
 
 int complain(const std::string& object, const std::string& reason, int status) {
   std::cout.flush();  // so that both streams stay in order where they end in one place
-  std::cerr << "quarrow: " << printable(object) << ": " << printable(reason) << '\n';
+  std::cerr << "quarrow: " << printable(shortened(object)) << ": "
+            << printable(shortened(reason, longest_reason)) << '\n';
   return status;
 }
 

@@ -17,7 +17,8 @@ struct Fault {
   explicit operator bool() const { return !reason.empty(); }
 };
 
-// Writes "quarrow: object: reason" to standard error, control characters escaped, and gives
+// Writes "quarrow: object: reason" to standard error, control characters escaped and
+// long texts shortened, and gives
 // `status` back.
 int complain(const std::string& object, const std::string& reason, int status);
 

@@ -58,7 +58,7 @@ RULES = (
     Rule("replies", "all", ("string subject begin_with Re: ", "not string subject contains wedded",
                             "address from_to_cc contains fork@", "size size less 3"),
          ("move Replies",)),
-    Rule("pictures", "any", ("case string content-type begin_with TEXT/HTML",
+    Rule("pictures", "any", ("string content-type begin_with TEXT/HTML",
                              "string content-type contains multipart/related"), ("delete",)),
     Rule("addressed", "any", ("address to is zzzz@spamassassin.taint.org",
                               "address cc is zzzz@spamassassin.taint.org"), ("copy Me",)),

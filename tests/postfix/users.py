@@ -36,7 +36,7 @@ def by_size(mail):
 
 def by_several(mail):
     if mail.sender == "list@example.com" and mail.size < 20 * 1024:
-        return [".Lists.v1&AC4-0"]
+        return [".Lists.v1"]
     return [".Work"] if "invoice" in mail.subject or mail.sender == "boss@example.net" else [""]
 
 
@@ -53,7 +53,7 @@ GROUPS = [
     Group([["--if", "size size greater 20", "--then", "move Large"],
            ["--if", "string subject begin_with Hello", "--then", "copy Small"]], by_size),
     Group([["--all", "--if", "address from is list@example.com", "--if", "size size less 20",
-            "--then", "move Lists/v1.0"],
+            "--then", "move Lists/v1"],
            ["--any", "--if", "string subject contains invoice",
             "--if", "address from is boss@example.net", "--then", "move Work"]], by_several),
     Group([], without_rules),

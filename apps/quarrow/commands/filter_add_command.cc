@@ -1,4 +1,7 @@
 // quarrow filter add: a new filter, checked before it is taken.
+#include <sysexits.h>
+
+#include <list>
 #include <memory>
 
 #include "administration/root_setup.h"
@@ -47,13 +50,13 @@ Refusal add_tests(UserMessageFilters__& rules, const std::vector<std::string>& t
   return {};
 }
 
-Refusal add_actions(const std::vector<std::string>& texts, Filter__& filter) {
+Refusal add_actions(const std::vector<std::string>& texts, std::list<Action>& actions) {
   for (const auto& text : texts) {
     Action action;
     Refusal refusal = Administration::read_action(text, action);
     if (!refusal) refusal = Administration::check_action(action);
     if (refusal) return of_option("--then", text, refusal);
-    filter.actions.push_back(action);
+    actions.push_back(action);
   }
   return {};
 }
@@ -65,7 +68,7 @@ Refusal build(UserMessageFilters__& rules, const Options& options, Filter__& fil
   if (const Refusal refusal = Administration::check_name(options.name))
     return of_option("--name", options.name, refusal);
   if (const Refusal refusal = add_tests(rules, options.tests, filter)) return refusal;
-  return add_actions(options.actions, filter);
+  return add_actions(options.actions, filter.actions);
 }
 
 // Adds the filter; the answer is its number.
@@ -78,6 +81,12 @@ GuardedOutcome add(RulesTransaction& rules, const Options& options) {
   return {refusal, refusal ? "" : std::to_string(filter->id) + '\n'};
 }
 
+// What the user may not expect of these actions, each of which can be taken.
+std::string remark_on_actions(const std::vector<std::string>& texts) {
+  std::list<Action> actions;
+  return add_actions(texts, actions) ? "" : Administration::remark_on(actions);
+}
+
 int filter_add(const Settings& settings, const Options& options) {
   if (Refusal refusal =
           Administration::check_counts(options.tests.size(), options.actions.size())) {
@@ -88,8 +97,10 @@ int filter_add(const Settings& settings, const Options& options) {
   Refusal refusal = find_user(settings, options.user, user);
   if (!refusal) refusal = Administration::open_configuration(settings.root);
   if (refusal) return complain(settings, refusal);
-  return with_filters_of(settings, options.user,
-                         [&](RulesTransaction& rules) { return add(rules, options); });
+  const int status = with_filters_of(settings, options.user,
+                                     [&](RulesTransaction& rules) { return add(rules, options); });
+  const std::string remark = status == EX_OK ? remark_on_actions(options.actions) : "";
+  return remark.empty() ? status : complain("--then", remark, status);
 }
 
 void add_text_option(CLI::App& app, const std::string& name, std::vector<std::string>& texts,
