@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "delivery/folder_name.h"
+#include "message_filters/mailbox_name.h"
 #include "message_filters/user_files.h"
 #include "quarrow/delivery/maildir_store.h"
 
@@ -71,7 +72,9 @@ class Storing {
     const auto result = store_.store(target.folder, message_);
     if (target.folder.empty()) inbox_ = result ? Inbox::has_it : Inbox::failed;
     if (!result) {
-      add_failure("can't store in " + target.mailbox + ": " + result.reason, report_);
+      add_failure("can't store in " + MessageFilters::readable_mailbox_name(target.mailbox) + ": " +
+                      result.reason,
+                  report_);
       return false;
     }
     report_.folders.push_back(target.mailbox);

@@ -1,6 +1,7 @@
 // The fields of a log line.
 #include "lmtp/delivery_record.h"
 
+#include "message_filters/mailbox_name.h"
 #include "system/printable.h"
 
 namespace Quarrow::Lmtp {
@@ -19,8 +20,8 @@ std::string log_line(const DeliveryRecord& record) {
                                     ? ""
                                     : " recipient=" + word(record.recipient);
   return "user=" + word(record.user) + recipient + " msgid=" + id + " rule=" + quoted(record.rule) +
-         " action=" + word(record.action) + " took=" + std::to_string(record.took.count()) + "ms" +
-         note;
+         " action=" + word(MessageFilters::readable_mailbox_name(record.action)) +
+         " took=" + std::to_string(record.took.count()) + "ms" + note;
 }
 
 }  // namespace Quarrow::Lmtp

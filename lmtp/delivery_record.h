@@ -24,8 +24,9 @@ struct DeliveryRecord {
 };
 
 // The record as one line: user=a@example.org msgid=<1@example.org> rule="News" action=fileinto:Work
-// took=3ms. A recipient stands behind the user. Between quotes, quotes and backslashes are escaped;
-// in fields without quotes, blanks and backslashes are: no text can pass for another field.
+// took=3ms. A recipient stands behind the user. Folders are in UTF-8. Between quotes, quotes and
+// backslashes are escaped; in fields without quotes, blanks and backslashes are: no text can pass
+// for another field.
 std::string log_line(const DeliveryRecord& record);
 
 }  // namespace Quarrow::Lmtp

@@ -29,6 +29,13 @@ TEST(DeliveryRecord, NamesTheRecipientWhereItIsNotTheUser) {
   EXPECT_EQ("user=alice@example.org msgid=<> rule=\"\" action= took=0ms", log_line(record));
 }
 
+TEST(DeliveryRecord, ShowsFoldersAsPeopleReadThem) {
+  DeliveryRecord record;
+  record.action = "fileinto:Gr&APYA3w-e,fileinto:&AAo-x,keep";
+  EXPECT_NE(std::string::npos, log_line(record).find(" action=fileinto:Gr\xC3\xB6\xC3\x9F"
+                                                     "e,fileinto:\\x0ax,keep took="));
+}
+
 TEST(DeliveryRecord, LetsNoTextPassForAnotherField) {
   DeliveryRecord record;
   record.user = "\"a b\"@example.org";

@@ -24,6 +24,22 @@ TEST(ImapMailboxName, ConvertsLevelByLevel) {
   for (const auto& c : names) EXPECT_EQ(c.want, imap_mailbox_name(c.folder)) << c.folder;
 }
 
+TEST(ReadableMailboxName, IsTheFolderAgain) {
+  for (const auto& c : names) EXPECT_EQ(c.folder, readable_mailbox_name(c.want));
+  EXPECT_EQ("\xE6\x97\xA5\xE6\x9C\xAC", readable_mailbox_name("&ZeVnLA-"));
+  EXPECT_EQ("\xF0\x9F\x93\xA7", readable_mailbox_name("&2D3c5w-"));
+  EXPECT_EQ(
+      "fileinto:Gr\xC3\xB6\xC3\x9F"
+      "e,keep",
+      readable_mailbox_name("fileinto:Gr&APYA3w-e,keep"));
+}
+
+TEST(ReadableMailboxName, LeavesWhatIsWrittenOtherwise) {
+  for (const char* const name : {"R&D", "a&b c-", "&APw", "&AP-", "&APx-", "&2D0-", "&3Oc-",
+                                 "&2D0APw-", "B\xC3\xBCro", "&AAA-&!-"})
+    EXPECT_EQ(name, readable_mailbox_name(name));
+}
+
 TEST(ImapMailboxName, CharacterBehindASeparatorNeverSeparates) {
   // Seen at the limit of the converter, 1024 bytes of a level: "/" and 1023 others are one level.
   const std::string letters(1023, 'x');

@@ -4,13 +4,31 @@
 #include <algorithm>
 #include <exception>
 #include <iostream>
-#include <string_view>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "apps/quarrow/commands/command.h"
 #include "apps/quarrow/complaint.h"
+#include "apps/quarrow/usage_error.h"
+#include "system/printable.h"
 
 namespace Quarrow::Command {
 namespace {
+
+// Runs the command with these arguments, without its name; gives the exit status.
+int run_quarrow(const std::vector<std::string>& arguments);
+
+// quarrow help: the same as --help behind the subcommand.
+Run declare_help(CLI::App& app) {
+  const auto words = std::make_shared<std::vector<std::string>>();
+  app.add_option("subcommand", *words, "What to explain")->type_name("");
+  return [words](const Settings& /*settings*/) {
+    std::vector<std::string> arguments = *words;
+    arguments.emplace_back("--help");
+    return run_quarrow(arguments);
+  };
+}
 
 const std::vector<Subcommand> user_commands = {
     {"add", "Make the folder of a user, who gets mail from then on.",
@@ -42,14 +60,15 @@ const std::vector<Subcommand> commands = {
     {"match", "Say what a user's filters do with messages.",
      "quarrow match alice@example.org inbox/*.eml Maildir/ mail.mbox -", declare_match},
     {"deliver", "Deliver the message on standard input as a user's filters say.",
-     "quarrow deliver -d alice@example.org -f bob@example.net <message", declare_deliver}};
+     "quarrow deliver -d alice@example.org -f bob@example.net <message", declare_deliver},
+    {"help", "Explain the command or a subcommand.", "quarrow help filter add", declare_help}};
 
 // The exit status for arguments that are not understood. A mail server runs "deliver": there it is
 // the configuration that is wrong, and the message must wait until that is mended. Looked for
 // anywhere, since it is not known what the other words are.
-int usage_status(int argc, char** argv) {
+int usage_status(const std::vector<std::string>& arguments) {
   const bool by_mail_server =
-      std::find(argv, argv + argc, std::string_view("deliver")) != argv + argc;
+      std::find(arguments.begin(), arguments.end(), "deliver") != arguments.end();
   return by_mail_server ? EX_TEMPFAIL : EX_USAGE;
 }
 
@@ -62,9 +81,10 @@ int refuse_arguments(const CLI::App& app, const CLI::ParseError& error, int stat
     words += ' ' + innermost->get_name();
   }
   // a word too many says more than what is missing in its place
-  const auto unknown = innermost->remaining();
-  const std::string reason =
-      unknown.empty() ? error.what() : '"' + unknown.front() + "\" is not understood";
+  const auto unknown = app.remaining(true);
+  const std::string reason = unknown.empty()
+                                 ? plain_usage_error(error.what())
+                                 : '"' + shortened(unknown.front()) + "\" is not understood";
   return complain("arguments", reason + "; see " + words + " --help", status);
 }
 
@@ -76,18 +96,18 @@ int run_or_complain(const Run& run, const Settings& settings) {
   }
 }
 
-int run_quarrow(int argc, char** argv) {
-  std::ios::sync_with_stdio(false);
+int run_quarrow(const std::vector<std::string>& arguments) {
   Settings settings;
   CLI::App app("Per-user mail filters: made into Sieve scripts, and run over messages.", "quarrow");
   app.set_version_flag("--version", "quarrow " QUARROW_VERSION);
   const Run run = declare_commands(app, commands, settings);
   try {
-    app.parse(argc, argv);
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::Success& help) {
+    if (!app.remaining(true).empty()) return refuse_arguments(app, help, usage_status(arguments));
     return finish_output(app.exit(help));
   } catch (const CLI::ParseError& error) {
-    return refuse_arguments(app, error, usage_status(argc, argv));
+    return refuse_arguments(app, error, usage_status(arguments));
   }
   return finish_output(run_or_complain(run, settings));
 }
@@ -95,4 +115,7 @@ int run_quarrow(int argc, char** argv) {
 }  // namespace
 }  // namespace Quarrow::Command
 
-int main(int argc, char** argv) { return Quarrow::Command::run_quarrow(argc, argv); }
+int main(int argc, char** argv) {
+  std::ios::sync_with_stdio(false);
+  return Quarrow::Command::run_quarrow({argv + std::min(argc, 1), argv + argc});
+}

@@ -1,9 +1,13 @@
 // Results as text and as JSON.
 #include "apps/quarrow/match_output.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <vector>
 
+#include "message_filters/mailbox_name.h"
+#include "quarrow/delivery/delivery_plan.h"
 #include "system/printable.h"
 
 namespace Quarrow::Command {
@@ -19,16 +23,45 @@ const char* const action_words[] = {"keep",     "fileinto", "vacation", "notify"
 const char* const error_words[] = {"none",          "parse_script",    "parse_header",
                                    "parse_address", "invalid_message", "unknown"};
 
+// The same for a person; a folder's name stands behind its word.
+const char* const places[] = {"kept",       "folder ",  "vacation", "notified",
+                              "redirected", "rejected", "discarded"};
+
+std::string folder_of(const SieveAction& action) {
+  return MessageFilters::readable_mailbox_name(std::string(action.mailbox));
+}
+
+// Where the actions lead, each place once.
+std::string places_of(const std::vector<SieveAction>& actions) {
+  std::vector<std::string> named;
+  for (const auto& action : actions) {
+    std::string place = places[action.type];
+    if (action.type == SieveAction::FILEINTO) place += folder_of(action);
+    if (std::find(named.begin(), named.end(), place) == named.end()) named.push_back(place);
+  }
+  std::string text;
+  for (const auto& place : named) text += (text.empty() ? "" : ", ") + place;
+  return text.empty() ? places[SieveAction::KEEP] : text;
+}
+
 ordered_json to_json(const SieveAction& action) {
   ordered_json out = {{"action", action_words[action.type]}};
-  if (action.type == SieveAction::FILEINTO) out["mailbox"] = std::string(action.mailbox);
+  if (action.type == SieveAction::FILEINTO) out["mailbox"] = folder_of(action);
   if (action.type == SieveAction::REJECT) out["reason"] = action.message;
   return out;
 }
 
 }  // namespace
 
-std::string result_line(const std::string& name, const SieveMatchResult& result) {
+std::string result_line(const std::string& name, const Delivery::Evaluation& evaluation) {
+  const auto& result = evaluation.result;
+  const std::string text = result.error == SieveMatchResult::NONE
+                               ? places_of(result.actions)
+                               : "error in the " + Delivery::plan_for(evaluation).note;
+  return printable(name) + '\t' + printable(text);
+}
+
+std::string raw_result_line(const std::string& name, const SieveMatchResult& result) {
   std::ostringstream text;
   text << result;
   return printable(name) + '\t' + printable(text.str());

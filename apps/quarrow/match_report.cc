@@ -17,6 +17,19 @@ namespace {
 // Lines on a terminal show the progress themselves, and a bar would run into them.
 bool bar_is_seen() { return isatty(STDERR_FILENO) == 1 && isatty(STDOUT_FILENO) == 0; }
 
+std::string line_for(MatchReport::Form form, const std::string& name,
+                     const Delivery::Evaluation& evaluation) {
+  switch (form) {
+    case MatchReport::Form::json:
+      return result_json(name, evaluation.result, evaluation.rule);
+    case MatchReport::Form::raw_text:
+      return raw_result_line(name, evaluation.result);
+    case MatchReport::Form::text:
+      break;
+  }
+  return result_line(name, evaluation);
+}
+
 }  // namespace
 
 int complain(const Trial::SourceFailure& failure) {
@@ -31,11 +44,8 @@ MatchReport::MatchReport(Form form, std::uint64_t total_size, int status)
       shows_bar_(bar_is_seen()) {}
 
 void MatchReport::on_result(const std::string& name, const Delivery::Evaluation& evaluation) {
-  const auto& result = evaluation.result;
-  if (result.error != SieveMatchResult::NONE) status_ = EX_DATAERR;
-  std::cout << (form_ == Form::json ? result_json(name, result, evaluation.rule)
-                                    : result_line(name, result))
-            << '\n';
+  if (evaluation.result.error != SieveMatchResult::NONE) status_ = EX_DATAERR;
+  std::cout << line_for(form_, name, evaluation) << '\n';
 }
 
 void MatchReport::on_not_evaluated(const std::string& name, const std::string& reason) {
@@ -54,7 +64,7 @@ void MatchReport::on_progress(std::uint64_t bytes) {
 
 int MatchReport::finish(const Trial::RunResult& result) {
   bar_.finish();
-  if (form_ == Form::text) {
+  if (form_ != Form::json) {
     std::cout << '\n';
     print_table(result.tally, std::cout);
   }

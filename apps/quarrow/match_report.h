@@ -18,8 +18,9 @@ int complain(const Trial::SourceFailure& failure);
 class MatchReport : public Trial::Observer {
  public:
   enum class Form {
-    text,  // a line for each message, and a table at the end
-    json   // an object a line for each message
+    text,      // a line for each message, and a table at the end
+    raw_text,  // the same with the library's own texts
+    json       // an object a line for each message
   };
 
   // About messages of `total_size` bytes in all. `status` is the exit status so far.

@@ -54,8 +54,15 @@ TEST_F(MatchReportTest, PrintsLinesAndATable) {
   report.on_result("a", evaluation(SieveMatchResult::NONE));
   EXPECT_EQ(EX_OK, report.finish(result));
   const Printed got = printed();
-  EXPECT_EQ("a\tMatchResult []\n\n1  kept\n1  message\n", got.results);
+  EXPECT_EQ("a\tkept\n\n1  kept\n1  message\n", got.results);
   EXPECT_EQ("", got.complaints);
+}
+
+TEST_F(MatchReportTest, PrintsTheLibrarysTextsOnRequest) {
+  MatchReport report(Form::raw_text, 1, EX_OK);
+  report.on_result("a", evaluation(SieveMatchResult::NONE));
+  EXPECT_EQ(EX_OK, report.finish({}));
+  EXPECT_EQ("a\tMatchResult []\n\n0  messages\n", printed().results);
 }
 
 TEST_F(MatchReportTest, PrintsJsonWithoutATable) {

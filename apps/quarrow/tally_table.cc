@@ -5,6 +5,7 @@
 #include <iomanip>
 #include <string>
 
+#include "message_filters/mailbox_name.h"
 #include "system/printable.h"
 
 namespace Quarrow::Command {
@@ -20,7 +21,8 @@ void print_table(const Trial::Tally& tally, std::ostream& out) {
   // no place gets more than all messages
   const int width = static_cast<int>(std::to_string(tally.messages).size());
   for (const auto& [folder, count] : tally.folders)
-    print_row(out, width, count, "folder " + printable(folder));
+    print_row(out, width, count,
+              "folder " + printable(MessageFilters::readable_mailbox_name(folder)));
   print_row(out, width, tally.kept, "kept");
   print_row(out, width, tally.rejected, "rejected");
   print_row(out, width, tally.discarded, "discarded");

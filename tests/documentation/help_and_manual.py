@@ -17,7 +17,7 @@ import sys
 # Every subcommand has them; the pages name them once, for the program.
 HELP = ("-h", "--help")
 # So are they; the synopsis has the first of them in front of each subcommand.
-SHARED = ("Op Fl -root Ar dir", "Op Fl -keep-case")
+SHARED = {"--root": "Op Fl -root Ar dir", "--keep-case": "Op Fl -keep-case"}
 
 
 class Help:
@@ -163,11 +163,11 @@ def compare_quarrow(comparison, program, folder):
     names = set(commands)
     comparison.expect_equal("quarrow, subcommands in the synopsis", names, set(synopsis) - {""})
     comparison.expect_equal("quarrow, described subcommands", names, page.subsections())
-    comparison.command("quarrow", Help(program, ()), [*synopsis[""], *SHARED],
+    comparison.command("quarrow", Help(program, ()), [*synopsis[""], *SHARED.values()],
                        page.described("DESCRIPTION"))
     for name in names & set(synopsis):
         told = commands[name]
-        for option in HELP:
+        for option in (*HELP, *SHARED):
             del told.options[option]
         if name == "deliver":
             entries = deliver.described("DESCRIPTION")

@@ -6,19 +6,13 @@
 namespace Quarrow::Command {
 namespace {
 
-// The group of options that the help of subcommands leaves out.
-const char hidden[] = "";
-
-// The help names the options that all subcommands share once, for the program.
-void declare_settings(CLI::App& app, Settings& settings, const char* group = "Options") {
-  app.add_option("--root", settings.root, "Folder of the users' folders and of the configuration")
-      ->type_name("DIR")
-      ->capture_default_str()
-      ->group(group);
+CLI::Option* declare_settings(CLI::App& app, Settings& settings) {
   app.add_flag_callback(
-         "--keep-case", [&settings] { settings.address_case = Delivery::AddressCase::kept; },
-         "Tell capitals in users' addresses from small letters")
-      ->group(group);
+      "--keep-case", [&settings] { settings.address_case = Delivery::AddressCase::kept; },
+      "Tell capitals in users' addresses from small letters");
+  return app
+      .add_option("--root", settings.root, "Folder of the users' folders and of the configuration")
+      ->type_name("DIR");
 }
 
 Run declare(CLI::App& app, const Subcommand& row, Settings& settings);
@@ -31,7 +25,7 @@ Run declare_rows(CLI::App& app, const std::vector<Subcommand>& table, Settings& 
     sub->footer(std::string("Example:\n  ") + row.example);
     // Only the options of the command that is given are made: a mail server starts us per message.
     sub->preparse_callback([sub, run, row, &settings](std::size_t) {
-      declare_settings(*sub, settings, hidden);
+      declare_settings(*sub, settings);
       *run = declare(*sub, row, settings);
     });
   }
@@ -46,8 +40,7 @@ Run declare(CLI::App& app, const Subcommand& row, Settings& settings) {
 }  // namespace
 
 Run declare_commands(CLI::App& app, const std::vector<Subcommand>& table, Settings& settings) {
-  declare_settings(app, settings);
-  app.get_option("--root")->envname("QUARROW_ROOT");
+  declare_settings(app, settings)->capture_default_str()->envname("QUARROW_ROOT");
   return declare_rows(app, table, settings);
 }
 

@@ -123,7 +123,8 @@ Run declare_filter_add(CLI::App& app) {
   app.add_flag("--any", options->any, "One of the tests must hold")->excludes(all);
   app.add_flag("--disabled", options->disabled, "Store the filter, but do not run it");
   app.add_option("--before", options->before, "Try it before the filter ID instead of last")
-      ->type_name("ID");
+      ->type_name("ID")
+      ->check(filter_number());
   add_consent_options(app, options->consent);
   return [options](const Settings& settings) { return filter_add(settings, *options); };
 }

@@ -4,7 +4,9 @@
 #include <sysexits.h>
 #include <zvelluser.h>
 
+#include <cstdint>
 #include <iostream>
+#include <limits>
 
 #include "administration/root_setup.h"
 #include "administration/rule_check.h"
@@ -56,6 +58,10 @@ void add_consent_options(CLI::App& app, Administration::CommitConsent& consent) 
 
 void add_user_option(CLI::App& app, std::string& user) {
   app.add_option("user", user, "The user, by mail address")->type_name("")->required();
+}
+
+CLI::Validator filter_number() {
+  return CLI::Range(1, std::numeric_limits<std::int32_t>::max()).description("");
 }
 
 }  // namespace Quarrow::Command

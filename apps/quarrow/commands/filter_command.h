@@ -37,6 +37,9 @@ void add_consent_options(CLI::App& app, Administration::CommitConsent& consent);
 // The argument that names the user.
 void add_user_option(CLI::App& app, std::string& user);
 
+// Whether an option's value can be the number of a filter.
+CLI::Validator filter_number();
+
 }  // namespace Quarrow::Command
 
 #endif  // QUARROW_APPS_QUARROW_COMMANDS_FILTER_COMMAND_H_

@@ -27,6 +27,7 @@ Run declare_filter_remove(CLI::App& app) {
   add_user_option(app, options->user);
   app.add_option("id", options->id, "The filter's number, as filter list shows it")
       ->type_name("")
+      ->check(filter_number())
       ->required();
   add_consent_options(app, options->consent);
   return [options](const Settings& settings) {

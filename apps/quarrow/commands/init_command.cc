@@ -61,6 +61,7 @@ Run declare_init(CLI::App& app) {
   app.add_option("--grade", options->grade,
                  "Size of the system: up to 7, 18 or more let a user have 20, 60 or 100 filters")
       ->type_name("N")
+      ->check(CLI::Range(0, 99).description(""))
       ->capture_default_str();
   app.add_option("--catalogue", options->catalogue,
                  "Where to write the catalogue of fields; the library reads it at the default")

@@ -65,6 +65,11 @@ std::unique_ptr<Trial::MessageEvaluator> make_evaluator(
   return Trial::isolated_evaluator(path);
 }
 
+MatchReport::Form form_of(const Options& options) {
+  if (options.json) return MatchReport::Form::json;
+  return options.log ? MatchReport::Form::raw_text : MatchReport::Form::text;
+}
+
 int match(const Settings& settings, const Options& options) {
   const auto received = options.received ? time_of(*options.received) : std::nullopt;
   if (options.received && !received)
@@ -79,8 +84,7 @@ int match(const Settings& settings, const Options& options) {
   const std::string script = Administration::rules_script(address.address());
   const auto evaluator = make_evaluator(options, script, sources);
   if (!evaluator) return no_script(options.user, script);
-  MatchReport report(options.json ? MatchReport::Form::json : MatchReport::Form::text,
-                     Trial::total_size(sources), status);
+  MatchReport report(form_of(options), Trial::total_size(sources), status);
   return report.finish(Trial::run(sources, *evaluator, report, received));
 }
 
