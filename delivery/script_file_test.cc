@@ -114,7 +114,7 @@ TEST_F(ScriptFileTest, AScriptThatIsReplacedMeanwhileIsWaitedFor) {
       constexpr milliseconds wait{20};
       if (!make_stale(call)) return 2;
       const auto start = steady_clock::now();
-      const ScriptFile script = read_script(path(), wait);
+      const ScriptFile script = read_script(path(), wait, std::time(nullptr));
       const bool waited = steady_clock::now() - start >= wait;
       return waited && !script.found && script.reason == "Stale file handle" ? 0 : 1;
     });

@@ -24,7 +24,7 @@ void EvaluationMemory::begin_message() {
 Evaluation EvaluationMemory::evaluate(const Delivery::Evaluate& evaluate, int message_fd,
                                       std::uint64_t size, std::time_t received,
                                       const std::string& script_path) {
-  const auto script = Delivery::read_script(script_path, std::chrono::milliseconds(0));
+  const auto script = Delivery::read_script(script_path, std::chrono::milliseconds(0), received);
   if (!script.found) return evaluate(message_fd, size, received, script_path);
   if (const Evaluation* const before = known(script.text)) return *before;
   if (failures_ >= most_failures) return failure_;
