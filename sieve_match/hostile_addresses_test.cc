@@ -29,13 +29,12 @@ void expect_read(int tests, std::size_t length) {
 }
 
 TEST(HostileAddresses, EndNoEvaluation) {
-  for (const std::size_t length : {1U, 10U, 100U, 1000U, 4096U, 20000U, 66000U, 1000000U})
-    expect_read(1, length);
+  for (const std::size_t length : {1U, 100U, 4096U, 20000U, 66000U}) expect_read(1, length);
 }
 
-TEST(HostileAddresses, EndNoEvaluationOfManyTests) {
-  for (const std::size_t length : {10U, 1000U, 20000U, 66000U}) expect_read(400, length);
-}
+TEST(HostileAddresses, OfAMegabyteEndNoEvaluation) { expect_read(1, 1000000); }
+
+TEST(HostileAddresses, EndNoEvaluationOfManyTests) { expect_read(100, 66000); }
 
 const char* const hidden[] = {"x ", "\"x\" ", "(x) ", "x. ", "\xe4 ", "=?utf-8?q?x?= "};
 

@@ -9,6 +9,8 @@
 namespace zvellparser {
 namespace {
 
+constexpr std::size_t longest_character = 4;  // in bytes of UTF-8
+
 bool is_plain_byte(unsigned char c) { return c > 0 && c < 0x80; }
 
 // Most header values: nothing in them to decode.
@@ -16,8 +18,6 @@ bool is_plain(const std::string& text) {
   return std::all_of(text.begin(), text.end(), is_plain_byte) &&
          text.find("=?") == std::string::npos;
 }
-
-constexpr std::size_t longest_character = 4;
 
 bool continues_character(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
 
@@ -27,11 +27,12 @@ std::string decoded_whole(const std::string& text, const std::vector<std::string
   return is_plain(text) ? text : decode_header_text(text, charsets);
 }
 
-std::string beginning_of(const std::string& text, std::size_t most) {
+std::string beginning_of(std::string text, std::size_t most) {
   if (text.size() <= most) return text;
   std::size_t end = most;
   while (end > 0 && most - end < longest_character && continues_character(text[end])) --end;
-  return text.substr(0, end);
+  text.resize(end);
+  return text;
 }
 
 std::string end_of(const std::string& text, std::size_t most) {
@@ -45,11 +46,15 @@ std::string end_of(const std::string& text, std::size_t most) {
 
 Buffer stringToUtf8(const std::string& text, const ZVLStaticCharSetFallbacks* fallbacks) {
   using namespace zvellparser;
+  Buffer buffer;
+  if (text.size() <= longest_value && is_plain(text)) {
+    buffer.append(text.data(), text.size());
+    return buffer;
+  }
   const std::vector<std::string> charsets =
       fallbacks ? fallbacks->charsets : std::vector<std::string>();
   const std::string counting = beginning_of(text, longest_raw_value);
   const std::string value = beginning_of(decoded_whole(counting, charsets), longest_value);
-  Buffer buffer;
   buffer.append(value.data(), value.size());
   return buffer;
 }

@@ -20,7 +20,7 @@ constexpr std::size_t longest_raw_value = 8 * longest_value;
 std::string decoded_whole(const std::string& text, const std::vector<std::string>& charsets);
 
 // The beginning of `text`: at most `most` bytes, and no part of a UTF-8 character at the end.
-std::string beginning_of(const std::string& text, std::size_t most);
+std::string beginning_of(std::string text, std::size_t most);
 
 // The end of `text`, which is UTF-8, likewise.
 std::string end_of(const std::string& text, std::size_t most);
