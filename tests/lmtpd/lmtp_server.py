@@ -97,10 +97,9 @@ class Lmtp(smtplib.LMTP):
 
 
 class Daemon:
-    """The server, with users, in a folder of its own, which `change` may change before the start.
-    `options` that ask for another number of workers come with `workers`."""
+    """The server, with users, in a folder of its own, which `change` may change before the start."""
 
-    def __init__(self, *options, workers=2, launcher=(), change=lambda daemon: None):
+    def __init__(self, *options, launcher=(), change=lambda daemon: None):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quarrow-lmtpd-"))
         self.socket = str(self.folder / "socket")
         self.config = self.folder / "config"
@@ -122,6 +121,7 @@ class Daemon:
         try:
             until(self.answers, "the server answers")
             # the first worker may answer before the others are there
+            workers = int(options[options.index("--workers") + 1]) if "--workers" in options else 2
             until(lambda: len(self.workers()) == workers, "all workers are there")
         except BaseException:
             self.close()

@@ -72,7 +72,7 @@ class DaemonTest(DaemonTestCase):
         (stored,) = daemon.messages(USERS[0])
         self.assertIn(f"\nDelivered-To: {written}\n".encode(), stored)
         self.assertIn(f"\n\tfor <{written}>; ".encode(), stored)
-        self.assertIn(f"user={written} ", daemon.log_text())
+        self.assertIn(f"user={USERS[0]} recipient={written} ", daemon.log_text())
 
     def test_tells_capitals_from_small_letters_on_request(self):
         client = self.connect(self.start("--keep-case"))
@@ -143,7 +143,7 @@ class DaemonTest(DaemonTestCase):
         self.assertEqual(2, self.counters(daemon)["quarrow_workers_replaced_total"])
 
     def test_delivers_although_the_evaluation_was_killed(self):
-        daemon = self.start("--workers", "1", workers=1)
+        daemon = self.start("--workers", "1")
         client = self.connect(daemon)
         self.assertEqual(250, client.deliver(USERS[:1], "work")[0][0])
         helpers = [helper for worker in daemon.workers() for helper in children(worker)]
