@@ -16,6 +16,8 @@ namespace {
 
 using Result = RecipientLookup::Result;
 
+const char possible_delimiters[] = "!#$%&*+-./=?^_{|}~";
+
 RecipientLookup unavailable(const std::string& object, const std::string& reason) {
   return {Result::unavailable, {}, object, reason, {}};
 }
@@ -58,6 +60,12 @@ std::string user_spelling(std::string address, AddressCase address_case) {
   if (address_case == AddressCase::folded)
     std::transform(address.begin(), address.end(), address.begin(), zvellparser::ascii_lower);
   return address;
+}
+
+std::string delimiter_fault(const std::string& delimiters) {
+  const bool good = delimiters.find_first_not_of(possible_delimiters) == std::string::npos;
+  return good ? ""
+              : std::string("not of the characters ") + possible_delimiters + ": " + delimiters;
 }
 
 RecipientLookup look_up_recipient(const std::string& written, const MountSign& sign,

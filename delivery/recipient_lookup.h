@@ -40,6 +40,10 @@ enum class AddressCase {
 // Other characters stay, since mail servers don't agree on theirs.
 std::string user_spelling(std::string address, AddressCase address_case);
 
+// Why `delimiters` can't begin extensions, for a person: not each is one of the characters that
+// may. Empty when they can.
+std::string delimiter_fault(const std::string& delimiters);
+
 // Looks up the user with the mail address `address`, in its user_spelling(), below the root that
 // mailuser_set_root was given. A user is known when the user's folder exists. Each of the
 // characters `delimiters` may begin an extension: alice+lists@example.org is alice@example.org

@@ -108,6 +108,14 @@ TEST_F(LookUpRecipient, TellsCapitalsFromSmallLettersOnRequest) {
   EXPECT_EQ(Result::unknown, result("Alice@example.org"));
 }
 
+TEST(Delimiters, AreMarksThatAddressesMayHave) {
+  for (const char* const good : {"", "+", "+-", "!#$%&*+-./=?^_{|}~"})
+    EXPECT_EQ("", delimiter_fault(good)) << good;
+  for (const char* const bad : {"@", "+@", "a", "+ ", "<", "\"", "+\n", "+\xc3\xa9"})
+    EXPECT_EQ(std::string("not of the characters !#$%&*+-./=?^_{|}~: ") + bad,
+              delimiter_fault(bad));
+}
+
 TEST(UserSpelling, FoldsAsciiAlone) {
   EXPECT_EQ("m\xc3\x9cller.az@[example]",
             user_spelling("M\xc3\x9cller.AZ@[Example]", AddressCase::folded));

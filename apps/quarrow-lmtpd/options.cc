@@ -17,8 +17,6 @@ namespace {
 
 using Server::LogTarget;
 
-const char delimiters[] = "!#$%&*+-./=?^_{|}~";
-
 const std::map<std::string, LogTarget> logs = {{"stderr", LogTarget::standard_error},
                                                {"syslog", LogTarget::system_log}};
 
@@ -92,11 +90,6 @@ std::string octal_fault(const std::string& text) {
   return good ? "" : "not a mode such as 0660: " + text;
 }
 
-std::string delimiter_fault(const std::string& text) {
-  const bool good = text.find_first_not_of(delimiters) == std::string::npos;
-  return good ? "" : std::string("not of the characters ") + delimiters + ": " + text;
-}
-
 std::string log_fault(const std::string& text) {
   return logs.count(text) > 0 ? "" : "neither stderr nor syslog: " + text;
 }
@@ -139,7 +132,7 @@ void declare_mail(CLI::App& app, Options& options) {
   app.add_option("--recipient-delimiter", options.recipient_delimiter,
                  "Characters of which each begins the extension of an address; none if empty")
       ->type_name("CHARS")
-      ->check(delimiter_fault)
+      ->check(Delivery::delimiter_fault)
       ->capture_default_str();
   app.add_flag_callback(
       "--keep-case", [&options] { options.address_case = Delivery::AddressCase::kept; },

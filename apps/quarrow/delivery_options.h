@@ -14,6 +14,7 @@ struct DeliveryOptions {
   std::optional<std::string> sender;
   std::optional<std::string> original_recipient;
   std::optional<std::string> final_recipient;
+  std::string recipient_delimiter = "+";             // each begins the extension of an address
   std::string folder;                                // in UTF-8; "" is the inbox
   std::uint64_t max_size = std::uint64_t{64} << 20;  // of the message, in bytes
   bool report_by_status = false;

@@ -92,5 +92,9 @@ TEST_F(DeliveryOptionsTest, NameTheMostFinalRecipient) {
   EXPECT_EQ("given final", recipient_of(options, "user"));
 }
 
+TEST_F(DeliveryOptionsTest, LetAPlusSignBeginAnExtensionUnlessToldOtherwise) {
+  EXPECT_EQ("+", DeliveryOptions().recipient_delimiter);
+}
+
 }  // namespace
 }  // namespace Quarrow::Command

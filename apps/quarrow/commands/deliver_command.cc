@@ -105,8 +105,8 @@ int deliver(const Settings& settings, const DeliveryOptions& options) {
     return complain("user", "not named in full; give -d alice@example.org, or USER and DOMAIN",
                     EX_TEMPFAIL);
   mailuser_set_root(settings.root);
-  const auto lookup =
-      Delivery::look_up_recipient(user, mount_sign(settings.root), "", settings.address_case);
+  const auto lookup = Delivery::look_up_recipient(
+      user, mount_sign(settings.root), options.recipient_delimiter, settings.address_case);
   switch (lookup.result) {
     case RecipientLookup::Result::found:
       return deliver_to(options, user, lookup.folder);
@@ -143,6 +143,11 @@ Run declare_deliver(CLI::App& app) {
       ->type_name("ADDRESS");
   app.add_option("-m", options->folder, "The folder that takes the place of the inbox")
       ->type_name("FOLDER");
+  app.add_option("--recipient-delimiter", options->recipient_delimiter,
+                 "Characters of which each begins the extension of an address; none if empty")
+      ->type_name("CHARS")
+      ->check(Delivery::delimiter_fault)
+      ->capture_default_str();
   app.add_option("--max-size", options->max_size, "The largest message in bytes")
       ->type_name("N")
       ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 40).description(""))
