@@ -3,7 +3,6 @@
 
 #include <base.h>
 #include <fcntl.h>
-#include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include <utility>
 
 #include "system/file_io.h"
+#include "system/owner_rights.h"
 #include "system/regular_file.h"
 
 namespace Quarrow::Administration {
@@ -55,7 +55,7 @@ Refusal UserFolder::open(bool create) {
 
 Refusal UserFolder::become_owner() const {
   if (geteuid() != 0 || owner_ == 0) return {};
-  if (setgroups(0, nullptr) == 0 && setgid(group_) == 0 && setuid(owner_) == 0) return {};
+  if (take_on_rights(owner_, group_)) return {};
   return {Kind::not_permitted, path_,
           std::string("its owner's rights can't be taken on: ") + std::strerror(errno)};
 }

@@ -2,7 +2,6 @@
 #include "administration/users.h"
 
 #include <base.h>
-#include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zvelluser.h>
@@ -18,6 +17,7 @@
 #include "administration/guarded_process.h"
 #include "message_filters/user_files.h"
 #include "system/exists.h"
+#include "system/owner_rights.h"
 
 namespace Quarrow::Administration {
 namespace {
@@ -29,12 +29,6 @@ namespace fs = std::filesystem;
 const char removal_name[] = "/.removed-XXXXXX";
 
 std::string folder_above(const std::string& path) { return fs::path(path).parent_path().string(); }
-
-// From here on this process has the rights of `owner` and no more. False, with errno set, when it
-// can't be done.
-bool become_owner(const struct stat& owner) {
-  return setgroups(0, nullptr) == 0 && setgid(owner.st_gid) == 0 && setuid(owner.st_uid) == 0;
-}
 
 // The owner of `root`, or else of the first folder on the way from there to `path` that does not
 // belong to the superuser, as far as they are there. Whoever owns one of them can have the way lead
@@ -60,7 +54,7 @@ Refusal as_owner(const std::string& root, const std::string& path,
   return run_guarded(
              path,
              [&]() -> GuardedOutcome {
-               if (!become_owner(owner))
+               if (!take_on_rights(owner.st_uid, owner.st_gid))
                  return {system_refusal(path, "can't become the owner of the folders above", errno),
                          ""};
                return {work(), ""};
