@@ -20,6 +20,7 @@ namespace {
 
 using Quarrow::Delivery::Evaluation;
 using Quarrow::Delivery::Evaluator;
+using Quarrow::Delivery::EvaluatorLimits;
 
 Evaluation evaluate(Evaluator& evaluator, const std::string& script, const std::string& message) {
   const Quarrow::Descriptor file(open(message.c_str(), O_RDONLY | O_CLOEXEC));
@@ -34,7 +35,10 @@ Evaluation evaluate(Evaluator& evaluator, const std::string& script, const std::
 int main(int argc, char** argv) {
   if (argc != 3) return std::fputs("usage: evaluate_folder SCRIPT FOLDER\n", stderr), 2;
   Quarrow::Delivery::stay_on_one_processor();  // as quarrow match does
-  Evaluator evaluator;
+  EvaluatorLimits limits;
+  limits.messages = 100000;
+  limits.made_ahead = false;
+  Evaluator evaluator(limits);
   int messages = 0;
   int with_actions = 0;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(argv[2])) {

@@ -7,6 +7,7 @@
 #include <zvellparser.h>
 
 #include <ctime>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -24,6 +25,7 @@ using Quarrow::MemoryFile;
 using Quarrow::SieveMatch;
 using Quarrow::Delivery::Evaluation;
 using Quarrow::Delivery::Evaluator;
+using Quarrow::Delivery::EvaluatorLimits;
 
 std::unique_ptr<SieveMatch> matcher_of(const MemoryFile& script) {
   return std::unique_ptr<SieveMatch>(SieveMatch::Create(script.path(), nullptr));
@@ -86,11 +88,18 @@ void ParseAndMatch(benchmark::State& state) {
 }
 BENCHMARK(ParseAndMatch)->Arg(1)->Arg(20)->Arg(100)->UseRealTime()->Unit(benchmark::kMillisecond);
 
+EvaluatorLimits of_one_helper() {
+  EvaluatorLimits limits;
+  limits.messages = std::numeric_limits<std::uint64_t>::max();
+  limits.made_ahead = false;
+  return limits;
+}
+
 // The same through the helper process; `helper_us` is the CPU time that one message takes there.
 void Isolated(benchmark::State& state) {
   const TempFile script("");
   mixed_rules(static_cast<int>(state.range(0)), 1)->SaveToSieve(script.name(), true);
-  Evaluator evaluator;
+  Evaluator evaluator(of_one_helper());
   const pid_t helper = evaluator.helper();
   const double before = cpu_time(helper);
   for (auto _ : state) {

@@ -23,6 +23,7 @@ long resident_bytes(pid_t process) {
 TEST_F(EvaluatorGrowth, AHundredThousandMessagesTakeLessThanFiveMegabytes) {
   EvaluatorLimits limits;
   limits.messages = 1000000;
+  limits.made_ahead = false;
   Evaluator evaluator(limits);
   ASSERT_TRUE(mixed_rules(20, 1)->SaveToSieve(script_path(), true));
   const std::string messages[] = {

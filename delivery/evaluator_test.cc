@@ -5,13 +5,16 @@
 #include <quarrow/filter_list.h>
 #include <sched.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 
 #include <fstream>
+#include <iterator>
 #include <thread>
+#include <vector>
 
 #include "delivery/evaluator_test_support.h"
 #include "delivery/helper_process.h"
@@ -36,12 +39,21 @@ const char* const endless_script =
     "\"*a*a*a*a*a*a*a*a*a*a*a*a*a*b\" { fileinto \"A\"; }";
 const std::string endless_message = "Subject: " + std::string(2000, 'a') + "\n\n";
 
-using EvaluatorTest = EvaluationTest;
+class EvaluatorTest : public EvaluationTest {};
+
+// Of a helper that serves many messages, and is forked from this process.
+EvaluatorLimits lasting() {
+  EvaluatorLimits limits;
+  limits.messages = 100000;
+  limits.made_ahead = false;
+  return limits;
+}
 
 bool is_running(pid_t process) { return kill(process, 0) == 0; }
 
 // Stops `process` from running any further; it is still there for its parent to wait for.
 void kill_now(pid_t process) {
+  ASSERT_GT(process, 0);
   ASSERT_EQ(0, kill(process, SIGKILL));
   siginfo_t ended = {};
   ASSERT_EQ(0, waitid(P_PID, static_cast<id_t>(process), &ended, WEXITED | WNOWAIT));
@@ -52,9 +64,17 @@ std::ptrdiff_t descriptors_of(pid_t process) {
   return std::distance(first, {});
 }
 
-// Kills a helper, which has `idle` descriptors while it waits, after it has got a message.
-void kill_with_message(pid_t helper, std::ptrdiff_t idle) {
-  while (descriptors_of(helper) == idle) std::this_thread::yield();
+// The state of a process as proc(5) has it: 'R' while it runs, 'S' while it waits.
+char state_of(pid_t process) {
+  std::string stat;
+  std::getline(std::ifstream("/proc/" + std::to_string(process) + "/stat"), stat);
+  const std::size_t name_end = stat.rfind(") ");
+  return name_end == std::string::npos ? '?' : stat[name_end + 2];
+}
+
+// Kills a helper, which waits, after it has got a message.
+void kill_with_message(pid_t helper) {
+  while (state_of(helper) != 'R') std::this_thread::yield();
   (void)kill(helper, SIGKILL);
 }
 
@@ -80,8 +100,10 @@ const std::string messages[] = {
     "Subject: " + std::string("of\0fer", 6) + "\n\n",
     "no header at all"};
 
-TEST_F(EvaluatorTest, GivesWhatMatchGives) {
-  Evaluator evaluator;
+class EvaluatorOfEitherKind : public EvaluatorTest, public testing::WithParamInterface<bool> {};
+
+TEST_P(EvaluatorOfEitherKind, GivesWhatMatchGives) {
+  Evaluator evaluator(GetParam() ? EvaluatorLimits() : lasting());
   for (const std::string script : scripts) {
     for (const std::string& message : messages) {
       const Evaluation got = evaluate(evaluator, script, message);
@@ -91,6 +113,8 @@ TEST_F(EvaluatorTest, GivesWhatMatchGives) {
     }
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(MadeAheadOrForked, EvaluatorOfEitherKind, testing::Bool());
 
 TEST_F(EvaluatorTest, NamesTheHeaderWhoseAddressesCantBeRead) {
   Evaluator evaluator;
@@ -264,7 +288,7 @@ TEST_F(EvaluatorTest, ServesMoreScriptsThanStayCompiled) {
 }
 
 TEST_F(EvaluatorTest, AHelperThatDiedBeforeTheMessageIsReplaced) {
-  Evaluator evaluator;
+  Evaluator evaluator(lasting());
   set_script(ordinary_script);
   for (int i = 0; i < 5; ++i) {
     kill_now(evaluator.helper());
@@ -275,7 +299,7 @@ TEST_F(EvaluatorTest, AHelperThatDiedBeforeTheMessageIsReplaced) {
 }
 
 TEST_F(EvaluatorTest, AHelperThatWasDismissedIsReplacedForAMessageThatComesAllTheSame) {
-  Evaluator evaluator;
+  Evaluator evaluator(lasting());
   for (int i = 0; i < 5; ++i) {
     EXPECT_EQ(ordinary_result,
               text_of(evaluate(evaluator, ordinary_script, ordinary_message).result));
@@ -287,12 +311,13 @@ TEST_F(EvaluatorTest, AHelperThatWasDismissedIsReplacedForAMessageThatComesAllTh
 }
 
 TEST_F(EvaluatorTest, AHelperThatDiesDuringAMessageFailsThatOneOnly) {
-  Evaluator evaluator;
+  Evaluator evaluator(lasting());
   for (int i = 0; i < 5; ++i) {
     ASSERT_EQ(ordinary_result,
               text_of(evaluate(evaluator, ordinary_script, ordinary_message).result));
     const pid_t helper = evaluator.helper();
-    std::thread killer(kill_with_message, helper, descriptors_of(helper));
+    while (state_of(helper) != 'S') std::this_thread::yield();
+    std::thread killer(kill_with_message, helper);
     const Evaluation failed = evaluate(evaluator, endless_script, endless_message);
     killer.join();
     EXPECT_EQ(Outcome::failed, failed.outcome);
@@ -336,15 +361,25 @@ TEST_F(EvaluatorTest, SignalsDoNotProlongTheWaitForAHelperThatHangs) {
 }
 
 TEST_F(EvaluatorTest, AMessageThatTakesTooMuchMemoryFailsAlone) {
+  EvaluatorLimits limits;
+  limits.memory = std::uint64_t{40} << 20;
+  Evaluator evaluator(limits);
+  set_script(ordinary_script);
+  const std::string message = "Subject: " + std::string(std::size_t{64} << 20, 'a');
+  EXPECT_EQ(Outcome::failed, evaluate(evaluator, message).outcome);
+  EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+}
+
+TEST_F(EvaluatorTest, RulesSeeNoMoreThanSixteenMebibytesOfAHeader) {
   Evaluator evaluator;
   set_script(ordinary_script);
-  // One header line without end: a hole in the file, beyond the memory that a helper may take.
-  const std::string path = folder_.write("huge", "Subject: ");
-  constexpr std::uint64_t size = std::uint64_t{1} << 30;
-  std::filesystem::resize_file(path, size);
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  EXPECT_EQ(Outcome::failed, evaluator.evaluate(file.get(), size, 0, script_path()).outcome);
-  EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+  const std::string line = "X-Filler: " + std::string(1013, 'x') + '\n';
+  std::string filler;
+  while (filler.size() < (std::size_t{16} << 20) - 2 * line.size()) filler += line;
+  EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, filler + "Subject: an offer\n\n").result));
+  const Evaluation beyond = evaluate(evaluator, filler + line + line + "Subject: an offer\n\n");
+  EXPECT_EQ(Outcome::done, beyond.outcome) << beyond.reason;
+  EXPECT_EQ("MatchResult []", text_of(beyond.result));
 }
 
 TEST_F(EvaluatorTest, AMessageThatCantBeReadFails) {
@@ -357,7 +392,7 @@ TEST_F(EvaluatorTest, AMessageThatCantBeReadFails) {
 }
 
 TEST_F(EvaluatorTest, AHelperServesAsManyMessagesAsItMay) {
-  EvaluatorLimits limits;
+  EvaluatorLimits limits = lasting();
   limits.messages = 3;
   Evaluator evaluator(limits);
   set_script(ordinary_script);
@@ -370,7 +405,7 @@ TEST_F(EvaluatorTest, AHelperServesAsManyMessagesAsItMay) {
 }
 
 TEST_F(EvaluatorTest, AHelperThatHasGrownIsReplacedAfterTheMessage) {
-  EvaluatorLimits limits;
+  EvaluatorLimits limits = lasting();
   limits.growth = 1;
   Evaluator evaluator(limits);
   const pid_t first = evaluator.helper();
@@ -379,8 +414,83 @@ TEST_F(EvaluatorTest, AHelperThatHasGrownIsReplacedAfterTheMessage) {
   EXPECT_NE(first, evaluator.helper());
 }
 
-TEST_F(EvaluatorTest, SignalsMeantForTheServerDoNotEndAHelper) {
+// Waits until `process`, a child, has ended; it is still there for others to wait for.
+bool has_ended(pid_t process) {
+  siginfo_t ended = {};
+  return waitid(P_PID, static_cast<id_t>(process), &ended, WEXITED | WNOWAIT) == 0;
+}
+
+TEST_F(EvaluatorTest, AHelperThatIsMadeAheadEndsWithItsLastMessage) {
+  EvaluatorLimits limits;
+  limits.messages = 1;
+  Evaluator evaluator(limits);
+  const pid_t helper = evaluator.helper();
+  ASSERT_TRUE(is_running(helper));
+  EXPECT_EQ(ordinary_result,
+            text_of(evaluate(evaluator, ordinary_script, ordinary_message).result));
+  EXPECT_TRUE(has_ended(helper));
+  EXPECT_EQ(-1, evaluator.helper());
+  EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+  EXPECT_FALSE(is_running(helper));
+}
+
+std::vector<pid_t> children() {
+  std::ifstream list("/proc/self/task/" + std::to_string(getpid()) + "/children");
+  return {std::istream_iterator<pid_t>(list), {}};
+}
+
+pid_t child_named(const std::string& name) {
+  for (const pid_t child : children()) {
+    std::string found;
+    std::getline(std::ifstream("/proc/" + std::to_string(child) + "/comm"), found);
+    if (found == name) return child;
+  }
+  return -1;
+}
+
+TEST_F(EvaluatorTest, AMakerOfHelpersThatDiedIsReplaced) {
   Evaluator evaluator;
+  set_script(ordinary_script);
+  for (int i = 0; i < 3; ++i) {
+    kill_now(child_named("quarrow-maker"));
+    EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+    EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+  }
+}
+
+TEST_F(EvaluatorTest, NoProcessIsLeftWhenTheEvaluatorIsGone) {
+  {
+    Evaluator evaluator;
+    EXPECT_EQ(Outcome::done, evaluate(evaluator, ordinary_script, ordinary_message).outcome);
+  }
+  EXPECT_EQ(std::vector<pid_t>(), children());
+}
+
+std::string maps_of(pid_t process) {
+  std::ifstream maps("/proc/" + std::to_string(process) + "/maps");
+  return {std::istreambuf_iterator<char>(maps), {}};
+}
+
+TEST_F(EvaluatorTest, AHelperHasNoMemoryThatOthersMayWrite) {
+  constexpr std::size_t size = 4096;
+  void* const shared =
+      mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(MAP_FAILED, shared);
+  ASSERT_NE(std::string::npos, maps_of(getpid()).find(" rw-s "));
+  for (const EvaluatorLimits& limits : {EvaluatorLimits(), lasting()}) {
+    Evaluator evaluator(limits);
+    set_script(ordinary_script);
+    (void)evaluate(evaluator, ordinary_message);  // a helper is there now, and has set itself up
+    const pid_t process = limits.made_ahead ? child_named("quarrow-maker") : evaluator.helper();
+    const std::string maps = maps_of(process);
+    EXPECT_NE("", maps);
+    EXPECT_EQ(std::string::npos, maps.find(" rw-s ")) << maps;
+  }
+  EXPECT_EQ(0, munmap(shared, size));
+}
+
+TEST_F(EvaluatorTest, SignalsMeantForTheServerDoNotEndAHelper) {
+  Evaluator evaluator(lasting());
   set_script(ordinary_script);
   ASSERT_EQ(Outcome::done, evaluate(evaluator, ordinary_message).outcome);  // it has set itself up
   const pid_t helper = evaluator.helper();
@@ -414,10 +524,10 @@ TEST_F(EvaluatorTest, AHelperKeepsNoDescriptorOfTheServer) {
 }
 
 TEST_F(EvaluatorTest, NoDescriptorIsLeftOpenByMessagesAndReplacements) {
-  EvaluatorLimits limits;
+  EvaluatorLimits limits = lasting();
   limits.messages = 5;
   Evaluator evaluator(limits);
-  set_script(ordinary_script);
+  EXPECT_EQ(Outcome::done, evaluate(evaluator, ordinary_script, ordinary_message).outcome);
   const auto before = descriptors_of(getpid());
   for (int i = 0; i < 50; ++i)
     EXPECT_EQ(Outcome::done, evaluate(evaluator, ordinary_message).outcome);

@@ -2,14 +2,21 @@
 #include "delivery/helper_process.h"
 
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cinttypes>
 #include <csignal>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <fstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -18,16 +25,19 @@
 #include "delivery/charset_preloading.h"
 #include "delivery/execution_form.h"
 #include "delivery/header_end.h"
-#include "delivery/memory_use.h"
 #include "delivery/sandbox.h"
 #include "delivery/script_runner.h"
 #include "delivery/wire.h"
+#include "system/descriptor.h"
+#include "system/descriptor_passing.h"
 #include "system/memory_file.h"
 
 namespace Quarrow::Delivery {
 namespace {
 
-constexpr int helper_socket = 3;  // the first number after the standard descriptors
+// The descriptors of a helper: the first numbers after the standard ones.
+constexpr int helper_socket = 3;
+constexpr int helper_file = 4;
 
 // Only the first call in a process gives true.
 bool is_unprepared() {
@@ -44,8 +54,7 @@ void prepare_with(const std::vector<const char*>& charsets) {
 // The first evaluation sets up data that later evaluations use.
 void evaluate_once() {
   const MemoryFile script;
-  const MemoryFile message;
-  (void)ScriptRunner(script, 1).run("keep;", message.fd(), 0, 0);
+  (void)ScriptRunner(script, 1).run("keep;", "", 0, 0);
 }
 
 bool use_dev_null() {
@@ -64,48 +73,123 @@ bool shed_descriptors(int socket) {
   return close_range(helper_socket + 1, ~0U, 0) == 0;
 }
 
-// The helper ends with its evaluator, and not by a signal that is meant for the evaluator: a server
-// that is told to stop first finishes the messages that it is working on.
-bool live_and_die_with(pid_t parent) {
+// The process ends with its evaluator, and not by a signal that is meant for the evaluator: a
+// server that is told to stop first finishes the messages that it is working on.
+void ignore_signals() {
   struct sigaction ignoring = {};
   ignoring.sa_handler = SIG_IGN;
   for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM, SIGPIPE})
     (void)sigaction(signal, &ignoring, nullptr);
-  return prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) == 0 && getppid() == parent;
+}
+
+bool die_with(pid_t evaluator) {
+  return prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) == 0 && getppid() == evaluator;
+}
+
+// Memory that others may write, such as a server's counters, must not be there for a message that
+// has taken the helper over.
+bool drop_shared_memory() {
+  std::ifstream maps("/proc/self/maps");
+  std::vector<std::pair<std::uintptr_t, std::uintptr_t>> shared;
+  for (std::string line; std::getline(maps, line);) {
+    std::uintptr_t start = 0;
+    std::uintptr_t end = 0;
+    char rights[5] = "";
+    if (std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR " %4s", &start, &end, rights) != 3)
+      return false;
+    if (rights[1] == 'w' && rights[3] == 's') shared.emplace_back(start, end);
+  }
+  const bool was_read = maps.eof();
+  return was_read && std::all_of(shared.begin(), shared.end(), [](const auto& part) {
+           return munmap(reinterpret_cast<void*>(part.first), part.second - part.first) == 0;
+         });
+}
+
+// All that a new process of an evaluator gives up once and for all, for itself and for the
+// processes that it makes.
+bool leave_everything(int socket, pid_t evaluator, const EvaluatorLimits& limits) {
+  ignore_signals();
+  return die_with(evaluator) && drop_shared_memory() && shed_descriptors(socket) &&
+         confine(limits.memory, script_limit);
 }
 
 // Takes the next request. False when no more requests will come.
 bool evaluate_next(ScriptRunner& runner, Answer& answer) {
   Request request = {};
   std::string script;
-  const Descriptor message(receive_request(helper_socket, request, script));
-  if (message.get() < 0) return false;
+  std::string header;
+  if (!receive_request(helper_socket, request, script, header)) return false;
   answer.sequence = request.sequence;
-  answer.evaluation = runner.run(script, message.get(), request.size, request.received);
+  answer.evaluation = runner.run(script, header, request.size, request.received);
   return true;
 }
 
-void serve(int statm, ScriptRunner& runner) {
-  // The memory that the server had at the fork counts as the helper's, too.
-  const std::uint64_t size_at_start = memory_use(statm).resident;
+void serve(ScriptRunner& runner) {
   Answer answer;
   while (evaluate_next(runner, answer)) {
-    const std::uint64_t size = memory_use(statm).resident;
-    answer.growth = size - std::min(size, size_at_start);
     const std::string packet = encode(answer);
     if (send(helper_socket, packet.data(), packet.size(), MSG_NOSIGNAL) < 0) return;
   }
 }
 
-[[noreturn]] void be_helper(int socket, pid_t parent, const EvaluatorLimits& limits) {
-  if (!live_and_die_with(parent) || !shed_descriptors(socket)) _exit(not_confined);
+[[noreturn]] void be_helper(const SystemCallFilter& filter, const EvaluatorLimits& limits) {
+  (void)prctl(PR_SET_NAME, "quarrow-helper");  // for a list of processes
   const MemoryFile script_file;
-  const Descriptor statm(open("/proc/self/statm", O_RDONLY | O_CLOEXEC));
-  const Confinement confinement = {helper_socket, script_file.fd(), statm.get() + 1, limits.memory,
-                                   script_limit};
-  if (script_file.fd() < 0 || statm.get() < 0 || !confine(confinement)) _exit(not_confined);
+  if (script_file.fd() != helper_file || !filter.apply()) _exit(not_confined);
   ScriptRunner runner(script_file, limits.cached_scripts);
-  serve(statm.get(), runner);
+  serve(runner);
+  _exit(0);
+}
+
+// A message may do anything to a helper, but throwing through main() is no way to end one.
+template <typename Work>
+[[noreturn]] void end_with(const Work& work) {
+  try {
+    work();
+  } catch (...) {
+  }
+  std::abort();
+}
+
+// A process with the parent of this one, for which fork(2) has no way. No thread is there, and no
+// function waits for a fork.
+pid_t fork_sibling() {
+  return static_cast<pid_t>(syscall(SYS_clone, CLONE_PARENT | SIGCHLD, nullptr, 0, 0, 0));
+}
+
+// Becomes a helper in a process that the maker made.
+[[noreturn]] void start_work(int socket, pid_t evaluator, const SystemCallFilter& filter,
+                             const EvaluatorLimits& limits) {
+  if (!die_with(evaluator) || dup2(socket, helper_socket) < 0 ||
+      close_range(helper_socket + 1, ~0U, 0) != 0)
+    _exit(not_confined);
+  be_helper(filter, limits);
+}
+
+// Makes a helper and sends it off. False when the evaluator is gone.
+bool make_helper(pid_t evaluator, const SystemCallFilter& filter, const EvaluatorLimits& limits) {
+  int ends[2] = {-1, -1};
+  if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
+    return send_descriptor(helper_socket, -1, -1);
+  const Descriptor kept(ends[0]);
+  const Descriptor given(ends[1]);
+  if (!set_time_limit(kept.get(), limits.time)) return send_descriptor(helper_socket, -1, -1);
+  const pid_t helper = fork_sibling();
+  if (helper == 0) start_work(given.get(), evaluator, filter, limits);
+  return send_descriptor(helper_socket, helper, kept.get());
+}
+
+bool wait_for_order() {
+  std::int64_t number = 0;
+  (void)receive_descriptor(helper_socket, number);
+  return number >= 0;
+}
+
+[[noreturn]] void be_maker(int control, pid_t evaluator, const EvaluatorLimits& limits) {
+  (void)prctl(PR_SET_NAME, "quarrow-maker");
+  if (!leave_everything(control, evaluator, limits)) _exit(not_confined);
+  const SystemCallFilter filter(helper_socket, helper_file);
+  while (make_helper(evaluator, filter, limits) && wait_for_order()) continue;
   _exit(0);
 }
 
@@ -122,15 +206,29 @@ void prepare_for_message(std::string_view message) {
 }
 
 pid_t start_helper(int socket, const EvaluatorLimits& limits) {
-  const pid_t parent = getpid();
+  const pid_t evaluator = getpid();
   const pid_t helper = fork();
   if (helper != 0) return helper;
-  // A message may do anything to a helper, but throwing through main() is no way to end one.
-  try {
-    be_helper(socket, parent, limits);
-  } catch (...) {
-    std::abort();
-  }
+  end_with([&] {
+    if (!leave_everything(socket, evaluator, limits)) _exit(not_confined);
+    be_helper(SystemCallFilter(helper_socket, helper_file), limits);
+  });
+}
+
+pid_t start_helper_maker(int control, const EvaluatorLimits& limits) {
+  const pid_t evaluator = getpid();
+  const pid_t maker = fork();
+  if (maker != 0) return maker;
+  end_with([&] { be_maker(control, evaluator, limits); });
+}
+
+void order_helper(int control) { (void)send_descriptor(control, 1, -1); }
+
+bool set_time_limit(int socket, std::chrono::milliseconds time) {
+  const auto bounded = std::max(time, std::chrono::milliseconds(1));  // 0 would be no limit
+  const auto whole = std::chrono::duration_cast<std::chrono::seconds>(bounded);
+  const timeval limit = {whole.count(), std::chrono::microseconds(bounded - whole).count()};
+  return setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0;
 }
 
 }  // namespace Quarrow::Delivery

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <string_view>
 
 #include "quarrow/delivery/evaluator.h"
@@ -25,8 +26,20 @@ void prepare_for_message(std::string_view message);
 
 // Forks a helper that answers requests on `socket` (see wire.h) until the other end is closed or
 // this process ends. Gives its process id, or -1. Of this process's descriptors the helper keeps
-// only `socket`.
+// only `socket`, and none of its memory that others may write.
 pid_t start_helper(int socket, const EvaluatorLimits& limits);
+
+// Forks a process that makes helpers, each as a child of this process. It makes one at once and one
+// more for each order, and sends its process id, -1 if there is none, with its socket over
+// `control`, until the other end is closed. It sees no message: whatever a message does to a
+// helper, the next one is as new. Gives its process id, or -1.
+pid_t start_helper_maker(int control, const EvaluatorLimits& limits);
+
+// Orders another helper at the other end of `control`.
+void order_helper(int control);
+
+// Bounds each recv(2) on a socket.
+bool set_time_limit(int socket, std::chrono::milliseconds time);
 
 }  // namespace Quarrow::Delivery
 

@@ -1,9 +1,11 @@
 // Reading statm.
 #include "delivery/memory_use.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <string>
 
 #include "system/file_io.h"
 
@@ -16,6 +18,15 @@ MemoryUse memory_use(int statm) {
   char* resident = nullptr;
   const std::uint64_t address_space = std::strtoull(text, &resident, 10) * page_size;
   return {address_space, std::strtoull(resident, nullptr, 10) * page_size};
+}
+
+MemoryWatch::MemoryWatch(pid_t process)
+    : statm_(open(("/proc/" + std::to_string(process) + "/statm").c_str(), O_RDONLY | O_CLOEXEC)),
+      at_start_(memory_use(statm_.get()).resident) {}
+
+bool MemoryWatch::has_grown_by(std::uint64_t growth) const {
+  const std::uint64_t now = memory_use(statm_.get()).resident;
+  return at_start_ == 0 || now == 0 || now >= at_start_ + growth;
 }
 
 }  // namespace Quarrow::Delivery

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <linux/landlock.h>
+#include <linux/seccomp.h>
 #include <seccomp.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -10,13 +11,16 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <algorithm>
+#include <cstring>
 #include <memory>
+#include <string>
 #include <type_traits>
-#include <vector>
+#include <utility>
 
 #include "delivery/memory_use.h"
 #include "system/descriptor.h"
+#include "system/memory_file.h"
 
 namespace Quarrow::Delivery {
 namespace {
@@ -52,34 +56,43 @@ struct ConditionalCall {
 
 scmp_datum_t datum(int value) { return static_cast<scmp_datum_t>(value); }
 
-std::vector<ConditionalCall> conditional_calls(const Confinement& kept) {
+std::vector<ConditionalCall> conditional_calls(int socket, int writable_file) {
   const scmp_datum_t writing = datum(O_ACCMODE | O_CREAT | O_TRUNC | O_APPEND);
-  return {{SCMP_SYS(recvmsg), SCMP_A0(SCMP_CMP_EQ, datum(kept.socket))},
-          {SCMP_SYS(sendmsg), SCMP_A0(SCMP_CMP_EQ, datum(kept.socket))},
-          {SCMP_SYS(sendto), SCMP_A0(SCMP_CMP_EQ, datum(kept.socket))},
-          {SCMP_SYS(pwrite64), SCMP_A0(SCMP_CMP_EQ, datum(kept.writable_file))},
-          {SCMP_SYS(ftruncate), SCMP_A0(SCMP_CMP_EQ, datum(kept.writable_file))},
+  return {{SCMP_SYS(recvfrom), SCMP_A0(SCMP_CMP_EQ, datum(socket))},
+          {SCMP_SYS(sendto), SCMP_A0(SCMP_CMP_EQ, datum(socket))},
+          {SCMP_SYS(pwrite64), SCMP_A0(SCMP_CMP_EQ, datum(writable_file))},
+          {SCMP_SYS(ftruncate), SCMP_A0(SCMP_CMP_EQ, datum(writable_file))},
           // No other file can take the number of the writable file, or of the socket.
-          {SCMP_SYS(close), SCMP_A0(SCMP_CMP_GE, datum(kept.first_foreign_fd))},
+          {SCMP_SYS(close), SCMP_A0(SCMP_CMP_GT, datum(std::max(socket, writable_file)))},
           {SCMP_SYS(open), SCMP_A1(SCMP_CMP_MASKED_EQ, writing, O_RDONLY)},
           {SCMP_SYS(openat), SCMP_A2(SCMP_CMP_MASKED_EQ, writing, O_RDONLY)},
           {SCMP_SYS(mmap), SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)},
           {SCMP_SYS(mprotect), SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)}};
 }
 
-bool narrow_system_calls(const Confinement& kept) {
-  const Filter filter(seccomp_init(SCMP_ACT_KILL_PROCESS));
-  if (!filter) return false;
+Filter rules(int socket, int writable_file) {
+  Filter filter(seccomp_init(SCMP_ACT_KILL_PROCESS));
+  if (!filter) return nullptr;
   // As a binary tree, which the kernel goes through for each possible call when it takes the
   // filter.
   bool added = seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_OPTIMIZE, 2) == 0;
   for (const int call : harmless_calls)
     added &= seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, call, 0) == 0;
-  for (const ConditionalCall& call : conditional_calls(kept)) {
+  for (const ConditionalCall& call : conditional_calls(socket, writable_file)) {
     added &=
         seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, call.number, 1, &call.condition) == 0;
   }
-  return added && seccomp_load(filter.get()) == 0;
+  return added ? std::move(filter) : nullptr;
+}
+
+// The rules as the kernel takes them. libseccomp writes them to a file only.
+std::vector<sock_filter> compile(const Filter& rules) {
+  const MemoryFile file;
+  if (!rules || seccomp_export_bpf(rules.get(), file.fd()) != 0) return {};
+  const std::string bytes = file.read();
+  std::vector<sock_filter> program(bytes.size() / sizeof(sock_filter));
+  std::memcpy(program.data(), bytes.data(), program.size() * sizeof(sock_filter));
+  return program;
 }
 
 // In bytes.
@@ -96,28 +109,38 @@ bool limit(__rlimit_resource resource, rlim_t most) {
   return setrlimit(resource, &narrowed) == 0;
 }
 
-bool limit_resources(const Confinement& kept) {
-  return limit(RLIMIT_AS, address_space() + kept.memory) && limit(RLIMIT_CORE, 0) &&
-         limit(RLIMIT_FSIZE, kept.file_size) && limit(RLIMIT_NOFILE, most_descriptors);
+bool limit_resources(std::uint64_t memory, std::uint64_t file_size) {
+  return limit(RLIMIT_AS, address_space() + memory) && limit(RLIMIT_CORE, 0) &&
+         limit(RLIMIT_FSIZE, file_size) && limit(RLIMIT_NOFILE, most_descriptors);
 }
 
 // No rule allows anything. Files in memory are not in the file system and stay open to the process.
-// True, with nothing done, where there is no Landlock: in an old kernel, or in a container that
-// keeps it from us.
 bool leave_file_system() {
   landlock_ruleset_attr handled = {};
   handled.handled_access_fs = (LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1;  // all of the first version
-  const long ruleset = syscall(SYS_landlock_create_ruleset, &handled, sizeof handled, 0);
-  if (ruleset < 0) return errno == ENOSYS || errno == EOPNOTSUPP || errno == EPERM;
-  const Descriptor file(static_cast<int>(ruleset));
-  return syscall(SYS_landlock_restrict_self, file.get(), 0) == 0;
+  const Descriptor ruleset(
+      static_cast<int>(syscall(SYS_landlock_create_ruleset, &handled, sizeof handled, 0)));
+  return ruleset.get() >= 0 && syscall(SYS_landlock_restrict_self, ruleset.get(), 0) == 0;
 }
 
 }  // namespace
 
-bool confine(const Confinement& confinement) {
-  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && limit_resources(confinement) &&
-         leave_file_system() && narrow_system_calls(confinement);
+bool has_landlock() {
+  return syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) > 0;
+}
+
+bool confine(std::uint64_t memory, std::uint64_t file_size) {
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && limit_resources(memory, file_size) &&
+         (leave_file_system() || !has_landlock());
+}
+
+SystemCallFilter::SystemCallFilter(int socket, int writable_file)
+    : program_(compile(rules(socket, writable_file))) {}
+
+bool SystemCallFilter::apply() const {
+  const sock_fprog program = {static_cast<unsigned short>(program_.size()),
+                              const_cast<sock_filter*>(program_.data())};
+  return !program_.empty() && prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program, 0, 0) == 0;
 }
 
 }  // namespace Quarrow::Delivery

@@ -2,25 +2,39 @@
 #ifndef QUARROW_DELIVERY_SANDBOX_H_
 #define QUARROW_DELIVERY_SANDBOX_H_
 
+#include <linux/filter.h>
+
 #include <cstdint>
+#include <vector>
 
 namespace Quarrow::Delivery {
 
-// The means that a confined process keeps.
-struct Confinement {
-  int socket;               // the only socket that it may receive and send on
-  int writable_file;        // the only file that it may write, which is in memory
-  int first_foreign_fd;     // descriptors from this number on are not its own: it may close them
-  std::uint64_t memory;     // bytes of address space beyond those that it has now
-  std::uint64_t file_size;  // most bytes that the file may have
-};
+// Whether the kernel has Landlock, and lets us use it. Where it does not, in an old kernel or in
+// some containers, a confined process may open any file that its user may read.
+bool has_landlock();
 
-// Confines the calling process, which has one thread. From then on it can compute, use the means
-// that `confinement` names, and read descriptors that it has; another system call ends it with
-// SIGSYS. It can gain no privileges, make no process, open nothing for writing, and, where the
-// kernel has Landlock, open no file of the system at all: EACCES. False when that was not possible;
-// the process is partly confined then and must not go on.
-bool confine(const Confinement& confinement);
+// Confines the calling process, which has one thread, and those that it makes from then on: they
+// gain no privileges, have `memory` bytes of address space beyond those of now, leave no core
+// dumps, write files of at most `file_size` bytes, and open no file of the system where the kernel
+// has Landlock: EACCES. Files in memory stay open to a process. False when that was not possible.
+bool confine(std::uint64_t memory, std::uint64_t file_size);
+
+// The system calls that a process keeps, compiled for the kernel: they let it compute, use its own
+// two descriptors, and read others that it has. Any other call ends the process with SIGSYS. It can
+// make no process, run nothing, and open nothing for writing.
+class SystemCallFilter {
+ public:
+  // `socket` is the only socket that is received from and sent to, and `writable_file` the only
+  // file that is written. Descriptors above both are not the process's own: it may close them.
+  SystemCallFilter(int socket, int writable_file);
+
+  // Binds the calling process, which is confined and has one thread, for good. False when that was
+  // not possible.
+  bool apply() const;
+
+ private:
+  std::vector<sock_filter> program_;  // empty: could not be compiled
+};
 
 }  // namespace Quarrow::Delivery
 

@@ -27,8 +27,8 @@ int status_of(Deed deed) {
   const MemoryFile file;
   const pid_t child = fork();
   if (child == 0) {
-    const Confinement confinement = {file.fd(), file.fd(), file.fd() + 1, 200 << 20, 32768};
-    _exit(confine(confinement) ? deed(file) : could_not_confine);
+    const SystemCallFilter filter(file.fd(), file.fd());
+    _exit(confine(200 << 20, 32768) && filter.apply() ? deed(file) : could_not_confine);
   }
   int status = 0;
   EXPECT_EQ(child, waitpid(child, &status, 0));

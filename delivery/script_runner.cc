@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-#include "delivery/header_end.h"
 #include "delivery/unread_header.h"
 
 namespace Quarrow::Delivery {
@@ -23,14 +22,12 @@ Evaluation not_done(Evaluation::Outcome outcome, const char* reason) {
 ScriptRunner::ScriptRunner(const MemoryFile& file, std::size_t cached_scripts)
     : file_(file), cached_scripts_(std::max<std::size_t>(cached_scripts, 1)) {}
 
-Evaluation ScriptRunner::run(const std::string& script, int message_fd, std::uint64_t size,
-                             std::int64_t received) {
+Evaluation ScriptRunner::run(const std::string& script, const std::string& header,
+                             std::uint64_t size, std::int64_t received) {
   Compiled& user = compiled(script);
   if (!user.matcher)
     return not_done(Evaluation::Outcome::bad_script, "the script is empty or does not compile");
-  const auto header = read_header(message_fd);
-  if (!header) return not_done(Evaluation::Outcome::failed, "the message can't be read");
-  const auto message = MimePart::parse(header->data(), header->size());
+  const auto message = MimePart::parse(header.data(), header.size());
   Evaluation evaluation;
   evaluation.outcome = Evaluation::Outcome::done;
   evaluation.result = user.matcher->Match(message.get(), size, received);

@@ -22,8 +22,9 @@ class ScriptRunner {
   // compiled; 0 counts as 1.
   ScriptRunner(const MemoryFile& file, std::size_t cached_scripts);
 
-  // Runs `script`, in its execution form, over the message in `message_fd`.
-  Evaluation run(const std::string& script, int message_fd, std::uint64_t size,
+  // Runs `script`, in its execution form, over the message whose header block is `header`, whose
+  // size is `size` bytes and which was received at `received`, in seconds since the epoch.
+  Evaluation run(const std::string& script, const std::string& header, std::uint64_t size,
                  std::int64_t received);
 
  private:

@@ -1,12 +1,15 @@
 // Both ends are the same program: numbers travel as they are in memory.
 #include "delivery/wire.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "system/packet.h"
@@ -16,27 +19,46 @@ namespace {
 
 using Outcome = Evaluation::Outcome;
 
-// Room for one descriptor beside a packet (cmsg(3)).
-union DescriptorSpace {
-  char bytes[CMSG_SPACE(sizeof(int))];
-  cmsghdr aligned;
+using Clock = std::chrono::steady_clock;
+
+// What a packet of a request may hold beside its head. A socket takes some 200 KB at once.
+constexpr std::size_t longest_piece = std::size_t{1} << 16U;
+
+// The beginning of a request's first packet; the script and the header's beginning follow.
+struct RequestHead {
+  Request request;
+  std::uint64_t script_size;
+  std::uint64_t header_size;
 };
 
-// The form in which the system takes and gives a packet of two parts, with room for a descriptor.
-msghdr system_form(iovec (&parts)[2], DescriptorSpace& space) {
+Sending send_packet(int socket, iovec* parts, std::size_t count, Clock::time_point deadline) {
   msghdr packet = {};
   packet.msg_iov = parts;
-  packet.msg_iovlen = 2;
-  packet.msg_control = space.bytes;
-  packet.msg_controllen = sizeof space.bytes;
-  return packet;
+  packet.msg_iovlen = count;
+  for (;;) {
+    if (sendmsg(socket, &packet, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0) return Sending::done;
+    if (errno == EINTR) continue;
+    if (errno != EAGAIN) return Sending::nobody_there;
+    if (!wait_until_ready(socket, POLLOUT, deadline)) return Sending::too_slow;
+  }
+}
+
+iovec part(const void* data, std::size_t size) { return {const_cast<void*>(data), size}; }
+
+iovec part(std::string_view text) { return part(text.data(), text.size()); }
+
+// Receives a packet as recv(2) does.
+ssize_t receive_packet(int socket, char* data, std::size_t size) {
+  for (;;) {
+    const ssize_t count = recv(socket, data, size, 0);
+    if (count >= 0 || errno != EINTR) return count;
+  }
 }
 
 std::string packet_of(const Answer& answer) {
   const Evaluation& evaluation = answer.evaluation;
   PacketWriter writer;
   writer.number(answer.sequence);
-  writer.number(answer.growth);
   writer.number(static_cast<std::uint64_t>(evaluation.outcome));
   writer.text(evaluation.reason);
   writer.text(evaluation.rule);
@@ -60,37 +82,47 @@ SieveAction read_action(PacketReader& reader) {
 
 }  // namespace
 
-bool send_request(int socket, const Request& request, const std::string& script, int message_fd) {
-  iovec parts[] = {{const_cast<Request*>(&request), sizeof request},
-                   {const_cast<char*>(script.data()), script.size()}};
-  DescriptorSpace space = {};
-  const msghdr message = system_form(parts, space);
-  cmsghdr* const head = CMSG_FIRSTHDR(&message);
-  head->cmsg_level = SOL_SOCKET;
-  head->cmsg_type = SCM_RIGHTS;
-  head->cmsg_len = CMSG_LEN(sizeof message_fd);
-  std::memcpy(CMSG_DATA(head), &message_fd, sizeof message_fd);
+bool wait_until_ready(int socket, short events, Clock::time_point deadline) {
+  pollfd waiting = {socket, events, 0};
   for (;;) {
-    const ssize_t sent = sendmsg(socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
-    if (sent >= 0 || errno != EINTR) return sent >= 0;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    const int ready =
+        poll(&waiting, 1, static_cast<int>(std::clamp<decltype(left)>(left, 0, 1000)));
+    if (ready > 0) return true;
+    if (ready < 0 && errno != EINTR) return false;
+    if (left <= 0) return false;
   }
 }
 
-int receive_request(int socket, Request& request, std::string& script) {
-  std::array<char, script_limit> text;
-  iovec parts[] = {{&request, sizeof request}, {text.data(), text.size()}};
-  DescriptorSpace space = {};
-  msghdr message = system_form(parts, space);
-  ssize_t count = 0;
-  do {
-    count = recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
-  } while (count < 0 && errno == EINTR);
-  const cmsghdr* const head = CMSG_FIRSTHDR(&message);
-  if (count < static_cast<ssize_t>(sizeof request) || head == nullptr) return -1;
-  script.assign(text.data(), static_cast<std::size_t>(count) - sizeof request);
-  int message_fd = -1;
-  std::memcpy(&message_fd, CMSG_DATA(head), sizeof message_fd);
-  return message_fd;
+Sending send_request(int socket, const Request& request, std::string_view script,
+                     std::string_view header, Clock::time_point deadline) {
+  const RequestHead head = {request, script.size(), header.size()};
+  iovec first[] = {part(&head, sizeof head), part(script), part(header.substr(0, longest_piece))};
+  Sending sending = send_packet(socket, first, std::size(first), deadline);
+  while (sending == Sending::done && header.size() > longest_piece) {
+    header.remove_prefix(longest_piece);
+    iovec piece = part(header.substr(0, longest_piece));
+    sending = send_packet(socket, &piece, 1, deadline);
+  }
+  return sending;
+}
+
+bool receive_request(int socket, Request& request, std::string& script, std::string& header) {
+  static std::array<char, sizeof(RequestHead) + script_limit + longest_piece> packet;
+  const ssize_t count = receive_packet(socket, packet.data(), packet.size());
+  RequestHead head;
+  if (count < static_cast<ssize_t>(sizeof head)) return false;
+  std::memcpy(&head, packet.data(), sizeof head);
+  request = head.request;
+  std::string_view rest(packet.data() + sizeof head, static_cast<std::size_t>(count) - sizeof head);
+  script = rest.substr(0, head.script_size);
+  header = rest.substr(script.size());
+  while (header.size() < head.header_size) {
+    const ssize_t more = receive_packet(socket, packet.data(), packet.size());
+    if (more <= 0) return false;
+    header.append(packet.data(), static_cast<std::size_t>(more));
+  }
+  return true;
 }
 
 std::string encode(const Answer& answer) {
@@ -98,7 +130,6 @@ std::string encode(const Answer& answer) {
   if (packet.size() <= answer_limit) return packet;
   Answer shorter;
   shorter.sequence = answer.sequence;
-  shorter.growth = answer.growth;
   shorter.evaluation.reason = "the result is too long";
   return packet_of(shorter);
 }
@@ -108,7 +139,6 @@ std::optional<Answer> decode(std::string_view packet) {
   PacketReader reader(packet);
   Answer answer;
   answer.sequence = reader.number();
-  answer.growth = reader.number();
   Evaluation& evaluation = answer.evaluation;
   evaluation.outcome =
       static_cast<Outcome>(reader.number(static_cast<std::uint64_t>(Outcome::failed)));

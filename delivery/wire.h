@@ -1,7 +1,8 @@
-// The packets between an evaluator and its helper process: one each way for each message.
+// The packets between an evaluator and its helper process.
 #ifndef QUARROW_DELIVERY_WIRE_H_
 #define QUARROW_DELIVERY_WIRE_H_
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -16,7 +17,8 @@ namespace Quarrow::Delivery {
 // A larger answer is not sent. The longest script's actions take two thirds of it.
 constexpr std::size_t answer_limit = 160000;
 
-// A message to evaluate. Its descriptor and the script's text follow in the same packet.
+// What to evaluate. The script and the message's header block follow; the helper gets no descriptor
+// of the message, so that it can neither read nor change the rest.
 struct Request {
   std::uint64_t sequence;  // comes back in the answer
   std::uint64_t size;      // of the message, in bytes
@@ -25,16 +27,21 @@ struct Request {
 
 struct Answer {
   std::uint64_t sequence = 0;
-  std::uint64_t growth = 0;  // bytes of memory in use by the helper beyond those at its start
   Evaluation evaluation;
 };
 
-// Sends a request. False when the helper is not there any more.
-bool send_request(int socket, const Request& request, const std::string& script, int message_fd);
+enum class Sending { done, nobody_there, too_slow };
 
-// Waits for a request and receives it into `request` and `script`. Gives the message's descriptor,
-// which is the caller's to close; negative when there won't be a request any more.
-int receive_request(int socket, Request& request, std::string& script);
+// Waits until `socket` is ready for `events` of poll(2), or its other end is closed. False when
+// that does not happen before `deadline`.
+bool wait_until_ready(int socket, short events, std::chrono::steady_clock::time_point deadline);
+
+// Sends a request in as many packets as it takes, before `deadline`.
+Sending send_request(int socket, const Request& request, std::string_view script,
+                     std::string_view header, std::chrono::steady_clock::time_point deadline);
+
+// Waits for a request and receives all of it. False when there won't be a request any more.
+bool receive_request(int socket, Request& request, std::string& script, std::string& header);
 
 // An answer as a packet. Its evaluation is replaced by a failure when it is too long.
 std::string encode(const Answer& answer);

@@ -23,7 +23,6 @@ SieveAction action(SieveAction::Type type, const std::string& mailbox, const std
 Answer full_answer() {
   Answer answer;
   answer.sequence = 7;
-  answer.growth = 1234567;
   answer.evaluation.outcome = Outcome::done;
   answer.evaluation.rule = "Rule";
   answer.evaluation.reason = "none";
@@ -37,7 +36,6 @@ TEST(Wire, AnAnswerComesBackAsItWas) {
   const auto answer = decode(encode(full_answer()));
   ASSERT_TRUE(answer);
   EXPECT_EQ(7U, answer->sequence);
-  EXPECT_EQ(1234567U, answer->growth);
   EXPECT_EQ(Outcome::done, answer->evaluation.outcome);
   EXPECT_EQ("Rule", answer->evaluation.rule);
   EXPECT_EQ("none", answer->evaluation.reason);

@@ -22,9 +22,18 @@ Evaluation failure(const char* reason) {
   return evaluation;
 }
 
+// All messages are one user's, and each evaluation is only told, not acted upon.
+Delivery::EvaluatorLimits limits_of_a_run() {
+  Delivery::EvaluatorLimits limits;
+  limits.messages = 100000;
+  limits.made_ahead = false;
+  return limits;
+}
+
 class IsolatedEvaluator : public MessageEvaluator {
  public:
-  explicit IsolatedEvaluator(std::string script) : script_(std::move(script)) {}
+  explicit IsolatedEvaluator(std::string script)
+      : script_(std::move(script)), evaluator_(limits_of_a_run()) {}
 
   Evaluation evaluate(const FoundMessage& message, std::time_t received) override {
     const std::uint64_t size = message.bytes.size();

@@ -18,6 +18,7 @@ struct DeliveryOptions {
   std::string folder;                                // in UTF-8; "" is the inbox
   std::uint64_t max_size = std::uint64_t{64} << 20;  // of the message, in bytes
   bool report_by_status = false;
+  bool require_landlock = false;
 };
 
 // The mail address of the user whose mail it is: the option or USER, with DOMAIN behind a name

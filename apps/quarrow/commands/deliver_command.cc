@@ -21,6 +21,7 @@
 #include "apps/quarrow/message_spool.h"
 #include "delivery/helper_process.h"
 #include "delivery/recipient_lookup.h"
+#include "delivery/sandbox.h"
 #include "delivery/trace_headers.h"
 #include "message_filters/mailbox_name.h"
 #include "quarrow/delivery/evaluator.h"
@@ -82,7 +83,9 @@ int deliver_to(const DeliveryOptions& options, const std::string& user, const st
   if (trace.is_loop)
     return refuse("5.4.6", "mail loop: delivered to " + recipient + " before", EX_NOPERM);
   Delivery::prepare_for_message(spool.bytes());
-  Evaluator evaluator;
+  Delivery::EvaluatorLimits limits;
+  limits.made_ahead = false;  // there is one message only
+  Evaluator evaluator(limits);
   const auto evaluate = [&evaluator](int message, std::uint64_t size, std::time_t received,
                                      const std::string& script) {
     auto evaluation = evaluator.evaluate(message, size, received, script);
@@ -100,6 +103,8 @@ int deliver(const Settings& settings, const DeliveryOptions& options) {
   if (!take_up_standard_descriptors())
     return complain("/dev/null", std::strerror(errno), EX_TEMPFAIL);
   exit_on_signals();
+  if (options.require_landlock && !Delivery::has_landlock())
+    return complain("kernel", "offers no Landlock, which --require-landlock asks for", EX_TEMPFAIL);
   const std::string user = user_of(options);
   if (user.empty())
     return complain("user", "not named in full; give -d alice@example.org, or USER and DOMAIN",
@@ -152,6 +157,8 @@ Run declare_deliver(CLI::App& app) {
       ->type_name("N")
       ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 40).description(""))
       ->capture_default_str();
+  app.add_flag("--require-landlock", options->require_landlock,
+               "Deliver nothing where the kernel can't keep the evaluation from files");
   app.add_flag("-e", options->report_by_status,
                "Report a rejection by the exit status; this is done in any case");
   return [options](const Settings& settings) { return deliver_or_try_again(settings, *options); };

@@ -6,6 +6,7 @@
 #ifndef QUARROW_DELIVERY_EVALUATOR_H_
 #define QUARROW_DELIVERY_EVALUATOR_H_
 
+#include <sched.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -14,6 +15,7 @@
 #include <ctime>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "quarrow/delivery/evaluation_outcome.h"
 
@@ -27,10 +29,16 @@ struct EvaluatorLimits {
   // The time for one message, after which the helper is killed. Hostile headers take less than a
   // second, and the rules of nearly all users less than a millisecond.
   std::chrono::milliseconds time{2000};
-  // A helper is replaced after this number of messages, so that no process lives for ever.
-  std::uint64_t messages = 100000;
+  // A helper is replaced after this number of messages. A message that takes its helper over can
+  // read, and decide about, only those that come after it to the same helper.
+  std::uint64_t messages = 32;
+  // Whether helpers are made by a process that was forked when the evaluator was made, so that they
+  // hold nothing of later messages, and the next one is made while the caller stores a message.
+  // Otherwise the caller is forked when a helper is needed, which suits few messages or those of
+  // one user.
+  bool made_ahead = true;
   // A helper is replaced when, after a message, it uses this number of bytes of memory more than at
-  // its start.
+  // its start, or that can't be told.
   std::uint64_t growth = std::uint64_t{64} << 20;
   // The number of scripts that stay compiled: the scripts of the users who got mail last. A
   // compiled script takes about 70 KiB.
@@ -40,6 +48,9 @@ struct EvaluatorLimits {
   // before it puts the new script in place.
   std::chrono::milliseconds script_wait{200};
 };
+
+class HelperSupply;
+class MemoryWatch;
 
 // Evaluates messages through one helper process. The helper is started before the first message,
 // and replaced when it dies, hangs, answers nonsense, has served its messages or has grown. It is
@@ -65,23 +76,30 @@ class Evaluator {
   // more messages. If a message comes nevertheless, it gets a new helper.
   void dismiss();
 
-  // The helper's process id, for a caller that watches its processes; -1 when no helper could be
-  // started.
-  pid_t helper() const { return helper_; }
+  // The process id of the helper that the next message goes to, for a caller that watches its
+  // processes; -1 when there is none yet.
+  pid_t helper() const { return socket_ >= 0 ? helper_ : -1; }
 
  private:
+  using Clock = std::chrono::steady_clock;
+
+  Evaluation evaluate_header(std::string_view header, std::uint64_t size, std::time_t received,
+                             const std::string& script);
   void start();
-  std::string stop();     // gives how the helper ended, for a log
-  std::string replace();  // gives how the old helper ended
-  Evaluation receive();
-  // Replaces the helper. Where `reason` is empty, the end of the old helper is the reason.
+  std::string stop();  // gives how the helper ended, for a log
+  Evaluation receive(Clock::time_point deadline);
+  Evaluation too_slow();
+  // Ends the helper. Where `reason` is empty, its end is the reason.
   Evaluation failure(const std::string& reason);
 
   const EvaluatorLimits limits_;
+  cpu_set_t allowed_;  // where this process may run
+  std::unique_ptr<HelperSupply> supply_;
   pid_t helper_ = -1;
-  int socket_ = -1;             // to the helper
-  std::uint64_t served_ = 0;    // messages by this helper
-  std::uint64_t sequence_ = 0;  // number of the latest request
+  int socket_ = -1;                      // to the helper
+  std::unique_ptr<MemoryWatch> memory_;  // of a helper that serves more than one message
+  std::uint64_t served_ = 0;             // messages by this helper
+  std::uint64_t sequence_ = 0;           // number of the latest request
   // Room for an answer. It is not initialized: an answer is short, and filling the whole room would
   // take longer than an evaluation.
   const std::unique_ptr<char[]> packet_;
