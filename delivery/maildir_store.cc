@@ -61,23 +61,23 @@ std::string host_in_file_names(const std::string& host) {
   return text;
 }
 
-int copy_contents(const MessageFile& message, int target) {
-  std::array<char, 65536> buffer;
-  std::uint64_t done = 0;
-  while (done < message.size) {
-    const auto want = std::min<std::uint64_t>(buffer.size(), message.size - done);
-    const ssize_t got = read_at(message.fd, buffer.data(), want, done);
-    if (got < 0) return errno;
-    if (got == 0) return EIO;  // shorter than promised: never take a part for the whole
-    if (!write_all(target, {buffer.data(), static_cast<std::size_t>(got)})) return errno;
-    done += static_cast<std::uint64_t>(got);
-  }
-  return 0;
-}
-
+// The lines that are added go out with the first block: most messages take one write.
 int write_message(const MessageFile& message, int target) {
-  if (!write_all(target, message.added_headers)) return errno;
-  if (const int error = copy_contents(message, target)) return error;
+  constexpr std::uint64_t most_at_once = 65536;
+  std::string block = message.added_headers;
+  std::uint64_t done = 0;
+  do {
+    const std::size_t held = block.size();
+    const auto want = std::min(most_at_once, message.size - done);
+    block.resize(held + want);
+    const ssize_t got = want == 0 ? 0 : read_at(message.fd, block.data() + held, want, done);
+    if (got < 0) return errno;
+    if (got == 0 && want > 0) return EIO;  // shorter than promised: never take a part for the whole
+    block.resize(held + static_cast<std::size_t>(got));
+    if (!write_all(target, block)) return errno;
+    done += static_cast<std::uint64_t>(got);
+    block.clear();
+  } while (done < message.size);
   return sync(target);
 }
 

@@ -68,7 +68,7 @@ DeliveryHandler::DeliveryHandler(Places places, Delivery::Evaluate evaluate,
     : places_(std::move(places)),
       evaluate_(std::move(evaluate)),
       metrics_(metrics),
-      spool_(places_.spool) {}
+      spool_(places_.spool, places_.most_in_memory) {}
 
 Reply DeliveryHandler::check_recipient(const std::string& recipient) {
   const RecipientLookup lookup = look_up(recipient);

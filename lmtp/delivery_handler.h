@@ -2,6 +2,7 @@
 #ifndef QUARROW_LMTP_DELIVERY_HANDLER_H_
 #define QUARROW_LMTP_DELIVERY_HANDLER_H_
 
+#include <cstdint>
 #include <ctime>
 #include <string>
 
@@ -10,6 +11,7 @@
 #include "lmtp/delivery_counters.h"
 #include "lmtp/delivery_record.h"
 #include "lmtp/evaluation_memory.h"
+#include "lmtp/limits.h"
 #include "lmtp/session.h"
 #include "lmtp/spool.h"
 #include "quarrow/delivery/mailbox_delivery.h"
@@ -24,6 +26,7 @@ struct Places {
   // Any of these characters begins the extension of an address; empty: none does.
   std::string recipient_delimiter = {};
   Delivery::AddressCase address_case = Delivery::AddressCase::folded;
+  std::uint64_t most_in_memory = Limits{}.in_memory;  // bytes of a message that is not spooled
 };
 
 // Delivers a session's messages. Users are looked up as look_up_recipient does it; the root itself

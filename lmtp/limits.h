@@ -45,9 +45,10 @@ constexpr std::size_t most_told_folders = 10;
 
 // The bounds that an administrator may set.
 struct Limits {
-  std::uint64_t message = 64U << 20U;  // octets on the wire, with CRLF line ends (RFC 1870)
-  std::size_t line = 1000;             // octets of a line with its CRLF (RFC 5321, 4.5.3.1.6)
-  std::size_t recipients = 1000;       // of one message; RFC 5321 asks for 100
+  std::uint64_t message = 64U << 20U;   // octets on the wire, with CRLF line ends (RFC 1870)
+  std::size_t line = 1000;              // octets of a line with its CRLF (RFC 5321, 4.5.3.1.6)
+  std::size_t recipients = 1000;        // of one message; RFC 5321 asks for 100
+  std::uint64_t in_memory = 1U << 20U;  // bytes of a message that is kept off the disk
 };
 
 }  // namespace Quarrow::Lmtp

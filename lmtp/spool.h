@@ -1,4 +1,4 @@
-// The message that is coming in, in a file without a name.
+// The message that is coming in, in memory or in a file without a name.
 #ifndef QUARROW_LMTP_SPOOL_H_
 #define QUARROW_LMTP_SPOOL_H_
 
@@ -13,13 +13,14 @@ namespace Quarrow::Lmtp {
 // the client keeps the message until it has a reply.
 class Spool {
  public:
-  // The file is made in `folder`.
-  explicit Spool(std::string folder) : folder_(std::move(folder)) {}
-  ~Spool() { close(); }
+  // A message of more than `most_in_memory` bytes is in a file in `folder`.
+  Spool(std::string folder, std::uint64_t most_in_memory)
+      : folder_(std::move(folder)), most_in_memory_(most_in_memory) {}
+  ~Spool();
   Spool(const Spool&) = delete;
   Spool& operator=(const Spool&) = delete;
 
-  // Starts anew with an empty file. False, with errno set, when no file can be made.
+  // Starts anew with an empty file. False, with errno set, when none can be made.
   bool open();
 
   // Appends. False, with errno set, when not all was written: the disk is full, or fails.
@@ -29,7 +30,7 @@ class Spool {
   // it can't be read.
   std::string header() const;
 
-  // Gives the file's room back.
+  // Gives the message's room back.
   void close();
 
   // The file, -1 when none is open, and the number of bytes in it.
@@ -37,8 +38,13 @@ class Spool {
   std::uint64_t size() const { return size_; }
 
  private:
+  bool move_to_disk();
+  void empty_memory() const;
+
   const std::string folder_;
-  int fd_ = -1;
+  const std::uint64_t most_in_memory_;
+  int memory_ = -1;  // made once, emptied for each message
+  int fd_ = -1;      // memory_, or the file in the folder
   std::uint64_t size_ = 0;
 };
 

@@ -2,6 +2,7 @@
 #include "lmtp/spool.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "lmtp/limits.h"
 #include "system/file_io.h"
@@ -16,19 +17,51 @@ std::string text_in(const Spool& spool) {
   return text;
 }
 
+constexpr std::uint64_t most_in_memory = 6;
+
 TEST(Spool, KeepsWhatIsAddedWithoutAName) {
   const TemporaryFolder folder;
-  Spool spool(folder.path());
+  Spool spool(folder.path(), most_in_memory);
   ASSERT_TRUE(spool.open());
   EXPECT_TRUE(spool.add("one\n", 4));
   EXPECT_TRUE(spool.add("two\n", 4));
   EXPECT_EQ("one\ntwo\n", text_in(spool));
+  EXPECT_EQ(8U, spool.size());
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+// The device that the spool's file is on.
+dev_t device_of(const Spool& spool) {
+  struct stat status {};
+  EXPECT_EQ(0, fstat(spool.fd(), &status));
+  return status.st_dev;
+}
+
+dev_t device_of(const TemporaryFolder& folder) {
+  struct stat status {};
+  EXPECT_EQ(0, stat(folder.path().c_str(), &status));
+  return status.st_dev;
+}
+
+TEST(Spool, OnlyWhatIsTooLargeForMemoryIsOnTheDisk) {
+  const TemporaryFolder folder;
+  Spool spool(folder.path(), most_in_memory);
+  for (int message = 0; message < 3; ++message) {
+    ASSERT_TRUE(spool.open() && spool.add("123456", 6));
+    EXPECT_NE(device_of(folder), device_of(spool));
+    ASSERT_TRUE(spool.add("7", 1));
+    EXPECT_EQ(device_of(folder), device_of(spool));
+    ASSERT_TRUE(spool.add("8", 1));
+    EXPECT_EQ("12345678", text_in(spool));
+  }
+  Spool on_disk(folder.path(), 0);
+  ASSERT_TRUE(on_disk.open() && on_disk.add("1", 1));
+  EXPECT_EQ(device_of(folder), device_of(on_disk));
 }
 
 TEST(Spool, GivesTheBeginningOfAMessage) {
   const TemporaryFolder folder;
-  Spool spool(folder.path());
+  Spool spool(folder.path(), most_in_memory);
   EXPECT_EQ("", spool.header());
   ASSERT_TRUE(spool.open() && spool.add("short", 5));
   EXPECT_EQ("short", spool.header());
@@ -39,17 +72,22 @@ TEST(Spool, GivesTheBeginningOfAMessage) {
 
 TEST(Spool, StartsAnew) {
   const TemporaryFolder folder;
-  Spool spool(folder.path());
-  ASSERT_TRUE(spool.open() && spool.add("one", 3) && spool.open());
-  EXPECT_EQ(0U, spool.size());
-  EXPECT_EQ("", text_in(spool));
+  Spool spool(folder.path(), most_in_memory);
+  for (const std::string message : {"one", "message"}) {
+    ASSERT_TRUE(spool.open() && spool.add(message.data(), message.size()) && spool.open());
+    EXPECT_EQ(0U, spool.size());
+    EXPECT_EQ("", text_in(spool));
+    ASSERT_TRUE(spool.add("next", 4));
+    EXPECT_EQ("next", text_in(spool));
+  }
 }
 
 TEST(Spool, SaysThatItHasNoPlace) {
   const TemporaryFolder folder;
-  Spool spool(folder.file("missing"));
-  EXPECT_FALSE(spool.open());
+  Spool spool(folder.file("missing"), most_in_memory);
   EXPECT_FALSE(spool.add("x", 1));
+  EXPECT_TRUE(spool.open() && spool.add("123456", 6));
+  EXPECT_FALSE(spool.add("7", 1));
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 
 #include "apps/quarrow-lmtpd/options.h"
 #include "delivery/helper_process.h"
+#include "delivery/sandbox.h"
 #include "lmtp/delivery_counters.h"
 #include "lmtp/delivery_handler.h"
 #include "lmtp/inspection.h"
@@ -41,7 +42,7 @@ class LmtpServer {
   // Serves until it is told to stop; gives the exit status.
   int run() {
     Server::DaemonHooks hooks;
-    hooks.prepare = prepare;
+    hooks.prepare = [this] { return prepare(); };
     hooks.inspect = [this] { tell_faults(); };
     hooks.start_worker = [this] { return start_worker(); };
     hooks.reload = [this] { return reload(); };
@@ -51,7 +52,9 @@ class LmtpServer {
 
  private:
   // Loads what the evaluation needs, for all workers at once; why that failed, if it did.
-  static std::string prepare() {
+  std::string prepare() const {
+    if (options_.require_landlock && !Delivery::has_landlock())
+      return "the kernel offers no Landlock, which --require-landlock asks for";
     try {
       Delivery::prepare_for_helpers();
     } catch (const std::runtime_error& error) {
@@ -62,6 +65,10 @@ class LmtpServer {
 
   // Clients are asked to try again until the faults are mended, so that no mail is lost.
   void tell_faults() const {
+    if (!Delivery::has_landlock())
+      Server::log_warning(
+          "the kernel offers no Landlock: a message that took the evaluation of rules over could "
+          "read all files that the server's user may read; --require-landlock refuses to start");
     for (const std::string& fault : Lmtp::faults_of(options_.root, options_.spool))
       Server::log_error(fault);
   }
@@ -74,8 +81,9 @@ class LmtpServer {
       return evaluator->evaluate(fd, size, received, script);
     };
     return [this, evaluate](Server::Output output) {
-      const Lmtp::Places places{options_.root, options_.spool, options_.host_name,
-                                options_.recipient_delimiter, options_.address_case};
+      const Lmtp::Places places{options_.root,         options_.spool,
+                                options_.host_name,    options_.recipient_delimiter,
+                                options_.address_case, options_.limits.in_memory};
       auto handler = std::make_unique<DeliveryHandler>(places, evaluate, counters_);
       return std::make_unique<Session>(std::move(handler), options_.limits, options_.host_name,
                                        std::move(output));

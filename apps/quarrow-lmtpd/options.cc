@@ -121,7 +121,7 @@ void declare_mail(CLI::App& app, Options& options) {
       ->type_name("DIR")
       ->check(emptiness)
       ->capture_default_str();
-  app.add_option("--spool", options.spool, "Folder of messages that are coming in")
+  app.add_option("--spool", options.spool, "Folder of large messages that are coming in")
       ->type_name("DIR")
       ->check(emptiness)
       ->capture_default_str();
@@ -162,6 +162,8 @@ void declare_limits(CLI::App& app, Options& options, Written& written) {
   constexpr std::uint64_t tebibyte = std::uint64_t{1} << 40U;
   declare_number(app, "--max-size", options.limits.message, "Largest message, in bytes", 1,
                  tebibyte);
+  declare_number(app, "--max-in-memory", options.limits.in_memory,
+                 "Largest message, in bytes, that is in memory while it comes in", 0, tebibyte);
   declare_number(app, "--max-line", options.limits.line,
                  "Longest line of a message, in bytes with its line end", 2, tebibyte);
   declare_number(app, "--max-recipients", options.limits.recipients, "Most recipients of a message",
@@ -170,6 +172,10 @@ void declare_limits(CLI::App& app, Options& options, Written& written) {
                  "Seconds that rules may take over a message", 1, 600);
   declare_number(app, "--evaluation-memory", written.mebibytes,
                  "MiB of memory that rules may take over a message", 160, 65536);
+  declare_number(app, "--helper-messages", options.evaluation.messages,
+                 "Messages that one helper process runs rules over", 1, 1000000);
+  app.add_flag("--require-landlock", options.require_landlock,
+               "Do not start where the kernel can't keep helper processes from files");
 }
 
 void declare_clients(CLI::App& app, Options& options, Written& written) {

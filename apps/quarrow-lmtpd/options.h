@@ -21,6 +21,7 @@ struct Options {
   Delivery::AddressCase address_case = Delivery::AddressCase::folded;
   Lmtp::Limits limits;
   Delivery::EvaluatorLimits evaluation;
+  bool require_landlock = false;
 };
 
 // The outcome of reading the arguments.

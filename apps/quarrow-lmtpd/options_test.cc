@@ -32,37 +32,26 @@ const struct {
                 {"--busy-patience", {"20"}},
                 {"--max-clients-per-address", {"7"}},
                 {"--max-size", {"1000"}},
+                {"--max-in-memory", {"5000"}},
                 {"--max-line", {"2000"}},
                 {"--max-recipients", {"30"}},
                 {"--evaluation-time", {"5"}},
-                {"--evaluation-memory", {"256"}}};
+                {"--evaluation-memory", {"256"}},
+                {"--helper-messages", {"9"}}};
 
 // The options that take a value, and the name of the value in the help.
 const struct {
   const char* option;
   const char* value;
-} options_with_values[] = {{"--config", "FILE"},
-                           {"--listen", "SOCKET"},
-                           {"--socket-mode", "MODE"},
-                           {"--socket-group", "GROUP"},
-                           {"--user", "USER"},
-                           {"--root", "DIR"},
-                           {"--spool", "DIR"},
-                           {"--host-name", "NAME"},
-                           {"--recipient-delimiter", "CHARS"},
-                           {"--metrics", "FILE"},
-                           {"--log", "stderr|syslog"},
-                           {"--workers", "N"},
-                           {"--max-size", "N"},
-                           {"--max-line", "N"},
-                           {"--max-recipients", "N"},
-                           {"--client-patience", "N"},
-                           {"--transaction-time", "N"},
-                           {"--busy-patience", "N"},
-                           {"--health", "SOCKET"},
-                           {"--max-clients-per-address", "N"},
-                           {"--evaluation-time", "N"},
-                           {"--evaluation-memory", "N"}};
+} options_with_values[] = {
+    {"--config", "FILE"},        {"--listen", "SOCKET"},       {"--socket-mode", "MODE"},
+    {"--socket-group", "GROUP"}, {"--user", "USER"},           {"--root", "DIR"},
+    {"--spool", "DIR"},          {"--host-name", "NAME"},      {"--recipient-delimiter", "CHARS"},
+    {"--metrics", "FILE"},       {"--log", "stderr|syslog"},   {"--workers", "N"},
+    {"--max-size", "N"},         {"--max-in-memory", "N"},     {"--max-line", "N"},
+    {"--max-recipients", "N"},   {"--client-patience", "N"},   {"--transaction-time", "N"},
+    {"--busy-patience", "N"},    {"--health", "SOCKET"},       {"--max-clients-per-address", "N"},
+    {"--evaluation-time", "N"},  {"--evaluation-memory", "N"}, {"--helper-messages", "N"}};
 
 Parsed parse(std::vector<const char*> arguments) {
   arguments.insert(arguments.begin(), "quarrow-lmtpd");
@@ -117,6 +106,8 @@ void expect_settings(const Parsed& parsed) {
   EXPECT_EQ(seconds(600), options.server.patience.silence);
   EXPECT_EQ(seconds(900), options.server.patience.transaction);
   EXPECT_EQ(seconds(20), options.server.patience.when_busy);
+  EXPECT_EQ(5000U, options.limits.in_memory);
+  EXPECT_EQ(9U, options.evaluation.messages);
   EXPECT_EQ(7U, options.server.clients_per_address);
   EXPECT_EQ(1000U, options.limits.message);
   EXPECT_EQ(2000U, options.limits.line);
