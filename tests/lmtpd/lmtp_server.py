@@ -160,6 +160,12 @@ class Daemon:
         return [child for child in children(self.process.pid)
                 if name_of(child) not in ("inspection", None)]
 
+    def helpers(self):
+        """The processes that evaluate: one with messages, perhaps, and one that waits for each
+        worker."""
+        return [child for worker in self.workers() for child in children(worker)
+                if name_of(child) == "quarrow-helper"]
+
     def signal(self, number):
         self.process.send_signal(number)
 

@@ -2,7 +2,8 @@
 and messages during which their helper is killed.
 
 Such mail belongs in the inbox, with a note. The server knows nothing of this: the scripts are
-hand-written ones, and a kill is aimed at the helper that has a certain message open.
+hand-written ones, and a kill is aimed at a helper that is busy with one message for so long as only
+a certain message takes.
 """
 import contextlib
 import itertools
@@ -22,7 +23,8 @@ if header :regex "subject" "%b" { stop; }
 """ % (b"(" * 30000)
 # Stands behind the rules. Each star tries every place behind the one before it, for ages.
 HEAVY_TEST = b'if header :matches "x-weight" "' + b"*a" * 13 + b'*b" { discard; }\n'
-WEIGHT = b"X-Weight: " + b"a" * 900  # a helper with this is killed
+WEIGHT = b"X-Weight: " + b"a" * 900
+HEAVY = 0.3  # seconds of processor time for one message; ordinary ones take milliseconds
 
 SIGNALS = [signal.SIGSEGV, signal.SIGBUS, signal.SIGABRT, signal.SIGKILL]
 
@@ -37,14 +39,12 @@ def message_text(number):
                        b"Subject: Heavy", WEIGHT, b"", b"Heavy", b""])
 
 
-def has_heavy_message(process):
-    """Whether the process is a helper that evaluates one of the messages."""
-    with contextlib.suppress(OSError):  # the process ends, or closes one of them, meanwhile
-        for path in pathlib.Path(f"/proc/{process}/fd").iterdir():
-            with contextlib.suppress(OSError), open(path, "rb") as file:
-                if WEIGHT in file.read(4096):
-                    return True
-    return False
+def busy_since_it_waited(process):
+    """How often the process has waited for something, and the processor time that it has had."""
+    status = pathlib.Path(f"/proc/{process}/status").read_text()
+    waits = int(re.search(r"^voluntary_ctxt_switches:\s*(\d+)", status, re.MULTILINE)[1])
+    times = pathlib.Path(f"/proc/{process}/stat").read_text().rpartition(") ")[2].split()[11:13]
+    return waits, sum(map(int, times)) / os.sysconf("SC_CLK_TCK")
 
 
 class Crashes:
@@ -54,6 +54,7 @@ class Crashes:
         self._system = system
         self._numbers = itertools.count()
         self._signals = itertools.cycle(SIGNALS)
+        self._first_seen = {}  # the time that a helper had, by the helper and how often it waited
         self.killed = set()
         for user in WITH_A_CRASHING_SCRIPT:
             self._script(user).write_bytes(CRASHING_SCRIPT)
@@ -75,11 +76,17 @@ class Crashes:
 
     def kill(self):
         """Kills each helper that evaluates a heavy message."""
-        for helper in filter(has_heavy_message, self._system.lmtp.helpers()):
-            if helper not in self.killed:  # a signal may take its time
+        for helper in self._system.lmtp.helpers():
+            if helper not in self.killed and self._is_at_it(helper):  # a signal may take its time
                 with contextlib.suppress(ProcessLookupError):
                     os.kill(helper, next(self._signals))
                 self.killed.add(helper)
+
+    def _is_at_it(self, helper):
+        with contextlib.suppress(OSError, TypeError):  # the process ends meanwhile
+            waits, time = busy_since_it_waited(helper)
+            return time - self._first_seen.setdefault((helper, waits), time) > HEAVY
+        return False
 
 
 def ends_evaluation(user, mail):
