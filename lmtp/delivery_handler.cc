@@ -85,6 +85,10 @@ Reply DeliveryHandler::check_recipient(const std::string& recipient) {
   return {451, "4.3.0", "Users can't be looked up now"};
 }
 
+std::string DeliveryHandler::spelling_of(const std::string& recipient) const {
+  return Delivery::user_spelling(recipient, places_.address_case);
+}
+
 bool DeliveryHandler::open_message() {
   received_ = std::time(nullptr);
   evaluations_.begin_message();

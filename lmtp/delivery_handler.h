@@ -39,6 +39,9 @@ class DeliveryHandler : public Handler {
   // 250 2.1.5; 550 5.1.1 for an unknown user; 451 4.3.0 when that can't be told now.
   Reply check_recipient(const std::string& recipient) override;
 
+  // As users are looked up: extensions tell recipients apart, though they have one user.
+  std::string spelling_of(const std::string& recipient) const override;
+
   bool open_message() override;
   bool add(const char* data, std::size_t size) override;
 

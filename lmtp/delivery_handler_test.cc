@@ -90,6 +90,21 @@ TEST_F(DeliveryHandlerTest, TakesAnAddressWithAnExtensionAsTheUsers) {
   EXPECT_NE(std::string::npos, stored("new").find("Delivered-To: alice+lists@example.org\n"));
 }
 
+TEST_F(DeliveryHandlerTest, TellsRecipientsApartAsUsersAreLookedUp) {
+  const auto spelling_of = [this](const std::string& recipient, Delivery::AddressCase kind) {
+    const DeliveryHandler handler({folder_.path(), folder_.path(), "mx.example.org", "+", kind},
+                                  nullptr, metrics_);
+    return handler.spelling_of(recipient);
+  };
+  using Delivery::AddressCase;
+  EXPECT_EQ(spelling_of(user, AddressCase::folded),
+            spelling_of("Alice@EXAMPLE.org", AddressCase::folded));
+  EXPECT_NE(spelling_of(user, AddressCase::kept),
+            spelling_of("Alice@EXAMPLE.org", AddressCase::kept));
+  for (const char* const other : {"alice+lists@example.org", "bob@example.org"})
+    EXPECT_NE(spelling_of(user, AddressCase::folded), spelling_of(other, AddressCase::folded));
+}
+
 TEST_F(DeliveryHandlerTest, AUserWhoseNameHasADelimiterComesFirst) {
   std::filesystem::create_directories(folder_.path() + "/example.org/alice+lists");
   EXPECT_EQ(250, deliver(done({}), "Subject: x\n\nbody\n", "alice+lists@example.org").code);

@@ -258,14 +258,16 @@ std::optional<Reply> Session::refusal_of_message() const {
   return std::nullopt;
 }
 
-// A recipient that was named twice gets the message once, and both replies are of that delivery.
+// A recipient that was named twice, be it in two spellings, gets the message once, and both replies
+// are of that delivery.
 void Session::end_message() {
   const auto refusal = refusal_of_message();
   std::map<std::string, Reply> outcomes;
   for (const std::string& recipient : envelope_.recipients) {
-    if (outcomes.count(recipient) == 0)
-      outcomes[recipient] = refusal ? *refusal : handler_->deliver(envelope_, recipient);
-    const Reply& outcome = outcomes[recipient];
+    const std::string spelling = handler_->spelling_of(recipient);
+    if (outcomes.count(spelling) == 0)
+      outcomes[spelling] = refusal ? *refusal : handler_->deliver(envelope_, recipient);
+    const Reply& outcome = outcomes[spelling];
     reply(outcome.code, outcome.status, outcome.text);
     flush();           // a client need not wait for, nor repeat, a delivery that is done
     if (over_) break;  // it is gone, and will repeat the recipients without a reply

@@ -33,6 +33,10 @@ class Handler {
   // Looks for the mailbox of `recipient`: 250, or the refusal.
   virtual Reply check_recipient(const std::string& recipient) = 0;
 
+  // `recipient` in the spelling by which recipients are told apart: two spellings of one address
+  // give the same.
+  virtual std::string spelling_of(const std::string& recipient) const = 0;
+
   // Makes room for a new message, and forgets the last one. False when there is no room.
   virtual bool open_message() = 0;
 

@@ -183,6 +183,19 @@ TEST(Session, AnswersTwiceForARecipientNamedTwice) {
   EXPECT_EQ(2U, test.handler.deliveries.size());
 }
 
+TEST(Session, AnswersTwiceForARecipientNamedInTwoSpellings) {
+  TestSession test;
+  test.say(start + "RCPT TO:<A@example.org>\r\nRCPT TO:<B@example.org>\r\n");
+  test.say("RCPT TO:<a@example.org>\r\nRCPT TO:<b@example.org>\r\nDATA\r\n");
+  test.replies.clear();
+  test.say("x\r\n.\r\n");
+  EXPECT_EQ("250 2.0.0, 250 2.0.0, 250 2.0.0, 250 2.0.0", test.codes());
+  EXPECT_EQ((std::vector<std::string>{"s@example.net to A@example.org: x\n",
+                                      "s@example.net to B@example.org: x\n",
+                                      "s@example.net to b@example.org: x\n"}),
+            test.handler.deliveries);
+}
+
 TEST(Session, IsReadyForAnotherMessage) {
   TestSession test;
   test.say(ready + "one\r\n.\r\n");

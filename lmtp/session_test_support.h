@@ -14,13 +14,16 @@
 namespace Quarrow::Lmtp {
 
 // Knows every user at example.org but "nobody", "later" (try again) and "full" (delivery fails);
-// "refuses" rejects by a rule.
+// "refuses" rejects by a rule. "A" is another spelling of "a".
 class MemoryHandler : public Handler {
  public:
   Reply check_recipient(const std::string& recipient) override {
     if (recipient == "nobody@example.org") return {550, "5.1.1", "unknown"};
     if (recipient == "later@example.org") return {451, "4.3.0", "later"};
     return {250, "2.1.5", "ok"};
+  }
+  std::string spelling_of(const std::string& recipient) const override {
+    return recipient == "A@example.org" ? "a@example.org" : recipient;
   }
   bool open_message() override {
     message.clear();

@@ -65,6 +65,25 @@ class DaemonTest(DaemonTestCase):
         self.assertEqual(250, client.noop()[0])
         self.assertEqual([1, 1], [len(daemon.messages(user)) for user in USERS[:2]])
 
+    def test_gives_a_recipient_in_two_spellings_one_copy_and_two_answers(self):
+        daemon = self.start()
+        client = self.connect(daemon)
+        recipients = [USERS[0].replace("user", "User"), USERS[0], USERS[0].upper()]
+        for subject, code in [("other", 250), ("advert", 550)]:
+            replies = client.deliver(recipients, subject)
+            self.assertEqual([code] * 3, [each for each, _ in replies])
+            self.assertEqual(1, len(set(replies)))
+        (stored,) = daemon.messages(USERS[0])
+        self.assertIn(f"\nDelivered-To: {recipients[0]}\n".encode(), stored)
+        self.assertEqual(1, self.counters(daemon)["quarrow_rejected_total"])
+
+    def test_gives_each_extension_of_a_recipient_a_copy(self):
+        daemon = self.start()
+        recipients = [USERS[0], USERS[0].replace("@", "+lists@"), USERS[0].replace("@", "+Lists@")]
+        replies = self.connect(daemon).deliver(recipients, "other")
+        self.assertEqual([250] * 3, [code for code, _ in replies])
+        self.assertEqual(2, len(daemon.messages(USERS[0])))
+
     def test_takes_capitals_for_small_letters_and_stores_them_as_they_came(self):
         daemon = self.start()
         written = USERS[0].replace("user", "User").replace("org", "Org")
