@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 #include <functional>
+#include <string>
 
 namespace Quarrow::Administration {
 
@@ -43,6 +45,14 @@ class TracedProcess {
     __ptrace_syscall_info info{};
     if (ptrace(PTRACE_GET_SYSCALL_INFO, child_, sizeof info, &info) <= 0) return -1;
     return info.op == PTRACE_SYSCALL_INFO_ENTRY ? static_cast<long>(info.entry.nr) : -1;
+  }
+
+  // The path of the file whose descriptor is the first argument of the call that begins here.
+  std::string file_of_call() const {
+    __ptrace_syscall_info info{};
+    if (ptrace(PTRACE_GET_SYSCALL_INFO, child_, sizeof info, &info) <= 0) return "";
+    const std::string folder = "/proc/" + std::to_string(child_) + "/fd/";
+    return std::filesystem::read_symlink(folder + std::to_string(info.entry.args[0])).string();
   }
 
   void kill() {

@@ -2,6 +2,7 @@
 #include "administration/users.h"
 
 #include <base.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zvelluser.h>
@@ -16,6 +17,7 @@
 
 #include "administration/guarded_process.h"
 #include "message_filters/user_files.h"
+#include "system/descriptor.h"
 #include "system/exists.h"
 #include "system/owner_rights.h"
 
@@ -60,6 +62,27 @@ Refusal as_owner(const std::string& root, const std::string& path,
                return {work(), ""};
              })
       .refusal;
+}
+
+// 0, or the errno.
+int synchronise(const std::string& folder) {
+  const char* const path = folder.empty() ? "." : folder.c_str();  // above a relative path
+  const Descriptor opened(open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return opened.get() >= 0 && fsync(opened.get()) == 0 ? 0 : errno;
+}
+
+// Makes the folder with those above it. Each that is made gets onto the disk, and so does its name
+// in the folder above: mail that was delivered there must not be lost with a folder.
+Refusal make_folder(const std::string& path) {
+  std::string last = folder_above(path);  // the folder with the first new name in it
+  while (!last.empty() && !exists(last)) last = folder_above(last);
+  if (create_path(path, 0700) != 0) return making_refusal(path, errno);
+  int error = synchronise(path);
+  for (std::string folder = path; error == 0 && folder != last;) {
+    folder = folder_above(folder);
+    error = synchronise(folder);
+  }
+  return error == 0 ? Refusal() : system_refusal(path, "made, but perhaps not on the disk", error);
 }
 
 // Takes the folder aside first: from then on the user is unknown, however long the removal takes.
@@ -147,10 +170,7 @@ Refusal add_user(const std::string& root, const EmailAddress& address, UserSetup
   if (unknown && unknown.kind != Kind::no_such_user) return unknown;
   setup = {user_folder(address), static_cast<bool>(unknown)};
   if (!setup.made) return {};
-  return as_owner(root, setup.folder, [&setup]() -> Refusal {
-    if (create_path(setup.folder, 0700) == 0) return {};
-    return making_refusal(setup.folder, errno);
-  });
+  return as_owner(root, setup.folder, [&setup] { return make_folder(setup.folder); });
 }
 
 Refusal remove_user(const std::string& root, const EmailAddress& address, bool with_mail) {

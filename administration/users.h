@@ -23,9 +23,9 @@ struct UserSetup {
   bool made = false;  // false: it was there before, and is kept
 };
 
-// Makes the user's folder, with those above it. The superuser does so as the owner of the folders
-// below `root` that are there, so that the new ones have the same owner. `setup` then says what was
-// done.
+// Makes the user's folder, with those above it, and puts them on the disk. The superuser does so as
+// the owner of the folders below `root` that are there, so that the new ones have the same owner.
+// `setup` then says what was done.
 Refusal add_user(const std::string& root, const EmailAddress& address, UserSetup& setup);
 
 // Removes the user's folder with all that is in it. Refuses a user without one; as has_mail a user

@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-
-#include <fstream>
+#include <sys/syscall.h>
 
 #include "administration/administration_test_support.h"
+#include "administration/traced_process_test_support.h"
 
 namespace Quarrow::Administration {
 namespace {
@@ -54,6 +54,53 @@ TEST_F(UsersTest, HaveAFolderOfTheirOwn) {
   struct stat status {};
   ASSERT_EQ(0, stat(folder_.c_str(), &status));
   EXPECT_EQ(0700U, status.st_mode & 07777U);
+}
+
+// The folders that get onto the disk while a user is added, in order, as names below the root.
+std::vector<std::string> synchronised(TracedProcess& process, const std::string& root) {
+  std::vector<std::string> names;
+  while (process.step())
+    if (process.beginning_call() == SYS_fsync)
+      names.push_back(fs::relative(process.file_of_call(), root).string());
+  return names;
+}
+
+TEST_F(UsersTest, AreOnTheDiskWithAllFoldersThatWereMade) {
+  const struct {
+    const char* address;
+    std::vector<std::string> want;
+  } cases[] = {{"alice@example.org", {"example.org/alice", "example.org", "."}},
+               {"bob@example.org", {"example.org/bob", "example.org"}},
+               {"bob@example.org", {}}};
+  for (const auto& c : cases) {
+    TracedProcess process([&] { (void)add(c.address); });
+    if (!process.is_running()) GTEST_SKIP() << "processes can't be traced here";
+    EXPECT_EQ(c.want, synchronised(process, root_.path())) << c.address;
+  }
+}
+
+TEST_F(UsersTest, AreOnTheDiskBelowARootThatIsNamedFromTheWorkingFolder) {
+  const Refusal refusal = in_child([this]() -> Refusal {
+    fs::current_path(root_.path());
+    mailuser_set_root("new/root");
+    UserSetup setup;
+    return add_user("new/root", alice, setup);
+  });
+  EXPECT_EQ("", said(refusal));
+  EXPECT_TRUE(fs::is_directory(root_.file("new/root/example.org/alice")));
+}
+
+TEST_F(UsersTest, AreNotSaidToBeThereBeforeTheDiskHasThem) {
+  const std::string domain = root_.file("example.org");
+  fs::create_directory(domain);
+  fs::permissions(domain, fs::perms(0333));  // it can be written, but not opened
+  expect_refusal(Kind::not_permitted, folder_,
+                 "made, but perhaps not on the disk: Permission denied",
+                 as_nobody([this]() -> Refusal {
+                   UserSetup setup;
+                   return add_user(root_.path(), alice, setup);
+                 }));
+  fs::permissions(domain, fs::perms(0700));
 }
 
 TEST_F(UsersTest, BelongToTheOwnerOfTheFolderAbove) {
