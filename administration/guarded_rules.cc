@@ -3,13 +3,13 @@
 
 namespace Quarrow::Administration {
 
-GuardedOutcome with_rules_of(const EmailAddress& address, bool create,
+GuardedOutcome with_rules_of(const EmailAddress& address,
                              const std::function<GuardedOutcome(RulesTransaction&)>& work) {
   return run_guarded(
       rules_document(address.address()),
       [&]() -> GuardedOutcome {
         RulesTransaction rules(address);
-        if (const Refusal refusal = rules.open(create)) return {refusal, ""};
+        if (const Refusal refusal = rules.open()) return {refusal, ""};
         return work(rules);
       });
 }

@@ -10,9 +10,9 @@
 namespace Quarrow::Administration {
 
 // Opens the rules of the user `address`, which is not null, in a process of their own, and gives
-// what comes of `work` there, or of opening them (see RulesTransaction::open for `create`). Where
-// this process is root's, that one takes on the rights of the owner of the user's folder.
-GuardedOutcome with_rules_of(const EmailAddress& address, bool create,
+// what comes of `work` there, or of opening them. Where this process is root's, that one takes on
+// the rights of the owner of the user's folder.
+GuardedOutcome with_rules_of(const EmailAddress& address,
                              const std::function<GuardedOutcome(RulesTransaction&)>& work);
 
 }  // namespace Quarrow::Administration

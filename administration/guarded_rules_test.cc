@@ -16,6 +16,14 @@ using MessageFilters::subject_test;
 
 const EmailAddress alice("alice@example.org");
 
+// A root below which alice has a folder.
+class RootOfAlice : public TemporaryRoot {
+ public:
+  RootOfAlice() { std::filesystem::create_directories(folder()); }
+
+  std::string folder() const { return file("example.org/alice"); }
+};
+
 // The number of filters as the answer.
 GuardedOutcome count(RulesTransaction& rules) {
   return {{}, std::to_string(rules.filters().filters->filters.size())};
@@ -28,25 +36,26 @@ GuardedOutcome add_one(RulesTransaction& rules) {
 }
 
 TEST(GuardedRules, GiveTheAnswerOfTheWork) {
-  const TemporaryRoot root;
-  EXPECT_EQ("added", with_rules_of(alice, true, add_one).answer);
-  EXPECT_EQ("1", with_rules_of(alice, false, count).answer);
+  const RootOfAlice root;
+  EXPECT_EQ("added", with_rules_of(alice, add_one).answer);
+  EXPECT_EQ("1", with_rules_of(alice, count).answer);
 }
 
 TEST(GuardedRules, GiveTheRefusalOfTheWork) {
-  const TemporaryRoot root;
+  const RootOfAlice root;
   const GuardedOutcome outcome =
-      with_rules_of(alice, false, [](RulesTransaction& rules) -> GuardedOutcome {
+      with_rules_of(alice, [](RulesTransaction& rules) -> GuardedOutcome {
         return {rules.remove(3), ""};
       });
   expect_refusal(Kind::no_such_filter, "alice@example.org", "no filter 3", outcome.refusal);
 }
 
 TEST(GuardedRules, GiveTheRefusalOfOpeningThem) {
-  const TemporaryRoot root;
-  root.write("example.org", "no folder");
-  const GuardedOutcome outcome = with_rules_of(alice, true, count);
-  EXPECT_EQ(Kind::not_made, outcome.refusal.kind);
+  const RootOfAlice root;
+  std::filesystem::remove(root.folder());
+  root.write("example.org/alice", "no folder");
+  const GuardedOutcome outcome = with_rules_of(alice, count);
+  EXPECT_EQ(Kind::missing, outcome.refusal.kind);
   EXPECT_EQ("", outcome.answer);
 }
 
@@ -54,13 +63,11 @@ TEST(GuardedRules, GiveTheRefusalOfOpeningThem) {
 TEST(GuardedRules, AreChangedWithTheRightsOfTheFoldersOwner) {
   if (geteuid() != 0) GTEST_SKIP() << "only root can act as another user";
   static constexpr uid_t nobody = 65534;
-  const TemporaryRoot root;
-  const std::string folder = root.file("example.org/alice");
-  ASSERT_FALSE(with_rules_of(alice, true, count).refusal);
+  const RootOfAlice root;
+  const std::string folder = root.folder();
   std::filesystem::permissions(root.path(), std::filesystem::perms(0700));
-  std::filesystem::remove(folder + "/.delivery_filter.lock");
   ASSERT_EQ(0, chown(folder.c_str(), nobody, nobody));
-  const GuardedOutcome outcome = with_rules_of(alice, true, [](RulesTransaction& rules) {
+  const GuardedOutcome outcome = with_rules_of(alice, [](RulesTransaction& rules) {
     return getuid() == nobody ? add_one(rules) : GuardedOutcome{{Kind::crashed, "", "root"}, ""};
   });
   EXPECT_EQ("", said(outcome.refusal));
@@ -74,12 +81,12 @@ TEST(GuardedRules, AreChangedWithTheRightsOfTheFoldersOwner) {
 }
 
 TEST(GuardedRules, SurviveADocumentThatEndsTheProcess) {
-  const TemporaryRoot root;
-  ASSERT_FALSE(with_rules_of(alice, true, add_one).refusal);
+  const RootOfAlice root;
+  ASSERT_FALSE(with_rules_of(alice, add_one).refusal);
   const std::string path = rules_document(alice.address());
   write_file(path, "<filters><filter enabled=\"yes\" name=\"a\"/></filters>");
   testing::internal::CaptureStderr();
-  const GuardedOutcome outcome = with_rules_of(alice, true, count);
+  const GuardedOutcome outcome = with_rules_of(alice, count);
   EXPECT_EQ("", testing::internal::GetCapturedStderr());
   EXPECT_EQ(Kind::damaged_document, outcome.refusal.kind);
   EXPECT_EQ(path, outcome.refusal.object);

@@ -31,7 +31,7 @@ struct Files {
 
 void add_rule(const EmailAddress& user) {
   RulesTransaction rules(user);
-  ASSERT_EQ("", said(rules.open(true)));
+  ASSERT_EQ("", said(rules.open()));
   ASSERT_EQ("", said(rules.add(make_rule("Rule", subject_test()), 0)));
   ASSERT_EQ("", said(rules.commit()));
 }
@@ -44,7 +44,7 @@ Files files_of(const EmailAddress& user) {
 class InterruptedCommit : public testing::TestWithParam<bool> {
  protected:
   InterruptedCommit() {
-    std::filesystem::create_directory(root_.file("example.org"));
+    std::filesystem::create_directories(root_.file("example.org/bob"));
     if (GetParam()) add_rule(bob);
     old_ = files_of(bob);
     add_rule(bob);
@@ -67,7 +67,7 @@ class InterruptedCommit : public testing::TestWithParam<bool> {
 
   // The files once the next transaction was there.
   Files files_afterwards() const {
-    EXPECT_EQ("", said(RulesTransaction(alice).open(false)));
+    EXPECT_EQ("", said(RulesTransaction(alice).open()));
     return files_of(alice);
   }
 

@@ -25,7 +25,7 @@ TEST_F(RulesCommitTest, RefusesAScriptThatIsTooLong) {
 
 TEST_F(RulesCommitTest, RefusesRulesThatDoNotCompile) {
   RulesTransaction rules(alice);
-  ASSERT_EQ("", said(rules.open(true)));
+  ASSERT_EQ("", said(rules.open()));
   const auto filter = make_rule("a", make_test("size", "size", "greater", "10M"), false);
   ASSERT_EQ("", said(rules.add(filter, 0)));
   expect_refusal(Kind::rules_refused, "alice@example.org",
@@ -39,7 +39,7 @@ TEST_F(RulesCommitTest, RefusesAFolderThatMayNotBeWritten) {
   expect_refusal(Kind::not_permitted, folder_, "nothing was changed: Permission denied",
                  without_writing_in(folder_, [] {
                    RulesTransaction rules(alice);
-                   const Refusal refusal = rules.open(false);
+                   const Refusal refusal = rules.open();
                    return refusal ? refusal : rules.commit();
                  }));
 }
@@ -54,7 +54,7 @@ TEST_F(RulesCommitTest, RefusesACommitOfAnotherThanTheOwner) {
       "nothing was changed; the rules are changed by the owner of the folder, or by root",
       as_nobody([] {
         RulesTransaction rules(alice);
-        const Refusal refusal = rules.open(false);
+        const Refusal refusal = rules.open();
         return refusal ? refusal : rules.commit();
       }));
   EXPECT_TRUE(std::filesystem::exists(script_ + ".new"));
@@ -74,7 +74,7 @@ TEST_F(RulesCommitTest, RefusesFilesThatCantBeWritten) {
 TEST_F(RulesCommitTest, RefusesFoldersInPlaceOfFiles) {
   for (const std::string& path : {document_, script_}) {
     RulesTransaction rules(alice);
-    ASSERT_EQ("", said(rules.open(true)));
+    ASSERT_EQ("", said(rules.open()));
     ASSERT_EQ("", said(rules.add(make_rule("Rule", subject_test()), 0)));
     std::filesystem::create_directory(path);
     expect_refusal(Kind::not_written, path,
@@ -103,7 +103,7 @@ TEST_F(RulesCommitTest, RefusesADocumentThatIsALink) {
   expect_refusal(Kind::damaged_document, document_,
                  "damaged filter document: it is a link, which is not followed; restore it from a "
                  "copy, or remove it to start anew",
-                 RulesTransaction(alice).open(false));
+                 RulesTransaction(alice).open());
 }
 
 TEST_F(RulesCommitTest, RefusesToLoseWhatItCouldNotLoad) {
@@ -115,18 +115,17 @@ TEST_F(RulesCommitTest, RefusesToLoseWhatItCouldNotLoad) {
   expect_refusal(Kind::unreadable_part, document_,
                  "can't be read in full, and a change would lose test 1 of filter 1", refusal);
   RulesTransaction rules(alice);
-  ASSERT_EQ("", said(rules.open(false)));
+  ASSERT_EQ("", said(rules.open()));
   EXPECT_EQ(said(refusal), said(rules.check_loss()));
   EXPECT_EQ("", said(rules.commit({true, false})));
 }
 
 TEST_F(RulesCommitTest, RefusesToReplaceAScriptThatIsNotOfFilters) {
-  std::filesystem::create_directories(folder_);
   write_file(script_, "keep;\n");
   expect_refusal(Kind::foreign_script, script_,
                  "was not made from filters, and a change would replace it", refusal_after([] {}));
   RulesTransaction rules(alice);
-  ASSERT_EQ("", said(rules.open(false)));
+  ASSERT_EQ("", said(rules.open()));
   EXPECT_EQ("", said(rules.commit({false, true})));
   EXPECT_NE("keep;\n", content_of(script_));
 }
@@ -149,7 +148,7 @@ TEST_F(RulesCommitTest, RefusesFiltersThatCantBeWritten) {
   crowded->tests.resize(11, subject_test());
   for (const auto& filter : {make_rule("a", MessageFilters::Test()), crowded}) {
     RulesTransaction rules(alice);
-    ASSERT_EQ("", said(rules.open(true)));
+    ASSERT_EQ("", said(rules.open()));
     rules.filters().filters->filters.push_back(filter);
     expect_refusal(Kind::not_written, "alice@example.org",
                    "the rules can't be written in a form that reads back; nothing was changed",

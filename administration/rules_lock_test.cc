@@ -22,7 +22,7 @@ class RulesLockTest : public testing::Test {
   // What a lock that is taken and let go of refuses.
   Refusal refusal_of_taking() const {
     UserFolder folder(root_.path());
-    const Refusal refusal = folder.open(false);
+    const Refusal refusal = folder.open();
     RulesLock lock;
     return refusal ? refusal : lock.take(folder, short_patience);
   }
@@ -66,7 +66,7 @@ TEST_F(RulesLockTest, AllowsOthersThanTheOwnerToReadOnly) {
   if (geteuid() != 0) GTEST_SKIP() << "only root can act as another user";
   const auto may_change = [this]() -> Refusal {
     UserFolder folder(root_.path());
-    Refusal refusal = folder.open(false);
+    Refusal refusal = folder.open();
     RulesLock lock;
     if (!refusal) refusal = lock.take(folder, short_patience);
     if (!refusal && lock.may_change()) return {Kind::crashed, "lock", "may change"};

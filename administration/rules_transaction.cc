@@ -80,11 +80,11 @@ std::string rules_script(const std::string& address) {
 RulesTransaction::RulesTransaction(const EmailAddress& address, std::chrono::milliseconds patience)
     : address_(address), patience_(patience), folder_(user_folder(address.address())) {}
 
-Refusal RulesTransaction::open(bool create) {
+Refusal RulesTransaction::open() {
   // Made for nobody: the library would open the document by its name, and follow a link there.
   filters_ = boost::make_shared<UserMessageFilters__>(EmailAddress());
   filters_->address = address_;
-  if (const Refusal refusal = folder_.open(create)) return refusal;
+  if (const Refusal refusal = folder_.open()) return refusal;
   if (!folder_.is_open()) return {};
   if (const Refusal refusal = lock_.take(folder_, patience_)) return refusal;
   if (lock_.may_change()) take_up_earlier_commit(folder_);

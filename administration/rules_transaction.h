@@ -39,12 +39,12 @@ class RulesTransaction {
   RulesTransaction(const RulesTransaction&) = delete;
   RulesTransaction& operator=(const RulesTransaction&) = delete;
 
-  // Loads the filters, once for each object and before all that follows. A missing folder of the
-  // user's is made when `create`; without it they have no filters. A process of root becomes the
-  // owner of the folder for good. A document that can't be understood is refused, so that it is
-  // never overwritten by an empty one; one that ends the process is for run_guarded to tell. A
-  // commit that was cut off is finished or undone.
-  Refusal open(bool create);
+  // Loads the filters, once for each object and before all that follows. A user without a folder
+  // has none, and commits none. A process of root becomes the owner of the folder for good. A
+  // document that can't be understood is refused, so that it is never overwritten by an empty one;
+  // one that ends the process is for run_guarded to tell. A commit that was cut off is finished or
+  // undone.
+  Refusal open();
 
   // The user's filters, which may be edited directly.
   MessageFilters::UserMessageFilters__& filters() { return *filters_; }

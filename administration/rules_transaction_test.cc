@@ -48,11 +48,14 @@ TEST_F(RulesTransactionTest, StandsInTheUsersFolder) {
   EXPECT_EQ(folder_ + "/.delivery_filter.xml", document_);
 }
 
-TEST_F(RulesTransactionTest, MakesAMissingFolderOnlyWhenItIsAsked) {
-  EXPECT_EQ("", said(RulesTransaction(alice).open(false)));
+TEST_F(RulesTransactionTest, HasNoFiltersForAUserWithoutAFolder) {
+  std::filesystem::remove(folder_);
+  RulesTransaction rules(alice);
+  EXPECT_EQ("", said(rules.open()));
+  EXPECT_TRUE(rules.filters().filters->filters.empty());
+  expect_refusal(Kind::missing, folder_, "nothing was changed: No such file or directory",
+                 rules.commit());
   EXPECT_FALSE(std::filesystem::exists(folder_));
-  EXPECT_EQ("", said(RulesTransaction(alice).open(true)));
-  EXPECT_TRUE(std::filesystem::is_directory(folder_));
 }
 
 TEST_F(RulesTransactionTest, CommitsWhatWasEdited) {
@@ -81,50 +84,37 @@ TEST_F(RulesTransactionTest, PutsBackWhatAnEarlierVersionLeftWhenItWasCutOff) {
 
 TEST_F(RulesTransactionTest, LosesNothingWhereFoldersCantBeLocked) {
   folder_locks_exclude = false;
-  ASSERT_EQ("", said(RulesTransaction(alice).open(true)));
   constexpr int processes = 12;
   std::vector<pid_t> changes;
   for (int started = 0; started < processes; ++started)
     changes.push_back(start_child([] {
       RulesTransaction rules(alice);
-      return rules.open(true) || add_rule(rules) ? 1 : 0;
+      return rules.open() || add_rule(rules) ? 1 : 0;
     }));
   for (const pid_t change : changes) EXPECT_EQ(0, wait_for(change).status);
   folder_locks_exclude = true;
   RulesTransaction rules(alice);
-  ASSERT_EQ("", said(rules.open(false)));
+  ASSERT_EQ("", said(rules.open()));
   EXPECT_EQ(processes, rules.filters().filters->filters.size());
 }
 
 TEST_F(RulesTransactionTest, WaitsNoLongerThanItsPatience) {
   commit_one_rule();
   RulesTransaction first(alice);
-  ASSERT_EQ("", said(first.open(false)));
+  ASSERT_EQ("", said(first.open()));
   expect_refusal(Kind::try_again, folder_, "is being changed by another process; try again later",
-                 RulesTransaction(alice, std::chrono::milliseconds(20)).open(false));
-}
-
-TEST_F(RulesTransactionTest, RefusesAFolderThatCantBeMade) {
-  root_.write("example.org", "no folder");
-  expect_refusal(Kind::not_made, folder_, "can't be made: Not a directory",
-                 RulesTransaction(alice).open(true));
-}
-
-TEST_F(RulesTransactionTest, RefusesAFolderThatMayNotBeMade) {
-  expect_refusal(Kind::not_permitted, folder_, "can't be made: Permission denied",
-                 without_writing_in(
-                     root_.path(), [] { return RulesTransaction(alice).open(true); }));
+                 RulesTransaction(alice, std::chrono::milliseconds(20)).open());
 }
 
 TEST_F(RulesTransactionTest, RefusesWhatIsNoFolder) {
-  std::filesystem::create_directory(root_.file("example.org"));
+  std::filesystem::remove(folder_);
   write_file(folder_, "no folder");
-  expect_refusal(Kind::missing, folder_, "Not a directory", RulesTransaction(alice).open(false));
+  expect_refusal(Kind::missing, folder_, "Not a directory", RulesTransaction(alice).open());
 }
 
 TEST_F(RulesTransactionTest, RefusesAFolderThatCantBeLocked) {
   locks_left = false;
-  const Refusal refusal = RulesTransaction(alice).open(true);
+  const Refusal refusal = RulesTransaction(alice).open();
   locks_left = true;
   expect_refusal(Kind::try_again, folder_, "can't be locked: No locks available", refusal);
 }
@@ -133,25 +123,25 @@ TEST_F(RulesTransactionTest, RefusesADocumentThatMayNotBeRead) {
   commit_one_rule();
   std::filesystem::permissions(document_, std::filesystem::perms::none);
   expect_refusal(Kind::not_permitted, document_, "Permission denied",
-                 as_nobody([] { return RulesTransaction(alice).open(false); }));
+                 as_nobody([] { return RulesTransaction(alice).open(); }));
 }
 
 TEST_F(RulesTransactionTest, RefusesADocumentOfWhichNothingIsRead) {
   commit_one_rule();
   std::filesystem::resize_file(document_, MessageFilters::most_xml_bytes + 1);
-  EXPECT_EQ(Kind::damaged_document, RulesTransaction(alice).open(false).kind);
+  EXPECT_EQ(Kind::damaged_document, RulesTransaction(alice).open().kind);
   for (const char* content : {"", "<filters", "<filters></filters>"}) {
     write_file(document_, content);
     expect_refusal(Kind::damaged_document, document_,
                    "damaged filter document: no filter can be read from it; restore it from a "
                    "copy, or remove it to start anew",
-                   RulesTransaction(alice).open(false));
+                   RulesTransaction(alice).open());
   }
 }
 
 TEST_F(RulesTransactionTest, RefusesAFilterThatIsNotThere) {
   RulesTransaction rules(alice);
-  ASSERT_EQ("", said(rules.open(true)));
+  ASSERT_EQ("", said(rules.open()));
   ASSERT_EQ("", said(add_rule(rules)));
   EXPECT_EQ("", said(rules.check_filter(1)));
   EXPECT_EQ("", said(rules.check_place(1)));
@@ -164,7 +154,7 @@ TEST_F(RulesTransactionTest, RefusesAFilterBeyondTheLimit) {
   SystemRecord small;
   cmdb.system = &small;
   RulesTransaction rules(alice);
-  ASSERT_EQ("", said(rules.open(true)));
+  ASSERT_EQ("", said(rules.open()));
   for (int count = 0; count < 20; ++count)
     ASSERT_EQ("", said(rules.add(make_rule("a", subject_test()), 0)));
   for (const Refusal& refusal :
@@ -175,7 +165,7 @@ TEST_F(RulesTransactionTest, RefusesAFilterBeyondTheLimit) {
 
 TEST_F(RulesTransactionTest, RefusesAFilterForWhichNoNumberIsLeft) {
   RulesTransaction rules(alice);
-  ASSERT_EQ("", said(rules.open(true)));
+  ASSERT_EQ("", said(rules.open()));
   const auto last = make_rule("last", subject_test());
   last->id = std::numeric_limits<std::int32_t>::max();
   ASSERT_EQ("", said(rules.add(last, 0)));
@@ -186,7 +176,7 @@ TEST_F(RulesTransactionTest, RefusesAFilterForWhichNoNumberIsLeft) {
 
 TEST_F(RulesTransactionTest, RefusesAFilterThatLacksAPart) {
   RulesTransaction rules(alice);
-  ASSERT_EQ("", said(rules.open(true)));
+  ASSERT_EQ("", said(rules.open()));
   const auto nameless = make_rule("", subject_test());
   const auto unrelated = make_rule("a", subject_test());
   unrelated->relation = "someof";

@@ -26,12 +26,13 @@ inline Refusal add_rule(RulesTransaction& rules, const std::string& value = "wor
 
 class RulesTransactionTest : public testing::Test {
  protected:
+  RulesTransactionTest() { std::filesystem::create_directories(folder_); }
   ~RulesTransactionTest() override { cmdb.system = nullptr; }
 
   // The names of the committed filters in their order.
   std::string names() const {
     RulesTransaction rules(alice);
-    EXPECT_EQ("", said(rules.open(false)));
+    EXPECT_EQ("", said(rules.open()));
     std::string all;
     for (const auto& filter : rules.filters().filters->filters) all += filter->name + ' ';
     return all;
@@ -39,7 +40,7 @@ class RulesTransactionTest : public testing::Test {
 
   void edit(const std::function<Refusal(RulesTransaction&)>& change) const {
     RulesTransaction rules(alice);
-    EXPECT_EQ("", said(rules.open(true)));
+    EXPECT_EQ("", said(rules.open()));
     EXPECT_EQ("", said(change(rules)));
     EXPECT_EQ("", said(rules.commit()));
   }
@@ -61,7 +62,7 @@ class RulesTransactionTest : public testing::Test {
     const std::string script = content_of(script_);
     const Refusal refusal = in_child([&] {
       RulesTransaction rules(alice);
-      if (const Refusal unopened = rules.open(true)) return unopened;
+      if (const Refusal unopened = rules.open()) return unopened;
       disturb();
       return add_rule(rules, value);
     });

@@ -1,7 +1,6 @@
 // Work with files by their names in one open folder.
 #include "administration/user_folder.h"
 
-#include <base.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -42,8 +41,7 @@ int check_written(int fd, const std::string& text) {
 
 UserFolder::UserFolder(std::string path) : path_(std::move(path)) {}
 
-Refusal UserFolder::open(bool create) {
-  if (create && create_path(path_, 0700) < 0) return making_refusal(path_, errno);
+Refusal UserFolder::open() {
   folder_.emplace(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (fd() < 0) return errno == ENOENT ? Refusal() : system_refusal(path_, "", errno);
   struct stat status {};

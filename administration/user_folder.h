@@ -20,9 +20,9 @@ class UserFolder {
  public:
   explicit UserFolder(std::string path);
 
-  // Opens the folder. Makes it when it is missing and `create`. A process of root becomes the owner
-  // of the folder for good, so that nothing in it is done with rights that the owner lacks.
-  Refusal open(bool create);
+  // Opens the folder. A process of root becomes the owner of the folder for good, so that nothing
+  // in it is done with rights that the owner lacks.
+  Refusal open();
 
   // Whether the folder is there: open() does not refuse a missing folder.
   bool is_open() const { return folder_ && folder_->get() >= 0; }

@@ -16,7 +16,10 @@ namespace {
 
 class UserFolderTest : public testing::Test {
  protected:
-  UserFolderTest() { EXPECT_EQ("", said(folder_.open(true))); }
+  UserFolderTest() {
+    std::filesystem::create_directories(folder_.path());
+    EXPECT_EQ("", said(folder_.open()));
+  }
 
   int error_of_reading(const std::string& name) const {
     std::string text;
@@ -27,10 +30,11 @@ class UserFolderTest : public testing::Test {
   UserFolder folder_{root_.file("example.org/alice")};
 };
 
-TEST_F(UserFolderTest, IsLeftMissingUnlessItIsToBeMade) {
+TEST_F(UserFolderTest, IsLeftMissing) {
   UserFolder missing(root_.file("example.org/bob"));
-  EXPECT_EQ("", said(missing.open(false)));
+  EXPECT_EQ("", said(missing.open()));
   EXPECT_FALSE(missing.is_open());
+  EXPECT_FALSE(std::filesystem::exists(missing.path()));
   EXPECT_TRUE(folder_.is_open());
 }
 

@@ -44,7 +44,7 @@ int with_filters_of(const Settings& settings, const std::string& user,
   EmailAddress address;
   if (const Refusal refusal = find_user(settings, user, address))
     return complain(settings, refusal);
-  const GuardedOutcome outcome = Administration::with_rules_of(address, false, work);
+  const GuardedOutcome outcome = Administration::with_rules_of(address, work);
   std::cout << outcome.answer;
   return outcome.refusal ? complain(outcome.refusal) : EX_OK;
 }
