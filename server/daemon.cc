@@ -127,7 +127,8 @@ std::optional<std::size_t> Daemon::reload() {
 }
 
 void Daemon::write_counters() const {
-  if (settings_.metrics.empty()) return log_warning("no file for counters: see --metrics");
+  if (settings_.metrics.empty())
+    return log_warning("the counters were asked for, but no file for them is named");
   const std::string reason = counters_.write(settings_.metrics);
   if (!reason.empty()) log_error(reason);
 }

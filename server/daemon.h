@@ -18,8 +18,7 @@
 
 namespace Quarrow::Server {
 
-// Settings that any server has. Two messages of the daemon name the option of a setting: --user and
-// --metrics.
+// Settings that any server has.
 struct DaemonSettings {
   // These stand until the server is started anew.
   std::vector<std::string> listen = {};  // addresses as listen_at takes them

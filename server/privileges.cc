@@ -14,7 +14,7 @@ namespace Quarrow::Server {
 std::string refusal_to_serve_as(const std::string& user) {
   if (user.empty()) {
     const bool is_superuser = getuid() == 0 || geteuid() == 0;
-    return is_superuser ? "the superuser serves nobody: name another user with --user" : "";
+    return is_superuser ? "the superuser serves nobody: name another user to run as" : "";
   }
   errno = 0;
   const passwd* const entry = getpwnam(user.c_str());
