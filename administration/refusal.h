@@ -38,15 +38,14 @@ struct Refusal {
     foreign_script,    // the user has a script that was not made from filters
 
     // what the system said
-    missing,            // a file or folder that must be there
-    not_permitted,      // the rights are missing
-    try_again,          // it may work later
-    no_room,            // the disk, or what the user may use of it, is full
-    not_made,           // a file or folder can't be made
-    no_temporary_file,  // the same for a file that is needed for a moment
-    not_written,        // another input or output error
-    crashed,            // the process that did the work ended without an answer
-    unavailable         // a library or memory is missing
+    missing,        // a file or folder that must be there
+    not_permitted,  // the rights are missing
+    try_again,      // it may work later
+    no_room,        // the disk, or what the user may use of it, is full
+    not_made,       // a file or folder can't be made
+    not_written,    // another input or output error
+    crashed,        // the process that did the work ended without an answer
+    unavailable     // a library or memory is missing
   };
 
   Kind kind = Kind::none;

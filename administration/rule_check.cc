@@ -10,10 +10,11 @@
 
 #include "administration/folder_check.h"
 #include "administration/rule_text.h"
-#include "administration/write_error.h"
+#include "administration/rules_text.h"
 #include "host/zvellparser/address_header.h"
 #include "host/zvellparser/ascii_case.h"
 #include "message_filters/field_names.h"
+#include "message_filters/sieve_script.h"
 #include "system/printable.h"
 #include "system/utf8.h"
 
@@ -26,13 +27,9 @@ using MessageFilters::Comparator;
 using MessageFilters::Field;
 using MessageFilters::Filter__;
 using MessageFilters::Test;
-using MessageFilters::UserMessageFilters__;
 
 // The Sieve interpreter counts a message's size in a 32-bit int: more KiB than these wrap around.
 constexpr long largest_size = 2097151;
-
-// The bytes that the script of one test takes beside the test's own texts, and more.
-constexpr std::size_t script_around_test = 1024;
 
 const char decimal_digits[] = "0123456789";
 
@@ -226,24 +223,13 @@ Refusal check_texts(const Test& test) {
   return {};
 }
 
-// The folder in which the library writes a script for the compiler.
-std::string temporary_folder() {
-  const char* const folder = secure_getenv("TMPDIR");
-  return folder != nullptr && *folder != '\0' ? folder : "/tmp";
-}
-
-// A script that the disk cut off is refused by the compiler, too.
-bool was_written(const Test& test) {
-  const std::size_t size = script_around_test + test.field.name.size() + 4 * test.value.size();
-  return error_of_writing(temporary_folder(), size) == 0;
-}
-
-Refusal compiler_refusal(const Test& test, int code) {
-  if (code == 0) return {};
-  if (code == 2 || !was_written(test))
-    return {Kind::no_temporary_file, "value",
-            "can't be checked: no temporary file could be written; see $TMPDIR or /tmp for room "
-            "and rights"};
+// In memory, as a commit does it, and not with the library's validate_test: its file would lie in
+// the folder for temporary files of the one who started the command, which the owner of the user's
+// folder need not be able to write.
+Refusal check_with_compiler(const Test& test) {
+  const std::string script = script_text(MessageFilters::list_to_try(test), false);
+  const Refusal refusal = check_compiles(script, "value");
+  if (refusal.kind != Kind::rules_refused) return refusal;
   if (test.field.type == Field::SIZE)
     return wrong("value",
                  "refused by the Sieve compiler; a size is a plain number of KiB, such as 500");
@@ -309,10 +295,10 @@ Refusal check_words(const Action& action) {
   return {};
 }
 
-Refusal check_test(UserMessageFilters__& rules, const Test& test) {
+Refusal check_test(const Test& test) {
   if (const Refusal refusal = check_words(test)) return refusal;
   if (const Refusal refusal = check_texts(test)) return refusal;
-  return compiler_refusal(test, rules.validate_test(test));
+  return check_with_compiler(test);
 }
 
 Refusal check_action(const Action& action) {

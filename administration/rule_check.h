@@ -4,7 +4,7 @@
 #ifndef QUARROW_ADMINISTRATION_RULE_CHECK_H_
 #define QUARROW_ADMINISTRATION_RULE_CHECK_H_
 
-#include <quarrow/user_stores.h>
+#include <quarrow/rule_model.h>
 
 #include <cstddef>
 #include <list>
@@ -35,8 +35,8 @@ Refusal check_words(const MessageFilters::Test& test);
 Refusal check_words(const MessageFilters::Action& action);
 
 // Checks a test: words, texts, what would compile but never work as meant, and at last with the
-// Sieve compiler.
-Refusal check_test(MessageFilters::UserMessageFilters__& rules, const MessageFilters::Test& test);
+// Sieve compiler. Leaves no file, and needs none.
+Refusal check_test(const MessageFilters::Test& test);
 
 // Checks an action, its folder's characters among it: they stand in the script's quotes as they
 // are.

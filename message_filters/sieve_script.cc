@@ -87,6 +87,18 @@ bool write_script(const boost::shared_ptr<FilterList__>& list, bool include_disa
   return true;
 }
 
+boost::shared_ptr<FilterList__> list_to_try(const Test& test) {
+  Action action;
+  action.method = Action::DELETE;
+  const auto filter = Filter__::Create();
+  filter->name = "validation";
+  filter->tests.push_back(test);
+  filter->actions.push_back(action);
+  const auto list = FilterList__::Create();
+  (void)list->append(filter);  // it is valid, and the list is new
+  return list;
+}
+
 bool write_filter(const boost::shared_ptr<Filter__>& filter, std::ostream& out) {
   if (!filter || !filter->is_valid()) return false;
   if (!write_condition(*filter, out)) return false;

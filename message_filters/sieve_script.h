@@ -16,6 +16,10 @@ namespace Quarrow::MessageFilters {
 bool write_script(const boost::shared_ptr<FilterList__>& list, bool include_disabled,
                   std::ostream& out);
 
+// A list of one filter that holds just this test, which is valid: for the compiler to try its
+// script.
+boost::shared_ptr<FilterList__> list_to_try(const Test& test);
+
 // Writes one filter, from its condition to the "}" of its block. False when the filter is empty or
 // invalid, or one of its tests or actions is.
 bool write_filter(const boost::shared_ptr<Filter__>& filter, std::ostream& out);

@@ -4,6 +4,7 @@
 #include <boost/make_shared.hpp>
 #include <memory>
 
+#include "message_filters/sieve_script.h"
 #include "message_filters/user_filter_path.h"
 #include "quarrow/evaluation.h"
 #include "quarrow/user_stores.h"
@@ -30,19 +31,6 @@ bool make_directory(const EmailAddress& address) {
 
 bool compiles(const std::string& script) {
   return std::unique_ptr<SieveMatch>(SieveMatch::Create(script, nullptr)) != nullptr;
-}
-
-// A list of one filter that holds just this test.
-boost::shared_ptr<FilterList__> list_to_try(const Test& test) {
-  Action action;
-  action.method = Action::DELETE;
-  const auto filter = Filter__::Create();
-  filter->name = "validation";
-  filter->tests.push_back(test);
-  filter->actions.push_back(action);
-  const auto list = FilterList__::Create();
-  (void)list->append(filter);  // it is valid, and the list is new
-  return list;
 }
 
 }  // namespace

@@ -56,7 +56,6 @@ const Conduct conducts[] = {
     {Kind::try_again, EX_TEMPFAIL},
     {Kind::no_room, EX_IOERR},
     {Kind::not_made, EX_CANTCREAT},
-    {Kind::no_temporary_file, EX_CANTCREAT},
     {Kind::not_written, EX_IOERR},
     {Kind::crashed, EX_SOFTWARE},
     {Kind::unavailable, EX_UNAVAILABLE}};

@@ -19,7 +19,6 @@ using Administration::RulesTransaction;
 using MessageFilters::Action;
 using MessageFilters::Filter__;
 using MessageFilters::Test;
-using MessageFilters::UserMessageFilters__;
 
 struct Options {
   std::string user;
@@ -38,12 +37,11 @@ Refusal of_option(const std::string& option, const std::string& text, Refusal re
   return refusal;
 }
 
-Refusal add_tests(UserMessageFilters__& rules, const std::vector<std::string>& texts,
-                  Filter__& filter) {
+Refusal add_tests(const std::vector<std::string>& texts, Filter__& filter) {
   for (const auto& text : texts) {
     Test test;
     Refusal refusal = Administration::read_test(text, test);
-    if (!refusal) refusal = Administration::check_test(rules, test);
+    if (!refusal) refusal = Administration::check_test(test);
     if (refusal) return of_option("--if", text, refusal);
     filter.tests.push_back(test);
   }
@@ -61,13 +59,13 @@ Refusal add_actions(const std::vector<std::string>& texts, std::list<Action>& ac
   return {};
 }
 
-Refusal build(UserMessageFilters__& rules, const Options& options, Filter__& filter) {
+Refusal build(const Options& options, Filter__& filter) {
   filter.name = options.name;
   filter.enabled = !options.disabled;
   filter.relation = options.any ? Filter__::ANYOF : Filter__::ALLOF;
   if (const Refusal refusal = Administration::check_name(options.name))
     return of_option("--name", options.name, refusal);
-  if (const Refusal refusal = add_tests(rules, options.tests, filter)) return refusal;
+  if (const Refusal refusal = add_tests(options.tests, filter)) return refusal;
   return add_actions(options.actions, filter.actions);
 }
 
@@ -75,7 +73,7 @@ Refusal build(UserMessageFilters__& rules, const Options& options, Filter__& fil
 GuardedOutcome add(RulesTransaction& rules, const Options& options) {
   const auto filter = Filter__::Create();
   Refusal refusal = rules.check_place(options.before);
-  if (!refusal) refusal = build(rules.filters(), options, *filter);
+  if (!refusal) refusal = build(options, *filter);
   if (!refusal) refusal = rules.add(filter, options.before);
   if (!refusal) refusal = rules.commit(options.consent);
   return {refusal, refusal ? "" : std::to_string(filter->id) + '\n'};
