@@ -36,6 +36,13 @@ std::string trimmed(const std::string& level) {
   return level.substr(begin, level.find_last_not_of(' ') + 1 - begin);
 }
 
+// For the first level, behind INBOX where that is: IMAP servers take names that begin with "~" for
+// the folders of other users.
+std::string without_tildes(const std::string& level) {
+  const std::size_t begin = level.find_first_not_of("~ ");
+  return begin == std::string::npos ? "" : level.substr(begin);
+}
+
 // What is wrong with one level; empty when nothing is.
 std::string flaw_of(const std::string& level) {
   if (level.empty()) return "a level of it is empty";
@@ -49,9 +56,13 @@ std::string flaw_of(const std::string& level) {
 std::string flaw_of(const std::vector<std::string>& levels) {
   for (const auto& level : levels)
     if (std::string flaw = flaw_of(level); !flaw.empty()) return flaw;
-  if (!is_inbox(levels.front())) return "";
-  if (levels.front() != inbox && levels.front() != "Inbox") return "the inbox is spelled INBOX";
-  if (levels.size() > 1 && is_inbox(levels[1])) return "the inbox is named twice";
+  const bool in_inbox = is_inbox(levels.front());
+  if (in_inbox && levels.front() != inbox && levels.front() != "Inbox")
+    return "the inbox is spelled INBOX";
+  if (in_inbox && levels.size() == 1) return "";
+  const std::string& first = levels[in_inbox ? 1 : 0];
+  if (in_inbox && is_inbox(first)) return "the inbox is named twice";
+  if (first.front() == '~') return "IMAP can't open folders that begin with ~";
   return "";
 }
 
@@ -59,7 +70,8 @@ std::string flaw_of(const std::vector<std::string>& levels) {
 std::string mended(const std::vector<std::string>& levels) {
   std::string name;
   for (const auto& level : levels) {
-    std::string plain = trimmed(level);
+    const bool is_first = name.empty() || name == inbox;
+    std::string plain = trimmed(is_first ? without_tildes(level) : level);
     if (plain.empty() || is_relative(plain)) continue;
     std::replace(plain.begin(), plain.end(), '.', '-');
     if (!is_inbox(plain))

@@ -153,6 +153,13 @@ const Case wrong_actions[] = {
     {"move INBOX/Inbox/a", Kind::wrong_rule, "target",
      "\"INBOX/Inbox/a\" can't be a folder: the inbox is named twice; type INBOX/a"},
     {"move " + std::string(255, 'x'), Kind::wrong_rule, "target", too_long},
+    {"move ~bob/mail", Kind::wrong_rule, "target",
+     "\"~bob/mail\" can't be a folder: IMAP can't open folders that begin with ~; type bob/mail"},
+    {"copy INBOX/~ ~bob/~x", Kind::wrong_rule, "target",
+     "\"INBOX/~ ~bob/~x\" can't be a folder: IMAP can't open folders that begin with ~; type "
+     "INBOX/bob/~x"},
+    {"move INBOX/~", Kind::wrong_rule, "target",
+     "\"INBOX/~\" can't be a folder: IMAP can't open folders that begin with ~; type INBOX"},
     {"move caf\xE9", Kind::not_utf8, "target", "the folder is not UTF-8"}};
 
 const Case wrong_names[] = {

@@ -47,6 +47,7 @@ std::optional<std::string> maildir_folder(const std::string& mailbox) {
   std::string_view rest = without_inbox(mailbox);
   std::string folder;
   if (rest.empty()) return folder;
+  if (rest.front() == '~') return std::nullopt;
   for (;;) {
     const std::size_t end = rest.find('/');
     if (!add_level(rest.substr(0, end), folder)) return std::nullopt;

@@ -15,7 +15,8 @@ namespace Quarrow::Delivery {
 // A dot within a level, which would separate levels on disk, becomes "&AC4-".
 //
 // Nothing for a name that can't be a folder: an empty level, a level "." or "..", control
-// characters, bytes above 126, or a folder name of more than 255 bytes.
+// characters, bytes above 126, or a folder name of more than 255 bytes. Nor for a name that begins
+// with "~", behind that prefix too: IMAP servers take it for another user's folder, and open none.
 std::optional<std::string> maildir_folder(const std::string& mailbox);
 
 }  // namespace Quarrow::Delivery

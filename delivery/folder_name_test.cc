@@ -15,7 +15,7 @@ const struct {
               {"Entw&APw-rfe", ".Entw&APw-rfe"},  // modified UTF-7 stays as it is
               {"R&-D", ".R&-D"},
               {"two words", ".two words"},
-              {"~root", ".~root"},
+              {"A/~root", ".A.~root"},
               {"a\\b", ".a\\b"},
               {"v1.2", ".v1&AC4-2"},
               {".hidden", ".&AC4-hidden"},
@@ -50,7 +50,8 @@ const std::string no_folders[] = {"/",           "/A",
                                   "A/../B",      "A/.",
                                   "Inbox/..",    "tab\there",
                                   "line\nbreak", std::string("N\0L", 3),
-                                  "\x7f",        "caf\xc3\xa9"};
+                                  "\x7f",        "caf\xc3\xa9",
+                                  "~root",       "Inbox/~root"};
 
 TEST(MaildirFolder, IsNothingForNamesThatCanBeNoFolder) {
   for (const auto& name : no_folders) EXPECT_FALSE(maildir_folder(name)) << name;
