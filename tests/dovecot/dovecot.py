@@ -1,0 +1,206 @@
+"""A Dovecot of the tests' own, with the configuration that docs/dovecot.md shows.
+
+Only names, folders and ports are changed, so that the page can't say what does not work. It listens
+on the loopback interface, and all its files lie in a folder that the caller gives: the machine's
+Dovecot is left alone. It runs as whoever runs the test.
+"""
+import grp
+import imaplib
+import os
+import pathlib
+import pwd
+import shlex
+import shutil
+import socket
+import ssl
+import subprocess
+import sys
+
+from lmtp_server import PATIENCE, free_port, unprivileged_user, until
+from set_up import skip
+
+PAGE = pathlib.Path(__file__).parents[2] / "docs" / "dovecot.md"
+VERSION = "2.3."
+PASSWORD = "secret"
+PATH = os.environ["PATH"] + ":/usr/sbin"  # where Debian has dovecot, and not all users look
+ENVIRONMENT = {"PATH": PATH, "LC_ALL": "C.UTF-8"}
+
+OWN_PLACES = """
+base_dir = {folder}/run
+state_dir = {folder}/state
+log_path = {folder}/log
+listen = 127.0.0.1
+service imap-login {{
+  inet_listener imap {{
+    port = {port}
+  }}
+  inet_listener imaps {{
+    port = 0
+  }}
+}}
+"""
+
+# Without the superuser's rights there is one user for everything, and nobody changes their root.
+ONE_USER = """
+default_internal_user = {user}
+default_internal_group = {group}
+default_login_user = {user}
+service anvil {{
+  chroot =
+}}
+service imap-login {{
+  chroot =
+}}
+"""
+
+
+def skip_unless_possible():
+    if not shutil.which("dovecot", path=PATH) or not os.access("/usr/lib/dovecot/imap", os.X_OK):
+        skip("Dovecot's IMAP server is absent; it is in Debian's package dovecot-imapd")
+    version = subprocess.run(["dovecot", "--version"], check=True, env=ENVIRONMENT, text=True,
+                             stdout=subprocess.PIPE).stdout
+    if not version.startswith(VERSION):
+        skip(f"{PAGE.name} is for Dovecot {VERSION}x, and this is {version}")
+
+
+def code_blocks():
+    """The page's indented blocks, each as its lines without the indentation."""
+    block = []
+    for line in [*PAGE.read_text().splitlines(), "end"]:
+        if line.startswith("    ") or (block and not line):
+            block.append(line[4:])
+        elif block:
+            yield "\n".join(block).strip("\n").split("\n")
+            block = []
+
+
+def documented_configuration():
+    found = [block for block in code_blocks() if block[0] == "# /etc/dovecot/dovecot.conf"]
+    assert len(found) == 1, f"{len(found)} configurations in {PAGE}"
+    return "\n".join(found[0]) + "\n"
+
+
+def documented_lines(word):
+    """The lines with `word` in them of the page's other blocks."""
+    found = [line for block in code_blocks() if block[0][0] != "#" for line in block
+             if word in line]
+    assert found, f"{PAGE} has no line with {word}"
+    return found
+
+
+def replaced(text, replacements):
+    for old, new in replacements.items():
+        assert old in text, f"{PAGE} does not have {old}"
+        text = text.replace(old, str(new))
+    return text
+
+
+def group_of(user):
+    return grp.getgrgid(pwd.getpwnam(user).pw_gid).gr_name
+
+
+class Dovecot:
+    """Between start() and stop(), serves the users' folders below `root`, which an unprivileged
+    user owns. `limit` is the quota of each user; `policy_user`, or else whoever runs the test, may
+    ask at `policy_socket`."""
+
+    def __init__(self, folder, root, limit, policy_socket, policy_user=None):
+        self.folder = folder
+        self.folder.chmod(0o755)
+        self.policy_socket = policy_socket
+        self._settings = folder / "dovecot.conf"
+        self._users = folder / "users"
+        self._port = free_port()
+        self._process = None
+        for name in ["run", "state"]:
+            (folder / name).mkdir()
+        self._make_certificate()
+        self.run_documented("/dev/null /etc/dovecot/users")
+        self._settings.write_text(self._settings_for(root, limit, policy_user))
+
+    def _make_certificate(self):
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
+                        "ec_paramgen_curve:prime256v1", "-nodes", "-subj", "/CN=localhost",
+                        "-keyout", self.folder / "key", "-out", self.folder / "certificate"],
+                       check=True, stderr=subprocess.DEVNULL)
+
+    def _settings_for(self, root, limit, policy_user):
+        owner = unprivileged_user()
+        text = replaced(documented_configuration(), {
+            "/etc/ssl/certs/ssl-cert-snakeoil.pem": self.folder / "certificate",
+            "/etc/ssl/private/ssl-cert-snakeoil.key": self.folder / "key",
+            "/etc/dovecot/users": self._users,
+            "/var/spool/quarrow": root,
+            "uid=vmail gid=vmail": f"uid={owner} gid={group_of(owner)}",
+            "storage=1G": f"storage={limit}",
+            "/var/spool/postfix/private/quota-status": self.policy_socket,
+            "user = postfix": f"user = {policy_user or pwd.getpwuid(os.geteuid()).pw_name}",
+        }) + OWN_PLACES.format(folder=self.folder, port=self._port)
+        if os.geteuid() != 0:
+            text += ONE_USER.format(user=owner, group=group_of(owner))
+        return text
+
+    def run_documented(self, word, user="", answers="", replacements=()):
+        """Runs the page's commands that have `word` in them for the user; gives what they print.
+        They read `answers`; of each pair in `replacements`, the second text is in them."""
+        commands = "\n".join(documented_lines(word)).replace("alice@example.org", user)
+        commands = commands.replace("/etc/dovecot", shlex.quote(str(self.folder)))
+        commands = commands.replace("doveadm", f"doveadm -c {shlex.quote(str(self._settings))}")
+        if os.geteuid() != 0:
+            commands = commands.replace("-o root -g dovecot ", "")
+        for old, new in replacements:
+            commands = commands.replace(old, new)
+        done = subprocess.run(["sh", "-e", "-c", commands], input=answers, check=False, text=True,
+                              env=ENVIRONMENT, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                              timeout=PATIENCE)
+        assert done.returncode == 0, f"{commands}: {done.stdout}{done.stderr}"
+        return done.stdout
+
+    def add_user(self, user, end_of_line=""):
+        """Gives a user the password PASSWORD; `end_of_line` is added to their line."""
+        self.run_documented("doveadm pw", user, f"{PASSWORD}\n{PASSWORD}\n",
+                            [(r"::\n", f"::{end_of_line}\\n")])
+
+    def start(self):
+        self._process = subprocess.Popen(["dovecot", "-F", "-c", self._settings],
+                                         env=ENVIRONMENT)
+        until(self._is_ready, "Dovecot takes connections")
+
+    def _is_ready(self):
+        assert self._process.poll() is None, self.log()
+        with socket.socket() as probe:
+            is_open = probe.connect_ex(("127.0.0.1", self._port)) == 0
+        return is_open and self.policy_socket.exists()
+
+    def stop(self):
+        sys.stderr.writelines(line for line in self.log().splitlines(keepends=True)
+                              if " Info: " not in line)
+        self._process.terminate()
+        self._process.wait(PATIENCE)
+
+    def log(self):
+        path = self.folder / "log"
+        return path.read_text(errors="replace") if path.exists() else ""
+
+    def log_in(self, user):
+        """A session of the user."""
+        client = imaplib.IMAP4("localhost", self._port, PATIENCE)
+        client.starttls(ssl.create_default_context(cafile=self.folder / "certificate"))
+        client.login(user, PASSWORD)
+        return client
+
+    def answer_to_postfix(self, recipient, size=0):
+        """The answer to a question about a recipient, as Postfix asks it."""
+        question = {"request": "smtpd_access_policy", "protocol_state": "RCPT",
+                    "recipient": recipient, "size": size}
+        lines = "".join(f"{name}={value}\n" for name, value in question.items())
+        with socket.socket(socket.AF_UNIX) as client:
+            client.settimeout(PATIENCE)
+            client.connect(str(self.policy_socket))
+            client.sendall(lines.encode() + b"\n")
+            answer = b""
+            while not answer.endswith(b"\n\n"):
+                part = client.recv(1000)
+                assert part, f"Dovecot hung up after {answer}"
+                answer += part
+        return answer.decode().strip().removeprefix("action=")
