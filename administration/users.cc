@@ -168,8 +168,9 @@ Refusal check_known(const EmailAddress& address) {
 Refusal add_user(const std::string& root, const EmailAddress& address, UserSetup& setup) {
   const Refusal unknown = check_known(address);
   if (unknown && unknown.kind != Kind::no_such_user) return unknown;
-  setup = {user_folder(address), static_cast<bool>(unknown)};
-  if (!setup.made) return {};
+  setup = {user_folder(address), false};
+  if (!unknown) return {};
+  setup = {ZvMailUserId(MAILBOX_USER, address.address()).plain_prefpath(), true};
   return as_owner(root, setup.folder, [&setup] { return make_folder(setup.folder); });
 }
 

@@ -166,11 +166,32 @@ TEST_F(UsersTest, AreListedByAddress) {
   EXPECT_EQ(users, list());
 }
 
+TEST_F(UsersTest, HaveFoldersThatAreNamedAsTheirAddressesStand) {
+  EXPECT_EQ(root_.file("example.org/o'brien"), add("o'brien@example.org").folder);
+  EXPECT_FALSE(add("o'brien@example.org").made);
+  EXPECT_EQ(std::vector<std::string>{"o'brien@example.org"}, list());
+  EXPECT_EQ("", said(remove_user(root_.path(), EmailAddress("o'brien@example.org"), false)));
+  EXPECT_TRUE(fs::is_empty(root_.file("example.org")));
+}
+
+TEST_F(UsersTest, KeepTheFolderWithTheEscapedName) {
+  const std::string escaped = root_.file("example.org/o%27brien");
+  fs::create_directories(escaped);
+  const UserSetup setup = add("o'brien@example.org");
+  EXPECT_FALSE(setup.made);
+  EXPECT_EQ(escaped, setup.folder);
+  EXPECT_FALSE(fs::exists(root_.file("example.org/o'brien")));
+  // an IMAP server may have made the other one
+  fs::create_directories(root_.file("example.org/o'brien"));
+  EXPECT_EQ(escaped, user_folder(EmailAddress("o'brien@example.org")));
+  EXPECT_EQ(std::vector<std::string>{"o'brien@example.org"}, list());
+}
+
 TEST_F(UsersTest, AreToldFromOtherFilesAndFolders) {
   add("alice@example.org");
   root_.write("file", "");
   root_.write("example.org/file", "");
-  for (const char* const path : {"Capitals.org/x", ".hidden/x", "example.org/.removed-1", "x%zz/y",
+  for (const char* const path : {"Capitals.org/x", ".hidden/x", "example.org/.removed-1", "x%7a/y",
                                  "empty", "example.org/%61lice"})
     fs::create_directories(root_.file(path));
   EXPECT_EQ(std::vector<std::string>{"alice@example.org"}, list());

@@ -1,4 +1,7 @@
 // From an address to a folder.
+#include <sys/stat.h>
+
+#include <cerrno>
 #include <cstring>
 
 #include "zvelluser.h"
@@ -45,19 +48,50 @@ std::string split(std::string name) {
   return path + name;
 }
 
+using IsEscaped = bool (*)(const std::string& part, std::size_t i);
+
+bool is_unsafe(const std::string& part, std::size_t i) { return !is_safe(part[i]); }
+
+bool is_hex_digit(char c) { return c != '\0' && std::strchr("0123456789abcdefABCDEF", c); }
+
+// Whether the byte at `i` of `part` can't stand in a file's name, or would begin an escape there.
+bool is_impossible(const std::string& part, std::size_t i) {
+  const auto byte = static_cast<unsigned char>(part[i]);
+  if (byte < ' ' || byte == 127 || byte == '/') return true;
+  if (byte != '%') return false;
+  const bool is_last = i + 1 == part.size();
+  return is_last || (i + 2 < part.size() && is_hex_digit(part[i + 1]) && is_hex_digit(part[i + 2]));
+}
+
 // `part` as a file name.
-std::string file_name(const std::string& part) {
+std::string file_name(const std::string& part, IsEscaped is_escaped) {
   static constexpr char digits[] = "0123456789ABCDEF";
   std::string name;
-  for (const char c : part) {
-    if (is_safe(c)) {
-      name += c;
+  for (std::size_t i = 0; i < part.size(); ++i) {
+    if (!is_escaped(part, i)) {
+      name += part[i];
       continue;
     }
-    const auto byte = static_cast<unsigned char>(c);
+    const auto byte = static_cast<unsigned char>(part[i]);
     name += {'%', digits[byte >> 4], digits[byte & 15]};
   }
   return split(name);
+}
+
+// The folder of the user `address`; empty without a local part or a domain.
+std::string folder_of(const std::string& address, IsEscaped is_escaped) {
+  const auto at = address.rfind('@');
+  if (at == std::string::npos) return {};
+  const std::string local_part = file_name(address.substr(0, at), is_escaped);
+  const std::string domain = file_name(lower_case(address.substr(at + 1)), is_escaped);
+  if (local_part.empty() || domain.empty()) return {};
+  return root() + "/" + domain + "/" + local_part;
+}
+
+// What can't be looked at counts as being there, so that no user is moved to another folder.
+bool is_there(const std::string& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0 || errno != ENOENT;
 }
 
 }  // namespace
@@ -65,13 +99,13 @@ std::string file_name(const std::string& part) {
 ZvMailUserId::ZvMailUserId(MailBoxType, const std::string& address) : address_(address) {}
 
 std::string ZvMailUserId::prefpath() const {
-  const auto at = address_.rfind('@');
-  if (at == std::string::npos) return {};
-  const std::string local_part = file_name(address_.substr(0, at));
-  const std::string domain = file_name(lower_case(address_.substr(at + 1)));
-  if (local_part.empty() || domain.empty()) return {};
-  return root() + "/" + domain + "/" + local_part;
+  const std::string escaped = folder_of(address_, is_unsafe);
+  const std::string plain = plain_prefpath();
+  const bool is_plain = plain != escaped && !is_there(escaped) && is_there(plain);
+  return is_plain ? plain : escaped;
 }
+
+std::string ZvMailUserId::plain_prefpath() const { return folder_of(address_, is_impossible); }
 
 int mailuser_filename(int kind, char* buffer, std::size_t size, const std::string& address) {
   if (!buffer || size == 0) return -1;

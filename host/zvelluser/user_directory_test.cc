@@ -1,10 +1,12 @@
 // The folders of users, for addresses of every kind.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <map>
 #include <set>
 #include <vector>
 
+#include "tests/support/temporary_folder_test_support.h"
 #include "zvelluser.h"
 
 namespace {
@@ -117,6 +119,114 @@ TEST_F(UserDirectory, IsNeverShared) {
   for (const std::string& address : different_addresses) paths.insert(path(address));
   EXPECT_EQ(different_addresses.size(), paths.size());
   EXPECT_EQ(0U, paths.count(""));
+}
+
+std::string plain_path(const std::string& address) {
+  return ZvMailUserId(MAILBOX_USER, address).plain_prefpath();
+}
+
+const FolderCase plain_folders[] = {
+    {"user@Example.org", "/root/example.org/user"},
+    {"o'brien@example.org", "/root/example.org/o'brien"},
+    {"!#$%&'*+-=?^_`{|}~.@example.org", "/root/example.org/!#$%&'*+-=?^_`{|}~."},
+    {"user%host@example.org", "/root/example.org/user%host"},
+    {"a%2@example.org", "/root/example.org/a%2"},
+    {"a/b@example.org", "/root/example.org/a%2Fb"},
+    {"\"a b\"@example.org", "/root/example.org/\"a b\""},
+    {"m\xc3\xbcller@b\xc3\xbc.example", "/root/b\xc3\xbc.example/m\xc3\xbcller"},
+    {"user@[192.0.2.1]", "/root/[192.0.2.1]/user"},
+    {"a%27b@example.org", "/root/example.org/a%2527b"},
+    {"a%2fb@example.org", "/root/example.org/a%252fb"},
+    {"a%@example.org", "/root/example.org/a%25"},
+    {".@.", "/root/%2E/%2E"},
+    {"..@..", "/root/%2E./%2E."},
+    {"../../etc@../x", "/root/%2E.%2Fx/%2E.%2F..%2Fetc"},
+    {std::string("a\0\n\x1f\x7f@example.org", 17), "/root/example.org/a%00%0A%1F%7F"},
+};
+
+TEST_F(UserDirectory, IsForANewUserNamedAsTheAddressStands) {
+  for (const auto& c : plain_folders) EXPECT_EQ(c.want, plain_path(c.address)) << c.address;
+  for (const char* address : {"", "@", "user", "user@", "@example.org"})
+    EXPECT_EQ("", plain_path(address)) << address;
+}
+
+// Addresses whose folders could be taken for those of others.
+std::vector<std::string> tricky_addresses() {
+  std::vector<std::string> addresses = different_addresses;
+  const std::vector<std::string> pieces = {"%", "2", "7", "F", "f", "'", "/", ".", "%27", "%25"};
+  const std::vector<std::string> starts = {"", std::string(252, 'a'), std::string(253, 'a')};
+  for (const auto& start : starts)
+    for (const auto& a : pieces)
+      for (const auto& b : pieces)
+        for (const auto& c : pieces) addresses.push_back(start + a + b + c + "@example.org");
+  return addresses;
+}
+
+TEST_F(UserDirectory, IsNeverSharedInWhicheverSpelling) {
+  std::map<std::string, std::string> owners;
+  for (const auto& addresses : {tricky_addresses(), long_addresses()})
+    for (const std::string& address : addresses)
+      for (const std::string& each : {path(address), plain_path(address)}) {
+        EXPECT_TRUE(has_plain_parts(each)) << each;
+        EXPECT_EQ(address, owners.emplace(each, address).first->second) << each;
+      }
+}
+
+TEST_F(UserDirectory, IsNeverInAnothers) {
+  std::set<std::string> paths;
+  for (const std::string& address : tricky_addresses())
+    for (const std::string& each : {path(address), plain_path(address)}) paths.insert(each);
+  for (const std::string& folder : paths)
+    for (std::size_t end = folder.rfind('/'); end > 0; end = folder.rfind('/', end - 1))
+      EXPECT_EQ(0U, paths.count(folder.substr(0, end))) << folder;
+}
+
+// Users' folders on a disk.
+class UserDirectoryOnDisk : public testing::Test {
+ protected:
+  UserDirectoryOnDisk() { mailuser_set_root(root_.path()); }
+
+  static std::string path(const std::string& address) {
+    char buffer[1024];
+    EXPECT_EQ(0, mailuser_filename(MAILUSER_PREFERENCES, buffer, sizeof buffer, address));
+    const std::string folder = ZvMailUserId(MAILBOX_USER, address).prefpath();
+    EXPECT_EQ(folder, buffer);
+    return folder;
+  }
+
+  const TemporaryFolder root_;
+  const std::string escaped_ = root_.file("example.org/o%27brien");
+  const std::string plain_ = root_.file("example.org/o'brien");
+};
+
+TEST_F(UserDirectoryOnDisk, HasThePlainNameWhereOnlyThatIsThere) {
+  EXPECT_EQ(escaped_, path("o'brien@example.org"));
+  EXPECT_TRUE(std::filesystem::is_empty(root_.path()));
+  std::filesystem::create_directories(plain_);
+  EXPECT_EQ(plain_, path("o'brien@example.org"));
+  EXPECT_EQ(root_.file("example.org/o%2527brien"), path("o%27brien@example.org"));
+}
+
+TEST_F(UserDirectoryOnDisk, KeepsTheEscapedNameWhereThatIsThere) {
+  std::filesystem::create_directories(escaped_);
+  EXPECT_EQ(escaped_, path("o'brien@example.org"));
+  std::filesystem::create_directories(plain_);
+  EXPECT_EQ(escaped_, path("o'brien@example.org"));
+  std::filesystem::remove(escaped_);
+  std::filesystem::create_directory_symlink(root_.file("not-mounted"), escaped_);
+  EXPECT_EQ(escaped_, path("o'brien@example.org"));
+}
+
+TEST_F(UserDirectoryOnDisk, IsTheOneThatCantBeLookedAt) {
+  const std::string address = std::string(300, '\'') + "@example.org";
+  std::filesystem::create_directories(root_.file("example.org"));
+  root_.write("example.org/" + std::string(254, '\'') + '%', "");  // in the place of a folder
+  EXPECT_EQ(plain_path(address), path(address));
+  std::string escaped;
+  for (int i = 0; i < 85; ++i) escaped += "%27";
+  escaped.back() = '%';
+  root_.write("example.org/" + escaped, "");
+  EXPECT_EQ(0U, path(address).find(root_.file("example.org/" + escaped + '/')));
 }
 
 TEST_F(UserDirectory, HasTheSameNameForBothCallers) {

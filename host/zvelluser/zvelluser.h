@@ -22,7 +22,16 @@ class ZvMailUserId {
   // without a local part or a domain. A part that passes 255 bytes as it is written, which no file
   // name can hold, has folders in between, whose names end in a lone "%". The dot that one of these
   // or what follows it would begin with is written %2E, too.
+  //
+  // Where there is no such folder on disk, but one with the name of plain_prefpath(), it is that
+  // one.
   std::string prefpath() const;
+
+  // The name for the folder of a new user: the same, but only what can't stand in a file's name, or
+  // would make it another address's, is written %XX: "/", bytes below 32 and 127, a leading dot,
+  // and a "%" at the end or in front of two hexadecimal digits. So the folder of o'brien is named
+  // o'brien, as mail servers name it that take an address's parts as they stand.
+  std::string plain_prefpath() const;
 
  private:
   std::string address_;
