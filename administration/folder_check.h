@@ -5,13 +5,14 @@
 #include <string>
 
 #include "administration/refusal.h"
+#include "quarrow/delivery/folder_dots.h"
 
 namespace Quarrow::Administration {
 
 // Checks the name of a folder, in UTF-8 and without control characters, with "/" between its
 // levels: a name that delivery could not use, that it would take for another, or that IMAP could
-// not open is refused with the name to type instead.
-Refusal check_folder(const std::string& folder);
+// not open is refused with the name to type instead. `dots` is what delivery does with dots.
+Refusal check_folder(const std::string& folder, Delivery::FolderDots dots);
 
 }  // namespace Quarrow::Administration
 

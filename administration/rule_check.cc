@@ -301,12 +301,12 @@ Refusal check_test(const Test& test) {
   return check_with_compiler(test);
 }
 
-Refusal check_action(const Action& action) {
+Refusal check_action(const Action& action, Delivery::FolderDots dots) {
   if (const Refusal refusal = check_words(action)) return refusal;
   if (needs_escapes(action.target))
     return wrong("target", "a folder can't hold a backslash or a double quote");
   if (const Refusal refusal = check_text("target", "the folder", action.target)) return refusal;
-  if (action.method != Action::DELETE) return check_folder(action.target);
+  if (action.method != Action::DELETE) return check_folder(action.target, dots);
   if (action.target.empty()) return {};
   return wrong("target",
                "\"delete\" takes no folder; type delete, or move " + shortened(action.target));

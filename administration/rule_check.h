@@ -11,6 +11,7 @@
 #include <string>
 
 #include "administration/refusal.h"
+#include "quarrow/delivery/folder_dots.h"
 
 namespace Quarrow::Administration {
 
@@ -39,8 +40,8 @@ Refusal check_words(const MessageFilters::Action& action);
 Refusal check_test(const MessageFilters::Test& test);
 
 // Checks an action, its folder's characters among it: they stand in the script's quotes as they
-// are.
-Refusal check_action(const MessageFilters::Action& action);
+// are. `dots` is what delivery does with folders with a dot in the name.
+Refusal check_action(const MessageFilters::Action& action, Delivery::FolderDots dots);
 
 // What a user may not expect of these actions together, for a person; empty when there is nothing.
 std::string remark_on(const std::list<MessageFilters::Action>& actions);

@@ -128,9 +128,11 @@ const Case wrong_actions[] = {
     {"delete now", Kind::wrong_rule, "target",
      "\"delete\" takes no folder; type delete, or move now"},
     {"move v1.2", Kind::wrong_rule, "target",
-     "\"v1.2\" can't be a folder: IMAP can't open folders with a dot in the name; type v1-2"},
+     "\"v1.2\" can't be a folder: IMAP can't open folders with a dot in the name unless "
+     "--folder-dots=listescape is given, here and to delivery; type v1-2"},
     {"copy Lists/.x", Kind::wrong_rule, "target",
-     "\"Lists/.x\" can't be a folder: IMAP can't open folders with a dot in the name; type "
+     "\"Lists/.x\" can't be a folder: IMAP can't open folders with a dot in the name unless "
+     "--folder-dots=listescape is given, here and to delivery; type "
      "Lists/-x"},
     {"move Foo/", Kind::wrong_rule, "target",
      "\"Foo/\" can't be a folder: a level of it is empty; type Foo"},
@@ -179,10 +181,11 @@ Refusal refusal_of_test(const std::string& text) {
   return check_test(test);
 }
 
-Refusal refusal_of_action(const std::string& text) {
+Refusal refusal_of_action(const std::string& text,
+                          Delivery::FolderDots dots = Delivery::FolderDots::inbox) {
   Action action;
   EXPECT_FALSE(read_action(text, action));
-  return check_action(action);
+  return check_action(action, dots);
 }
 
 TEST(CheckTest, TakesEveryComparatorWithTheTypesItGoesWith) {
@@ -236,6 +239,17 @@ TEST(CheckAction, TakesEveryAction) {
 
 TEST(CheckAction, NamesWhatIsWrong) {
   for (const auto& c : wrong_actions) expect_refusal(c, refusal_of_action(c.text));
+}
+
+TEST(CheckAction, TakesDotsWhereDeliveryHasFoldersForThem) {
+  const auto dots = Delivery::FolderDots::listescape;
+  for (const char* text : {"move v1.2", "copy Lists/.x", "move INBOX/a.b"})
+    EXPECT_EQ("", said(refusal_of_action(text, dots))) << "text: " << text;
+  expect_refusal(Kind::wrong_rule, "target",
+                 "\"a.b/..\" can't be a folder: no level can be . or ..; type a.b",
+                 refusal_of_action("move a.b/..", dots));
+  EXPECT_EQ("", said(refusal_of_action("move " + std::string(251, 'x') + '.', dots)));
+  EXPECT_EQ(Kind::wrong_rule, refusal_of_action("move " + std::string(252, 'x') + '.', dots).kind);
 }
 
 TEST(RemarkOn, SaysThatACopyLeavesTheMessageInTheInbox) {

@@ -140,6 +140,38 @@ Evaluation filing_into_folders(int count) {
   return evaluation;
 }
 
+TEST(PlanFor, TakesTheInboxForADotInAFoldersName) {
+  const Evaluation evaluation = evaluation_of({file_into("v1.2"), file_into("Work")});
+  const Plan plan = plan_for(evaluation);
+  EXPECT_EQ((Names{"", "Work"}), plan.mailboxes);
+  EXPECT_EQ(InboxReason::failure, plan.inbox_reason);
+  EXPECT_EQ("IMAP can't open folders with a dot in the name, hence the inbox: v1.2", plan.note);
+}
+
+TEST(PlanFor, DeliversToADottedFolderThatIsSpelledForAPlugin) {
+  const Evaluation evaluation = evaluation_of({file_into("v1.2"), file_into("Inbox/v1.2")});
+  const Plan plan = plan_for(evaluation, FolderDots::listescape);
+  EXPECT_EQ(Names{"v1.2"}, plan.mailboxes);
+  EXPECT_EQ(InboxReason::none, plan.inbox_reason);
+  EXPECT_EQ("", plan.note);
+}
+
+TEST(AsDelivered, KeepsWhatHasNoFolder) {
+  SieveMatchResult result;
+  result.actions = {discard(), file_into("Work"), file_into("v1.2"), file_into("A//B")};
+  const auto kept = as_delivered(result, FolderDots::inbox);
+  ASSERT_EQ(4U, kept.actions.size());
+  EXPECT_EQ(SieveAction::DISCARD, kept.actions[0].type);
+  EXPECT_EQ(SieveAction::FILEINTO, kept.actions[1].type);
+  EXPECT_EQ("Work", std::string(kept.actions[1].mailbox));
+  EXPECT_EQ(SieveAction::KEEP, kept.actions[2].type);
+  EXPECT_EQ("", std::string(kept.actions[2].mailbox));
+  EXPECT_EQ(SieveAction::KEEP, kept.actions[3].type);
+  const auto filed = as_delivered(result, FolderDots::listescape);
+  EXPECT_EQ("v1.2", std::string(filed.actions[2].mailbox));
+  EXPECT_EQ(SieveAction::KEEP, filed.actions[3].type);
+}
+
 TEST(PlanFor, TakesTheInboxForFoldersBeyondTheMost) {
   Evaluation evaluation = filing_into_folders(32);
   evaluation.result.actions.push_back(file_into("F1"));

@@ -24,9 +24,10 @@ struct Target {
   std::string action;
 };
 
-Target target_for(const std::string& mailbox) {
-  if (mailbox.empty()) return {"Inbox", "", "keep"};
-  return {mailbox, *maildir_folder(mailbox), "fileinto:" + mailbox};
+const Target inbox{"Inbox", "", "keep"};
+
+Target target_for(const std::string& mailbox, FolderDots dots) {
+  return {mailbox, *maildir_folder(mailbox, dots), "fileinto:" + mailbox};
 }
 
 void add_failure(const std::string& note, Report& report) {
@@ -36,16 +37,17 @@ void add_failure(const std::string& note, Report& report) {
 
 // The place of the plan's inbox: the recipient's mailbox, when that can be a folder.
 Target kept_target(const Recipient& recipient, Report& report) {
-  const auto folder = maildir_folder(recipient.mailbox);
-  if (!folder) add_failure("not a folder name, hence the inbox: " + recipient.mailbox, report);
-  if (!folder || folder->empty()) return target_for("");
+  const auto folder = maildir_folder(recipient.mailbox, recipient.folder_dots);
+  if (!folder) add_failure(no_folder_note(recipient.mailbox), report);
+  if (!folder || folder->empty()) return inbox;
   return {recipient.mailbox, *folder, "keep"};
 }
 
 std::vector<Target> targets_of(const Plan& plan, const Recipient& recipient, Report& report) {
   std::vector<Target> targets;
   for (const auto& mailbox : plan.mailboxes) {
-    Target target = mailbox.empty() ? kept_target(recipient, report) : target_for(mailbox);
+    Target target = mailbox.empty() ? kept_target(recipient, report)
+                                    : target_for(mailbox, recipient.folder_dots);
     const bool known = std::any_of(targets.begin(), targets.end(), [&target](const Target& each) {
       return each.folder == target.folder;
     });
@@ -85,7 +87,7 @@ class Storing {
   // Whether the inbox has the message, from the plan or from now on. An inbox that failed is not
   // tried a second time.
   bool store_in_inbox() {
-    if (inbox_ == Inbox::untried) store(target_for(""));
+    if (inbox_ == Inbox::untried) store(inbox);
     return inbox_ == Inbox::has_it;
   }
 
@@ -103,7 +105,7 @@ Report deliver(const Recipient& recipient, const MessageFile& message, std::time
                const std::string& host_name, const Evaluate& evaluate) {
   const Evaluation evaluation =
       evaluate(message.fd, message.size, received, in_folder(recipient.folder, script_name));
-  const Plan plan = plan_for(evaluation);
+  const Plan plan = plan_for(evaluation, recipient.folder_dots);
   Report report;
   report.rule = evaluation.rule;
   report.inbox_reason = plan.inbox_reason;

@@ -15,9 +15,10 @@ class MailboxDelivery : public testing::Test {
  protected:
   MailboxDelivery() { std::filesystem::create_directory(user_); }
 
-  Report deliver_after(const Evaluation& evaluation, const std::string& mailbox = "") {
+  Report deliver_after(const Evaluation& evaluation, const std::string& mailbox = "",
+                       FolderDots dots = FolderDots::inbox) {
     return deliver(
-        {user_, mailbox}, message_.file(), 7, "host",
+        {user_, mailbox, dots}, message_.file(), 7, "host",
         [&evaluation](int, std::uint64_t, std::time_t, const std::string&) { return evaluation; });
   }
   std::string maildir(const std::string& folder = "") const { return user_ + "/Maildir/" + folder; }
@@ -62,6 +63,29 @@ TEST_F(MailboxDelivery, StoresWhereTheRulesSay) {
   EXPECT_EQ("", report.note);
   for (const char* folder : {".A.B", ".C", ""})
     EXPECT_EQ(Names{"Added: d\nA: b\n\nc\n"}, messages_in(maildir(folder))) << folder;
+}
+
+TEST_F(MailboxDelivery, StoresInTheInboxWhatIsForAFolderWithADot) {
+  for (const char* mailbox : {"", "v3.4"}) {
+    const Report report = deliver_after(evaluation_of({file_into("v1.2"), keep()}), mailbox);
+    EXPECT_EQ(Status::delivered, report.status);
+    EXPECT_EQ(Names{"Inbox"}, report.folders);
+    EXPECT_EQ(InboxReason::failure, report.inbox_reason);
+    EXPECT_EQ("keep", report.action);
+  }
+  EXPECT_EQ(2U, count_in(""));
+  EXPECT_FALSE(std::filesystem::exists(maildir(".v1&AC4-2")));
+}
+
+TEST_F(MailboxDelivery, StoresInFoldersThatThePluginListescapeReads) {
+  const Report report = deliver_after(evaluation_of({file_into("A/v1.2"), file_into("~b"), keep()}),
+                                      "v3.4", FolderDots::listescape);
+  EXPECT_EQ(Status::delivered, report.status);
+  EXPECT_EQ((Names{"A/v1.2", "~b", "v3.4"}), report.folders);
+  EXPECT_EQ("", report.note);
+  for (const char* folder : {".A.v1\\2e2", ".\\7eb", ".v3\\2e4"})
+    EXPECT_EQ(1U, count_in(folder)) << folder;
+  EXPECT_EQ(0U, count_in(""));
 }
 
 TEST_F(MailboxDelivery, StoresNothingThatIsRefused) {

@@ -167,8 +167,8 @@ Report DeliveryHandler::deliver_to(const Envelope& envelope, const RecipientLook
     return evaluations_.evaluate(timed, fd, size, received, script);
   };
   const bool is_only_one = envelope.recipients.size() == 1;
-  return Delivery::deliver({lookup.folder, ""}, {spool_.fd(), spool_.size(), headers}, received_,
-                           places_.host_name,
+  return Delivery::deliver({lookup.folder, "", places_.folder_dots},
+                           {spool_.fd(), spool_.size(), headers}, received_, places_.host_name,
                            is_only_one ? Delivery::Evaluate(timed) : Delivery::Evaluate(once));
 }
 

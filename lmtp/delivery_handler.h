@@ -26,6 +26,7 @@ struct Places {
   // Any of these characters begins the extension of an address; empty: none does.
   std::string recipient_delimiter = {};
   Delivery::AddressCase address_case = Delivery::AddressCase::folded;
+  Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
   std::uint64_t most_in_memory = Limits{}.in_memory;  // bytes of a message that is not spooled
 };
 

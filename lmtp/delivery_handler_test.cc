@@ -231,6 +231,28 @@ TEST_F(DeliveryHandlerTest, LogsWhoseRulesWereAsked) {
   EXPECT_NE(std::string::npos, log_of("bob@example.org").find("user=bob@example.org msgid="));
 }
 
+TEST_F(DeliveryHandlerTest, PutsMailForAFolderWithADotIntoTheInboxAndSaysWhy) {
+  const std::string log = logged([&] { deliver(done({{SieveAction::FILEINTO, "v1.2"}})); });
+  EXPECT_NE(std::string::npos, log.find(" action=keep took=")) << log;
+  EXPECT_NE(std::string::npos, log.find(" note=\"IMAP can't open folders with a dot in the name, "
+                                        "hence the inbox: v1.2\""))
+      << log;
+  EXPECT_NE("", stored("new"));
+}
+
+TEST_F(DeliveryHandlerTest, FilesIntoFoldersThatThePluginListescapeReadsOnRequest) {
+  DeliveryHandler handler(
+      {folder_.path(), folder_.path(), "mx.example.org", "+", Delivery::AddressCase::folded,
+       Delivery::FolderDots::listescape},
+      [](int, std::uint64_t, std::time_t, const std::string&) {
+        return done({{SieveAction::FILEINTO, "v1.2"}});
+      },
+      metrics_);
+  ASSERT_TRUE(handler.open_message());
+  EXPECT_EQ(250, handler.deliver({"c", "", false, {user}}, user).code);
+  EXPECT_NE("", stored(".v1\\2e2/new"));
+}
+
 Evaluation not_done(Evaluation::Outcome outcome) {
   Evaluation evaluation;
   evaluation.outcome = outcome;

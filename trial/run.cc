@@ -1,6 +1,7 @@
 // One message after the other.
 #include "trial/run.h"
 
+#include "quarrow/delivery/delivery_plan.h"
 #include "trial/mail_contents.h"
 
 namespace Quarrow::Trial {
@@ -10,8 +11,9 @@ using Delivery::Evaluation;
 
 class TrialRun {
  public:
-  TrialRun(MessageEvaluator& evaluator, Observer& observer, std::optional<std::time_t> received)
-      : evaluator_(evaluator), observer_(observer), received_(received) {}
+  TrialRun(MessageEvaluator& evaluator, Observer& observer, std::optional<std::time_t> received,
+           Delivery::FolderDots dots)
+      : evaluator_(evaluator), observer_(observer), received_(received), dots_(dots) {}
 
   void evaluate(const MailSource& source) {
     MailContents contents;
@@ -30,7 +32,7 @@ class TrialRun {
   void evaluate(const FoundMessage& message, std::time_t received) {
     const Evaluation evaluation = evaluator_.evaluate(message, received);
     if (evaluation.outcome == Evaluation::Outcome::done) {
-      result_.tally.add(evaluation.result);
+      result_.tally.add(Delivery::as_delivered(evaluation.result, dots_));
       observer_.on_result(message.name, evaluation);
     } else {
       result_.tally.add_not_evaluated();
@@ -42,14 +44,15 @@ class TrialRun {
   MessageEvaluator& evaluator_;
   Observer& observer_;
   const std::optional<std::time_t> received_;
+  const Delivery::FolderDots dots_;
   RunResult result_;
 };
 
 }  // namespace
 
 RunResult run(const std::vector<MailSource>& sources, MessageEvaluator& evaluator,
-              Observer& observer, std::optional<std::time_t> received) {
-  TrialRun trial(evaluator, observer, received);
+              Observer& observer, std::optional<std::time_t> received, Delivery::FolderDots dots) {
+  TrialRun trial(evaluator, observer, received, dots);
   for (const auto& source : sources) trial.evaluate(source);
   return trial.result();
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "quarrow/delivery/evaluation_outcome.h"
+#include "quarrow/delivery/folder_dots.h"
 #include "trial/mail_sources.h"
 #include "trial/message_evaluator.h"
 #include "trial/tally.h"
@@ -42,9 +43,11 @@ struct RunResult {
 };
 
 // Reads each of `sources`, has each message in it evaluated, and tells `observer` about it. Each
-// message was received at `received`, where that is given, and otherwise at its source's time.
+// message was received at `received`, where that is given, and otherwise at its source's time. It
+// is counted where Delivery::as_delivered has it go.
 RunResult run(const std::vector<MailSource>& sources, MessageEvaluator& evaluator,
-              Observer& observer, std::optional<std::time_t> received = std::nullopt);
+              Observer& observer, std::optional<std::time_t> received = std::nullopt,
+              Delivery::FolderDots dots = Delivery::FolderDots::inbox);
 
 }  // namespace Quarrow::Trial
 

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "tests/support/temporary_folder_test_support.h"
+#include "trial/result_test_support.h"
 #include "trial/standard_input_test_support.h"
 
 namespace Quarrow::Trial {
@@ -13,15 +14,17 @@ namespace {
 using Delivery::Evaluation;
 using Calls = std::vector<std::string>;
 
-// Takes a message's own text for what becomes of it: "keep", "error", or else a reason why it was
-// not evaluated.
+// Takes a message's own text for what becomes of it: "keep", "file" into the folder v1.2, "error",
+// or else a reason why it was not evaluated.
 class EvaluatorByText : public MessageEvaluator {
  public:
   Evaluation evaluate(const FoundMessage& message, std::time_t received) override {
     received_.push_back(received);
     Evaluation evaluation;
     if (message.bytes == "error") evaluation.result.error = SieveMatchResult::PARSE_ADDRESS;
-    if (message.bytes == "error" || message.bytes == "keep")
+    if (message.bytes == "file")
+      evaluation.result = result({action(SieveAction::FILEINTO, "v1.2")});
+    if (message.bytes == "error" || message.bytes == "keep" || message.bytes == "file")
       evaluation.outcome = Evaluation::Outcome::done;
     else
       evaluation.reason = message.bytes;
@@ -59,8 +62,9 @@ class RecordingObserver : public Observer {
 
 class TrialRunTest : public testing::Test {
  protected:
-  RunResult run_over(const std::vector<MailSource>& sources) {
-    return run(sources, evaluator_, observer_);
+  RunResult run_over(const std::vector<MailSource>& sources,
+                     Delivery::FolderDots dots = Delivery::FolderDots::inbox) {
+    return run(sources, evaluator_, observer_, std::nullopt, dots);
   }
 
   // A source with one message.
@@ -72,6 +76,16 @@ class TrialRunTest : public testing::Test {
   EvaluatorByText evaluator_;
   RecordingObserver observer_;
 };
+
+TEST_F(TrialRunTest, CountsAMessageWhereDeliveryPutsIt) {
+  const std::vector<MailSource> sources = {source("a", "file")};
+  const RunResult in_inbox = run_over(sources);
+  EXPECT_EQ(1U, in_inbox.tally.kept);
+  EXPECT_TRUE(in_inbox.tally.folders.empty());
+  const RunResult in_folder = run_over(sources, Delivery::FolderDots::listescape);
+  EXPECT_EQ(0U, in_folder.tally.kept);
+  EXPECT_EQ((std::map<std::string, std::uint64_t>{{"v1.2", 1}}), in_folder.tally.folders);
+}
 
 TEST_F(TrialRunTest, TellsItsObserverOfEachMessageInOrder) {
   const MailSource b = source("b", "keep");

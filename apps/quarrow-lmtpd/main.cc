@@ -81,9 +81,13 @@ class LmtpServer {
       return evaluator->evaluate(fd, size, received, script);
     };
     return [this, evaluate](Server::Output output) {
-      const Lmtp::Places places{options_.root,         options_.spool,
-                                options_.host_name,    options_.recipient_delimiter,
-                                options_.address_case, options_.limits.in_memory};
+      const Lmtp::Places places{options_.root,
+                                options_.spool,
+                                options_.host_name,
+                                options_.recipient_delimiter,
+                                options_.address_case,
+                                options_.folder_dots,
+                                options_.limits.in_memory};
       auto handler = std::make_unique<DeliveryHandler>(places, evaluate, counters_);
       return std::make_unique<Session>(std::move(handler), options_.limits, options_.host_name,
                                        std::move(output));

@@ -10,6 +10,7 @@
 #include <map>
 #include <sstream>
 
+#include "delivery/folder_name.h"
 #include "quarrow/delivery/maildir_store.h"
 
 namespace Quarrow::Lmtpd {
@@ -134,6 +135,16 @@ void declare_mail(CLI::App& app, Options& options) {
       ->type_name("CHARS")
       ->check(Delivery::delimiter_fault)
       ->capture_default_str();
+  app.add_option_function<std::string>(
+         "--folder-dots",
+         [&options](const std::string& word) {
+           options.folder_dots = Delivery::folder_dots_of(word);
+         },
+         "Folders with a dot in the name: the inbox in their place, or as Dovecot's plugin "
+         "listescape spells them")
+      ->type_name("inbox|listescape")
+      ->check(Delivery::folder_dots_fault)
+      ->default_str("inbox");
   app.add_flag_callback(
       "--keep-case", [&options] { options.address_case = Delivery::AddressCase::kept; },
       "Tell capitals in users' addresses from small letters");

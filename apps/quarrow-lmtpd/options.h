@@ -7,6 +7,7 @@
 #include "delivery/recipient_lookup.h"
 #include "lmtp/limits.h"
 #include "quarrow/delivery/evaluator.h"
+#include "quarrow/delivery/folder_dots.h"
 #include "server/daemon.h"
 
 namespace Quarrow::Lmtpd {
@@ -19,6 +20,7 @@ struct Options {
   std::string host_name;                    // by default this host's
   std::string recipient_delimiter = "+";
   Delivery::AddressCase address_case = Delivery::AddressCase::folded;
+  Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
   Lmtp::Limits limits;
   Delivery::EvaluatorLimits evaluation;
   bool require_landlock = false;

@@ -24,6 +24,7 @@ const struct {
                 {"--spool", {"/srv/spool"}},
                 {"--host-name", {"mx.example.org"}},
                 {"--recipient-delimiter", {"+-"}},
+                {"--folder-dots", {"listescape"}},
                 {"--metrics", {"/srv/metrics"}},
                 {"--log", {"syslog"}},
                 {"--workers", {"4"}},
@@ -43,15 +44,31 @@ const struct {
 const struct {
   const char* option;
   const char* value;
-} options_with_values[] = {
-    {"--config", "FILE"},        {"--listen", "SOCKET"},       {"--socket-mode", "MODE"},
-    {"--socket-group", "GROUP"}, {"--user", "USER"},           {"--root", "DIR"},
-    {"--spool", "DIR"},          {"--host-name", "NAME"},      {"--recipient-delimiter", "CHARS"},
-    {"--metrics", "FILE"},       {"--log", "stderr|syslog"},   {"--workers", "N"},
-    {"--max-size", "N"},         {"--max-in-memory", "N"},     {"--max-line", "N"},
-    {"--max-recipients", "N"},   {"--client-patience", "N"},   {"--transaction-time", "N"},
-    {"--busy-patience", "N"},    {"--health", "SOCKET"},       {"--max-clients-per-address", "N"},
-    {"--evaluation-time", "N"},  {"--evaluation-memory", "N"}, {"--helper-messages", "N"}};
+} options_with_values[] = {{"--config", "FILE"},
+                           {"--listen", "SOCKET"},
+                           {"--socket-mode", "MODE"},
+                           {"--socket-group", "GROUP"},
+                           {"--user", "USER"},
+                           {"--root", "DIR"},
+                           {"--spool", "DIR"},
+                           {"--host-name", "NAME"},
+                           {"--recipient-delimiter", "CHARS"},
+                           {"--metrics", "FILE"},
+                           {"--log", "stderr|syslog"},
+                           {"--folder-dots", "inbox|listescape"},
+                           {"--workers", "N"},
+                           {"--max-size", "N"},
+                           {"--max-in-memory", "N"},
+                           {"--max-line", "N"},
+                           {"--max-recipients", "N"},
+                           {"--client-patience", "N"},
+                           {"--transaction-time", "N"},
+                           {"--busy-patience", "N"},
+                           {"--health", "SOCKET"},
+                           {"--max-clients-per-address", "N"},
+                           {"--evaluation-time", "N"},
+                           {"--evaluation-memory", "N"},
+                           {"--helper-messages", "N"}};
 
 Parsed parse(std::vector<const char*> arguments) {
   arguments.insert(arguments.begin(), "quarrow-lmtpd");
@@ -100,6 +117,7 @@ void expect_settings(const Parsed& parsed) {
   EXPECT_EQ("/srv/spool", options.spool);
   EXPECT_EQ("mx.example.org", options.host_name);
   EXPECT_EQ("+-", options.recipient_delimiter);
+  EXPECT_EQ(Delivery::FolderDots::listescape, options.folder_dots);
   EXPECT_EQ("/srv/metrics", options.server.metrics);
   EXPECT_EQ(LogTarget::system_log, options.server.log);
   EXPECT_EQ(4U, options.server.workers);
@@ -131,6 +149,7 @@ TEST(LmtpdOptions, HaveDefaults) {
   EXPECT_EQ("/var/tmp", options.spool);
   EXPECT_NE("", options.host_name);
   EXPECT_EQ("+", options.recipient_delimiter);
+  EXPECT_EQ(Delivery::FolderDots::inbox, options.folder_dots);
   EXPECT_EQ(LogTarget::standard_error, options.server.log);
   EXPECT_EQ(10U, options.server.workers);
   EXPECT_EQ(seconds(300), options.server.patience.silence);
@@ -201,6 +220,7 @@ const struct {
     {"--spool", "", "must not be empty"},
     {"--host-name", "", "not a host's name, ASCII without blanks: "},
     {"--host-name", "mx example", "not a host's name, ASCII without blanks: mx example"},
+    {"--folder-dots", "dovecot", "neither inbox nor listescape: dovecot"},
     {"--recipient-delimiter", "+@", "not of the characters !#$%&*+-./=?^_{|}~: +@"},
 };
 

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "quarrow/delivery/folder_dots.h"
+
 namespace Quarrow::Command {
 
 // As they are given: none, and an empty text, differ.
@@ -14,7 +16,8 @@ struct DeliveryOptions {
   std::optional<std::string> sender;
   std::optional<std::string> original_recipient;
   std::optional<std::string> final_recipient;
-  std::string recipient_delimiter = "+";             // each begins the extension of an address
+  std::string recipient_delimiter = "+";  // each begins the extension of an address
+  Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
   std::string folder;                                // in UTF-8; "" is the inbox
   std::uint64_t max_size = std::uint64_t{64} << 20;  // of the message, in bytes
   bool report_by_status = false;

@@ -13,6 +13,7 @@
 namespace Quarrow::Command {
 namespace {
 
+using Delivery::FolderDots;
 using nlohmann::ordered_json;
 
 // By SieveAction::Type.
@@ -44,6 +45,12 @@ std::string places_of(const std::vector<SieveAction>& actions) {
   return text.empty() ? places[SieveAction::KEEP] : text;
 }
 
+// Why the inbox has the message although the rules don't say so; empty where they do.
+std::string failure_note(const Delivery::Evaluation& evaluation, FolderDots dots) {
+  const Delivery::Plan plan = Delivery::plan_for(evaluation, dots);
+  return plan.inbox_reason == Delivery::InboxReason::failure ? plan.note : "";
+}
+
 ordered_json to_json(const SieveAction& action) {
   ordered_json out = {{"action", action_words[action.type]}};
   if (action.type == SieveAction::FILEINTO) out["mailbox"] = folder_of(action);
@@ -53,12 +60,14 @@ ordered_json to_json(const SieveAction& action) {
 
 }  // namespace
 
-std::string result_line(const std::string& name, const Delivery::Evaluation& evaluation) {
-  const auto& result = evaluation.result;
-  const std::string text = result.error == SieveMatchResult::NONE
-                               ? places_of(result.actions)
-                               : "error in the " + Delivery::plan_for(evaluation).note;
-  return printable(name) + '\t' + printable(text);
+std::string result_line(const std::string& name, const Delivery::Evaluation& evaluation,
+                        FolderDots dots) {
+  const std::string note = failure_note(evaluation, dots);
+  if (evaluation.result.error != SieveMatchResult::NONE)
+    return printable(name) + "\terror in the " + printable(note);
+  const SieveMatchResult result = Delivery::as_delivered(evaluation.result, dots);
+  return printable(name) + '\t' + printable(places_of(result.actions)) +
+         (note.empty() ? "" : "; " + printable(note));
 }
 
 std::string raw_result_line(const std::string& name, const SieveMatchResult& result) {
@@ -67,15 +76,18 @@ std::string raw_result_line(const std::string& name, const SieveMatchResult& res
   return printable(name) + '\t' + printable(text.str());
 }
 
-std::string result_json(const std::string& name, const SieveMatchResult& result,
-                        const std::string& rule) {
+std::string result_json(const std::string& name, const Delivery::Evaluation& evaluation,
+                        FolderDots dots) {
+  const SieveMatchResult result = Delivery::as_delivered(evaluation.result, dots);
   ordered_json out = {{"message", name}};
   if (result.error != SieveMatchResult::NONE) {
     out["error"] = error_words[result.error];
   } else {
     out["actions"] = ordered_json::array();
     for (const auto& action : result.actions) out["actions"].push_back(to_json(action));
-    if (!rule.empty()) out["rule"] = rule;
+    if (!evaluation.rule.empty()) out["rule"] = evaluation.rule;
+    const std::string note = failure_note(evaluation, dots);
+    if (!note.empty()) out["note"] = note;
   }
   return out.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }

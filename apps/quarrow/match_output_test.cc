@@ -17,10 +17,11 @@ SieveMatchResult filed(const std::string& folder) {
   return result;
 }
 
-Delivery::Evaluation evaluated(const SieveMatchResult& result) {
+Delivery::Evaluation evaluated(const SieveMatchResult& result, const std::string& rule = "") {
   Delivery::Evaluation evaluation;
   evaluation.outcome = Delivery::Evaluation::Outcome::done;
   evaluation.result = result;
+  evaluation.rule = rule;
   return evaluation;
 }
 
@@ -56,6 +57,13 @@ TEST(ResultLine, SaysWhatWasWrong) {
             result_line("a", evaluated(result)));
 }
 
+TEST(ResultLine, SaysWhyTheInboxTakesAFoldersPlace) {
+  EXPECT_EQ("a\tkept; IMAP can't open folders with a dot in the name, hence the inbox: v1.2",
+            result_line("a", evaluated(filed("v1.2"))));
+  EXPECT_EQ("a\tfolder v1.2",
+            result_line("a", evaluated(filed("v1.2")), Delivery::FolderDots::listescape));
+}
+
 TEST(RawResultLine, HasTheTextOfTheLibrary) {
   EXPECT_EQ("a.eml\tMatchResult [action=FILEINTO:Gr&APYA3w-e]",
             raw_result_line("a.eml", filed("Gr&APYA3w-e")));
@@ -63,20 +71,21 @@ TEST(RawResultLine, HasTheTextOfTheLibrary) {
 }
 
 TEST(ResultLine, EscapesControlCharacters) {
-  EXPECT_EQ("a\\tb\tfolder x\\ny", result_line("a\tb", evaluated(filed("x\ny"))));
+  EXPECT_EQ("a\\tb\tkept; not a folder name, hence the inbox: x\\ny",
+            result_line("a\tb", evaluated(filed("x\ny"))));
 }
 
 TEST(ResultJson, ListsActions) {
   EXPECT_EQ(R"({"message":"a\tb","actions":[{"action":"fileinto","mailbox":"Work"}]})",
-            result_json("a\tb", filed("Work"), ""));
-  EXPECT_EQ(R"({"message":"a","actions":[]})", result_json("a", SieveMatchResult(), ""));
+            result_json("a\tb", evaluated(filed("Work"))));
+  EXPECT_EQ(R"({"message":"a","actions":[]})", result_json("a", evaluated({})));
 }
 
 TEST(ResultJson, HasFoldersInUtf8) {
   EXPECT_EQ(
       "{\"message\":\"a\",\"actions\":[{\"action\":\"fileinto\",\"mailbox\":\"Gr\xC3\xB6\xC3\x9F"
       "e\"}]}",
-      result_json("a", filed("Gr&APYA3w-e"), ""));
+      result_json("a", evaluated(filed("Gr&APYA3w-e"))));
 }
 
 TEST(ResultJson, GivesTheReasonOfARejection) {
@@ -86,23 +95,33 @@ TEST(ResultJson, GivesTheReasonOfARejection) {
   SieveMatchResult result;
   result.add_action(reject);
   EXPECT_EQ(R"({"message":"a","actions":[{"action":"reject","reason":"no \"more\""}]})",
-            result_json("a", result, ""));
+            result_json("a", evaluated(result)));
 }
 
 TEST(ResultJson, NamesTheRuleThatDecided) {
   EXPECT_EQ(R"({"message":"a","actions":[],"rule":"say \"no\""})",
-            result_json("a", SieveMatchResult(), "say \"no\""));
+            result_json("a", evaluated({}, "say \"no\"")));
+}
+
+TEST(ResultJson, SaysWhyTheInboxTakesAFoldersPlace) {
+  EXPECT_EQ(
+      R"({"message":"a","actions":[{"action":"keep"}],"rule":"r","note":"IMAP can't open folders )"
+      R"(with a dot in the name, hence the inbox: v1.2"})",
+      result_json("a", evaluated(filed("v1.2"), "r")));
+  EXPECT_EQ(R"({"message":"a","actions":[{"action":"fileinto","mailbox":"v1.2"}]})",
+            result_json("a", evaluated(filed("v1.2")), Delivery::FolderDots::listescape));
 }
 
 TEST(ResultJson, GivesOnlyTheErrorOfAFailedEvaluation) {
   SieveMatchResult result = filed("Work");
   result.error = SieveMatchResult::PARSE_ADDRESS;
-  EXPECT_EQ(R"({"message":"a","error":"parse_address"})", result_json("a", result, "Work"));
+  EXPECT_EQ(R"({"message":"a","error":"parse_address"})",
+            result_json("a", evaluated(result, "Work")));
 }
 
 TEST(ResultJson, ReplacesWhatIsNoUtf8) {
   EXPECT_EQ("{\"message\":\"caf\xEF\xBF\xBD\",\"actions\":[]}",
-            result_json("caf\xE9", SieveMatchResult(), ""));
+            result_json("caf\xE9", evaluated({})));
 }
 
 }  // namespace

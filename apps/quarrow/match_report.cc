@@ -18,16 +18,16 @@ namespace {
 bool bar_is_seen() { return isatty(STDERR_FILENO) == 1 && isatty(STDOUT_FILENO) == 0; }
 
 std::string line_for(MatchReport::Form form, const std::string& name,
-                     const Delivery::Evaluation& evaluation) {
+                     const Delivery::Evaluation& evaluation, Delivery::FolderDots dots) {
   switch (form) {
     case MatchReport::Form::json:
-      return result_json(name, evaluation.result, evaluation.rule);
+      return result_json(name, evaluation, dots);
     case MatchReport::Form::raw_text:
       return raw_result_line(name, evaluation.result);
     case MatchReport::Form::text:
       break;
   }
-  return result_line(name, evaluation);
+  return result_line(name, evaluation, dots);
 }
 
 }  // namespace
@@ -37,15 +37,16 @@ int complain(const Trial::SourceFailure& failure) {
   return complain(failure.object, failure.reason, unreadable ? EX_NOINPUT : EX_DATAERR);
 }
 
-MatchReport::MatchReport(Form form, std::uint64_t total_size, int status)
+MatchReport::MatchReport(Form form, std::uint64_t total_size, int status, Delivery::FolderDots dots)
     : form_(form),
       status_(status),
       bar_(std::cerr, total_size, ProgressBar::Clock::now()),
-      shows_bar_(bar_is_seen()) {}
+      shows_bar_(bar_is_seen()),
+      dots_(dots) {}
 
 void MatchReport::on_result(const std::string& name, const Delivery::Evaluation& evaluation) {
   if (evaluation.result.error != SieveMatchResult::NONE) status_ = EX_DATAERR;
-  std::cout << line_for(form_, name, evaluation) << '\n';
+  std::cout << line_for(form_, name, evaluation, dots_) << '\n';
 }
 
 void MatchReport::on_not_evaluated(const std::string& name, const std::string& reason) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "apps/quarrow/progress_bar.h"
+#include "quarrow/delivery/folder_dots.h"
 #include "trial/mail_sources.h"
 #include "trial/run.h"
 
@@ -23,8 +24,10 @@ class MatchReport : public Trial::Observer {
     json       // an object a line for each message
   };
 
-  // About messages of `total_size` bytes in all. `status` is the exit status so far.
-  MatchReport(Form form, std::uint64_t total_size, int status);
+  // About messages of `total_size` bytes in all, which are delivered with `dots`. `status` is the
+  // exit status so far.
+  MatchReport(Form form, std::uint64_t total_size, int status,
+              Delivery::FolderDots dots = Delivery::FolderDots::inbox);
 
   void on_result(const std::string& name, const Delivery::Evaluation& evaluation) override;
   void on_not_evaluated(const std::string& name, const std::string& reason) override;
@@ -40,6 +43,7 @@ class MatchReport : public Trial::Observer {
   int status_;
   ProgressBar bar_;
   const bool shows_bar_;
+  const Delivery::FolderDots dots_;
 };
 
 }  // namespace Quarrow::Command

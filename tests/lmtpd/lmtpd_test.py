@@ -99,6 +99,16 @@ class DaemonTest(DaemonTestCase):
         self.assertEqual(550, client.rcpt(USERS[0].upper())[0])
         self.assertEqual(250, client.rcpt(USERS[0])[0])
 
+    def test_files_into_folders_with_dots_where_it_is_told_how(self):
+        def name_a_folder_with_a_dot(daemon):
+            script = daemon.home(USERS[0]) / ".delivery_filter"
+            script.write_bytes(b'require "fileinto"; fileinto "v1.2";')
+
+        for options, folder in [((), ""), (("--folder-dots", "listescape"), ".v1\\2e2")]:
+            daemon = self.start(*options, change=name_a_folder_with_a_dot)
+            self.assertEqual(250, self.connect(daemon).deliver([USERS[0]], "x")[0][0])
+            self.assertEqual(1, len(daemon.messages(USERS[0], folder)))
+
     def test_refuses_strangers(self):
         client = self.connect(self.start())
         client.mail("")

@@ -3,6 +3,8 @@
 
 #include <memory>
 
+#include "delivery/folder_name.h"
+
 namespace Quarrow::Command {
 namespace {
 
@@ -42,6 +44,15 @@ Run declare(CLI::App& app, const Subcommand& row, Settings& settings) {
 Run declare_commands(CLI::App& app, const std::vector<Subcommand>& table, Settings& settings) {
   declare_settings(app, settings)->capture_default_str()->envname("QUARROW_ROOT");
   return declare_rows(app, table, settings);
+}
+
+void add_folder_dots_option(CLI::App& app, Delivery::FolderDots& dots, const std::string& help) {
+  app.add_option_function<std::string>(
+         "--folder-dots",
+         [&dots](const std::string& word) { dots = Delivery::folder_dots_of(word); }, help)
+      ->type_name("inbox|listescape")
+      ->check(Delivery::folder_dots_fault)
+      ->default_str("inbox");
 }
 
 }  // namespace Quarrow::Command

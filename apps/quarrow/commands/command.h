@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "delivery/recipient_lookup.h"
+#include "quarrow/delivery/folder_dots.h"
 
 namespace Quarrow::Command {
 
@@ -34,6 +35,9 @@ struct Subcommand {
 // fill `settings`, which may stand in front of a subcommand and behind it. The result runs the one
 // that was. `settings` outlives `app`.
 Run declare_commands(CLI::App& app, const std::vector<Subcommand>& table, Settings& settings);
+
+// The option for folders with a dot in the name, which `help` explains.
+void add_folder_dots_option(CLI::App& app, Delivery::FolderDots& dots, const std::string& help);
 
 Run declare_deliver(CLI::App& app);
 Run declare_init(CLI::App& app);

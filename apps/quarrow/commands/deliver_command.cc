@@ -120,8 +120,8 @@ int deliver_to(const DeliveryOptions& options, const std::string& user, std::str
   };
   const Delivery::MessageFile message{spool.fd(), spool.bytes().size(), trace.lines};
   const std::string mailbox = MessageFilters::imap_mailbox_name(options.folder);
-  return status_of(user, Delivery::deliver({folder, mailbox}, message, std::time(nullptr),
-                                           Delivery::host_name(), evaluate));
+  return status_of(user, Delivery::deliver({folder, mailbox, options.folder_dots}, message,
+                                           std::time(nullptr), Delivery::host_name(), evaluate));
 }
 
 int deliver(const Settings& settings, const DeliveryOptions& options) {
@@ -178,6 +178,10 @@ Run declare_deliver(CLI::App& app) {
       ->type_name("CHARS")
       ->check(Delivery::delimiter_fault)
       ->capture_default_str();
+  add_folder_dots_option(
+      app, options->folder_dots,
+      "Folders with a dot in the name: the inbox in their place, or as Dovecot's "
+      "plugin listescape spells them");
   app.add_option("--max-size", options->max_size, "The largest message in bytes")
       ->type_name("N")
       ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 40).description(""))

@@ -28,6 +28,7 @@ struct Options {
   bool any = false;
   bool disabled = false;
   std::int32_t before = 0;  // 0: at the end
+  Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
   Administration::CommitConsent consent;
 };
 
@@ -48,11 +49,11 @@ Refusal add_tests(const std::vector<std::string>& texts, Filter__& filter) {
   return {};
 }
 
-Refusal add_actions(const std::vector<std::string>& texts, std::list<Action>& actions) {
-  for (const auto& text : texts) {
+Refusal add_actions(const Options& options, std::list<Action>& actions) {
+  for (const auto& text : options.actions) {
     Action action;
     Refusal refusal = Administration::read_action(text, action);
-    if (!refusal) refusal = Administration::check_action(action);
+    if (!refusal) refusal = Administration::check_action(action, options.folder_dots);
     if (refusal) return of_option("--then", text, refusal);
     actions.push_back(action);
   }
@@ -66,7 +67,7 @@ Refusal build(const Options& options, Filter__& filter) {
   if (const Refusal refusal = Administration::check_name(options.name))
     return of_option("--name", options.name, refusal);
   if (const Refusal refusal = add_tests(options.tests, filter)) return refusal;
-  return add_actions(options.actions, filter.actions);
+  return add_actions(options, filter.actions);
 }
 
 // Adds the filter; the answer is its number.
@@ -80,9 +81,9 @@ GuardedOutcome add(RulesTransaction& rules, const Options& options) {
 }
 
 // What the user may not expect of these actions, each of which can be taken.
-std::string remark_on_actions(const std::vector<std::string>& texts) {
+std::string remark_on_actions(const Options& options) {
   std::list<Action> actions;
-  return add_actions(texts, actions) ? "" : Administration::remark_on(actions);
+  return add_actions(options, actions) ? "" : Administration::remark_on(actions);
 }
 
 int filter_add(const Settings& settings, const Options& options) {
@@ -97,7 +98,7 @@ int filter_add(const Settings& settings, const Options& options) {
   if (refusal) return complain(settings, refusal);
   const int status = with_filters_of(settings, options.user,
                                      [&](RulesTransaction& rules) { return add(rules, options); });
-  const std::string remark = status == EX_OK ? remark_on_actions(options.actions) : "";
+  const std::string remark = status == EX_OK ? remark_on_actions(options) : "";
   return remark.empty() ? status : complain("--then", remark, status);
 }
 
@@ -123,6 +124,9 @@ Run declare_filter_add(CLI::App& app) {
   app.add_option("--before", options->before, "Try it before the filter ID instead of last")
       ->type_name("ID")
       ->check(filter_number());
+  add_folder_dots_option(app, options->folder_dots,
+                         "listescape lets folders have a dot in the name, where mail is delivered "
+                         "with the same option");
   add_consent_options(app, options->consent);
   return [options](const Settings& settings) { return filter_add(settings, *options); };
 }

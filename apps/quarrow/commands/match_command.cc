@@ -32,6 +32,7 @@ struct Options {
   std::string user;
   std::vector<std::string> messages;
   std::optional<std::string> received;  // none: as the messages say
+  Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
   bool json = false;
   bool log = false;
 };
@@ -84,8 +85,8 @@ int match(const Settings& settings, const Options& options) {
   const std::string script = Administration::rules_script(address.address());
   const auto evaluator = make_evaluator(options, script, sources);
   if (!evaluator) return no_script(options.user, script);
-  MatchReport report(form_of(options), Trial::total_size(sources), status);
-  return report.finish(Trial::run(sources, *evaluator, report, received));
+  MatchReport report(form_of(options), Trial::total_size(sources), status, options.folder_dots);
+  return report.finish(Trial::run(sources, *evaluator, report, received, options.folder_dots));
 }
 
 }  // namespace
@@ -100,6 +101,8 @@ Run declare_match(CLI::App& app) {
   app.add_option("--received", options->received,
                  "When the messages came, such as 2026-05-04 or \"2026-05-04 12:00\"")
       ->type_name("TIME");
+  add_folder_dots_option(app, options->folder_dots,
+                         "Folders with a dot in the name: as delivery is told");
   app.add_flag("--json", options->json, "One JSON object a line, and no table");
   app.add_flag("--log", options->log,
                "Evaluate in this process, unprotected, and write the interpreter's log to standard "

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "quarrow/delivery/evaluation_outcome.h"
+#include "quarrow/delivery/folder_dots.h"
 
 namespace Quarrow::Delivery {
 
@@ -47,8 +48,11 @@ struct Plan {
 //   other actions only                          the inbox: failure
 //
 // A mailbox whose name can't be a folder is the inbox: failure. So is each folder beyond
-// most_folders.
-Plan plan_for(const Evaluation& evaluation);
+// most_folders. `dots` tells whether a name with a dot can be a folder.
+Plan plan_for(const Evaluation& evaluation, FolderDots dots = FolderDots::inbox);
+
+// `result` with a KEEP in the place of each FILEINTO whose mailbox can't be a folder.
+SieveMatchResult as_delivered(SieveMatchResult result, FolderDots dots);
 
 }  // namespace Quarrow::Delivery
 

@@ -10,6 +10,7 @@
 
 #include "quarrow/delivery/delivery_plan.h"
 #include "quarrow/delivery/evaluation_outcome.h"
+#include "quarrow/delivery/folder_dots.h"
 #include "quarrow/delivery/message_file.h"
 
 namespace Quarrow::Delivery {
@@ -23,6 +24,7 @@ using Evaluate = std::function<Evaluation(int message_fd, std::uint64_t size, st
 struct Recipient {
   std::string folder;   // the user's folder, which exists: it holds the script and the Maildir
   std::string mailbox;  // takes the place of the plan's inbox; "" is the inbox itself
+  FolderDots folder_dots = FolderDots::inbox;
 };
 
 // The result of a delivery.
