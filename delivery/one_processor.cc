@@ -1,6 +1,8 @@
 // Choosing the processor.
 #include "delivery/one_processor.h"
 
+#include "system/processors.h"
+
 namespace Quarrow::Delivery {
 namespace {
 
@@ -20,7 +22,7 @@ void keep_on(pid_t process, const cpu_set_t& processors) {
 
 }  // namespace
 
-void stay_on_one_processor() { keep_on(0, present_processor()); }
+void stay_on_one_processor() { stay_on_processor(sched_getcpu()); }
 
 OnOneProcessor::OnOneProcessor(pid_t helper, const cpu_set_t& allowed) : allowed_(allowed) {
   const cpu_set_t only = present_processor();
