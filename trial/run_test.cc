@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "tests/support/temporary_folder_test_support.h"
+#include "trial/observer_test_support.h"
 #include "trial/result_test_support.h"
 #include "trial/standard_input_test_support.h"
 
@@ -12,7 +13,6 @@ namespace Quarrow::Trial {
 namespace {
 
 using Delivery::Evaluation;
-using Calls = std::vector<std::string>;
 
 // Takes a message's own text for what becomes of it: "keep", "file" into the folder v1.2, "error",
 // or else a reason why it was not evaluated.
@@ -37,34 +37,11 @@ class EvaluatorByText : public MessageEvaluator {
   std::vector<std::time_t> received_;
 };
 
-// Writes down each call.
-class RecordingObserver : public Observer {
- public:
-  void on_result(const std::string& name, const Evaluation& evaluation) override {
-    const bool failed = evaluation.result.error != SieveMatchResult::NONE;
-    calls_.push_back((failed ? "error " : "result ") + name);
-  }
-  void on_not_evaluated(const std::string& name, const std::string& reason) override {
-    calls_.push_back("not evaluated " + name + ": " + reason);
-  }
-  void on_failure(const SourceFailure& failure) override {
-    calls_.push_back("failure " + failure.object);
-  }
-  void on_progress(std::uint64_t bytes) override {
-    calls_.push_back("progress " + std::to_string(bytes));
-  }
-
-  const Calls& calls() const { return calls_; }
-
- private:
-  Calls calls_;
-};
-
 class TrialRunTest : public testing::Test {
  protected:
   RunResult run_over(const std::vector<MailSource>& sources,
                      Delivery::FolderDots dots = Delivery::FolderDots::inbox) {
-    return run(sources, evaluator_, observer_, std::nullopt, dots);
+    return run(sources, evaluator_, observer_, {std::nullopt, dots});
   }
 
   // A source with one message.

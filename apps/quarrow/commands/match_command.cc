@@ -19,20 +19,26 @@
 #include "message_filters/user_files.h"
 #include "system/descriptor.h"
 #include "system/exists.h"
+#include "system/processors.h"
 #include "system/regular_file.h"
 #include "trial/mail_sources.h"
 #include "trial/message_evaluator.h"
+#include "trial/parallel_run.h"
 #include "trial/preparation.h"
 #include "trial/run.h"
 
 namespace Quarrow::Command {
 namespace {
 
+// Each takes a descriptor of the first process, which may have no more than 1024.
+constexpr int most_jobs = 256;
+
 struct Options {
   std::string user;
   std::vector<std::string> messages;
   std::optional<std::string> received;  // none: as the messages say
   Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
+  std::optional<std::size_t> jobs;  // none: as many as the work is worth
   bool json = false;
   bool log = false;
 };
@@ -56,13 +62,20 @@ int no_script(const std::string& user, const std::string& path) {
                   EX_DATAERR);
 }
 
+// How many processes are to share the messages; 1 for a run in this one.
+std::size_t jobs_for(const Options& options, const std::vector<Trial::MailSource>& sources) {
+  if (options.log) return 1;
+  if (options.jobs.value_or(0) > 0) return *options.jobs;
+  return options.jobs || Trial::is_long_work(sources) ? usable_processors().size() : 1;
+}
+
 // The evaluator of the script at `path`; null when there is no script that can be run.
 std::unique_ptr<Trial::MessageEvaluator> make_evaluator(
-    const Options& options, const std::string& path,
-    const std::vector<Trial::MailSource>& sources) {
+    const Options& options, const std::string& path, const std::vector<Trial::MailSource>& sources,
+    std::size_t jobs) {
   if (options.log) return logged_evaluator(path);
   Trial::prepare_for(sources);
-  Delivery::stay_on_one_processor();
+  if (jobs <= 1) Delivery::stay_on_one_processor();
   return Trial::isolated_evaluator(path);
 }
 
@@ -83,10 +96,14 @@ int match(const Settings& settings, const Options& options) {
   int status = EX_OK;
   for (const auto& failure : failures) status = complain(failure);
   const std::string script = Administration::rules_script(address.address());
-  const auto evaluator = make_evaluator(options, script, sources);
+  const std::size_t jobs = jobs_for(options, sources);
+  const auto evaluator = make_evaluator(options, script, sources, jobs);
   if (!evaluator) return no_script(options.user, script);
   MatchReport report(form_of(options), Trial::total_size(sources), status, options.folder_dots);
-  return report.finish(Trial::run(sources, *evaluator, report, received, options.folder_dots));
+  const Trial::RunSettings settings = {received, options.folder_dots};
+  if (jobs <= 1) return report.finish(Trial::run(sources, *evaluator, report, settings));
+  const auto make = [&] { return Trial::isolated_evaluator(script); };
+  return report.finish(Trial::run_in_parallel(sources, *evaluator, make, jobs, report, settings));
 }
 
 }  // namespace
@@ -104,9 +121,15 @@ Run declare_match(CLI::App& app) {
   add_folder_dots_option(app, options->folder_dots,
                          "Folders with a dot in the name: as delivery is told");
   app.add_flag("--json", options->json, "One JSON object a line, and no table");
+  CLI::Option* const jobs =
+      app.add_option("-j,--jobs", options->jobs,
+                     "How many processes share the messages; 0 for one on each processor")
+          ->type_name("N")
+          ->check(CLI::Range(0, most_jobs).description(""));
   app.add_flag("--log", options->log,
                "Evaluate in this process, unprotected, and write the interpreter's log to standard "
-               "error");
+               "error")
+      ->excludes(jobs);
   return [options](const Settings& settings) { return match(settings, *options); };
 }
 
