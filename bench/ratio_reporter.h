@@ -16,14 +16,18 @@ struct Comparison {
 };
 
 // The console's report, and then the ratio of each comparison: of the least CPU time of all
-// repetitions, or the least real time of benchmarks that measure that.
+// repetitions, or the least real time of benchmarks that measure that. The library does not tell a
+// reporter of repetitions when it shall report aggregates only; then it is their median.
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override;
   void print_ratios(const std::vector<Comparison>& comparisons) const;
 
  private:
-  std::map<std::string, double> least_;  // by name, in the benchmark's unit
+  using Times = std::map<std::string, double>;  // by name, in the benchmark's unit
+
+  Times least_;
+  Times medians_;
 };
 
 #endif  // QUARROW_BENCH_RATIO_REPORTER_H_
