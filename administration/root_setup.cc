@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "administration/write_error.h"
+#include "message_filters/field_names.h"
 #include "system/exists.h"
 
 namespace Quarrow::Administration {
@@ -33,11 +34,11 @@ std::vector<Field> system_fields() {
           {Field::ADDRESS, "cc", true},
           {Field::ADDRESS, "sender", true},
           {Field::ADDRESS, "reply-to", true},
-          {Field::ADDRESS, "to_cc", true},
-          {Field::ADDRESS, "from_to_cc", true},
+          {Field::ADDRESS, FieldNames::to_cc, true},
+          {Field::ADDRESS, FieldNames::from_to_cc, true},
           {Field::STRING, "list-id", true},
           {Field::SIZE, "size", true},
-          {Field::DATE, "zvx-received-date", true}};
+          {Field::DATE, FieldNames::received_date, true}};
 }
 
 Refusal use_configuration(const std::string& path) {

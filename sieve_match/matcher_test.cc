@@ -122,7 +122,7 @@ TEST_F(Matcher, FindsTheScriptInTheUsersFolder) {
   EXPECT_EQ(nullptr, SieveMatch::Create(alice, nullptr));
   const std::string home = ZvMailUserId(MAILBOX_USER, alice.address()).prefpath();
   std::filesystem::create_directories(home);
-  std::ofstream(home + "/.delivery_filter") << keeps;
+  write_file(home + "/.delivery_filter", keeps);
   const std::unique_ptr<SieveMatch> matcher(SieveMatch::Create(alice, new RecordingLog(record)));
   ASSERT_NE(nullptr, matcher);
   EXPECT_EQ(1U, record.count("Debug: rule file '" + home + "/.delivery_filter' is loaded"));
