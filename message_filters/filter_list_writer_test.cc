@@ -136,7 +136,7 @@ TEST_F(FilterListWriter, RefusesMoreFiltersThanCanBeReadAgain) {
 }
 
 TEST_F(FilterListWriter, WritesAsManyFiltersAsCanBeReadAgain) {
-  list_->filters.assign(most_xml_children, make_rule("a", subject_test()));
+  list_->filters.assign(most_xml_children, make_filter("a"));
   ASSERT_TRUE(save());
   const auto again = FilterList__::LoadFromXML(path_);
   ASSERT_TRUE(again);
