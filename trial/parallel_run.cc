@@ -161,7 +161,7 @@ class ParallelRun {
 }  // namespace
 
 bool is_long_work(const std::vector<MailSource>& sources) {
-  return sources.size() >= 500 || total_size(sources) >= std::uint64_t{8} << 20;
+  return sources.size() >= 1000 || total_size(sources) >= std::uint64_t{8} << 20;
 }
 
 RunResult run_in_parallel(const std::vector<MailSource>& sources, MessageEvaluator& evaluator,

@@ -14,7 +14,7 @@
 namespace Quarrow::Trial {
 
 // Whether the messages of `sources` are so many that sharing them among processes saves more than
-// it costs to start them: 500 files, or files of 8 MiB together.
+// it costs to start them: 1000 files, or files of 8 MiB together.
 bool is_long_work(const std::vector<MailSource>& sources);
 
 // Makes the evaluator of another process; null when there can't be one.

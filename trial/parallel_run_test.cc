@@ -153,8 +153,8 @@ TEST_F(ParallelRunTest, ComesToNothingWithoutSources) {
 TEST(LongWork, IsManyFilesOrLargeOnes) {
   const MailSource small = {"a", 1};
   EXPECT_FALSE(is_long_work({}));
-  EXPECT_FALSE(is_long_work(std::vector<MailSource>(499, small)));
-  EXPECT_TRUE(is_long_work(std::vector<MailSource>(500, small)));
+  EXPECT_FALSE(is_long_work(std::vector<MailSource>(999, small)));
+  EXPECT_TRUE(is_long_work(std::vector<MailSource>(1000, small)));
   EXPECT_FALSE(is_long_work({{"a", 8 * 1024 * 1024 - 1}}));
   EXPECT_TRUE(is_long_work({{"a", 8 * 1024 * 1024 - 1}, small}));
 }
