@@ -126,7 +126,7 @@ TEST_F(TrialRunTest, TakesAMessageAsReceivedWhenItsFileWasChanged) {
 TEST_F(TrialRunTest, TakesAllMessagesAsReceivedWhenTheCallerSays) {
   const MailSource a = source("a", "keep");
   const MailSource b = source("1777896000.M5P7Q1.host,S=4", "keep");
-  (void)run({a, b}, evaluator_, observer_, 1000);
+  (void)run({a, b}, evaluator_, observer_, {1000});
   EXPECT_EQ((std::vector<std::time_t>{1000, 1000}), evaluator_.received());
 }
 

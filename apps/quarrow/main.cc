@@ -1,5 +1,6 @@
 // The command line tool: administers users' filters, and tries them on messages.
 #include <sysexits.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <exception>

@@ -1,6 +1,7 @@
 // Tables of subcommands.
 #include "apps/quarrow/commands/command.h"
 
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "delivery/folder_name.h"
@@ -53,6 +54,10 @@ void add_folder_dots_option(CLI::App& app, Delivery::FolderDots& dots, const std
       ->type_name("inbox|listescape")
       ->check(Delivery::folder_dots_fault)
       ->default_str("inbox");
+}
+
+void add_flag(CLI::App& app, const char* name, bool& value, const char* help) {
+  app.add_flag(name, value, help);
 }
 
 }  // namespace Quarrow::Command

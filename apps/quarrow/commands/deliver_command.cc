@@ -6,6 +6,7 @@
 #include <sysexits.h>
 #include <unistd.h>
 #include <zvelluser.h>
+#include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <cstring>

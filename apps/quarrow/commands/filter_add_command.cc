@@ -1,5 +1,6 @@
 // quarrow filter add: a new filter, checked before it is taken.
 #include <sysexits.h>
+#include <CLI/CLI.hpp>
 
 #include <list>
 #include <memory>

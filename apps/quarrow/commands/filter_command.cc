@@ -3,6 +3,7 @@
 
 #include <sysexits.h>
 #include <zvelluser.h>
+#include <CLI/CLI.hpp>
 
 #include <cstdint>
 #include <iostream>

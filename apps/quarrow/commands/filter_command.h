@@ -10,6 +10,10 @@
 #include "administration/guarded_rules.h"
 #include "apps/quarrow/commands/command.h"
 
+namespace CLI {
+class Validator;
+}  // namespace CLI
+
 namespace Quarrow::Command {
 
 // From here on users are looked up below the root of `settings`. `user` is the address in `text`,

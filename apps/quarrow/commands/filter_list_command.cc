@@ -45,7 +45,7 @@ std::string listing(const FilterList__& list, bool json) {
 Run declare_filter_list(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
-  app.add_flag("--json", options->json, "As JSON");
+  add_flag(app, "--json", options->json, "As JSON");
   return [options](const Settings& settings) {
     return with_filters_of(
         settings, options->user, [&](RulesTransaction& rules) -> Administration::GuardedOutcome {

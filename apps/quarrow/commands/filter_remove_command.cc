@@ -1,4 +1,5 @@
 // quarrow filter remove: one filter less.
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "apps/quarrow/commands/filter_command.h"

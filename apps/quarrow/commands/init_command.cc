@@ -1,5 +1,6 @@
 // quarrow init: the configuration file and the system's catalogue of fields.
 #include <sysexits.h>
+#include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <memory>

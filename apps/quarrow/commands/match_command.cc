@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <sysexits.h>
 #include <zvellparser.h>
+#include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <ctime>

@@ -90,7 +90,7 @@ Run declare_user_list(CLI::App& /*app*/) { return user_list; }
 Run declare_user_remove(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
-  app.add_flag("--with-mail", options->with_mail, "Remove the user's mail, too");
+  add_flag(app, "--with-mail", options->with_mail, "Remove the user's mail, too");
   return [options](const Settings& settings) { return user_remove(settings, *options); };
 }
 
