@@ -101,10 +101,10 @@ int match(const Settings& settings, const Options& options) {
   const auto evaluator = make_evaluator(options, script, sources, jobs);
   if (!evaluator) return no_script(options.user, script);
   MatchReport report(form_of(options), Trial::total_size(sources), status, options.folder_dots);
-  const Trial::RunSettings settings = {received, options.folder_dots};
-  if (jobs <= 1) return report.finish(Trial::run(sources, *evaluator, report, settings));
+  const Trial::RunSettings how = {received, options.folder_dots};
+  if (jobs <= 1) return report.finish(Trial::run(sources, *evaluator, report, how));
   const auto make = [&] { return Trial::isolated_evaluator(script); };
-  return report.finish(Trial::run_in_parallel(sources, *evaluator, make, jobs, report, settings));
+  return report.finish(Trial::run_in_parallel(sources, *evaluator, make, jobs, report, how));
 }
 
 }  // namespace

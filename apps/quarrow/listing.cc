@@ -1,0 +1,109 @@
+// Printing rows.
+#include "apps/quarrow/listing.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <map>
+
+#include "system/printable.h"
+
+namespace Quarrow::Command {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string text_of(const Json& value) {
+  if (value.is_null()) return "";
+  if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
+  if (value.is_string()) return printable(value.get<std::string>());
+  if (!value.is_array()) return value.dump();
+  std::string joined;
+  for (const Json& each : value) joined += (joined.empty() ? "" : ", ") + text_of(each);
+  return joined;
+}
+
+// How many characters of UTF-8 a text has: all bytes but those that continue one.
+std::size_t width_of(const std::string& text) {
+  return static_cast<std::size_t>(std::count_if(
+      text.begin(), text.end(), [](unsigned char c) { return (c & 0xc0U) != 0x80U; }));
+}
+
+std::string padding(const std::string& text, std::size_t width) {
+  return std::string(width - std::min(width, width_of(text)), ' ');
+}
+
+std::string without_trailing_blanks(std::string line) {
+  line.erase(line.find_last_not_of(' ') + 1);
+  return line;
+}
+
+const std::map<std::string, ListingForm> forms = {
+    {"table", ListingForm::table}, {"tab", ListingForm::tab}, {"json", ListingForm::json}};
+
+}  // namespace
+
+void Listing::add(std::vector<Json> row) { rows_.push_back(std::move(row)); }
+
+void Listing::print(ListingForm form, std::ostream& out) const {
+  switch (form) {
+    case ListingForm::table:
+      return print_table(out);
+    case ListingForm::tab:
+      return print_tab(out);
+    case ListingForm::json:
+      return print_json(out);
+  }
+}
+
+void Listing::print_table(std::ostream& out) const {
+  std::vector<std::size_t> widths;
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    widths.push_back(width_of(columns_[i]));
+    for (const auto& row : rows_) widths[i] = std::max(widths[i], width_of(text_of(row[i])));
+  }
+  const auto print_line = [&](const auto& text_at, const auto& is_number_at) {
+    std::string line;
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      const std::string text = text_at(i);
+      const std::string blanks = padding(text, widths[i]);
+      line += (i == 0 ? "" : "  ") + (is_number_at(i) ? blanks + text : text + blanks);
+    }
+    out << without_trailing_blanks(line) << '\n';
+  };
+  const auto has_numbers = [&](std::size_t i) {
+    return !rows_.empty() &&
+           std::all_of(
+               rows_.begin(), rows_.end(),
+               [i](const auto& row) { return row[i].is_number() || row[i].is_null(); });
+  };
+  print_line([&](std::size_t i) { return columns_[i]; }, has_numbers);
+  for (const auto& row : rows_)
+    print_line([&](std::size_t i) { return text_of(row[i]); },
+               [&](std::size_t i) { return row[i].is_number(); });
+}
+
+void Listing::print_tab(std::ostream& out) const {
+  for (const auto& row : rows_)
+    for (std::size_t i = 0; i < columns_.size(); ++i)
+      out << text_of(row[i]) << (i + 1 < columns_.size() ? '\t' : '\n');
+}
+
+void Listing::print_json(std::ostream& out) const {
+  const char* separator = "[";
+  for (const auto& row : rows_) {
+    Json object = Json::object();
+    for (std::size_t i = 0; i < columns_.size(); ++i) object[columns_[i]] = row[i];
+    out << separator << object.dump(-1, ' ', false, Json::error_handler_t::replace);
+    separator = ",\n ";
+  }
+  out << (rows_.empty() ? "[]\n" : "]\n");
+}
+
+void add_format_option(CLI::App& app, ListingForm& form) {
+  app.add_option("-f,--format", form, "table for people, tab for line-wise tools, or json")
+      ->type_name("table|tab|json")
+      ->transform(CLI::CheckedTransformer(forms).description(""))
+      ->default_str("table");
+}
+
+}  // namespace Quarrow::Command

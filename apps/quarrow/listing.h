@@ -1,0 +1,49 @@
+// Rows of results, in the form that the reader wants.
+#ifndef QUARROW_APPS_QUARROW_LISTING_H_
+#define QUARROW_APPS_QUARROW_LISTING_H_
+
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}  // namespace CLI
+
+namespace Quarrow::Command {
+
+// For people, for line-wise tools, and for programs.
+enum class ListingForm { table, tab, json };
+
+// A list of rows with the same columns.
+class Listing {
+ public:
+  // The names of the columns: small letters, an underscore between words. They are the keys in
+  // JSON, and never change their meaning.
+  explicit Listing(std::vector<std::string> columns) : columns_(std::move(columns)) {}
+
+  // A value for each column, of any JSON type; null for none.
+  void add(std::vector<nlohmann::ordered_json> row);
+
+  // As a table: a line with the columns' names, and a line for each row; numbers stand on the
+  // right. As tab: a line for each row, the values separated by tabs. In both, lists are joined by
+  // ", ", truth is "yes" or "no", and control characters are escaped. As JSON: an array of objects,
+  // in one line each.
+  void print(ListingForm form, std::ostream& out) const;
+
+ private:
+  void print_table(std::ostream& out) const;
+  void print_tab(std::ostream& out) const;
+  void print_json(std::ostream& out) const;
+
+  const std::vector<std::string> columns_;
+  std::vector<std::vector<nlohmann::ordered_json>> rows_;
+};
+
+// Adds the option -f, --format, which sets `form`.
+void add_format_option(CLI::App& app, ListingForm& form);
+
+}  // namespace Quarrow::Command
+
+#endif  // QUARROW_APPS_QUARROW_LISTING_H_
