@@ -1,30 +1,38 @@
 #!/usr/bin/env -S python3 -B
-"""Deliveries a second through quarrow-lmtpd, beside Dovecot's LMTP server with its Sieve plugin.
+"""Deliveries a second through quarrow-lmtpd, beside a bare loop that only writes, and beside
+Dovecot's LMTP server with its Sieve plugin.
 
 usage: lmtp_throughput.py BUILD_DIR [FOLDER]
 
-To be run by the superuser; BUILD_DIR holds a release build, FOLDER messages in files (the examples
+To be run by the superuser; BUILD_DIR holds a release build with benchmarks, FOLDER messages in files (the examples
 unless given), TMPDIR says which disk. Both servers file the same messages with the same Sieve
 script into Maildirs of the same users, and answer once message and folder are fsynced: for Dovecot
 mail_fsync is "optimized", its default, which does that for Maildir and is faster than "always".
-First each program files every message once, and the folders must be equal. Then come rounds in
-which the two take turns. Printed for 1 and 8 connections: the median rates, and the median of the
-rounds' ratios. Exits with 77, saying why, where Dovecot is absent.
+The bare loop does what no durable delivery can do without: for each message it writes a file in
+tmp, fsyncs it, renames it into new and fsyncs that, without a protocol or rules.
+
+First each program files every message once, and the folders must be equal. Then come short rounds
+in which they take turns. Printed for 1 and 8 connections: the median rates, the medians of the
+rounds' ratios, and the processor time of quarrow-lmtpd and all its processes for a delivery. At
+last the system calls are counted, by strace where it is there, that put something on the disk.
+Exits with 77, saying why, where Dovecot is absent.
 """
+import collections
 import contextlib
-import multiprocessing
 import os
 import pathlib
+import re
+import shutil
 import socket
-import statistics
 import subprocess
 import sys
 import time
 
 import peers
 
-ROUNDS = 9
-DELIVERIES = 800  # in a round
+ROUNDS = 15
+DELIVERIES = 600  # in a round
+COUNTED_DELIVERIES = 100
 CONNECTIONS = (1, 8)
 WORKERS = 10
 USERS = [f"user{number}" for number in range(8)]
@@ -70,31 +78,21 @@ def as_data(message):
     return message.replace(b"\r\n.", b"\r\n..") + end + b".\r\n"
 
 
-def deliver_share(path, share, start):
-    client = Client(path)
-    start.wait()
-    for user, data in share:
-        client.deliver(user, data)
-    client.close()
+class Load:
+    """The program that delivers: so many at a time, spread over the users."""
 
+    def __init__(self, build, folder, data):
+        self.program = build.resolve() / "bench" / "delivery_load"
+        self.messages = folder / "messages"
+        self.messages.mkdir()
+        for number, text in enumerate(data):
+            (self.messages / f"{number:06}").write_bytes(text)
 
-def rate(path, connections, data):
-    """Deliveries a second over so many connections at a time, spread over users."""
-    work = [(USERS[number % len(USERS)], data[number % len(data)]) for number in range(DELIVERIES)]
-    start = multiprocessing.Barrier(connections + 1)
-    clients = [multiprocessing.Process(target=deliver_share,
-                                       args=(path, work[first::connections], start))
-               for first in range(connections)]
-    for client in clients:
-        client.start()
-    start.wait()
-    began = time.monotonic()
-    for client in clients:
-        client.join()
-    seconds = time.monotonic() - began
-    if any(client.exitcode for client in clients):
-        sys.exit(f"{path}: a delivery failed")
-    return DELIVERIES / seconds
+    def rate(self, kind, place, connections, users):
+        """Deliveries a second."""
+        done = subprocess.run([self.program, kind, place, str(connections), str(DELIVERIES),
+                               self.messages, *users], check=True, stdout=subprocess.PIPE)
+        return float(done.stdout)
 
 
 def wait_until_ready(path):
@@ -124,6 +122,10 @@ class QuarrowServer:
                  "--spool", self.spool, "--listen", self.socket, "--workers", str(WORKERS)],
                 env=peers.clean_environment(self.spool), stderr=log)
 
+    def workers(self):
+        path = pathlib.Path(f"/proc/{self.process.pid}/task/{self.process.pid}/children")
+        return path.read_text().split()
+
     def stop(self):
         self.process.terminate()
         self.process.wait(peers.TIME_LIMIT)
@@ -137,17 +139,79 @@ def verdicts(path, home, data):
     return peers.filed(home(FIRST_USER) / "Maildir")
 
 
-def compare(ours, theirs, data):
+def bare_maildirs(folder):
+    for user in USERS:
+        for name in ("tmp", "new"):
+            (folder / user / name).mkdir(parents=True)
+    return folder
+
+
+def processor_time(server):
+    """Seconds that the server and its processes have had, those that ended included."""
+    ticks = 0
+    processes = [server]
+    while processes:
+        process = processes.pop()
+        with contextlib.suppress(OSError):  # it ends meanwhile; its parent has its time then
+            fields = pathlib.Path(f"/proc/{process}/stat").read_text().rpartition(") ")[2].split()
+            ticks += sum(map(int, fields[11:15]))
+            children = pathlib.Path(f"/proc/{process}/task/{process}/children").read_text()
+            processes += map(int, children.split())
+    return ticks / os.sysconf("SC_CLK_TCK")
+
+
+def print_ratios(name, ours, theirs):
+    print(f"  ours to {name:12}{peers.summary([own / other for own, other in zip(ours, theirs)])}")
+
+
+def compare(ours, dovecot, maildirs, load):
+    """`ours` is the server."""
+    addresses = [f"{user}@{peers.DOMAIN}" for user in USERS]
+    targets = {"quarrow-lmtpd": ("lmtp", ours.socket, addresses),
+               "bare loop": ("bare", maildirs, USERS), "dovecot": ("lmtp", dovecot, addresses)}
     for connections in CONNECTIONS:
-        rates = {"quarrow-lmtpd": [], "dovecot": []}
+        rates = {name: [] for name in targets}
+        before = processor_time(ours.process.pid)
         for _ in range(ROUNDS):
-            rates["quarrow-lmtpd"].append(rate(ours, connections, data))
-            rates["dovecot"].append(rate(theirs, connections, data))
+            for name, (kind, place, users) in targets.items():
+                rates[name].append(load.rate(kind, place, connections, users))
+        spent = (processor_time(ours.process.pid) - before) / (ROUNDS * DELIVERIES)
         print(f"{connections} connection{'s' * (connections > 1)}, deliveries a second")
         for name, values in rates.items():
-            print(f"  {name:15}{peers.summary(values)}")
-        ratios = [own / other for own, other in zip(*rates.values())]
-        print(f"  ratio          {peers.summary(ratios)}", flush=True)
+            print(f"  {name:20}{peers.summary(values)}")
+        for name in ("bare loop", "dovecot"):
+            print_ratios(name, rates["quarrow-lmtpd"], rates[name])
+        print(f"  processor time      {spent * 1e6:9.0f} us for a delivery", flush=True)
+
+
+def is_on_disk(call):
+    """Whether the call makes a file for a message, or waits for the disk."""
+    return call.startswith(("fsync(", "fdatasync(", "sync")) or (
+        call.startswith("openat(") and ("O_CREAT" in call or "O_TMPFILE" in call))
+
+
+def count_calls(server, data):
+    if not shutil.which("strace"):
+        return print("system calls not counted: strace is absent")
+    trace = server.spool / "trace"
+    with subprocess.Popen(["strace", "-f", "-p", str(server.process.pid), "-o", trace,
+                           *(f"-p{worker}" for worker in server.workers())],
+                          stderr=subprocess.PIPE) as strace:
+        for _ in range(1 + len(server.workers())):
+            strace.stderr.readline()  # "Process ... attached"
+        client = Client(server.socket)
+        for number in range(COUNTED_DELIVERIES):
+            client.deliver(USERS[number % len(USERS)], data[number % len(data)])
+        client.close()
+        strace.terminate()
+    counts = collections.Counter()
+    for line in trace.read_text(errors="replace").splitlines():
+        call = re.sub(r"^\d+ +", "", line)
+        if is_on_disk(call):
+            counts["new files" if call.startswith("openat") else "synchronisations"] += 1
+    print(", ".join(f"{name}: {counts[name] / COUNTED_DELIVERIES:.2f} for a delivery"
+                    for name in ("new files", "synchronisations")))
+    return None
 
 
 def main(arguments):
@@ -172,7 +236,9 @@ def main(arguments):
             wait_until_ready(each.socket)
         peers.check_verdicts(verdicts(server.socket, quarrow.home, data),
                              dovecot=verdicts(dovecot.socket, dovecot.home, data))
-        compare(server.socket, dovecot.socket, data)
+        load = Load(pathlib.Path(arguments[0]), folder, data)
+        compare(server, dovecot.socket, bare_maildirs(folder / "bare"), load)
+        count_calls(server, data)
 
 
 if __name__ == "__main__":

@@ -15,7 +15,6 @@
 #include "delivery/helper_process.h"
 #include "delivery/helper_supply.h"
 #include "delivery/memory_use.h"
-#include "delivery/one_processor.h"
 #include "delivery/script_file.h"
 #include "delivery/wire.h"
 
@@ -55,7 +54,6 @@ ssize_t receive_packet(int socket, char* packet, Clock::time_point deadline) {
 Evaluator::Evaluator(const EvaluatorLimits& limits)
     : limits_(limits), packet_(new char[answer_limit]) {
   prepare_for_helpers();
-  allowed_ = allowed_processors();
   supply_ = std::make_unique<HelperSupply>(limits_);
   start();
 }
@@ -80,7 +78,6 @@ Evaluation Evaluator::evaluate_header(std::string_view header, std::uint64_t siz
   const Request request = {++sequence_, size, received};
   const auto deadline = Clock::now() + limits_.time;
   if (socket_ < 0) start();
-  const OnOneProcessor together(helper_, allowed_);
   Sending sending = send_request(socket_, request, script, header, deadline);
   if (sending == Sending::nobody_there) {
     // The helper died before this message, which another helper may well survive.

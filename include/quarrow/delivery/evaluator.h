@@ -6,7 +6,6 @@
 #ifndef QUARROW_DELIVERY_EVALUATOR_H_
 #define QUARROW_DELIVERY_EVALUATOR_H_
 
-#include <sched.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -31,7 +30,7 @@ struct EvaluatorLimits {
   std::chrono::milliseconds time{2000};
   // A helper is replaced after this number of messages. A message that takes its helper over can
   // read, and decide about, only those that come after it to the same helper.
-  std::uint64_t messages = 32;
+  std::uint64_t messages = 64;
   // Whether helpers are made by a process that was forked when the evaluator was made, so that they
   // hold nothing of later messages, and the next one is made while the caller stores a message.
   // Otherwise the caller is forked when a helper is needed, which suits few messages or those of
@@ -93,7 +92,6 @@ class Evaluator {
   Evaluation failure(const std::string& reason);
 
   const EvaluatorLimits limits_;
-  cpu_set_t allowed_;  // where this process may run
   std::unique_ptr<HelperSupply> supply_;
   pid_t helper_ = -1;
   int socket_ = -1;                      // to the helper
