@@ -362,7 +362,7 @@ TEST_F(EvaluatorTest, SignalsDoNotProlongTheWaitForAHelperThatHangs) {
 
 TEST_F(EvaluatorTest, AMessageThatTakesTooMuchMemoryFailsAlone) {
   EvaluatorLimits limits;
-  limits.memory = std::uint64_t{40} << 20;
+  limits.memory = std::uint64_t{8} << 20;
   Evaluator evaluator(limits);
   set_script(ordinary_script);
   const std::string message = "Subject: " + std::string(std::size_t{64} << 20, 'a');
