@@ -54,7 +54,9 @@ class LmtpServer:
             self._process = subprocess.Popen(
                 [program, "--user", SERVICE_USER, "--root", root, "--spool", spool,
                  "--listen", self.socket, "--socket-group", "postfix",
-                 "--workers", str(WORKERS), "--host-name", "mx.example.org"],
+                 "--workers", str(WORKERS), "--host-name", "mx.example.org",
+                 # longer than the tests' own work between two looks at the helpers
+                 "--evaluation-time", "60"],
                 stdout=log, stderr=log)
 
     def log(self):
