@@ -10,36 +10,18 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <vector>
 
+#include "administration/rule_fields.h"
 #include "administration/write_error.h"
-#include "message_filters/field_names.h"
 #include "system/exists.h"
 
 namespace Quarrow::Administration {
 namespace {
 
 using Kind = Refusal::Kind;
-using MessageFilters::Field;
 using MessageFilters::UserFields__;
 
 constexpr std::size_t more_than_a_catalogue = 4096;
-
-// The fields that every system offers. The names are those that scripts use: header names in lower
-// case, and the names that stand for something else than one header.
-std::vector<Field> system_fields() {
-  return {{Field::STRING, "subject", true},
-          {Field::ADDRESS, "from", true},
-          {Field::ADDRESS, "to", true},
-          {Field::ADDRESS, "cc", true},
-          {Field::ADDRESS, "sender", true},
-          {Field::ADDRESS, "reply-to", true},
-          {Field::ADDRESS, FieldNames::to_cc, true},
-          {Field::ADDRESS, FieldNames::from_to_cc, true},
-          {Field::STRING, "list-id", true},
-          {Field::SIZE, "size", true},
-          {Field::DATE, FieldNames::received_date, true}};
-}
 
 Refusal use_configuration(const std::string& path) {
   if (cmdb.open(path)) return {};

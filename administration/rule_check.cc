@@ -8,10 +8,11 @@
 #include <string_view>
 #include <vector>
 
+#include "administration/date_value.h"
 #include "administration/folder_check.h"
+#include "administration/rule_fields.h"
 #include "administration/rule_text.h"
 #include "administration/rules_text.h"
-#include "host/zvellparser/address_header.h"
 #include "host/zvellparser/ascii_case.h"
 #include "message_filters/field_names.h"
 #include "message_filters/sieve_script.h"
@@ -91,11 +92,6 @@ bool is_header_name(const std::string& name) {
       [](char c) { return c > 32 && c < 127 && c != ':' && c != '"' && c != '\\'; });
 }
 
-bool holds_addresses(const std::string& field) {
-  return field == FieldNames::to_cc || field == FieldNames::from_to_cc ||
-         zvellparser::is_address_header(field);
-}
-
 bool is_name(const std::string& field, std::string_view name) {
   return zvellparser::equal_ignoring_case(field, name);
 }
@@ -170,25 +166,6 @@ Refusal check_size(const Test& test) {
   if (value.size() > 7 || std::strtol(value.c_str(), nullptr, 10) > largest_size)
     return wrong("value", "a size is given in KiB, and at most " + std::to_string(largest_size));
   return {};
-}
-
-// The eight digits of YYYY-MM-DD, whatever stands between year, month and day, or nothing does;
-// empty for another text.
-std::string digits_of_date(const std::string& value) {
-  std::string digits = value;
-  if (digits.size() == 10 && digits[4] == digits[7]) {
-    digits.erase(7, 1);
-    digits.erase(4, 1);
-  }
-  const bool is_date =
-      digits.size() == 8 && digits.find_first_not_of(decimal_digits) == std::string::npos;
-  return is_date ? digits : "";
-}
-
-int days_of(int year, int month) {
-  static const int days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  const bool is_leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-  return month == 2 && is_leap ? 29 : days[month - 1];
 }
 
 // The interpreter compares the digits as one number, so that any other order of them means nothing.

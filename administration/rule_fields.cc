@@ -1,0 +1,39 @@
+// What is known of fields.
+#include "administration/rule_fields.h"
+
+#include "host/zvellparser/address_header.h"
+#include "message_filters/field_names.h"
+
+namespace Quarrow::Administration {
+
+using MessageFilters::Field;
+
+const std::vector<Field>& system_fields() {
+  static const std::vector<Field> fields = {{Field::STRING, "subject", true},
+                                            {Field::ADDRESS, "from", true},
+                                            {Field::ADDRESS, "to", true},
+                                            {Field::ADDRESS, "cc", true},
+                                            {Field::ADDRESS, "sender", true},
+                                            {Field::ADDRESS, "reply-to", true},
+                                            {Field::ADDRESS, FieldNames::to_cc, true},
+                                            {Field::ADDRESS, FieldNames::from_to_cc, true},
+                                            {Field::STRING, "list-id", true},
+                                            {Field::SIZE, Field::SIZE, true},
+                                            {Field::DATE, FieldNames::received_date, true}};
+  return fields;
+}
+
+bool holds_addresses(const std::string& field) {
+  return field == FieldNames::to_cc || field == FieldNames::from_to_cc ||
+         zvellparser::is_address_header(field);
+}
+
+std::string field_words(const std::string& field) {
+  if (field == FieldNames::to_cc) return "to or cc";
+  if (field == FieldNames::from_to_cc) return "from, to or cc";
+  if (field == FieldNames::received_date) return "received";
+  if (field == Field::SIZE) return "message";
+  return field;
+}
+
+}  // namespace Quarrow::Administration
