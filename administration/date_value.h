@@ -3,6 +3,7 @@
 #define QUARROW_ADMINISTRATION_DATE_VALUE_H_
 
 #include <string>
+#include <vector>
 
 namespace Quarrow::Administration {
 
@@ -15,6 +16,10 @@ int days_of(int year, int month);
 
 // The date as YYYY-MM-DD; a text that is no date comes back as it is.
 std::string readable_date(const std::string& value);
+
+// The dates, as YYYY-MM-DD, that may be meant by three numbers with any character between them: a
+// year of four digits first, or last. 01/02/2026 may be two dates; none when there is no such date.
+std::vector<std::string> dates_meant(const std::string& value);
 
 }  // namespace Quarrow::Administration
 

@@ -65,9 +65,8 @@ std::string nearest_word(const std::string& word, const std::vector<std::string>
   return nearest;
 }
 
-std::string did_you_mean(const std::string& word, const std::vector<std::string>& words) {
-  const std::string nearest = nearest_word(word, words);
-  return nearest.empty() ? ";" : ", did you mean \"" + nearest + "\"?";
+std::string did_you_mean(const std::string& nearest) {
+  return nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?";
 }
 
 }  // namespace Quarrow::Administration

@@ -12,9 +12,8 @@ namespace Quarrow::Administration {
 // none is near. A word is near when one letter in three is wrong at most, and three altogether.
 std::string nearest_word(const std::string& word, const std::vector<std::string>& words);
 
-// `, did you mean "subject"?` where a word is near, and otherwise ";": goes between a complaint
-// about `word` and the list of right words.
-std::string did_you_mean(const std::string& word, const std::vector<std::string>& words);
+// `; did you mean "subject"?` for the end of a complaint; empty when `nearest` is.
+std::string did_you_mean(const std::string& nearest);
 
 }  // namespace Quarrow::Administration
 

@@ -10,9 +10,12 @@
 
 #include "administration/date_value.h"
 #include "administration/folder_check.h"
+#include "administration/nearest_word.h"
 #include "administration/rule_fields.h"
 #include "administration/rule_text.h"
+#include "administration/rule_words.h"
 #include "administration/rules_text.h"
+#include "administration/size_value.h"
 #include "host/zvellparser/ascii_case.h"
 #include "message_filters/field_names.h"
 #include "message_filters/sieve_script.h"
@@ -43,32 +46,10 @@ std::string quoted(const std::string& text) { return '"' + shortened(text) + '"'
 // The text of `test` to type instead of a wrong one.
 std::string typed(const Test& test) { return "; type " + shortened(test_text(test)); }
 
-std::vector<std::string> type_words() {
-  return {Field::STRING, Field::ADDRESS, Field::SIZE, Field::DATE};
-}
-
-std::vector<std::string> comparator_words() {
-  return {Comparator::IS,     Comparator::CONTAINS, Comparator::BEGINWITH, Comparator::ENDWITH,
-          Comparator::BEFORE, Comparator::AFTER,    Comparator::GREATER,   Comparator::LESS};
-}
-
 std::string joined(const std::vector<std::string>& words) {
   std::string out;
   for (const auto& word : words) out += (out.empty() ? "" : ", ") + word;
   return out;
-}
-
-// The comparators that go with a type, asked of the rule model itself.
-std::vector<std::string> comparators_of(const std::string& type) {
-  Test test;
-  test.field.type = type;
-  test.field.name = test.value = "x";
-  std::vector<std::string> allowed;
-  for (const auto& word : comparator_words()) {
-    test.comparator = word;
-    if (test.is_valid()) allowed.push_back(word);
-  }
-  return allowed;
 }
 
 bool needs_escapes(const std::string& text) {
@@ -119,6 +100,47 @@ Refusal check_field(const Test& test) {
   return {};
 }
 
+// Refuses a test without a type whose field is none of those that have one.
+Refusal unknown_field(const Test& test) {
+  if (is_name(test.field.name, "body"))
+    return wrong("field", "rules look at headers, not at the text of a message");
+  std::vector<std::string> names;
+  for (const auto& field : system_fields())
+    names.push_back(field.type == Field::DATE ? field_words(field.name) : field.name);
+  Test better = test;
+  better.field.type = holds_addresses(test.field.name) ? Field::ADDRESS : Field::STRING;
+  return wrong("field", "unknown field " + quoted(test.field.name) + "; the fields are " +
+                            joined(names) + ", and any header behind a type" + typed(better) +
+                            did_you_mean(nearest_phrase(test.field.name, field_phrases()).words));
+}
+
+// Headers that hold addresses can be compared as text, in more ways.
+std::string advice_on_comparator(const Test& test) {
+  Test better = test;
+  better.field.type = Field::STRING;
+  return test.field.type == Field::ADDRESS && better.is_valid() ? typed(better) : "";
+}
+
+// Words of other filters' languages, and what to write here.
+const struct {
+  const char* word;
+  const char* advice;
+} foreign_actions[] = {
+    {"keep", "; to have the message in the inbox, type move INBOX"},
+    {"stop", "; leave it out: no further filter is tried behind the first one that matches"},
+    {"reject", "; rules refuse no message, but delete files it into the folder Trash"},
+    {"bounce", "; rules refuse no message, but delete files it into the folder Trash"},
+    {"discard", "; rules throw no message away, but delete files it into the folder Trash"},
+    {"remove", "; delete files the message into the folder Trash"},
+    {"forward", "; rules send no message on"},
+    {"redirect", "; rules send no message on"}};
+
+std::string advice_on_action(const std::string& method) {
+  for (const auto& row : foreign_actions)
+    if (is_name(method, row.word)) return row.advice;
+  return did_you_mean(nearest_phrase(method, action_phrases()).meaning);
+}
+
 // Only the comparators that the script writes as a plain comparison tell capitals.
 Refusal check_case(const Test& test) {
   const bool tells_case = test.field.type == Field::STRING || test.field.type == Field::ADDRESS;
@@ -155,23 +177,40 @@ Refusal check_address(const Test& test) {
   return wrong("value", "no whole address, and \"is\" compares whole ones" + typed(better));
 }
 
+// A size with a unit, or no size at all. Texts that a user types have lost their unit before.
+Refusal check_unit(const Test& test) {
+  const SizeReading size = read_size(test.value);
+  if (!size.flaw.empty()) return wrong("value", size.flaw);
+  Test better = test;
+  better.value = size.kibibytes;
+  return wrong("value", "a size is kept as a plain number of KiB" + typed(better));
+}
+
 Refusal check_size(const Test& test) {
   const std::string& value = test.value;
   const bool is_negative = value.front() == '-';
   if (is_negative ||
       (test.comparator == Comparator::LESS && value.find_first_not_of('0') == std::string::npos))
     return wrong("value", "no message has a size below 0; type a size such as 500, in KiB");
-  if (value.find_first_not_of(decimal_digits) != std::string::npos)
-    return {};  // the compiler says so
+  if (value.find_first_not_of(decimal_digits) != std::string::npos) return check_unit(test);
   if (value.size() > 7 || std::strtol(value.c_str(), nullptr, 10) > largest_size)
     return wrong("value", "a size is given in KiB, and at most " + std::to_string(largest_size));
   return {};
 }
 
+// How to write what may be a date.
+std::string date_advice(const std::string& value) {
+  std::string advice;
+  for (const auto& date : dates_meant(value))
+    advice += (advice.empty() ? "; type " : " or ") + date;
+  return advice.empty() ? ", such as 2026-05-01" : advice;
+}
+
 // The interpreter compares the digits as one number, so that any other order of them means nothing.
 Refusal check_date(const Test& test) {
   const std::string digits = digits_of_date(test.value);
-  if (digits.empty()) return wrong("value", "a date is written YYYY-MM-DD, such as 2026-05-01");
+  if (digits.empty())
+    return wrong("value", "a date is written YYYY-MM-DD" + date_advice(test.value));
   const int year = std::stoi(digits.substr(0, 4));
   const int month = std::stoi(digits.substr(4, 2));
   const int day = std::stoi(digits.substr(6));
@@ -207,9 +246,6 @@ Refusal check_with_compiler(const Test& test) {
   const std::string script = script_text(MessageFilters::list_to_try(test), false);
   const Refusal refusal = check_compiles(script, "value");
   if (refusal.kind != Kind::rules_refused) return refusal;
-  if (test.field.type == Field::SIZE)
-    return wrong("value",
-                 "refused by the Sieve compiler; a size is a plain number of KiB, such as 500");
   return wrong("value", "refused by the Sieve compiler; try a shorter or plainer value");
 }
 
@@ -244,28 +280,33 @@ Refusal check_counts(std::size_t tests, std::size_t actions) {
 Refusal check_words(const Test& test) {
   if (test.is_valid()) return {};
   const std::string& type = test.field.type;
+  if (type.empty()) return unknown_field(test);
   if (!Field::is_valid_type(type))
-    return wrong("type",
-                 "unknown type " + quoted(type) + "; the types are " + joined(type_words()));
+    return wrong("type", "unknown type " + quoted(type) + "; the types are " +
+                             joined(type_words()) + did_you_mean(nearest_word(type, type_words())));
   if (test.field.name.empty())
     return wrong("field", "the field is missing, such as subject or from");
   if (!Comparator::is_valid_op(test.comparator))
-    return wrong("comparator", "unknown comparator " + quoted(test.comparator) +
-                                   "; the comparators of " + type + " are " +
-                                   joined(comparators_of(type)));
+    return wrong(
+        "comparator",
+        "unknown comparator " + quoted(test.comparator) + "; the comparators of " + type + " are " +
+            joined(comparators_of(type)) +
+            did_you_mean(nearest_phrase(test.comparator, comparator_phrases(type)).meaning));
   if (test.value.empty())
     return wrong("value", "the value is missing; it is the text behind the comparator");
   if (needs_escapes(test.value))
     return wrong("value",
                  "a value can't hold a backslash or a double quote; test for the text beside it");
   return wrong("comparator", quoted(test.comparator) + " does not go with " + type +
-                                 "; its comparators are " + joined(comparators_of(type)));
+                                 "; its comparators are " + joined(comparators_of(type)) +
+                                 advice_on_comparator(test));
 }
 
 Refusal check_words(const Action& action) {
   if (!Action::is_valid_method(action.method))
     return wrong("method", "unknown action " + quoted(action.method) + "; the actions are " +
-                               joined({Action::MOVE, Action::COPY, Action::DELETE}));
+                               joined({Action::MOVE, Action::COPY, Action::DELETE}) +
+                               advice_on_action(action.method));
   if (!action.is_valid())
     return wrong("target",
                  quoted(action.method) + " needs a folder, such as " + action.method + " Reports");

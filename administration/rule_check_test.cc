@@ -27,13 +27,63 @@ struct Case {
 const Case wrong_tests[] = {
     {"text subject is x", Kind::wrong_rule, "type",
      "unknown type \"text\"; the types are string, address, size, date"},
-    {"string subject equals x", Kind::wrong_rule, "comparator",
-     "unknown comparator \"equals\"; the comparators of string are is, contains, begin_with, "
+    {"strng subject is x", Kind::wrong_rule, "type",
+     "unknown type \"strng\"; the types are string, address, size, date; did you mean "
+     "\"string\"?"},
+    {"subjct contains x", Kind::wrong_rule, "field",
+     "unknown field \"subjct\"; the fields are subject, from, to, cc, sender, reply-to, to_cc, "
+     "from_to_cc, list-id, size, received, and any header behind a type; type string subjct "
+     "contains x; did you mean \"subject\"?"},
+    {"not delivered-to contians a@b", Kind::wrong_rule, "field",
+     "unknown field \"delivered-to\"; the fields are subject, from, to, cc, sender, reply-to, "
+     "to_cc, from_to_cc, list-id, size, received, and any header behind a type; type not address "
+     "delivered-to contians a@b"},
+    {"Body contains x", Kind::wrong_rule, "field",
+     "rules look at headers, not at the text of a message"},
+    {"subject contians x", Kind::wrong_rule, "comparator",
+     "unknown comparator \"contians\"; the comparators of string are is, contains, begin_with, "
+     "end_with; did you mean \"contains\"?"},
+    {"size ovr 5", Kind::wrong_rule, "comparator",
+     "unknown comparator \"ovr\"; the comparators of size are greater, less; did you mean "
+     "\"greater\"?"},
+    {"message ovr 5", Kind::wrong_rule, "comparator",
+     "unknown comparator \"ovr\"; the comparators of size are greater, less; did you mean "
+     "\"greater\"?"},
+    {"from begins with Bob", Kind::wrong_rule, "comparator",
+     "\"begin_with\" does not go with address; its comparators are is, contains; type string from "
+     "begin_with Bob"},
+    {"subject over 5", Kind::wrong_rule, "comparator",
+     "\"greater\" does not go with string; its comparators are is, contains, begin_with, "
      "end_with"},
+    {"received contains mx1", Kind::wrong_rule, "comparator",
+     "\"contains\" does not go with date; its comparators are is, before, after"},
+    {"subject is not", Kind::wrong_rule, "value",
+     "the value is missing; it is the text behind the comparator"},
+    {"from is Bob <bob@example.org>", Kind::wrong_rule, "value",
+     "an address test sees the address alone, without a name; type address from is "
+     "bob@example.org"},
+    {"date before 2026-01-31", Kind::wrong_rule, "field",
+     "\"date\" is no date that rules know; type date zvx-received-date before 2026-01-31"},
+    {"received before 01/02/2026", Kind::wrong_rule, "value",
+     "a date is written YYYY-MM-DD; type 2026-02-01 or 2026-01-02"},
+    {"received on 31.1.2026", Kind::wrong_rule, "value",
+     "a date is written YYYY-MM-DD; type 2026-01-31"},
+    {"received after yesterday", Kind::wrong_rule, "value",
+     "a date is written YYYY-MM-DD, such as 2026-05-01"},
+    {"size over 0.3 MB", Kind::wrong_rule, "value",
+     "no whole number of KB, which are 1024 bytes each; type 307 KB or 308 KB"},
+    {"size over 2 TB", Kind::wrong_rule, "value", "a size is written such as 500 KB or 1.5 MB"},
+    {"size over 2 GB", Kind::wrong_rule, "value", "a size is given in KiB, and at most 2097151"},
+    {"size under 0 MB", Kind::wrong_rule, "value",
+     "no message has a size below 0; type a size such as 500, in KiB"},
+    {"string subject equels x", Kind::wrong_rule, "comparator",
+     "unknown comparator \"equels\"; the comparators of string are is, contains, begin_with, "
+     "end_with; did you mean \"is\"?"},
     {"size size is 5", Kind::wrong_rule, "comparator",
      "\"is\" does not go with size; its comparators are greater, less"},
     {"address from begin_with x", Kind::wrong_rule, "comparator",
-     "\"begin_with\" does not go with address; its comparators are is, contains"},
+     "\"begin_with\" does not go with address; its comparators are is, contains; type string from "
+     "begin_with x"},
     {"date zvx-received-date contains 2026", Kind::wrong_rule, "comparator",
      "\"contains\" does not go with date; its comparators are is, before, after"},
     {"string subject is", Kind::wrong_rule, "value",
@@ -93,19 +143,17 @@ const Case wrong_tests[] = {
     {"date zvx-received-date is 2026-13-01", Kind::wrong_rule, "value",
      "there is no month 13; a date is written YYYY-MM-DD, such as 2026-05-01"},
     {"date zvx-received-date is 01-05-2026", Kind::wrong_rule, "value",
-     "a date is written YYYY-MM-DD, such as 2026-05-01"},
+     "a date is written YYYY-MM-DD; type 2026-05-01 or 2026-01-05"},
     {"size greater -5", Kind::wrong_rule, "value",
      "no message has a size below 0; type a size such as 500, in KiB"},
     {"size less 0", Kind::wrong_rule, "value",
      "no message has a size below 0; type a size such as 500, in KiB"},
-    {"size size greater 10M", Kind::wrong_rule, "value",
-     "refused by the Sieve compiler; a size is a plain number of KiB, such as 500"},
     {"size size greater 2097152", Kind::wrong_rule, "value",
      "a size is given in KiB, and at most 2097151"},
     {"size size greater 99999999999999999999", Kind::wrong_rule, "value",
      "a size is given in KiB, and at most 2097151"},
     {"date zvx-received-date before 1/5/2026", Kind::wrong_rule, "value",
-     "a date is written YYYY-MM-DD, such as 2026-05-01"},
+     "a date is written YYYY-MM-DD; type 2026-05-01 or 2026-01-05"},
     {"string subject is " + std::string(40000, 'x'), Kind::wrong_rule, "value",
      "refused by the Sieve compiler; try a shorter or plainer value"}};
 
@@ -119,6 +167,15 @@ const char too_long[] =
 const Case wrong_actions[] = {
     {"burn", Kind::wrong_rule, "method",
      "unknown action \"burn\"; the actions are move, copy, delete"},
+    {"mvoe Work", Kind::wrong_rule, "method",
+     "unknown action \"mvoe\"; the actions are move, copy, delete; did you mean \"move\"?"},
+    {"Keep", Kind::wrong_rule, "method",
+     "unknown action \"Keep\"; the actions are move, copy, delete; to have the message in the "
+     "inbox, type move INBOX"},
+    {"reject \"no\"", Kind::wrong_rule, "method",
+     "unknown action \"reject\"; the actions are move, copy, delete; rules refuse no message, but "
+     "delete files it into the folder Trash"},
+    {"move to", Kind::wrong_rule, "target", "\"move\" needs a folder, such as move Reports"},
     {"move", Kind::wrong_rule, "target", "\"move\" needs a folder, such as move Reports"},
     {"copy ", Kind::wrong_rule, "target", "\"copy\" needs a folder, such as copy Reports"},
     {"move a\"; discard; \"b", Kind::wrong_rule, "target",
@@ -203,6 +260,13 @@ TEST(CheckTest, TakesEveryComparatorWithTheTypesItGoesWith) {
 
 TEST(CheckTest, NamesWhatIsWrong) {
   for (const auto& c : wrong_tests) expect_refusal(c, refusal_of_test(c.text));
+}
+
+TEST(CheckTest, TakesAUnitForNoPlainNumber) {
+  RuleTest test = {{"size", "size"}, false, false, "greater", "2 MB"};
+  expect_refusal(Kind::wrong_rule, "value",
+                 "a size is kept as a plain number of KiB; type size greater 2048",
+                 check_test(test));
 }
 
 TEST(CheckTest, NeedsNoRoomForATemporaryFile) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "administration/date_value.h"
 #include "administration/size_value.h"
@@ -85,6 +86,79 @@ TEST(ReadableSize, HasTheLargestUnitThatGivesAWholeNumber) {
                {"10M", "10M"},
                {"-5", "-5"}};
   for (const auto& c : cases) EXPECT_EQ(c.text, readable_size(c.kibibytes));
+}
+
+TEST(ReadSize, CountsInKibibytes) {
+  const struct {
+    const char* text;
+    const char* kibibytes;
+  } cases[] = {{"0", "0"},
+               {"0500", "0500"},
+               {"2 MB", "2048"},
+               {"2MB", "2048"},
+               {" 2  mb ", "2048"},
+               {"100 KB", "100"},
+               {"100k", "100"},
+               {"100 KiB", "100"},
+               {"1.5 M", "1536"},
+               {"0.25 MiB", "256"},
+               {"1.5 GB", "1572864"},
+               {"2.0", "2"},
+               {"2048 bytes", "2"},
+               {"1024 B", "1"},
+               {"0 MB", "0"},
+               {"99999999999", "99999999999"},
+               {"9999999 GB", "10485758951424"}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.kibibytes, read_size(c.text).kibibytes) << c.text;
+    EXPECT_EQ("", read_size(c.text).flaw) << c.text;
+  }
+}
+
+TEST(ReadSize, TakesNoSizeThatCantBeTestedExactly) {
+  const struct {
+    const char* text;
+    const char* nearest;
+  } cases[] = {{"1000 bytes", "0 KB or 1 KB"},
+               {"2047 B", "1 KB or 2 KB"},
+               {"1.5", "1 KB or 2 KB"},
+               {"0.3 MB", "307 KB or 308 KB"},
+               {"0.01 GB", "10485 KB or 10486 KB"}};
+  for (const auto& c : cases)
+    EXPECT_EQ(std::string("no whole number of KB, which are 1024 bytes each; type ") + c.nearest,
+              read_size(c.text).flaw);
+}
+
+TEST(ReadSize, GuessesNothing) {
+  for (const char* text :
+       {"", " ", "MB", "-5", "-5 MB", "+5 MB", "2 TB", "2 M B", "1,5 MB", "1.500 MB", "1.5.2 MB",
+        "1. MB", ".5 MB", "1,000 KB", "two MB", "12345678 KB", "2 MB or so", "0x10", "2 MB 3"})
+    EXPECT_EQ("a size is written such as 500 KB or 1.5 MB", read_size(text).flaw) << text;
+}
+
+TEST(DatesMeant, AreOfEveryOrderThatMakesADate) {
+  const struct {
+    const char* text;
+    std::vector<std::string> dates;
+  } cases[] = {{"01/02/2026", {"2026-02-01", "2026-01-02"}},
+               {"1.2.2026", {"2026-02-01", "2026-01-02"}},
+               {"31/01/2026", {"2026-01-31"}},
+               {"1/31/2026", {"2026-01-31"}},
+               {"05-05-2026", {"2026-05-05"}},
+               {"2026-1-5", {"2026-01-05"}},
+               {"29/02/2026", {}},
+               {"29/02/2024", {"2024-02-29"}},
+               {"32/13/2026", {}},
+               {"0/1/2026", {}},
+               {"01/02/26", {}},
+               {"2026-01", {}},
+               {"1//2/2026", {}},
+               {"1/2/3/2026", {}},
+               {"001/2/2026", {}},
+               {"1/002/2026", {}},
+               {"yesterday", {}},
+               {"", {}}};
+  for (const auto& c : cases) EXPECT_EQ(c.dates, dates_meant(c.text)) << c.text;
 }
 
 TEST(ReadableDate, StandsWithDashes) {

@@ -143,7 +143,7 @@ std::vector<Case> wrong_words() {
            "unknown type \"text\"; the types are string, address, size, date"},
           {with("\"is\"", "\"equals\""), Kind::wrong_rule, "filters[0].tests[0].comparator",
            "unknown comparator \"equals\"; the comparators of string are is, contains, "
-           "begin_with, end_with"},
+           "begin_with, end_with; did you mean \"is\"?"},
           {with("\"is\"", "\"less\""), Kind::wrong_rule, "filters[0].tests[0].comparator",
            "\"less\" does not go with string; its comparators are is, contains, begin_with, "
            "end_with"},

@@ -12,6 +12,17 @@ namespace Quarrow::Administration {
 // for "2048", "1536 KB" for "1536". Another text, or more than 9 digits, comes back as it is.
 std::string readable_size(const std::string& kibibytes);
 
+// A size that someone wrote.
+struct SizeReading {
+  std::string kibibytes;  // in digits; those that were written, where they have no unit
+  std::string flaw;       // why there is no such number, and what to write; empty when there is one
+};
+
+// Reads digits, with one or two more behind a dot, and a unit: KB (or K, KiB), MB, GB, bytes, in
+// capitals or not; KB when there is none. A size that is no whole number of KB has a flaw: it can't
+// be tested exactly.
+SizeReading read_size(const std::string& text);
+
 }  // namespace Quarrow::Administration
 
 #endif  // QUARROW_ADMINISTRATION_SIZE_VALUE_H_

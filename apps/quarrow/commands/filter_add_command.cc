@@ -116,7 +116,8 @@ Run declare_filter_add(CLI::App& app) {
   add_user_option(app, options->user);
   app.add_option("--name", options->name, "Name of the filter")->type_name("TEXT")->required();
   add_text_option(app, "--if", options->tests, "TEST",
-                  "'[not] [case] TYPE FIELD COMPARATOR VALUE'; repeat it for more tests");
+                  "Such as 'subject contains quarterly' or 'size over 2 MB', see quarrow-rules(5); "
+                  "repeat it for more tests");
   add_text_option(app, "--then", options->actions, "ACTION",
                   "'move FOLDER', 'copy FOLDER' or delete; repeat it for more actions");
   const auto all = app.add_flag("--all", "All tests must hold (the default)");
