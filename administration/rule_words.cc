@@ -1,8 +1,6 @@
 // Tables of words. docs/man/quarrow-rules.5 has the same for people.
 #include "administration/rule_words.h"
 
-#include <algorithm>
-
 #include "administration/nearest_word.h"
 #include "administration/rule_fields.h"
 
@@ -75,14 +73,11 @@ bool goes_with(const std::string& comparator, const std::string& type) {
 }
 
 std::vector<Phrase> all_field_phrases() {
-  std::vector<Phrase> phrases;
-  for (const auto& field : system_fields()) {
-    std::string with_blanks = field.name;
-    std::replace(with_blanks.begin(), with_blanks.end(), '-', ' ');
-    for (const auto& words : {field.name, with_blanks, field_words(field.name)})
+  std::vector<Phrase> phrases = {
+      {"reply to", "reply-to"}, {"list id", "list-id"}, {"message size", Field::SIZE}};
+  for (const auto& field : system_fields())
+    for (const auto& words : {field.name, field_words(field.name)})
       phrases.push_back({words, field.name});
-  }
-  phrases.push_back({"message size", Field::SIZE});
   return phrases;
 }
 
