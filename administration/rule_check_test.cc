@@ -175,7 +175,9 @@ const Case wrong_actions[] = {
     {"reject \"no\"", Kind::wrong_rule, "method",
      "unknown action \"reject\"; the actions are move, copy, delete; rules refuse no message, but "
      "delete files it into the folder Trash"},
-    {"move to", Kind::wrong_rule, "target", "\"move\" needs a folder, such as move Reports"},
+    {"file Work", Kind::wrong_rule, "method",
+     "unknown action \"file\"; the actions are move, copy, delete"},
+    {"fileinto", Kind::wrong_rule, "target", "\"move\" needs a folder, such as move Reports"},
     {"move", Kind::wrong_rule, "target", "\"move\" needs a folder, such as move Reports"},
     {"copy ", Kind::wrong_rule, "target", "\"copy\" needs a folder, such as copy Reports"},
     {"move a\"; discard; \"b", Kind::wrong_rule, "target",

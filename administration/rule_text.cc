@@ -86,11 +86,27 @@ bool runs_into_comparator(const Test& test) {
          test.comparator.size();
 }
 
+// Whether `phrase` can be next in `reader`. Folders may be called "To" and "To do": such words are
+// taken in small letters alone, and where more follows.
+bool fits(const Phrase& phrase, WordReader reader) {
+  const std::size_t blank = phrase.words.find(' ');
+  if (blank == std::string::npos) return true;
+  (void)reader.next();
+  return reader.next() == phrase.words.substr(blank + 1) && !reader.rest().empty();
+}
+
+Phrase take_action(WordReader& reader) {
+  std::vector<Phrase> fitting;
+  for (const auto& phrase : action_phrases())
+    if (fits(phrase, reader)) fitting.push_back(phrase);
+  return take_phrase(reader, fitting);
+}
+
 // Whether the beginning of the folder would be read as a part of the action.
 bool runs_into_action(const Action& action) {
   const std::string text = action.method + ' ' + action.target;
   WordReader reader(text);
-  return take_phrase(reader, action_phrases()).words.size() > action.method.size();
+  return take_action(reader).words.size() > action.method.size();
 }
 
 }  // namespace
@@ -118,7 +134,7 @@ Refusal read_test(const std::string& text, Test& test) {
 
 Refusal read_action(const std::string& text, Action& action) {
   WordReader reader(text);
-  const Phrase phrase = take_phrase(reader, action_phrases());
+  const Phrase phrase = take_action(reader);
   Action read;
   read.method = phrase.words.empty() ? reader.next() : phrase.meaning;
   read.target = without_quotes(reader.rest());

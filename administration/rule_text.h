@@ -10,7 +10,8 @@
 //
 // VALUE and FOLDER are the rest of the text after one blank, with all blanks in it, or what stands
 // there in double quotes, which are needed around a value or folder whose first words would be
-// taken for a part of the phrase in front. Behind the type "string", "is" is the whole comparator:
+// taken for a part of the phrase in front. In front of a folder, that is "to" and "into" in small
+// letters. Behind the type "string", "is" is the whole comparator:
 // `string subject is not x` compares with "not x", `subject is not x` with "x".
 //
 // A size may have a unit: see size_value.h.

@@ -257,9 +257,11 @@ TEST(ReadAction, TakesTheTextApart) {
                {"move into Work", "move", "Work"},
                {"move \"to Work\"", "move", "to Work"},
                {"move to to Work", "move", "to Work"},
-               {"move to", "move", ""},
+               {"move to", "move", "to"},
+               {"move To", "move", "To"},
+               {"move To do", "move", "To do"},
+               {"MOVE to Work", "move", "Work"},
                {"move tomorrow", "move", "tomorrow"},
-               {"file Work", "move", "Work"},
                {"file in Work", "move", "Work"},
                {"file into Work", "move", "Work"},
                {"fileinto \"Work\"", "move", "Work"},
@@ -287,8 +289,9 @@ TEST(ReadAction, RefusesAnEmptyText) {
 }
 
 TEST(ActionText, IsReadBackUnchanged) {
-  for (const char* text : {"move Reports", "copy Old mail/2026", "delete", "move \"to Work\"",
-                           "copy \"Into\"", "move in/to", "move  Work"}) {
+  for (const char* text :
+       {"move Reports", "copy Old mail/2026", "delete", "move \"to Work\"", "copy \"into x\"",
+        "copy Into", "move To do", "move to", "move in/to", "move  Work"}) {
     Action action;
     ASSERT_FALSE(read_action(text, action));
     EXPECT_EQ(text, action_text(action));

@@ -124,10 +124,10 @@ std::string type_of_field(const std::string& name) {
 
 const std::vector<Phrase>& action_phrases() {
   static const std::vector<Phrase> phrases = {
-      {"move", Action::MOVE},      {"move to", Action::MOVE},   {"move into", Action::MOVE},
-      {"file", Action::MOVE},      {"file to", Action::MOVE},   {"file in", Action::MOVE},
-      {"file into", Action::MOVE}, {"fileinto", Action::MOVE},  {"copy", Action::COPY},
-      {"copy to", Action::COPY},   {"copy into", Action::COPY}, {"delete", Action::DELETE}};
+      {"move", Action::MOVE},      {"move to", Action::MOVE}, {"move into", Action::MOVE},
+      {"file to", Action::MOVE},   {"file in", Action::MOVE}, {"file into", Action::MOVE},
+      {"fileinto", Action::MOVE},  {"copy", Action::COPY},    {"copy to", Action::COPY},
+      {"copy into", Action::COPY}, {"delete", Action::DELETE}};
   return phrases;
 }
 
