@@ -34,6 +34,12 @@ Evaluation not_done(Evaluation::Outcome outcome, const std::string& reason) {
   return evaluation;
 }
 
+Answer failed_answer(const std::string& reason) {
+  Answer answer;
+  answer.evaluation = not_done(Evaluation::Outcome::failed, reason);
+  return answer;
+}
+
 // Receives the next packet and gives its size; bytes beyond the limit are only counted. Negative as
 // recv(2) is, with EAGAIN when no packet came in time.
 ssize_t receive_packet(int socket, char* packet, Clock::time_point deadline) {
@@ -66,24 +72,35 @@ Evaluation Evaluator::evaluate(int message_fd, std::uint64_t size, std::time_t r
   if (script.is_missing) return not_done(Evaluation::Outcome::no_script, script.reason);
   if (!script.found)
     return not_done(Evaluation::Outcome::bad_script, "can't be read: " + script.reason);
-  const auto text = read_header(message_fd, longest_header);
-  if (!text)
-    return not_done(Evaluation::Outcome::failed,
-                    std::string("the message can't be read: ") + std::strerror(errno));
-  return evaluate_header(header_of(*text), size, received, script.text);
+  return evaluate_script(message_fd, size, received, script.text);
 }
 
-Evaluation Evaluator::evaluate_header(std::string_view header, std::uint64_t size,
-                                      std::time_t received, const std::string& script) {
-  const Request request = {++sequence_, size, received};
+Evaluation Evaluator::evaluate_script(int message_fd, std::uint64_t size, std::time_t received,
+                                      const std::string& script) {
+  return ask(message_fd, {0, size, received}, script).evaluation;
+}
+
+HeaderValue Evaluator::header_value(int message_fd, std::time_t received, const std::string& name) {
+  const Answer answer = ask(message_fd, {0, 0, received, Request::Kind::header_value}, name);
+  return {answer.evaluation.outcome == Evaluation::Outcome::done, answer.value,
+          answer.evaluation.reason};
+}
+
+Answer Evaluator::ask(int message_fd, Request request, std::string_view text) {
+  const auto read = read_header(message_fd, longest_header);
+  if (!read)
+    return failed_answer(std::string("the message can't be read: ") + std::strerror(errno));
+  const std::string_view header = header_of(*read);
+  text = text.substr(0, script_limit);
+  request.sequence = ++sequence_;
   const auto deadline = Clock::now() + limits_.time;
   if (socket_ < 0) start();
-  Sending sending = send_request(socket_, request, script, header, deadline);
+  Sending sending = send_request(socket_, request, text, header, deadline);
   if (sending == Sending::nobody_there) {
     // The helper died before this message, which another helper may well survive.
     (void)stop();
     start();
-    sending = send_request(socket_, request, script, header, deadline);
+    sending = send_request(socket_, request, text, header, deadline);
   }
   switch (sending) {
     case Sending::done:
@@ -119,17 +136,17 @@ std::string Evaluator::stop() {
   return text_of_end(std::exchange(helper_, -1));
 }
 
-Evaluation Evaluator::failure(const std::string& reason) {
+Answer Evaluator::failure(const std::string& reason) {
   const std::string ending = stop();
   supply_->order();
-  return not_done(Evaluation::Outcome::failed, reason.empty() ? ending : reason);
+  return failed_answer(reason.empty() ? ending : reason);
 }
 
-Evaluation Evaluator::too_slow() {
+Answer Evaluator::too_slow() {
   return failure("the evaluation took more than " + std::to_string(limits_.time.count()) + " ms");
 }
 
-Evaluation Evaluator::receive(Clock::time_point deadline) {
+Answer Evaluator::receive(Clock::time_point deadline) {
   const ssize_t count = receive_packet(socket_, packet_.get(), deadline);
   if (count < 0 && errno == EAGAIN) return too_slow();
   if (count <= 0) return failure("");
@@ -141,7 +158,7 @@ Evaluation Evaluator::receive(Clock::time_point deadline) {
     dismiss();
     supply_->order();
   }
-  return answer->evaluation;
+  return *answer;
 }
 
 }  // namespace Quarrow::Delivery

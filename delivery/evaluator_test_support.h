@@ -26,6 +26,13 @@ class EvaluationTest : public testing::Test {
     return evaluate(evaluator, message);
   }
 
+  // The value of a header of `message`, as rules see it.
+  HeaderValue header_value(Evaluator& evaluator, const std::string& message,
+                           const std::string& name, std::time_t received = 0) {
+    const Descriptor file(open(folder_.write("message", message).c_str(), O_RDONLY | O_CLOEXEC));
+    return evaluator.header_value(file.get(), received, name);
+  }
+
   void set_script(const std::string& script) { folder_.write(".delivery_filter", script); }
   std::string script_path() const { return folder_.file(".delivery_filter"); }
 

@@ -25,6 +25,7 @@
 #include "delivery/charset_preloading.h"
 #include "delivery/execution_form.h"
 #include "delivery/header_end.h"
+#include "delivery/header_value.h"
 #include "delivery/sandbox.h"
 #include "delivery/script_runner.h"
 #include "delivery/wire.h"
@@ -119,8 +120,14 @@ bool evaluate_next(ScriptRunner& runner, Answer& answer) {
   std::string script;
   std::string header;
   if (!receive_request(helper_socket, request, script, header)) return false;
+  answer = {};
   answer.sequence = request.sequence;
-  answer.evaluation = runner.run(script, header, request.size, request.received);
+  if (request.kind == Request::Kind::header_value) {
+    answer.evaluation.outcome = Evaluation::Outcome::done;
+    answer.value = header_value(script, header, request.received);
+  } else {
+    answer.evaluation = runner.run(script, header, request.size, request.received);
+  }
   return true;
 }
 

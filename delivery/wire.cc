@@ -69,6 +69,8 @@ std::string packet_of(const Answer& answer) {
     writer.text(action.mailbox);
     writer.text(action.message);
   }
+  writer.number(answer.value ? 1 : 0);
+  writer.text(answer.value.value_or(""));
   return std::move(writer.packet());
 }
 
@@ -148,6 +150,9 @@ std::optional<Answer> decode(std::string_view packet) {
   // The count needs no limit: reading ends with the packet.
   for (std::uint64_t left = reader.number(); left > 0 && !reader.failed(); --left)
     evaluation.result.actions.push_back(read_action(reader));
+  const bool has_value = reader.number(1) == 1;
+  std::string value = reader.text();
+  if (has_value) answer.value = std::move(value);
   if (!reader.at_end()) return std::nullopt;
   return answer;
 }

@@ -17,17 +17,22 @@ namespace Quarrow::Delivery {
 // A larger answer is not sent. The longest script's actions take two thirds of it.
 constexpr std::size_t answer_limit = 160000;
 
-// What to evaluate. The script and the message's header block follow; the helper gets no descriptor
-// of the message, so that it can neither read nor change the rest.
+// What to evaluate, or which value to tell. The script, or the header's name, and the message's
+// header block follow; the helper gets no descriptor of the message, so that it can neither read
+// nor change the rest.
 struct Request {
+  enum class Kind : std::uint64_t { evaluation, header_value };
+
   std::uint64_t sequence;  // comes back in the answer
   std::uint64_t size;      // of the message, in bytes
   std::int64_t received;   // seconds since the epoch
+  Kind kind = Kind::evaluation;
 };
 
 struct Answer {
   std::uint64_t sequence = 0;
   Evaluation evaluation;
+  std::optional<std::string> value;  // of the header, where that was asked for
 };
 
 enum class Sending { done, nobody_there, too_slow };

@@ -45,6 +45,18 @@ TEST(Wire, AnAnswerComesBackAsItWas) {
   EXPECT_EQ("inbox/A", answer->evaluation.result.actions[1].mailbox);
 }
 
+TEST(Wire, AnEmptyValueIsAnotherAnswerThanNone) {
+  Answer answer = full_answer();
+  for (const std::optional<std::string>& value :
+       {std::optional<std::string>(), std::optional<std::string>(""),
+        std::optional<std::string>("x")}) {
+    answer.value = value;
+    const auto got = decode(encode(answer));
+    ASSERT_TRUE(got);
+    EXPECT_EQ(value, got->value);
+  }
+}
+
 TEST(Wire, APacketThatIsCutOrTooLongIsNoAnswer) {
   const std::string packet = encode(full_answer());
   for (std::size_t length = 0; length < packet.size(); ++length)

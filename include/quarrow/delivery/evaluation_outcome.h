@@ -4,6 +4,7 @@
 
 #include <quarrow/evaluation.h>
 
+#include <optional>
 #include <string>
 
 namespace Quarrow::Delivery {
@@ -22,6 +23,13 @@ struct Evaluation {
   // For a log: why it is not done ("No such file or directory"), or the name of the header whose
   // addresses could not be read; else empty.
   std::string reason;
+};
+
+// What rules see of a header.
+struct HeaderValue {
+  bool is_known = false;            // false: the helper gave no answer
+  std::optional<std::string> text;  // in UTF-8; none when the message has no such header
+  std::string reason;               // why it is not known; else empty
 };
 
 }  // namespace Quarrow::Delivery

@@ -48,8 +48,10 @@ struct EvaluatorLimits {
   std::chrono::milliseconds script_wait{200};
 };
 
+struct Answer;
 class HelperSupply;
 class MemoryWatch;
+struct Request;
 
 // Evaluates messages through one helper process. The helper is started before the first message,
 // and replaced when it dies, hangs, answers nonsense, has served its messages or has grown. It is
@@ -71,6 +73,15 @@ class Evaluator {
   Evaluation evaluate(int message_fd, std::uint64_t size, std::time_t received,
                       const std::string& script_path);
 
+  // The same for a script by its text, of which the first 32768 bytes count.
+  Evaluation evaluate_script(int message_fd, std::uint64_t size, std::time_t received,
+                             const std::string& script);
+
+  // The value that a test of the header `name` would compare, such as "subject", or
+  // "zvx-received-date" for the day of `received`. Neither this function nor the caller parses the
+  // message: the helper does.
+  HeaderValue header_value(int message_fd, std::time_t received, const std::string& name);
+
   // Ends the helper without waiting until it is gone, for a caller that has other work to do but no
   // more messages. If a message comes nevertheless, it gets a new helper.
   void dismiss();
@@ -82,14 +93,14 @@ class Evaluator {
  private:
   using Clock = std::chrono::steady_clock;
 
-  Evaluation evaluate_header(std::string_view header, std::uint64_t size, std::time_t received,
-                             const std::string& script);
+  // Has the helper answer `request`, for which `text` is the script or the header's name.
+  Answer ask(int message_fd, Request request, std::string_view text);
   void start();
   std::string stop();  // gives how the helper ended, for a log
-  Evaluation receive(Clock::time_point deadline);
-  Evaluation too_slow();
+  Answer receive(Clock::time_point deadline);
+  Answer too_slow();
   // Ends the helper. Where `reason` is empty, its end is the reason.
-  Evaluation failure(const std::string& reason);
+  Answer failure(const std::string& reason);
 
   const EvaluatorLimits limits_;
   std::unique_ptr<HelperSupply> supply_;
