@@ -26,6 +26,9 @@ class MessageEvaluator {
 // each message. Null when it is missing, unreadable, empty or not valid.
 std::unique_ptr<MessageEvaluator> isolated_evaluator(const std::string& path);
 
+// The same for the script `text`, which is valid.
+std::unique_ptr<MessageEvaluator> isolated_text_evaluator(const std::string& text);
+
 }  // namespace Quarrow::Trial
 
 #endif  // QUARROW_TRIAL_MESSAGE_EVALUATOR_H_
