@@ -60,6 +60,10 @@ const std::vector<Subcommand> commands = {
      "quarrow filter list alice@example.org", nullptr, filter_commands},
     {"match", "Say what a user's filters do with messages.",
      "quarrow match alice@example.org inbox/*.eml Maildir/ mail.mbox -", declare_match},
+    {"explain", "Say why a message goes where a user's filters put it.",
+     "quarrow explain alice@example.org mail.eml", declare_explain},
+    {"test", "Say which messages a test holds for, and what it becomes in Sieve.",
+     "quarrow test 'string subject begin_with [news]' inbox/*.eml", declare_test},
     {"deliver", "Deliver the message on standard input as a user's filters say.",
      "quarrow deliver -d alice@example.org -f bob@example.net <message", declare_deliver},
     {"help", "Explain the command or a subcommand.", "quarrow help filter add", declare_help}};

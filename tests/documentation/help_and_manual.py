@@ -41,7 +41,7 @@ class Help:
 
     def _read_option(self, text):
         names, _, rest = text.partition(" ")
-        rest = re.sub(r"REQUIRED|Excludes: .*|\(Env:.*|\.\.\.", "", rest).strip()
+        rest = re.sub(r"REQUIRED|(?:Excludes|Needs): .*|\(Env:.*|\.\.\.", "", rest).strip()
         described, _, default = rest.partition("=")
         for name in names.split(","):
             self.options[name] = described.partition(":")[0].lower()  # a range may stand behind
@@ -157,7 +157,7 @@ def subcommands(program, words=()):
 
 
 def compare_quarrow(comparison, program, folder):
-    page, deliver = Page(folder / "quarrow.1"), Page(folder / "quarrow-deliver.1")
+    page = Page(folder / "quarrow.1")
     commands = subcommands(program)
     synopsis = page.synopsis()
     names = set(commands)
@@ -169,10 +169,12 @@ def compare_quarrow(comparison, program, folder):
         told = commands[name]
         for option in (*HELP, *SHARED):
             del told.options[option]
-        if name == "deliver":
-            entries = deliver.described("DESCRIPTION")
+        own_page = folder / f"quarrow-{name}.1"
+        if own_page.exists():
+            own = Page(own_page)
+            entries = own.described("DESCRIPTION")
             entries.pop("--root", None)  # the program's
-            comparison.command(name, told, deliver.synopsis()[name], entries)
+            comparison.command(name, told, own.synopsis()[name], entries)
         else:
             comparison.command(name, told, synopsis[name], page.described(name))
 

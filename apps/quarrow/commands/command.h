@@ -49,10 +49,12 @@ void add_flag(CLI::App& app, const char* name, bool& value, const char* help);
 
 Run declare_deliver(CLI::App& app);
 Run declare_init(CLI::App& app);
+Run declare_explain(CLI::App& app);
 Run declare_filter_add(CLI::App& app);
 Run declare_filter_list(CLI::App& app);
 Run declare_filter_remove(CLI::App& app);
 Run declare_match(CLI::App& app);
+Run declare_test(CLI::App& app);
 Run declare_user_add(CLI::App& app);
 Run declare_user_list(CLI::App& app);
 Run declare_user_remove(CLI::App& app);

@@ -1,27 +1,24 @@
 // quarrow match: what a user's script does with messages.
-#include <fcntl.h>
 #include <sysexits.h>
 #include <zvellparser.h>
 #include <CLI/CLI.hpp>
 
-#include <cerrno>
 #include <ctime>
 #include <memory>
 #include <optional>
 
+#include "administration/root_setup.h"
 #include "administration/rules_transaction.h"
 #include "apps/quarrow/commands/command.h"
 #include "apps/quarrow/commands/filter_command.h"
+#include "apps/quarrow/commands/received_option.h"
+#include "apps/quarrow/commands/what_if.h"
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/logged_evaluator.h"
 #include "apps/quarrow/match_report.h"
-#include "apps/quarrow/time_text.h"
+#include "apps/quarrow/missing_script.h"
 #include "delivery/one_processor.h"
-#include "message_filters/user_files.h"
-#include "system/descriptor.h"
-#include "system/exists.h"
 #include "system/processors.h"
-#include "system/regular_file.h"
 #include "trial/mail_sources.h"
 #include "trial/message_evaluator.h"
 #include "trial/parallel_run.h"
@@ -42,26 +39,8 @@ struct Options {
   std::optional<std::size_t> jobs;  // none: as many as the work is worth
   bool json = false;
   bool log = false;
+  WhatIfOptions what_if;
 };
-
-// Says why the script at `path` can't be run.
-int no_script(const std::string& user, const std::string& path) {
-  const Descriptor script(open_regular(path, O_RDONLY));
-  const int error = script.get() < 0 ? errno : 0;
-  if (error == ENOENT && exists(rules_document_of(path)))
-    return complain(path, "missing beside the filters; adding or removing a filter writes it anew",
-                    EX_DATAERR);
-  if (error == ENOENT)
-    return complain(
-        user, "no rules, so that every message is kept; add some with quarrow filter add " + user,
-        EX_NOINPUT);
-  if (error != 0)
-    return complain(path, "can't be read: " + reason_for_no_file(error), file_status(error));
-  return complain(path,
-                  "damaged script: empty or not valid; adding or removing a filter with "
-                  "--replace-script writes it anew, and --log says more",
-                  EX_DATAERR);
-}
 
 // How many processes are to share the messages; 1 for a run in this one.
 std::size_t jobs_for(const Options& options, const std::vector<Trial::MailSource>& sources) {
@@ -86,22 +65,25 @@ MatchReport::Form form_of(const Options& options) {
 }
 
 int match(const Settings& settings, const Options& options) {
-  const auto received = options.received ? time_of(*options.received) : std::nullopt;
-  if (options.received && !received)
-    return complain(*options.received,
-                    "not a time; write it as 2026-05-04 or as \"2026-05-04 12:00\"", EX_USAGE);
+  std::optional<std::time_t> received;
+  if (const int fault = read_received(options.received, received)) return fault;
   EmailAddress address;
   if (const auto refusal = find_user(settings, options.user, address))
     return complain(settings, refusal);
   const auto [sources, failures] = Trial::find_mail(options.messages);
   int status = EX_OK;
   for (const auto& failure : failures) status = complain(failure);
+  const Trial::RunSettings how = {received, options.folder_dots};
+  if (options.what_if.is_asked()) {
+    if (const auto refusal = Administration::open_configuration(settings.root))
+      return complain(settings, refusal);
+    return compare_rules(options.what_if, address, sources, how, options.json, status);
+  }
   const std::string script = Administration::rules_script(address.address());
   const std::size_t jobs = jobs_for(options, sources);
   const auto evaluator = make_evaluator(options, script, sources, jobs);
-  if (!evaluator) return no_script(options.user, script);
+  if (!evaluator) return complain_of_script(options.user, script);
   MatchReport report(form_of(options), Trial::total_size(sources), status, options.folder_dots);
-  const Trial::RunSettings how = {received, options.folder_dots};
   if (jobs <= 1) return report.finish(Trial::run(sources, *evaluator, report, how));
   const auto make = [&] { return Trial::isolated_evaluator(script); };
   return report.finish(Trial::run_in_parallel(sources, *evaluator, make, jobs, report, how));
@@ -116,9 +98,7 @@ Run declare_match(CLI::App& app) {
                  "Message files, mbox files, Maildir folders; - is standard input")
       ->type_name("")
       ->required();
-  app.add_option("--received", options->received,
-                 "When the messages came, such as 2026-05-04 or \"2026-05-04 12:00\"")
-      ->type_name("TIME");
+  add_received_option(app, options->received);
   add_folder_dots_option(app, options->folder_dots,
                          "Folders with a dot in the name: as delivery is told");
   app.add_flag("--json", options->json, "One JSON object a line, and no table");
@@ -127,10 +107,14 @@ Run declare_match(CLI::App& app) {
                      "How many processes share the messages; 0 for one on each processor")
           ->type_name("N")
           ->check(CLI::Range(0, most_jobs).description(""));
-  app.add_flag("--log", options->log,
-               "Evaluate in this process, unprotected, and write the interpreter's log to standard "
-               "error")
-      ->excludes(jobs);
+  CLI::Option* const log =
+      app.add_flag(
+             "--log", options->log,
+             "Evaluate in this process, unprotected, and write the interpreter's log to standard "
+             "error")
+          ->excludes(jobs);
+  for (CLI::Option* const asking : add_what_if_options(app, options->what_if))
+    asking->excludes(jobs)->excludes(log);
   return [options](const Settings& settings) { return match(settings, *options); };
 }
 

@@ -1,0 +1,44 @@
+// The words for places.
+#include "apps/quarrow/place_text.h"
+
+#include <gtest/gtest.h>
+
+namespace Quarrow::Command {
+namespace {
+
+using Delivery::InboxReason;
+using Delivery::Plan;
+
+Plan plan_of(const std::vector<std::string>& mailboxes, InboxReason reason = InboxReason::none,
+             const std::string& note = "") {
+  Plan plan;
+  plan.mailboxes = mailboxes;
+  plan.inbox_reason = reason;
+  plan.note = note;
+  return plan;
+}
+
+TEST(PlaceText, NamesFoldersInUtf8) {
+  const Plan plan = plan_of({"J&AOQ-ger", ""}, InboxReason::asked);
+  EXPECT_EQ("folder J\xc3\xa4ger, inbox", place_text(plan));
+  EXPECT_EQ((std::vector<std::string>{"J\xc3\xa4ger", "Inbox"}), place_names(plan));
+}
+
+TEST(PlaceText, TellsARefusal) {
+  Plan plan;
+  plan.refusal = Plan::Refusal::reject;
+  EXPECT_EQ("rejected", place_text(plan));
+  EXPECT_TRUE(place_names(plan).empty());
+  plan.refusal = Plan::Refusal::discard;
+  EXPECT_EQ("discarded", place_text(plan));
+}
+
+TEST(PlaceText, TellsWhyItIsTheInbox) {
+  EXPECT_EQ("", inbox_reason_text(plan_of({"Work"})));
+  EXPECT_EQ("the rule says so", inbox_reason_text(plan_of({""}, InboxReason::asked)));
+  EXPECT_EQ("no rule matched",
+            inbox_reason_text(plan_of({""}, InboxReason::no_rule, "no rule matched")));
+}
+
+}  // namespace
+}  // namespace Quarrow::Command
