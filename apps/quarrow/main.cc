@@ -64,6 +64,8 @@ const std::vector<Subcommand> commands = {
      "quarrow explain alice@example.org mail.eml", declare_explain},
     {"test", "Say which messages a test holds for, and what it becomes in Sieve.",
      "quarrow test 'string subject begin_with [news]' inbox/*.eml", declare_test},
+    {"stats", "Count what each filter decides, in the mail of a user.",
+     "quarrow stats alice@example.org --html stats.html", declare_stats},
     {"deliver", "Deliver the message on standard input as a user's filters say.",
      "quarrow deliver -d alice@example.org -f bob@example.net <message", declare_deliver},
     {"help", "Explain the command or a subcommand.", "quarrow help filter add", declare_help}};

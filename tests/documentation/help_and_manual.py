@@ -7,6 +7,9 @@ For each program and subcommand, the options of the help, those of the page's SY
 that the page describes must be the same, with the same arguments; the subcommands and the
 positional arguments likewise. A default that the help shows is what the option's description names
 in front of "by default", and the other way round. Prints what differs, and exits with 1 then.
+
+A page quarrow-NAME.1 describes the subcommands of its synopsis, each in a subsection of its name or
+else, where it is the only one, in DESCRIPTION; the others are in quarrow.1, which refers to all.
 """
 
 import pathlib
@@ -156,27 +159,35 @@ def subcommands(program, words=()):
             for name, each in subcommands(program, (*words, word)).items()}
 
 
+def pages_of_subcommands(folder):
+    """{subcommand: page} of the pages that describe a few of them."""
+    pages = [Page(path) for path in sorted(folder.glob("quarrow-*.1"))]
+    return {name: page for page in pages for name in page.synopsis()}
+
+
 def compare_quarrow(comparison, program, folder):
     page = Page(folder / "quarrow.1")
     commands = subcommands(program)
     synopsis = page.synopsis()
     names = set(commands)
-    comparison.expect_equal("quarrow, subcommands in the synopsis", names, set(synopsis) - {""})
-    comparison.expect_equal("quarrow, described subcommands", names, page.subsections())
+    elsewhere = pages_of_subcommands(folder)
+    here = set(synopsis) - {""}  # with a hint at the page of some that have one
+    comparison.expect_equal("quarrow, subcommands in the synopses", names, here | set(elsewhere))
+    comparison.expect_equal("quarrow, described subcommands", here, page.subsections())
+    comparison.expect_equal("quarrow, pages referred to",
+                            {path.stem for path in folder.glob("quarrow-*")},
+                            set(re.findall(r"^\.Xr (quarrow-\w+)", "\n".join(
+                                page.sections["SEE ALSO"]), re.M)))
     comparison.command("quarrow", Help(program, ()), [*synopsis[""], *SHARED.values()],
                        page.described("DESCRIPTION"))
-    for name in names & set(synopsis):
+    for name in names & (here | set(elsewhere)):
         told = commands[name]
         for option in (*HELP, *SHARED):
             del told.options[option]
-        own_page = folder / f"quarrow-{name}.1"
-        if own_page.exists():
-            own = Page(own_page)
-            entries = own.described("DESCRIPTION")
-            entries.pop("--root", None)  # the program's
-            comparison.command(name, told, own.synopsis()[name], entries)
-        else:
-            comparison.command(name, told, synopsis[name], page.described(name))
+        own = elsewhere.get(name, page)
+        entries = own.described(name if name in own.sections else "DESCRIPTION")
+        entries.pop("--root", None)  # the program's
+        comparison.command(name, told, own.synopsis()[name], entries)
 
 
 def compare_lmtpd(comparison, program, folder):

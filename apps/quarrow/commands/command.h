@@ -55,6 +55,7 @@ Run declare_filter_list(CLI::App& app);
 Run declare_filter_remove(CLI::App& app);
 Run declare_match(CLI::App& app);
 Run declare_test(CLI::App& app);
+Run declare_stats(CLI::App& app);
 Run declare_user_add(CLI::App& app);
 Run declare_user_list(CLI::App& app);
 Run declare_user_remove(CLI::App& app);

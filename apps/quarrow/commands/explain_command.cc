@@ -6,11 +6,10 @@
 #include <memory>
 #include <optional>
 
-#include "administration/guarded_rules.h"
-#include "administration/rules_text.h"
 #include "administration/users.h"
 #include "apps/quarrow/commands/command.h"
 #include "apps/quarrow/commands/filter_command.h"
+#include "apps/quarrow/commands/loaded_rules.h"
 #include "apps/quarrow/commands/received_option.h"
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/explanation_output.h"
@@ -24,9 +23,6 @@
 namespace Quarrow::Command {
 namespace {
 
-using Administration::GuardedOutcome;
-using Administration::Refusal;
-using Administration::RulesTransaction;
 using Delivery::Evaluation;
 using MessageFilters::FilterList__;
 
@@ -39,21 +35,6 @@ struct Options {
   Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
   bool json = false;
 };
-
-// The filters of `user`. They are loaded in a process of their own, which a damaged document may
-// end; what comes back is the text that a commit would write.
-Refusal load_rules(const EmailAddress& user, boost::shared_ptr<FilterList__>& list) {
-  const GuardedOutcome outcome =
-      Administration::with_rules_of(user, [](RulesTransaction& rules) -> GuardedOutcome {
-        const std::string document = Administration::document_text(rules.filters().filters);
-        return {rules.check_loss(), document};
-      });
-  if (outcome.refusal) return outcome.refusal;
-  list = Administration::list_of(outcome.answer);
-  if (list) return {};
-  return {Refusal::Kind::damaged_document, Administration::rules_document(user.address()),
-          "holds filters that could not be written again"};
-}
 
 // Finds the message by its identifier in `source`; gives the exit status.
 int search(const Options& options, const EmailAddress& user, Trial::IsolatedRuns& runs,
