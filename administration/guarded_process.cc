@@ -21,12 +21,25 @@ namespace {
 
 using Kind = Refusal::Kind;
 
+void write(PacketWriter& writer, const Refusal& refusal) {
+  writer.number(static_cast<std::uint64_t>(refusal.kind));
+  writer.text(refusal.object);
+  writer.text(refusal.reason);
+}
+
+Refusal read_refusal(PacketReader& reader) {
+  Refusal refusal;
+  refusal.kind = static_cast<Kind>(reader.number(static_cast<std::uint64_t>(Kind::unavailable)));
+  refusal.object = reader.text();
+  refusal.reason = reader.text();
+  return refusal;
+}
+
 std::string encode(const GuardedOutcome& outcome) {
   PacketWriter writer;
-  writer.number(static_cast<std::uint64_t>(outcome.refusal.kind));
-  writer.text(outcome.refusal.object);
-  writer.text(outcome.refusal.reason);
+  write(writer, outcome.refusal);
   writer.text(outcome.answer);
+  write(writer, outcome.remark);
   return writer.packet();
 }
 
@@ -34,11 +47,9 @@ std::string encode(const GuardedOutcome& outcome) {
 std::optional<GuardedOutcome> decode(const std::string& packet) {
   PacketReader reader(packet);
   GuardedOutcome outcome;
-  outcome.refusal.kind =
-      static_cast<Kind>(reader.number(static_cast<std::uint64_t>(Kind::unavailable)));
-  outcome.refusal.object = reader.text();
-  outcome.refusal.reason = reader.text();
+  outcome.refusal = read_refusal(reader);
   outcome.answer = reader.text();
+  outcome.remark = read_refusal(reader);
   if (!reader.at_end()) return std::nullopt;
   return outcome;
 }

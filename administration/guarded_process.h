@@ -14,6 +14,7 @@ namespace Quarrow::Administration {
 struct GuardedOutcome {
   Refusal refusal;
   std::string answer;
+  Refusal remark = {};  // what went wrong beside the work, and did not keep it from being done
 };
 
 // Runs `work`, which loads the rules document at `document`, in a child process without core dumps,

@@ -10,7 +10,9 @@ GuardedOutcome with_rules_of(const EmailAddress& address,
       [&]() -> GuardedOutcome {
         RulesTransaction rules(address);
         if (const Refusal refusal = rules.open()) return {refusal, ""};
-        return work(rules);
+        GuardedOutcome outcome = work(rules);
+        outcome.remark = rules.remark();
+        return outcome;
       });
 }
 

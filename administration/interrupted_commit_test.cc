@@ -2,12 +2,14 @@
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "administration/administration_test_support.h"
 #include "administration/rules_transaction.h"
 #include "administration/traced_process_test_support.h"
+#include "message_filters/user_files.h"
 #include "tests/support/rules_test_support.h"
 
 namespace Quarrow::Administration {
@@ -40,24 +42,48 @@ Files files_of(const EmailAddress& user) {
   return {content_of(rules_document(user.address())), content_of(rules_script(user.address()))};
 }
 
-// The parameter: whether the user has rules before.
-class InterruptedCommit : public testing::TestWithParam<bool> {
+std::string history_file_of(const EmailAddress& user) {
+  return rules_history_of(rules_script(user.address()));
+}
+
+// The documents of all states, the present one last, once the next transaction was there.
+std::vector<std::string> history_of(const EmailAddress& user) {
+  RulesTransaction rules(user);
+  EXPECT_EQ("", said(rules.open()));
+  RulesHistory history;
+  EXPECT_EQ("", said(rules.read_history(history)));
+  std::vector<std::string> documents;
+  for (const RulesState& state : history.states()) documents.push_back(state.document);
+  return documents;
+}
+
+// What the user has before.
+enum class OldRules { none, rules, rules_without_history };
+
+class InterruptedCommit : public testing::TestWithParam<OldRules> {
  protected:
   InterruptedCommit() {
     std::filesystem::create_directories(root_.file("example.org/bob"));
-    if (GetParam()) add_rule(bob);
+    if (GetParam() != OldRules::none) add_rule(bob);
+    if (GetParam() == OldRules::rules_without_history)
+      std::filesystem::remove(history_file_of(bob));
     old_ = files_of(bob);
+    old_history_ = history_of(bob);
+    if (GetParam() == OldRules::rules) old_history_file_ = content_of(history_file_of(bob));
     add_rule(bob);
     new_ = files_of(bob);
+    new_history_ = old_history_;
+    new_history_.push_back(new_.document);
   }
 
   // Leaves the user with the old rules, and nothing else.
   void put_old_rules() const {
     std::filesystem::remove_all(folder_);
     std::filesystem::create_directory(folder_);
-    if (!GetParam()) return;
+    if (GetParam() == OldRules::none) return;
     write_file(rules_document(alice.address()), old_.document);
     write_file(rules_script(alice.address()), old_.script);
+    if (GetParam() == OldRules::rules) write_file(history_file_of(alice), old_history_file_);
   }
 
   void expect_whole_script() const {
@@ -71,18 +97,25 @@ class InterruptedCommit : public testing::TestWithParam<bool> {
     return files_of(alice);
   }
 
-  // Whether there is no more than the rules and the lock.
+  // Whether there are no drafts.
   bool is_clear() const {
-    const bool has_rules = files_of(alice).document != no_rules_.document;
     const std::filesystem::directory_iterator all(folder_);
-    return std::distance(begin(all), end(all)) == (has_rules ? 3 : 1);
+    return std::none_of(begin(all), end(all),
+                        [](const auto& entry) { return entry.path().extension() == ".new"; });
+  }
+
+  // Whether the rules are new, and the history is still only a draft.
+  bool is_history_late() const {
+    return files_of(alice) == new_ && std::filesystem::exists(history_file_of(alice) + ".new");
   }
 
   const TemporaryRoot root_;
   const std::string folder_ = root_.file("example.org/alice");
-  const Files no_rules_ = files_of(EmailAddress("nobody@example.org"));
   Files old_;
   Files new_;
+  std::string old_history_file_;
+  std::vector<std::string> old_history_;
+  std::vector<std::string> new_history_;
 };
 
 TEST_P(InterruptedCommit, LeavesAScriptAtEachMoment) {
@@ -96,6 +129,7 @@ TEST_P(InterruptedCommit, LeavesAScriptAtEachMoment) {
 TEST_P(InterruptedCommit, LeavesTheOldRulesOrTheNewOnesWheneverItIsKilled) {
   bool was_old = false;
   bool was_new = false;
+  bool was_history_late = false;
   for (int stops = 0, done = 0; done == 0; ++stops) {
     put_old_rules();
     TracedProcess commit([] { add_rule(alice); });
@@ -103,14 +137,18 @@ TEST_P(InterruptedCommit, LeavesTheOldRulesOrTheNewOnesWheneverItIsKilled) {
     for (int stop = 0; stop < stops && done == 0; ++stop) done = commit.step() ? 0 : 1;
     commit.kill();
     expect_whole_script();
+    was_history_late |= is_history_late();
     const Files files = files_afterwards();
     EXPECT_TRUE(files == old_ || files == new_) << "killed at stop " << stops;
+    EXPECT_EQ(files == old_ ? old_history_ : new_history_, history_of(alice))
+        << "killed at stop " << stops;
     was_old |= files == old_;
     was_new = files == new_;
     EXPECT_TRUE(is_clear()) << "killed at stop " << stops;
   }
   EXPECT_TRUE(was_old);
   EXPECT_TRUE(was_new);  // when nothing killed it
+  EXPECT_TRUE(was_history_late);
 }
 
 // What is renamed is on the disk before, and one renaming before the other.
@@ -124,10 +162,19 @@ TEST_P(InterruptedCommit, SynchronisesEachStepBeforeTheNext) {
     if (call == SYS_fsync) steps += "sync ";
     if (call == SYS_renameat || call == SYS_renameat2) steps += "rename ";
   }
-  EXPECT_EQ("sync sync sync rename sync rename sync ", steps.substr(steps.find("sync")));
+  EXPECT_EQ("sync sync sync sync rename sync rename rename sync ",
+            steps.substr(steps.find("sync")));
 }
 
-INSTANTIATE_TEST_SUITE_P(WithAndWithoutOldRules, InterruptedCommit, testing::Bool());
+std::string name_of(const testing::TestParamInfo<OldRules>& row) {
+  static const char* const names[] = {"NoRules", "Rules", "RulesWithoutHistory"};
+  return names[static_cast<std::size_t>(row.param)];
+}
+
+INSTANTIATE_TEST_SUITE_P(With, InterruptedCommit,
+                         testing::Values(OldRules::none, OldRules::rules,
+                                         OldRules::rules_without_history),
+                         name_of);
 
 }  // namespace
 }  // namespace Quarrow::Administration

@@ -18,6 +18,9 @@ struct Refusal {
     has_mail,         // a user who has mail is not removed
     no_such_filter,   // the user has no filter of that number
     limit_reached,    // the user has as many filters as there may be
+    outdated,         // the rules are not those of the revision that was asked for
+    no_revision,      // the history holds no state of that revision
+    nothing_to_undo,  // the history holds no state to go to
     no_number_left,   // the highest number of a filter is in use
     no_name,          // a filter without a name
     no_tests,         // a filter without tests
@@ -35,6 +38,7 @@ struct Refusal {
     damaged_configuration,
     damaged_document,  // filters can't be loaded from the user's rules document
     unreadable_part,   // a part of the rules document can't be loaded
+    damaged_history,   // the history of the rules can't be read in full
     foreign_script,    // the user has a script that was not made from filters
 
     // what the system said

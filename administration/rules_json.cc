@@ -212,7 +212,7 @@ Refusal parse(const std::string& text, ordered_json& json) {
   return wrong("filters", "the member \"" + repeated.name() + "\" comes twice in one object");
 }
 
-Refusal read_filters(const ordered_json& json, FilterList__& list) {
+Refusal read_list(const ordered_json& json, FilterList__& list) {
   if (!json.is_array()) return of_type("filters", "a list");
   for (const auto& value : json) {
     const std::string place = item("filters", list.filters.size());
@@ -225,13 +225,33 @@ Refusal read_filters(const ordered_json& json, FilterList__& list) {
   return {};
 }
 
+// The revision tells of the rules that were, and nothing of what is read.
+Refusal read_filters(const ordered_json& json, FilterList__& list) {
+  if (!json.is_object()) return read_list(json, list);
+  Members members("rules", json);
+  (void)members.text("revision");
+  const ordered_json filters = members.list("filters");
+  if (const Refusal refusal = members.end()) return refusal;
+  return read_list(filters, list);
+}
+
+ordered_json to_json(const FilterList__& list) {
+  ordered_json out = ordered_json::array();
+  for (const auto& filter : list.filters) out.push_back(to_json(*filter));
+  return out;
+}
+
+std::string text_of(const ordered_json& json) {
+  // replace: a document from elsewhere may hold texts that are no UTF-8
+  return json.dump(2, ' ', false, ordered_json::error_handler_t::replace);
+}
+
 }  // namespace
 
-std::string rules_json(const FilterList__& filters) {
-  ordered_json out = ordered_json::array();
-  for (const auto& filter : filters.filters) out.push_back(to_json(*filter));
-  // replace: a document from elsewhere may hold texts that are no UTF-8
-  return out.dump(2, ' ', false, ordered_json::error_handler_t::replace);
+std::string rules_json(const FilterList__& filters) { return text_of(to_json(filters)); }
+
+std::string rules_json(const FilterList__& filters, const std::string& revision) {
+  return text_of({{"revision", revision}, {"filters", to_json(filters)}});
 }
 
 Refusal read_rules_json(const std::string& json, boost::shared_ptr<FilterList__>& filters) {

@@ -1,4 +1,4 @@
-// A user's filters as JSON.
+// A user's filters as JSON: a list, or an object with the list and with the filters' revision.
 //
 //   [
 //     {
@@ -10,6 +10,8 @@
 //       "actions": [{"method": "move", "target": "Reports"}]
 //     }
 //   ]
+//
+//   {"revision": "0123456789ab", "filters": [ ... ]}
 #ifndef QUARROW_ADMINISTRATION_RULES_JSON_H_
 #define QUARROW_ADMINISTRATION_RULES_JSON_H_
 
@@ -26,6 +28,9 @@ namespace Quarrow::Administration {
 // An action without a target has no "target"; an action's `value` is left out. Bytes that are not
 // UTF-8 become U+FFFD.
 std::string rules_json(const MessageFilters::FilterList__& filters);
+
+// The same in an object with the filters' revision.
+std::string rules_json(const MessageFilters::FilterList__& filters, const std::string& revision);
 
 // Reads what rules_json() writes, and puts the filters in place of `filters`. Members may come in
 // any order, but all of them must be there once, and no other. Refuses a wrong type, a word that is

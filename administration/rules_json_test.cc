@@ -133,7 +133,10 @@ std::vector<Case> wrong_values() {
        "empty; leave the member out"},
       {with("\"Box\"", "7"), Kind::wrong_json, "filters[0].actions[0].target", "must be a text"},
       {"[1]", Kind::wrong_json, "filters[0]", "must be an object"},
-      {"{}", Kind::wrong_json, "filters", "must be a list"}};
+      {"7", Kind::wrong_json, "filters", "must be a list"},
+      {"{\"revision\": 7, \"filters\": []}", Kind::wrong_json, "rules.revision", "must be a text"},
+      {"{\"revision\": \"\", \"filters\": {}}", Kind::wrong_json, "rules.filters",
+       "must be a list"}};
 }
 
 std::vector<Case> wrong_words() {
@@ -224,6 +227,20 @@ TEST(ReadRulesJson, IsTheOppositeOfWriting) {
   }());
   for (const std::string& json : {std::string(two_filters), std::string("[]"), without_tests})
     EXPECT_EQ(json, written_again(json));
+}
+
+TEST(ReadRulesJson, ReadsAnObjectWithTheRevision) {
+  const auto written = FilterList__::Create();
+  ASSERT_TRUE(written->append(MessageFilters::make_rule("a", MessageFilters::subject_test())));
+  const std::string json = rules_json(*written, "0123456789ab");
+  EXPECT_EQ(0U, json.find("{\n  \"revision\": \"0123456789ab\",\n  \"filters\": [\n    {\n"));
+  auto read = FilterList__::Create();
+  EXPECT_EQ("", said(read_rules_json(json, read)));
+  EXPECT_EQ(rules_json(*written), rules_json(*read));
+  expect_refusal(Kind::wrong_json, "rules.filters", "missing",
+                 read_rules_json("{\"revision\": \"\"}", read));
+  expect_refusal(Kind::wrong_json, "rules.other", "unknown member",
+                 read_rules_json("{\"revision\": \"\", \"filters\": [], \"other\": 1}", read));
 }
 
 TEST(ReadRulesJson, ReadsMembersInAnyOrder) {

@@ -1,12 +1,15 @@
-// Drafts, the document's renaming, and then the script's.
+// Drafts, the document's renaming, and then those of script and history.
 //
-// There is no record of how far a replacement came. The draft of the script is written and on the
-// disk before the document is replaced, so that it is the script of the document in place exactly
-// when the document was replaced and the script was not.
+// There is no record of how far a replacement came. The drafts of script and history are written
+// and on the disk before the document is replaced. So the one is the script of the document in
+// place, and the other has that document as its newest state, exactly when the document was
+// replaced and they were not.
 #include "administration/rules_replacement.h"
 
 #include <cerrno>
+#include <vector>
 
+#include "administration/rules_history.h"
 #include "message_filters/script_words.h"
 #include "message_filters/user_files.h"
 
@@ -15,21 +18,27 @@ namespace {
 
 const std::string script_file = script_name;
 const std::string document_file = rules_document_of(script_name);
+const std::string history_file = rules_history_of(script_name);
 
 void remove_drafts(const UserFolder& folder) {
   folder.remove(script_draft_name);
+  folder.remove(history_draft_name);
   folder.remove(document_draft_name);
 }
 
-Refusal write_drafts(const UserFolder& folder, const std::string& document,
-                     const std::string& script) {
+Refusal write_drafts(const UserFolder& folder, const RulesTexts& texts) {
+  const struct {
+    const char* name;
+    const std::string& text;
+  } drafts[] = {{document_draft_name, texts.document},
+                {script_draft_name, texts.script},
+                {history_draft_name, texts.history}};
   const std::string step = "the rules could not be written; nothing was changed";
   if (folder.holds_folder(script_file))
     return system_refusal(folder.file(script_file), step, EISDIR);
-  if (const int error = folder.write_new(document_draft_name, document))
-    return system_refusal(folder.file(document_draft_name), step, error);
-  if (const int error = folder.write_new(script_draft_name, script))
-    return system_refusal(folder.file(script_draft_name), step, error);
+  for (const auto& draft : drafts)
+    if (const int error = draft.text.empty() ? 0 : folder.write_new(draft.name, draft.text))
+      return system_refusal(folder.file(draft.name), step, error);
   if (const int error = folder.synchronise()) return system_refusal(folder.path(), step, error);
   return {};
 }
@@ -42,15 +51,43 @@ Refusal replace_document(const UserFolder& folder) {
   return {};
 }
 
-Refusal replace_script(const UserFolder& folder) {
+// A file that is replaced behind the document.
+struct Follower {
+  const char* what;
+  const char* draft;
+  const std::string& file;
+};
+
+const Follower script_follower = {"script", script_draft_name, script_file};
+const Follower history_follower = {"history", history_draft_name, history_file};
+
+// Gives their names to the drafts of these files.
+Refusal replace_followers(const UserFolder& folder, const std::vector<Follower>& followers) {
+  const Follower* last = &followers.front();
   int error = folder.synchronise();
-  if (error == 0) error = folder.rename(script_draft_name, script_file);
+  for (auto each = followers.begin(); each != followers.end() && error == 0; ++each) {
+    last = &*each;
+    error = folder.rename(last->draft, last->file);
+  }
   if (error == 0) error = folder.synchronise();
   if (error == 0) return {};
-  return system_refusal(folder.file(script_file),
-                        "the rules are changed, but their script may not be in place; the next "
-                        "filter command puts it there",
+  return system_refusal(folder.file(last->file),
+                        std::string("the rules are changed, but their ") + last->what +
+                            " may not be in place; the next filter command puts it there",
                         error);
+}
+
+bool is_script_due(const UserFolder& folder, const std::string& script) {
+  std::string draft;
+  return folder.read(script_draft_name, script_limit + 1, draft) == 0 && !script.empty() &&
+         draft == script;
+}
+
+bool is_history_due(const UserFolder& folder, const std::string& document) {
+  std::string draft;
+  if (folder.read(history_draft_name, most_history_bytes, draft) != 0) return false;
+  const RulesHistory history(draft);
+  return !history.states().empty() && history.states().back().document == document;
 }
 
 void take_up(const UserFolder& folder, const std::string& name) {
@@ -64,24 +101,29 @@ void take_up(const UserFolder& folder, const std::string& name) {
 
 }  // namespace
 
-Refusal replace_rules(const UserFolder& folder, const std::string& document,
-                      const std::string& script) {
-  Refusal refusal = write_drafts(folder, document, script);
+Refusal replace_rules(const UserFolder& folder, const RulesTexts& texts) {
+  std::vector<Follower> followers = {script_follower};
+  if (!texts.history.empty()) followers.push_back(history_follower);
+  Refusal refusal = write_drafts(folder, texts);
   if (!refusal) refusal = replace_document(folder);
-  if (!refusal) return replace_script(folder);
+  if (!refusal) return replace_followers(folder, followers);
   remove_drafts(folder);
   return refusal;
 }
 
-void finish_replacement(const UserFolder& folder, const std::string& script) {
-  std::string draft;
-  const bool is_due = folder.read(script_draft_name, script_limit + 1, draft) == 0 &&
-                      !script.empty() && draft == script;
-  if (is_due)
-    (void)replace_script(folder);  // the next transaction tries again
-  else
-    folder.remove(script_draft_name);
+void finish_replacement(const UserFolder& folder, const std::string& document,
+                        const std::string& script) {
+  std::vector<Follower> due;
+  const auto settle = [&](const Follower& follower, bool is_due) {
+    if (is_due)
+      due.push_back(follower);
+    else
+      folder.remove(follower.draft);
+  };
+  settle(script_follower, is_script_due(folder, script));
+  settle(history_follower, is_history_due(folder, document));
   folder.remove(document_draft_name);
+  if (!due.empty()) (void)replace_followers(folder, due);  // the next transaction tries again
 }
 
 void take_up_earlier_commit(const UserFolder& folder) {

@@ -1,5 +1,5 @@
-// The replacement of a rules document and its script, which a process that is killed, or a power
-// failure, leaves done or undone.
+// The replacement of a rules document, its script and its history, which a process that is killed,
+// or a power failure, leaves done or undone.
 #ifndef QUARROW_ADMINISTRATION_RULES_REPLACEMENT_H_
 #define QUARROW_ADMINISTRATION_RULES_REPLACEMENT_H_
 
@@ -13,16 +13,24 @@ namespace Quarrow::Administration {
 // The names of the new files until they take the places of the old ones.
 constexpr char document_draft_name[] = ".delivery_filter.xml.new";
 constexpr char script_draft_name[] = ".delivery_filter.new";
+constexpr char history_draft_name[] = ".delivery_filter.history.new";
 
-// Replaces document and script in `folder` by these texts. The rules are replaced when the document
-// is: a refusal before that leaves both files as they were; when only the script could not be
+// The texts of a user's three files.
+struct RulesTexts {
+  std::string document;
+  std::string script;
+  std::string history;  // empty: the history stays as it is
+};
+
+// Replaces the files in `folder` by these texts. The rules are replaced when the document is: a
+// refusal before that leaves all files as they were; when only script and history could not be
 // replaced, the refusal says so, and finish_replacement() does it later.
-Refusal replace_rules(const UserFolder& folder, const std::string& document,
-                      const std::string& script);
+Refusal replace_rules(const UserFolder& folder, const RulesTexts& texts);
 
-// Finishes what a process left that was stopped in replace_rules(). `script` is the script of the
-// document that is in place; empty when there is none.
-void finish_replacement(const UserFolder& folder, const std::string& script);
+// Finishes what a process left that was stopped in replace_rules(). `document` and `script` are
+// those of the rules that are in place; the script is empty when there are none.
+void finish_replacement(const UserFolder& folder, const std::string& document,
+                        const std::string& script);
 
 // Puts back, and clears away, what earlier versions leave when they are stopped in a commit: they
 // removed the old file before they gave its name to the new one, and kept it under a second name.

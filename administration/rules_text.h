@@ -24,6 +24,9 @@ std::string script_text(const boost::shared_ptr<MessageFilters::FilterList__>& l
 // is no document. Ends the process as FilterList__::LoadFromXML does.
 boost::shared_ptr<MessageFilters::FilterList__> list_of(const std::string& document);
 
+// The same, and nothing is written to standard error when the process ends.
+boost::shared_ptr<MessageFilters::FilterList__> list_of_quietly(const std::string& document);
+
 // Whether `script` is one that Quarrow made, of `list` or of other rules, be it cut off: nothing in
 // it is lost when it is made anew.
 bool is_made_script(const std::string& script,

@@ -7,14 +7,20 @@
 
 #include <boost/make_shared.hpp>
 #include <cerrno>
+#include <ctime>
 
 #include "administration/document_loss.h"
+#include "administration/guarded_process.h"
 #include "administration/rule_check.h"
 #include "administration/rules_replacement.h"
+#include "administration/rules_revision.h"
 #include "administration/rules_text.h"
 #include "message_filters/script_words.h"
 #include "message_filters/user_files.h"
 #include "message_filters/xml_text.h"
+#include "system/login_name.h"
+#include "system/printable.h"
+#include "system/regular_file.h"
 
 namespace Quarrow::Administration {
 namespace {
@@ -25,31 +31,7 @@ using MessageFilters::FilterList__;
 using MessageFilters::UserMessageFilters__;
 
 const std::string document_name = rules_document_of(script_name);
-
-// Keeps standard error quiet for its lifetime.
-class SilencedErrors {
- public:
-  SilencedErrors() : kept_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
-    const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (kept_ >= 0 && null >= 0) dup2(null, STDERR_FILENO);
-    if (null >= 0) close(null);
-  }
-  ~SilencedErrors() {
-    if (kept_ < 0) return;
-    dup2(kept_, STDERR_FILENO);
-    close(kept_);
-  }
-  SilencedErrors(const SilencedErrors&) = delete;
-  SilencedErrors& operator=(const SilencedErrors&) = delete;
-
- private:
-  int kept_;
-};
-
-boost::shared_ptr<FilterList__> list_of_unchecked(const std::string& document) {
-  const SilencedErrors quiet;  // a failed assertion would write to it
-  return list_of(document);
-}
+const std::string history_name = rules_history_of(script_name);
 
 std::string user_folder(const std::string& address) {
   return ZvMailUserId(MAILBOX_USER, address).prefpath();
@@ -78,7 +60,11 @@ std::string rules_script(const std::string& address) {
 }
 
 RulesTransaction::RulesTransaction(const EmailAddress& address, std::chrono::milliseconds patience)
-    : address_(address), patience_(patience), folder_(user_folder(address.address())) {}
+    : address_(address),
+      patience_(patience),
+      folder_(user_folder(address.address())),
+      user_(getuid()),
+      document_(document_text(FilterList__::Create())) {}
 
 Refusal RulesTransaction::open() {
   // Made for nobody: the library would open the document by its name, and follow a link there.
@@ -90,7 +76,7 @@ Refusal RulesTransaction::open() {
   if (lock_.may_change()) take_up_earlier_commit(folder_);
   if (const Refusal refusal = load()) return refusal;
   // Without the lock, what is there may belong to a commit that is under way.
-  if (lock_.may_change()) finish_replacement(folder_, committed_script_);
+  if (lock_.may_change()) finish_replacement(folder_, document_, committed_script_);
   return {};
 }
 
@@ -110,9 +96,10 @@ Refusal RulesTransaction::load() {
   std::string document;
   if (const Refusal refusal = read_document(document)) return refusal;
   if (document.empty()) return {};
-  filters_->filters = list_of_unchecked(document);
+  filters_->filters = list_of_quietly(document);
   if (!filters_->filters)
     return damaged(folder_.file(document_name), "no filter can be read from it");
+  document_ = document;
   loss_ = document_loss(document, filters_->filters);
   committed_script_ = script_text(filters_->filters, false);
   return {};
@@ -180,8 +167,110 @@ Refusal RulesTransaction::check_texts(const std::string& document,
   return check_compiles(script, address_.address());
 }
 
-Refusal RulesTransaction::commit(const CommitConsent& consent) {
+std::string RulesTransaction::revision() const { return rules_revision(document_); }
+
+Refusal RulesTransaction::check_revision(const std::string& expected) const {
+  if (expected.empty() || expected == revision()) return {};
+  Refusal refusal = {Kind::outdated, address_.address(),
+                     "nothing was changed, since the rules are of revision " + revision() +
+                         ", not of " + expected};
+  RulesHistory history;
+  (void)read_history(history);  // what can be read will do
+  const RulesState* const known = history.find(expected);
+  boost::shared_ptr<FilterList__> list;
+  if (!known || load_state(*known, list)) {
+    refusal.reason += ", which the history does not hold";
+    return refusal;
+  }
+  const char* separator = "; meanwhile: ";
+  for (const auto& difference : rules_differences(*list, *list_of(document_))) {
+    refusal.reason += separator + difference_text(difference);
+    separator = ", ";
+  }
+  return refusal;
+}
+
+Refusal RulesTransaction::read_history(RulesHistory& history) const {
+  const std::string path = folder_.path() + '/' + history_name;
+  std::string text;
+  const int error =
+      folder_.is_open() ? folder_.read(history_name, most_history_bytes + 1, text) : ENOENT;
+  Refusal refusal;
+  history = error == 0 ? RulesHistory(text) : RulesHistory();
+  if (error == EACCES)
+    refusal = system_refusal(path, "", error);
+  else if (error != 0 && error != ENOENT)
+    refusal = {Kind::damaged_history, path,
+               reason_for_no_file(error) + ": no state can be read from it"};
+  else if (history.is_damaged())
+    refusal = {Kind::damaged_history, path,
+               "damaged history: of its states, only the newest can be read: " +
+                   std::to_string(history.states().size())};
+  // rules of another writer, or none so far
+  if (history.states().empty() || history.states().back().document != document_)
+    history.add(make_state(document_, Origin::found,
+                           folder_.is_open() ? folder_.changed(document_name) : 0, ""));
+  return refusal;
+}
+
+// The user may have written the state themself: it is loaded in a process of its own first.
+Refusal RulesTransaction::load_state(const RulesState& state,
+                                     boost::shared_ptr<FilterList__>& list) const {
+  const auto trial = run_guarded(folder_.path(), [&state]() -> GuardedOutcome {
+    return {{}, list_of_quietly(state.document) ? "loaded" : ""};
+  });
+  if (!trial.answer.empty()) list = list_of(state.document);
+  if (list) return {};
+  return {Kind::damaged_history, folder_.path() + '/' + history_name,
+          "the state of revision " + state.revision + " can't be loaded"};
+}
+
+Refusal RulesTransaction::no_such_revision(const std::string& revision) const {
+  return {Kind::no_revision, address_.address(),
+          "the history holds no revision \"" + shortened(revision) + '"'};
+}
+
+Refusal RulesTransaction::take_state(const RulesState& state, Origin origin) {
+  boost::shared_ptr<FilterList__> list;
+  if (const Refusal refusal = load_state(state, list)) return refusal;
+  filters_->filters = list;
+  origin_ = origin;
+  return {};
+}
+
+Refusal RulesTransaction::undo() {
+  RulesHistory history;
+  const Refusal damage = read_history(history);
+  if (const RulesState* const state = history.undone()) return take_state(*state, Origin::undo);
+  if (damage) return damage;
+  return {Kind::nothing_to_undo, address_.address(), "there is no change to undo"};
+}
+
+Refusal RulesTransaction::redo() {
+  RulesHistory history;
+  const Refusal damage = read_history(history);
+  if (const RulesState* const state = history.redone()) return take_state(*state, Origin::redo);
+  if (damage) return damage;
+  return {Kind::nothing_to_undo, address_.address(),
+          "there is nothing to redo; only an undo can be redone, until the next change"};
+}
+
+Refusal RulesTransaction::restore(const std::string& revision) {
+  RulesHistory history;
+  const Refusal damage = read_history(history);
+  if (const RulesState* const state = history.find(revision))
+    return take_state(*state, Origin::restore);
+  if (damage) return damage;
+  return no_such_revision(revision);
+}
+
+std::vector<RulesDifference> RulesTransaction::changes() const {
+  return rules_differences(*list_of(document_), *filters_->filters);
+}
+
+Refusal RulesTransaction::check_commit(const CommitConsent& consent) const {
   if (!folder_.is_open()) return system_refusal(folder_.path(), "nothing was changed", ENOENT);
+  if (const Refusal refusal = check_revision(consent.if_revision)) return refusal;
   if (const Refusal refusal = check_writable(folder_)) return refusal;
   if (!lock_.may_change())
     return {Kind::not_permitted, folder_.path(),
@@ -189,10 +278,40 @@ Refusal RulesTransaction::commit(const CommitConsent& consent) {
   Refusal refusal = consent.accept_loss ? Refusal() : check_loss();
   if (!refusal && !consent.replace_script) refusal = check_replaced_script();
   if (refusal) return refusal;
-  const std::string document = document_text(filters_->filters);
-  const std::string script = script_text(filters_->filters, false);
-  if ((refusal = check_texts(document, script))) return refusal;
-  return replace_rules(folder_, document, script);
+  return check_texts(document_text(filters_->filters), script_text(filters_->filters, false));
+}
+
+// The history's new text; empty where it has to stay as it is.
+std::string RulesTransaction::history_with(const RulesState& state, std::size_t most_states) {
+  for (const std::string& name : {history_name, std::string(history_draft_name)})
+    if (folder_.holds_folder(name)) {
+      remark_ = {Kind::damaged_history, folder_.file(name),
+                 "is a folder: the change is not in the history; remove the folder"};
+      return "";
+    }
+  RulesHistory history;
+  remark_ = read_history(history);
+  if (remark_ && remark_.kind != Kind::damaged_history) {  // another time it may be read
+    remark_.reason += "; the change is not in the history";
+    return "";
+  }
+  if (remark_) remark_.reason += "; what can't be read is lost with this change";
+  history.add(state);
+  return history.text(most_states);
+}
+
+Refusal RulesTransaction::commit(const CommitConsent& consent) {
+  if (const Refusal refusal = check_commit(consent)) return refusal;
+  RulesTexts texts = {document_text(filters_->filters), script_text(filters_->filters, false), ""};
+  if (texts.document != document_) {
+    const std::string who = consent.author.empty() ? login_name(user_) : consent.author;
+    texts.history = history_with(make_state(texts.document, origin_, std::time(nullptr), who),
+                                 consent.history_states);
+  }
+  if (const Refusal refusal = replace_rules(folder_, texts)) return refusal;
+  document_ = texts.document;
+  origin_ = Origin::change;
+  return {};
 }
 
 }  // namespace Quarrow::Administration

@@ -68,6 +68,11 @@ bool UserFolder::holds_folder(const std::string& name) const {
   return fstatat(fd(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
 }
 
+std::time_t UserFolder::changed(const std::string& name) const {
+  struct stat status {};
+  return fstatat(fd(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? status.st_mtime : 0;
+}
+
 int UserFolder::read(const std::string& name, std::size_t limit, std::string& text) const {
   const Descriptor file(open_regular_at(fd(), name, O_RDONLY));
   return file.get() < 0 ? errno : read_up_to(file.get(), limit, text);

@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <ctime>
 #include <optional>
 #include <string>
 
@@ -39,6 +40,9 @@ class UserFolder {
 
   // Whether it is a folder.
   bool holds_folder(const std::string& name) const;
+
+  // When that file was last changed, in seconds since the epoch; 0 when it is not there.
+  std::time_t changed(const std::string& name) const;
 
   // Reads at most `limit` bytes of a file. 0, or the errno: that of open_regular_at() or read(2).
   int read(const std::string& name, std::size_t limit, std::string& text) const;

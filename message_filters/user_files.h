@@ -22,6 +22,9 @@ inline std::string in_folder(const std::string& folder, const char* name) {
 // The rules document of the script at `script`: it lies beside it.
 inline std::string rules_document_of(const std::string& script) { return script + ".xml"; }
 
+// The states that those rules had: it lies beside them, too.
+inline std::string rules_history_of(const std::string& script) { return script + ".history"; }
+
 // Where the new content of the file `path` is written before it takes its place.
 inline std::string temporary_path(const std::string& path) { return path + ".tmp"; }
 

@@ -32,6 +32,9 @@ const Conduct conducts[] = {
     {Kind::has_mail, EX_DATAERR, "--with-mail removes it, too"},
     {Kind::no_such_filter, EX_DATAERR, "see quarrow filter list {}"},
     {Kind::limit_reached, EX_DATAERR},
+    {Kind::outdated, EX_DATAERR, "see quarrow history {}"},
+    {Kind::no_revision, EX_DATAERR, "see quarrow history {}"},
+    {Kind::nothing_to_undo, EX_DATAERR, "see quarrow history {}"},
     {Kind::no_number_left, EX_DATAERR},
     {Kind::no_name, EX_DATAERR, "give one with --name"},
     {Kind::no_tests, EX_USAGE, "give at least one --if 'TYPE FIELD COMPARATOR VALUE'"},
@@ -51,6 +54,7 @@ const Conduct conducts[] = {
      "restore it from a copy, or change the filters with "
      "--accept-loss"},
     {Kind::foreign_script, EX_DATAERR, "keep a copy of it, and use --replace-script"},
+    {Kind::damaged_history, EX_DATAERR},
     {Kind::missing, EX_NOINPUT},
     {Kind::not_permitted, EX_NOPERM},
     {Kind::try_again, EX_TEMPFAIL},
