@@ -48,6 +48,8 @@ void add_folder_dots_option(CLI::App& app, Delivery::FolderDots& dots, const std
 void add_flag(CLI::App& app, const char* name, bool& value, const char* help);
 
 Run declare_deliver(CLI::App& app);
+Run declare_diff(CLI::App& app);
+Run declare_history(CLI::App& app);
 Run declare_init(CLI::App& app);
 Run declare_explain(CLI::App& app);
 Run declare_filter_add(CLI::App& app);
@@ -56,6 +58,9 @@ Run declare_filter_remove(CLI::App& app);
 Run declare_match(CLI::App& app);
 Run declare_test(CLI::App& app);
 Run declare_stats(CLI::App& app);
+Run declare_redo(CLI::App& app);
+Run declare_restore(CLI::App& app);
+Run declare_undo(CLI::App& app);
 Run declare_user_add(CLI::App& app);
 Run declare_user_list(CLI::App& app);
 Run declare_user_remove(CLI::App& app);

@@ -32,7 +32,8 @@ struct Options {
 // Adds the filter; the answer is its number.
 GuardedOutcome add(RulesTransaction& rules, const Options& options) {
   const auto filter = Filter__::Create();
-  Refusal refusal = rules.check_place(options.before);
+  Refusal refusal = rules.check_revision(options.consent.if_revision);
+  if (!refusal) refusal = rules.check_place(options.before);
   if (!refusal) refusal = read_filter(options.filter, "--name", options.folder_dots, *filter);
   filter->enabled = !options.disabled;
   if (!refusal) refusal = rules.add(filter, options.before);

@@ -13,12 +13,26 @@
 #include "administration/rule_check.h"
 #include "administration/users.h"
 #include "apps/quarrow/complaint.h"
+#include "system/printable.h"
+#include "system/utf8.h"
 
 namespace Quarrow::Command {
 
 using Administration::GuardedOutcome;
 using Administration::Refusal;
 using Administration::RulesTransaction;
+
+namespace {
+
+// Why a text is not a person's name; empty when it can be.
+std::string name_fault(const std::string& text) {
+  if (text.empty() || text.size() > shown_bytes) return "a name has 1 to 200 bytes";
+  if (!is_utf8(text) || has_control_characters(text))
+    return "a name is UTF-8 without control characters";
+  return "";
+}
+
+}  // namespace
 
 Refusal read_user(const Settings& settings, const std::string& text, EmailAddress& user) {
   if (Refusal refusal = Administration::check_user(text)) return refusal;
@@ -47,6 +61,7 @@ int with_filters_of(const Settings& settings, const std::string& user,
     return complain(settings, refusal);
   const GuardedOutcome outcome = Administration::with_rules_of(address, work);
   std::cout << outcome.answer;
+  if (outcome.remark) complain(outcome.remark);
   return outcome.refusal ? complain(outcome.refusal) : EX_OK;
 }
 
@@ -55,6 +70,17 @@ void add_consent_options(CLI::App& app, Administration::CommitConsent& consent) 
                "Lose the parts of the filter document that can't be read");
   app.add_flag("--replace-script", consent.replace_script,
                "Replace a script that was not made from filters");
+  app.add_option("--if-revision", consent.if_revision,
+                 "Change the filters only if they are of this revision")
+      ->type_name("REVISION");
+  app.add_option("--as", consent.author, "Who makes the change, for the history")
+      ->type_name("NAME")
+      ->check(CLI::Validator(name_fault, ""));
+  app.add_option("--history", consent.history_states, "How many states the history keeps")
+      ->type_name("N")
+      ->check(CLI::Range(std::size_t{1}, Administration::most_history_states).description(""))
+      ->capture_default_str()
+      ->envname("QUARROW_HISTORY");
 }
 
 void add_user_option(CLI::App& app, std::string& user) {

@@ -35,7 +35,8 @@ int with_filters_of(
     const Settings& settings, const std::string& user,
     const std::function<Administration::GuardedOutcome(Administration::RulesTransaction&)>& work);
 
-// The options by which a user lets a change write over what it would lose.
+// The options by which a user lets a change write over what it would lose, says which rules it is
+// for and who makes it, and how much of the history is kept.
 void add_consent_options(CLI::App& app, Administration::CommitConsent& consent);
 
 // The argument that names the user.

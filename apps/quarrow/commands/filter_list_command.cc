@@ -33,10 +33,12 @@ void write(const Filter__& filter, std::ostream& out) {
   out << '\n';
 }
 
-std::string listing(const FilterList__& list, bool json) {
-  if (json) return Administration::rules_json(list) + '\n';
+std::string listing(RulesTransaction& rules, bool json) {
+  const FilterList__& list = *rules.filters().filters;
+  if (json) return Administration::rules_json(list, rules.revision()) + '\n';
   std::ostringstream out;
   for (const auto& filter : list.filters) write(*filter, out);
+  out << "# revision " << rules.revision() << '\n';
   return out.str();
 }
 
@@ -47,10 +49,10 @@ Run declare_filter_list(CLI::App& app) {
   add_user_option(app, options->user);
   add_flag(app, "--json", options->json, "As JSON");
   return [options](const Settings& settings) {
-    return with_filters_of(
-        settings, options->user, [&](RulesTransaction& rules) -> Administration::GuardedOutcome {
-          return {rules.check_loss(), listing(*rules.filters().filters, options->json)};
-        });
+    return with_filters_of(settings, options->user,
+                           [&](RulesTransaction& rules) -> Administration::GuardedOutcome {
+                             return {rules.check_loss(), listing(rules, options->json)};
+                           });
   };
 }
 

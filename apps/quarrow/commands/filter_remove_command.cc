@@ -17,6 +17,7 @@ struct Options {
 };
 
 GuardedOutcome remove(RulesTransaction& rules, const Options& options) {
+  if (const auto refusal = rules.check_revision(options.consent.if_revision)) return {refusal, ""};
   if (const auto refusal = rules.remove(options.id)) return {refusal, ""};
   return {rules.commit(options.consent), ""};
 }

@@ -56,15 +56,16 @@ int user_remove(const Settings& settings, const Options& options) {
   return refusal ? complain(settings, refusal) : EX_OK;
 }
 
-std::string description(const EmailAddress& user, const MessageFilters::FilterList__& list) {
+std::string description(const EmailAddress& user, Administration::RulesTransaction& rules) {
+  const MessageFilters::FilterList__& list = *rules.filters().filters;
   const auto disabled = std::count_if(list.filters.begin(), list.filters.end(),
                                       [](const auto& filter) { return !filter->enabled; });
   const std::string folder = Administration::user_folder(user);
   const std::string mail = in_folder(folder, maildir_name);
   return "user     " + printable(user.address()) + "\nfolder   " + printable(folder) +
          "\nfilters  " + std::to_string(list.filters.size()) +
-         (disabled > 0 ? ", disabled: " + std::to_string(disabled) : "") + "\nmail     " +
-         (exists(mail) ? printable(mail) : "none so far") + '\n';
+         (disabled > 0 ? ", disabled: " + std::to_string(disabled) : "") + "\nrevision " +
+         rules.revision() + "\nmail     " + (exists(mail) ? printable(mail) : "none so far") + '\n';
 }
 
 int user_show(const Settings& settings, const std::string& text) {
@@ -73,7 +74,7 @@ int user_show(const Settings& settings, const std::string& text) {
       [&](Administration::RulesTransaction& rules) -> Administration::GuardedOutcome {
         EmailAddress user;
         const Refusal refusal = read_user(settings, text, user);
-        return {refusal, refusal ? "" : description(user, *rules.filters().filters)};
+        return {refusal, refusal ? "" : description(user, rules)};
       });
 }
 
