@@ -46,15 +46,16 @@ std::string history_file_of(const EmailAddress& user) {
   return rules_history_of(rules_script(user.address()));
 }
 
-// The documents of all states, the present one last, once the next transaction was there.
+// All states, the present one last, once the next transaction was there.
 std::vector<std::string> history_of(const EmailAddress& user) {
   RulesTransaction rules(user);
   EXPECT_EQ("", said(rules.open()));
   RulesHistory history;
   EXPECT_EQ("", said(rules.read_history(history)));
-  std::vector<std::string> documents;
-  for (const RulesState& state : history.states()) documents.push_back(state.document);
-  return documents;
+  std::vector<std::string> states;
+  for (const RulesState& state : history.states())
+    states.push_back(origin_word(state.origin) + state.document);
+  return states;
 }
 
 // What the user has before.
@@ -73,7 +74,7 @@ class InterruptedCommit : public testing::TestWithParam<OldRules> {
     add_rule(bob);
     new_ = files_of(bob);
     new_history_ = old_history_;
-    new_history_.push_back(new_.document);
+    new_history_.push_back("change" + new_.document);
   }
 
   // Leaves the user with the old rules, and nothing else.
