@@ -248,13 +248,12 @@ TEST_F(HistoryCommit, TellsOfDamageAndChangesTheRulesNevertheless) {
   write_file(history_, whole.substr(0, whole.size() - 5));
   RulesHistory history;
   expect_refusal(Kind::damaged_history, history_,
-                 "damaged history: of its states, only the newest can be read: 1", read(history));
+                 "damaged history; states that can still be read: 1", read(history));
   EXPECT_EQ(1U, history.states().size());
-  expect_refusal(
-      Kind::damaged_history, history_,
-      "damaged history: of its states, only the newest can be read: 1; what can't be read "
-      "is lost with this change",
-      remark_on_adding("b"));
+  expect_refusal(Kind::damaged_history, history_,
+                 "damaged history; states that can still be read: 1; what can't be read "
+                 "is lost with this change",
+                 remark_on_adding("b"));
   EXPECT_EQ("a b ", names());
   EXPECT_EQ("change change ", origins());
 }

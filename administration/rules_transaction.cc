@@ -204,7 +204,7 @@ Refusal RulesTransaction::read_history(RulesHistory& history) const {
                reason_for_no_file(error) + ": no state can be read from it"};
   else if (history.is_damaged())
     refusal = {Kind::damaged_history, path,
-               "damaged history: of its states, only the newest can be read: " +
+               "damaged history; states that can still be read: " +
                    std::to_string(history.states().size())};
   // rules of another writer, or none so far
   if (history.states().empty() || history.states().back().document != document_)
