@@ -16,6 +16,7 @@
 #include "administration/rule_words.h"
 #include "administration/rules_text.h"
 #include "administration/size_value.h"
+#include "administration/test_logic.h"
 #include "host/zvellparser/ascii_case.h"
 #include "message_filters/field_names.h"
 #include "message_filters/sieve_script.h"

@@ -10,6 +10,7 @@
 #include "apps/quarrow/commands/filter_command.h"
 #include "apps/quarrow/commands/filter_options.h"
 #include "apps/quarrow/complaint.h"
+#include "apps/quarrow/rule_warnings.h"
 
 namespace Quarrow::Command {
 namespace {
@@ -38,6 +39,7 @@ GuardedOutcome add(RulesTransaction& rules, const Options& options) {
   filter->enabled = !options.disabled;
   if (!refusal) refusal = rules.add(filter, options.before);
   if (!refusal) refusal = rules.commit(options.consent);
+  if (!refusal) warn_of_rules(*rules.filters().filters, filter->id);
   return {refusal, refusal ? "" : std::to_string(filter->id) + '\n'};
 }
 
