@@ -315,9 +315,13 @@ Refusal check_words(const Action& action) {
 }
 
 Refusal check_test(const Test& test) {
-  if (const Refusal refusal = check_words(test)) return refusal;
-  if (const Refusal refusal = check_texts(test)) return refusal;
-  return check_with_compiler(test);
+  const Refusal refusal = check_sense(test);
+  return refusal ? refusal : check_with_compiler(test);
+}
+
+Refusal check_sense(const Test& test) {
+  const Refusal refusal = check_words(test);
+  return refusal ? refusal : check_texts(test);
 }
 
 Refusal check_action(const Action& action, Delivery::FolderDots dots) {

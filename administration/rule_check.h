@@ -39,6 +39,9 @@ Refusal check_words(const MessageFilters::Action& action);
 // Sieve compiler. Leaves no file, and needs none.
 Refusal check_test(const MessageFilters::Test& test);
 
+// The same without the compiler, for many tests that have been compiled.
+Refusal check_sense(const MessageFilters::Test& test);
+
 // Checks an action, its folder's characters among it: they stand in the script's quotes as they
 // are. `dots` is what delivery does with folders with a dot in the name.
 Refusal check_action(const MessageFilters::Action& action, Delivery::FolderDots dots);

@@ -67,4 +67,8 @@ Refusal RulesLock::take(const UserFolder& folder, std::chrono::milliseconds pati
   return lock_until(folder.fd(), end, folder.path());
 }
 
+Refusal RulesLock::take_to_read(const UserFolder& folder, std::chrono::milliseconds patience) {
+  return lock_until(folder.fd(), Clock::now() + patience, folder.path());
+}
+
 }  // namespace Quarrow::Administration

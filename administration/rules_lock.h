@@ -20,6 +20,9 @@ class RulesLock {
   // file, the folder alone is locked, which is enough to read: see may_change().
   Refusal take(const UserFolder& folder, std::chrono::milliseconds patience);
 
+  // Locks the folder alone, which is enough to read, and leaves no file.
+  static Refusal take_to_read(const UserFolder& folder, std::chrono::milliseconds patience);
+
   // Whether the lock is one under which the rules may be changed.
   bool may_change() const { return file_ && file_->get() >= 0; }
 

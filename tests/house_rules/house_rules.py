@@ -20,7 +20,7 @@ import sys
 # From the top down. Folders of one layer do not include each other.
 LAYERS = (
     ("apps/quarrow", "apps/quarrow-lmtpd"),
-    ("lmtp",),
+    ("lmtp", "doctor"),
     ("server", "trial", "administration"),
     ("delivery", "include/quarrow/delivery"),
     ("sieve_match",),
@@ -36,6 +36,7 @@ NAMESPACES = {
     "apps/quarrow": "Quarrow::Command",
     "apps/quarrow-lmtpd": "Quarrow::Lmtpd",
     "delivery": "Quarrow::Delivery",
+    "doctor": "Quarrow::Doctor",
     "include/quarrow/delivery": "Quarrow::Delivery",
     "lmtp": "Quarrow::Lmtp",
     "server": "Quarrow::Server",
