@@ -26,6 +26,8 @@ class Listing {
   // A value for each column, of any JSON type; null for none.
   void add(std::vector<nlohmann::ordered_json> row);
 
+  bool is_empty() const { return rows_.empty(); }
+
   // As a table: a line with the columns' names, and a line for each row; numbers stand on the
   // right. As tab: a line for each row, the values separated by tabs. In both, lists are joined by
   // ", ", truth is "yes" or "no", and control characters are escaped. As JSON: an array of objects,

@@ -76,6 +76,8 @@ const std::vector<Subcommand> commands = {
      "quarrow test 'string subject begin_with [news]' inbox/*.eml", declare_test},
     {"stats", "Count what each filter decides, in the mail of a user.",
      "quarrow stats alice@example.org --html stats.html", declare_stats},
+    {"doctor", "Say what is wrong with users' files and rules.", "quarrow doctor -A",
+     declare_doctor},
     {"deliver", "Deliver the message on standard input as a user's filters say.",
      "quarrow deliver -d alice@example.org -f bob@example.net <message", declare_deliver},
     {"help", "Explain the command or a subcommand.", "quarrow help filter add", declare_help}};

@@ -50,6 +50,7 @@ void add_flag(CLI::App& app, const char* name, bool& value, const char* help);
 Run declare_deliver(CLI::App& app);
 Run declare_diff(CLI::App& app);
 Run declare_history(CLI::App& app);
+Run declare_doctor(CLI::App& app);
 Run declare_init(CLI::App& app);
 Run declare_explain(CLI::App& app);
 Run declare_filter_add(CLI::App& app);
