@@ -20,13 +20,17 @@ using MessageFilters::Field;
 using MessageFilters::Filter__;
 using MessageFilters::FilterList__;
 using MessageFilters::Test;
-using Claims = std::vector<Claim>;
 
-// An enabled filter, and what it takes for it to run: all of the claims, or one.
+// Each of these takes all of its claims.
+using Ways = std::vector<Claims>;
+
+// An enabled filter.
 struct Rule {
   const Filter__* filter;
-  Claims claims;
-  bool needs_all;
+  std::vector<Claim> claims;     // of its tests
+  std::vector<Claim> opposites;  // in the same order
+  Ways to_run;                   // the ways in which it comes to run
+  Ways to_pass;                  // those in which it does not
 };
 
 // Whether the texts that stand in the script as they are leave its form alone.
@@ -60,6 +64,23 @@ void forget_addresses(std::vector<Rule>& rules) {
       if (claim.subject == Claim::Subject::addresses) claim.subject = Claim::Subject::unknown;
 }
 
+// The ways to make all of the claims true, or one of them.
+Ways ways_to(bool needs_all, const std::vector<Claim>& claims) {
+  Ways ways;
+  for (const Claim& claim : claims) {
+    if (ways.empty() || !needs_all) ways.emplace_back();
+    ways.back().push_back(&claim);
+  }
+  return ways;
+}
+
+void find_ways(Rule& rule) {
+  const bool needs_all = rule.filter->relation == Filter__::ALLOF;
+  for (const Claim& claim : rule.claims) rule.opposites.push_back(opposite_of(claim));
+  rule.to_run = ways_to(needs_all, rule.claims);
+  rule.to_pass = ways_to(!needs_all, rule.opposites);
+}
+
 // The rules of the script, in its order; none when the script may have another form.
 std::vector<Rule> rules_of(const FilterList__& list) {
   std::vector<Rule> rules;
@@ -67,29 +88,15 @@ std::vector<Rule> rules_of(const FilterList__& list) {
   for (const auto& filter : list.filters) {
     if (!is_in_script(*filter)) continue;
     if (!is_plain(*filter)) return {};
-    rules.push_back({filter.get(), {}, filter->relation == Filter__::ALLOF});
+    rules.push_back({filter.get(), {}, {}, {}, {}});
     for (const Test& test : filter->tests) {
       rules.back().claims.push_back(claim_of(test));
       are_addresses_readable &= !reads_no_addresses(test);
     }
   }
   if (!are_addresses_readable) forget_addresses(rules);
+  for (Rule& rule : rules) find_ways(rule);
   return rules;
-}
-
-// The ways in which the rule can come to run, each of which takes all of its claims.
-std::vector<Claims> ways_to_run(const Rule& rule) {
-  if (rule.needs_all) return {rule.claims};
-  std::vector<Claims> ways;
-  for (const Claim& claim : rule.claims) ways.push_back({claim});
-  return ways;
-}
-
-// The ways in which the rule can come not to run.
-std::vector<Claims> ways_to_pass(const Rule& rule) {
-  Rule opposite = {rule.filter, {}, !rule.needs_all};
-  for (const Claim& claim : rule.claims) opposite.claims.push_back(opposite_of(claim));
-  return ways_to_run(opposite);
 }
 
 Claims joined(Claims claims, const Claims& more) {
@@ -97,34 +104,36 @@ Claims joined(Claims claims, const Claims& more) {
   return claims;
 }
 
-bool never_holds(const std::vector<Claims>& ways) {
+bool never_holds(const Ways& ways) {
   return std::all_of(ways.begin(), ways.end(), exclude_each_other);
 }
 
 // Whether a message that comes `way` can't get past `earlier`.
 bool is_taken(const Claims& way, const Rule& earlier) {
-  const auto passes = ways_to_pass(earlier);
+  const Ways& passes = earlier.to_pass;
   return std::all_of(passes.begin(), passes.end(),
                      [&](const Claims& pass) { return exclude_each_other(joined(way, pass)); });
 }
 
-// Whether a message that comes `way` can't get past all of `earlier`, each of which it can pass in
-// one way only.
+// Whether a message that comes `way` can't get past all of `earlier`, each of which is null or can
+// be passed in one way only.
 bool is_taken(const Claims& way, const std::vector<const Rule*>& earlier) {
   Claims passed = way;
-  for (const Rule* rule : earlier) passed = joined(passed, ways_to_pass(*rule).front());
+  for (const Rule* rule : earlier)
+    if (rule) passed = joined(passed, rule->to_pass.front());
   return exclude_each_other(passed);
 }
 
-// The rules without those that are not needed to take what comes `way`.
+// The rules that it takes to leave nothing of what comes `way`.
 std::vector<std::int32_t> needed(const Claims& way, std::vector<const Rule*> rules) {
-  for (std::size_t i = rules.size(); i-- > 0;) {
-    std::vector<const Rule*> fewer = rules;
-    fewer.erase(fewer.begin() + static_cast<std::ptrdiff_t>(i));
-    if (is_taken(way, fewer)) rules = fewer;
+  for (const Rule*& rule : rules) {
+    const Rule* const tried = rule;
+    rule = nullptr;
+    if (!is_taken(way, rules)) rule = tried;
   }
   std::vector<std::int32_t> ids;
-  for (const Rule* rule : rules) ids.push_back(rule->filter->id);
+  for (const Rule* rule : rules)
+    if (rule) ids.push_back(rule->filter->id);
   return ids;
 }
 
@@ -135,7 +144,7 @@ std::vector<std::int32_t> takers(const Claims& way, const std::vector<Rule>& rul
   std::vector<const Rule*> together;
   for (std::size_t i = 0; i < count; ++i) {
     if (is_taken(way, rules[i])) return {rules[i].filter->id};
-    if (ways_to_pass(rules[i]).size() == 1) together.push_back(&rules[i]);
+    if (rules[i].to_pass.size() == 1) together.push_back(&rules[i]);
   }
   return is_taken(way, together) ? needed(way, together) : std::vector<std::int32_t>();
 }
@@ -148,7 +157,7 @@ void add_new(const std::vector<std::int32_t>& ids, std::vector<std::int32_t>& to
 // The earlier rules that leave nothing to the rule `index`; none when they may.
 std::vector<std::int32_t> takers_of_all(const std::vector<Rule>& rules, std::size_t index) {
   std::vector<std::int32_t> all;
-  for (const Claims& way : ways_to_run(rules[index])) {
+  for (const Claims& way : rules[index].to_run) {
     if (exclude_each_other(way)) continue;
     const auto ids = takers(way, rules, index);
     if (ids.empty()) return {};
@@ -179,7 +188,7 @@ void remark_on_condition(const std::vector<Rule>& rules, std::size_t index,
                          std::vector<RuleRemark>& remarks) {
   const Rule& rule = rules[index];
   const std::int32_t id = rule.filter->id;
-  if (never_holds(ways_to_run(rule)))
+  if (never_holds(rule.to_run))
     return remarks.push_back({Kind::contradiction,
                               id,
                               {},
@@ -187,7 +196,7 @@ void remark_on_condition(const std::vector<Rule>& rules, std::size_t index,
                               "take out one of the tests, or have any of them suffice"});
   if (auto earlier = takers_of_all(rules, index); !earlier.empty())
     return remarks.push_back(shadowed(id, std::move(earlier)));
-  if (never_holds(ways_to_pass(rule)))
+  if (never_holds(rule.to_pass))
     remarks.push_back({Kind::takes_all,
                        id,
                        {},

@@ -18,7 +18,6 @@ using MessageFilters::Field;
 using MessageFilters::Test;
 using Place = Claim::Place;
 using Subject = Claim::Subject;
-using Claims = std::vector<Claim>;
 
 // The interpreter counts sizes in 31 bits: from this many KiB on, a test says something else.
 constexpr std::size_t most_size_digits = 7;
@@ -145,7 +144,7 @@ bool is_ruled_out(const Claim& claim, const Claims& claims) {
   if (!is_text || !claim.holds) return false;
   return std::all_of(claim.headers.begin(), claim.headers.end(), [&](const std::string& header) {
     return std::any_of(claims.begin(), claims.end(),
-                       [&](const Claim& other) { return rules_out(claim, header, other); });
+                       [&](const Claim* other) { return rules_out(claim, header, *other); });
   });
 }
 
@@ -184,10 +183,10 @@ class Range {
 bool leave_no_number(Subject subject, bool may_be_absent, const Claims& claims) {
   Range range;
   bool must_be_there = !may_be_absent;
-  for (const Claim& claim : claims) {
-    if (claim.subject != subject) continue;
-    range.narrow(claim);
-    must_be_there |= claim.holds;
+  for (const Claim* claim : claims) {
+    if (claim->subject != subject) continue;
+    range.narrow(*claim);
+    must_be_there |= claim->holds;
   }
   return must_be_there && range.is_empty();
 }
@@ -227,10 +226,10 @@ bool holds_addresses(const std::string& field) {
 bool exclude_each_other(const Claims& claims) {
   if (leave_no_number(Subject::size, false, claims)) return true;
   if (leave_no_number(Subject::date, true, claims)) return true;
-  return std::any_of(claims.begin(), claims.end(), [&](const Claim& claim) {
-    return is_ruled_out(claim, claims) ||
-           std::any_of(claims.begin(), claims.end(), [&](const Claim& other) {
-             return is_same_with_other_outcome(claim, other);
+  return std::any_of(claims.begin(), claims.end(), [&](const Claim* claim) {
+    return is_ruled_out(*claim, claims) ||
+           std::any_of(claims.begin(), claims.end(), [&](const Claim* other) {
+             return is_same_with_other_outcome(*claim, *other);
            });
   });
 }

@@ -45,8 +45,11 @@ Claim opposite_of(Claim claim);
 // an error of what it can't read in others, which ends the evaluation of the whole script.
 bool holds_addresses(const std::string& field);
 
+// Claims to be seen together, which stay where they are.
+using Claims = std::vector<const Claim*>;
+
 // Whether no message can make all of `claims` true. True only when that is certain.
-bool exclude_each_other(const std::vector<Claim>& claims);
+bool exclude_each_other(const Claims& claims);
 
 }  // namespace Quarrow::Administration
 

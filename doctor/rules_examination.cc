@@ -98,7 +98,10 @@ class RulesExamination {
     if (!list)
       return add(Severity::error, Code::damaged_document, path, "no filter can be read from it",
                  restore);
-    if (const std::string loss = Administration::document_loss(text, list); !loss.empty())
+    const std::string loss = text == Administration::document_text(list)
+                                 ? ""
+                                 : Administration::document_loss(text, list);
+    if (!loss.empty())
       add(Severity::error, Code::unreadable_part, path, "loading it leaves out " + loss,
           "restore it from a copy, or change the filters with --accept-loss");
     compare_script(list);
