@@ -21,6 +21,8 @@ struct Refusal {
     outdated,         // the rules are not those of the revision that was asked for
     no_revision,      // the history holds no state of that revision
     nothing_to_undo,  // the history holds no state to go to
+    has_filters,      // the user has filters already, and nothing said what becomes of them
+    lossy_rules,      // rules from elsewhere hold what has no equal here
     no_number_left,   // the highest number of a filter is in use
     no_name,          // a filter without a name
     no_tests,         // a filter without tests

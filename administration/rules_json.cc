@@ -29,6 +29,7 @@ ordered_json to_json(const Test& test) {
 ordered_json to_json(const Action& action) {
   ordered_json out = {{"method", action.method}};
   if (!action.target.empty()) out["target"] = action.target;
+  if (!action.value.empty()) out["value"] = action.value;
   return out;
 }
 
@@ -143,6 +144,7 @@ Refusal read(const std::string& place, const ordered_json& json, Action& action)
   Members members(place, json);
   action.method = members.text("method");
   action.target = members.optional_text("target");
+  action.value = members.optional_text("value");
   if (const Refusal refusal = members.end()) return refusal;
   return at(place, check_words(action));
 }
@@ -179,37 +181,45 @@ Refusal read(const std::string& place, const ordered_json& json, Filter__& filte
   return at(place, check(filter));
 }
 
-// Notes the first member that comes a second time in its object, which the parser does not mind.
-class RepeatedMember {
+// Lists, filters, their tests, and room for what is wrong there.
+constexpr int most_depth = 8;
+
+// Notes what the parser does not mind: a member that comes a second time in its object, and values
+// so deep inside each other that handling them would use up the stack.
+class Oddities {
  public:
-  bool operator()(ordered_json::parse_event_t event, const ordered_json& value) {
+  bool operator()(int depth, ordered_json::parse_event_t event, const ordered_json& value) {
+    if (depth > most_depth) is_deep_ = true;
     if (event == ordered_json::parse_event_t::object_start) open_.emplace_back();
     if (event == ordered_json::parse_event_t::object_end) open_.pop_back();
     if (event == ordered_json::parse_event_t::key &&
         !open_.back().insert(value.get<std::string>()).second && name_.empty())
       name_ = value.get<std::string>();
-    return true;
+    return depth <= most_depth;
   }
-  const std::string& name() const { return name_; }
+  bool is_deep() const { return is_deep_; }
+  const std::string& repeated() const { return name_; }
 
  private:
+  bool is_deep_ = false;
   std::vector<std::set<std::string>> open_;  // the names in the objects around the current place
   std::string name_;
 };
 
 Refusal parse(const std::string& text, ordered_json& json) {
-  RepeatedMember repeated;
+  Oddities oddities;
   try {
     json = ordered_json::parse(
-        text,
-        [&repeated](int, auto event, const ordered_json& value) { return repeated(event, value); });
+        text, [&oddities](int depth, auto event,
+                          const ordered_json& value) { return oddities(depth, event, value); });
   } catch (const ordered_json::parse_error& error) {
     return wrong("filters", "no JSON from byte " + std::to_string(error.byte) + " on");
   } catch (const ordered_json::exception&) {  // what else the parser throws
     return wrong("filters", "holds a number that is too large");
   }
-  if (repeated.name().empty()) return {};
-  return wrong("filters", "the member \"" + repeated.name() + "\" comes twice in one object");
+  if (oddities.is_deep()) return wrong("filters", "holds values too deep inside each other");
+  if (oddities.repeated().empty()) return {};
+  return wrong("filters", "the member \"" + oddities.repeated() + "\" comes twice in one object");
 }
 
 Refusal read_list(const ordered_json& json, FilterList__& list) {

@@ -25,8 +25,8 @@
 namespace Quarrow::Administration {
 
 // The filters in their order, each member on a line of its own, without a line end behind the list.
-// An action without a target has no "target"; an action's `value` is left out. Bytes that are not
-// UTF-8 become U+FFFD.
+// An action without a target has no "target", and one without a value no "value". Bytes that are
+// not UTF-8 become U+FFFD.
 std::string rules_json(const MessageFilters::FilterList__& filters);
 
 // The same in an object with the filters' revision.

@@ -166,6 +166,9 @@ std::vector<Case> wrong_texts() {
           {"[] x", Kind::wrong_json, "filters", "no JSON from byte 4 on"},
           {"[\"\xE9\"]", Kind::wrong_json, "filters", "no JSON from byte 4 on"},
           {"[1e999]", Kind::wrong_json, "filters", "holds a number that is too large"},
+          {std::string(500000, '['), Kind::wrong_json, "filters", "no JSON from byte 500001 on"},
+          {with("\"x\"", std::string(500000, '[') + std::string(500000, ']')), Kind::wrong_json,
+           "filters", "holds values too deep inside each other"},
           {with("\"name\": \"a\"", "\"name\": \"a\", \"name\": \"b\""), Kind::wrong_json, "filters",
            "the member \"name\" comes twice in one object"}};
 }
@@ -241,6 +244,11 @@ TEST(ReadRulesJson, ReadsAnObjectWithTheRevision) {
                  read_rules_json("{\"revision\": \"\"}", read));
   expect_refusal(Kind::wrong_json, "rules.other", "unknown member",
                  read_rules_json("{\"revision\": \"\", \"filters\": [], \"other\": 1}", read));
+}
+
+TEST(ReadRulesJson, ReadsTheValueOfAnAction) {
+  const std::string json = written_again(with("\"Box\"", "\"Box\", \"value\": \"kept\""));
+  EXPECT_NE(std::string::npos, json.find("\"value\": \"kept\"")) << json;
 }
 
 TEST(ReadRulesJson, ReadsMembersInAnyOrder) {

@@ -103,7 +103,7 @@ class RulesTransaction {
   std::vector<RulesDifference> changes() const;
 
   // Refuses what commit() would, but for what only shows when files are written.
-  Refusal check_commit(const CommitConsent& consent) const;
+  Refusal check_commit(const CommitConsent& consent = {}) const;
 
   // Writes document, script and history, synchronously. When it refuses, they are as they were, but
   // for a failure to replace script or history behind the document, which the reason tells. Rules

@@ -35,6 +35,8 @@ const Conduct conducts[] = {
     {Kind::outdated, EX_DATAERR, "see quarrow history {}"},
     {Kind::no_revision, EX_DATAERR, "see quarrow history {}"},
     {Kind::nothing_to_undo, EX_DATAERR, "see quarrow history {}"},
+    {Kind::has_filters, EX_USAGE, "give --append to keep them, or --replace"},
+    {Kind::lossy_rules, EX_DATAERR, "--accept-loss takes the others over"},
     {Kind::no_number_left, EX_DATAERR},
     {Kind::no_name, EX_DATAERR, "give one with --name"},
     {Kind::no_tests, EX_USAGE, "give at least one --if 'TYPE FIELD COMPARATOR VALUE'"},

@@ -21,6 +21,7 @@ import sys
 LAYERS = (
     ("apps/quarrow", "apps/quarrow-lmtpd"),
     ("lmtp", "doctor"),
+    ("importing",),
     ("server", "trial", "administration"),
     ("delivery", "include/quarrow/delivery"),
     ("sieve_match",),
@@ -38,6 +39,7 @@ NAMESPACES = {
     "delivery": "Quarrow::Delivery",
     "doctor": "Quarrow::Doctor",
     "include/quarrow/delivery": "Quarrow::Delivery",
+    "importing": "Quarrow::Importing",
     "lmtp": "Quarrow::Lmtp",
     "server": "Quarrow::Server",
     "system": "Quarrow",
