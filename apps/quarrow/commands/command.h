@@ -51,6 +51,8 @@ Run declare_deliver(CLI::App& app);
 Run declare_diff(CLI::App& app);
 Run declare_history(CLI::App& app);
 Run declare_doctor(CLI::App& app);
+Run declare_export(CLI::App& app);
+Run declare_import(CLI::App& app);
 Run declare_init(CLI::App& app);
 Run declare_explain(CLI::App& app);
 Run declare_filter_add(CLI::App& app);
