@@ -5,6 +5,7 @@
 
 #include "administration/rule_check.h"
 #include "importing/rules_document_import.h"
+#include "importing/sieve_import.h"
 #include "system/printable.h"
 #include "system/utf8.h"
 
@@ -21,6 +22,8 @@ Refusal read(RulesFormat format, const std::string& text, ImportedRules& rules) 
       return read_json(text, rules);
     case RulesFormat::xml:
       return read_rules_document(text, rules);
+    case RulesFormat::sieve:
+      return read_sieve(text, rules);
     default:
       break;
   }
