@@ -4,8 +4,10 @@
 #include <algorithm>
 
 #include "administration/rule_check.h"
+#include "importing/procmail_import.h"
 #include "importing/rules_document_import.h"
 #include "importing/sieve_import.h"
+#include "importing/webmail_import.h"
 #include "system/printable.h"
 #include "system/utf8.h"
 
@@ -24,6 +26,10 @@ Refusal read(RulesFormat format, const std::string& text, ImportedRules& rules) 
       return read_rules_document(text, rules);
     case RulesFormat::sieve:
       return read_sieve(text, rules);
+    case RulesFormat::webmail:
+      return read_webmail(text, rules);
+    case RulesFormat::procmail:
+      return read_procmail(text, rules);
     default:
       break;
   }

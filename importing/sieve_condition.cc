@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "importing/mail_program.h"
 #include "importing/plain_pattern.h"
 #include "message_filters/field_names.h"
 #include "system/printable.h"
@@ -22,12 +23,6 @@ const char casemap_comparator[] = "i;ascii-casemap";
 const char numeric_comparator[] = "i;ascii-numeric";
 
 std::string quoted(const std::string& text) { return '"' + shortened(text) + '"'; }
-
-std::string in_small_letters(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-  return text;
-}
 
 // The date of eight digits with dashes, as tests have it.
 std::string dashed(const std::string& date) {
@@ -133,15 +128,6 @@ class Reader {
       }
     }
     return found;
-  }
-
-  // The fields that stand for these headers: of which one must match.
-  static std::vector<std::string> fields_of(const std::vector<std::string>& headers) {
-    std::set<std::string> names;
-    for (const auto& header : headers) names.insert(in_small_letters(header));
-    if (names == std::set<std::string>{"to", "cc"}) return {FieldNames::to_cc};
-    if (names == std::set<std::string>{"from", "to", "cc"}) return {FieldNames::from_to_cc};
-    return {names.begin(), names.end()};
   }
 
   static std::optional<PlainPattern> pattern_of(const Matching& how, const std::string& key) {
