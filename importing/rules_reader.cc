@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "administration/rule_check.h"
+#include "importing/maildrop_import.h"
 #include "importing/procmail_import.h"
 #include "importing/rules_document_import.h"
 #include "importing/sieve_import.h"
@@ -30,10 +31,10 @@ Refusal read(RulesFormat format, const std::string& text, ImportedRules& rules) 
       return read_webmail(text, rules);
     case RulesFormat::procmail:
       return read_procmail(text, rules);
-    default:
-      break;
+    case RulesFormat::maildrop:
+      return read_maildrop(text, rules);
   }
-  return {Kind::wrong_rule, "format", "is not read"};
+  return {};
 }
 
 // What the checks of a new filter say to this one.
