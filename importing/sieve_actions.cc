@@ -47,7 +47,6 @@ class Block {
       return lose(command, "conditions inside a block have no equal");
     }
     lose(command, "the action \"" + command.name + "\" has no equal; it is left out");
-    is_lost_ = true;
   }
 
   void keep(const SieveNode& command) {
@@ -87,7 +86,7 @@ class Block {
     const bool is_kept = is_kept_ || is_kept_by_itself_;
     for (const auto& folder : folders_)
       all.push_back({all.empty() && is_kept ? Action::COPY : Action::MOVE, folder, ""});
-    if (all.empty() && (is_kept || is_lost_)) all.push_back({Action::MOVE, inbox, ""});
+    if (all.empty() && is_kept) all.push_back({Action::MOVE, inbox, ""});
     if (all.empty()) all.push_back({Action::DELETE, "", ""});
     return all;
   }
@@ -101,7 +100,6 @@ class Block {
   std::vector<std::string> folders_;
   bool is_kept_ = false;
   bool is_kept_by_itself_ = true;
-  bool is_lost_ = false;
 };
 
 }  // namespace
