@@ -233,6 +233,14 @@ MaildirStore::Result MaildirStore::store(const std::string& folder,
     error = make_folder(maildir_, folder);
     if (error == 0) error = store_in_folder(maildir_, folder, new_name, message);
   }
+  return result(folder, error);
+}
+
+MaildirStore::Result MaildirStore::make(const std::string& folder) const {
+  return result(folder, make_folder(maildir_, folder));
+}
+
+MaildirStore::Result MaildirStore::result(const std::string& folder, int error) const {
   if (error == 0) return {};
   const std::string path = folder.empty() ? maildir_ : maildir_ + '/' + folder;
   return {path + ": " + std::generic_category().message(error)};

@@ -20,8 +20,7 @@ import sys
 # From the top down. Folders of one layer do not include each other.
 LAYERS = (
     ("apps/quarrow", "apps/quarrow-lmtpd"),
-    ("lmtp", "doctor"),
-    ("importing",),
+    ("lmtp", "doctor", "importing", "refiling"),
     ("server", "trial", "administration"),
     ("delivery", "include/quarrow/delivery"),
     ("sieve_match",),
@@ -41,6 +40,7 @@ NAMESPACES = {
     "include/quarrow/delivery": "Quarrow::Delivery",
     "importing": "Quarrow::Importing",
     "lmtp": "Quarrow::Lmtp",
+    "refiling": "Quarrow::Refiling",
     "server": "Quarrow::Server",
     "system": "Quarrow",
     "trial": "Quarrow::Trial",

@@ -15,7 +15,8 @@ std::string unique_text();
 // A Maildir++ and its folders. Any number of processes and threads may store at the same time.
 class MaildirStore {
  public:
-  // Why a message was not stored: "/path: No space left on device". Empty when it was.
+  // Why a message was not stored, or a folder not made: "/path: No space left on device". Empty
+  // when it was.
   struct Result {
     std::string reason;
 
@@ -46,7 +47,12 @@ class MaildirStore {
   // The caller ignores SIGXFSZ, by which the system tells of a limit on the size of files.
   Result store(const std::string& folder, const MessageFile& message) const;
 
+  // Makes what is missing of `folder`, as store() does, and puts it on disk.
+  Result make(const std::string& folder) const;
+
  private:
+  Result result(const std::string& folder, int error) const;
+
   const std::string maildir_;
   const std::string host_;  // as it stands in file names
   const UniqueText unique_;

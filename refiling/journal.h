@@ -1,0 +1,67 @@
+// A record of what was done to a user's mail, from which it can be undone.
+#ifndef QUARROW_REFILING_JOURNAL_H_
+#define QUARROW_REFILING_JOURNAL_H_
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "administration/refusal.h"
+#include "system/descriptor.h"
+
+namespace Quarrow::Refiling {
+
+constexpr char journal_name[] = ".refiling_journal";
+
+// One change to one message. It is written down before it is made, so it may not have been made:
+// where the message is tells that.
+struct Step {
+  enum class Kind {
+    move,  // from one folder to another
+    copy,  // a second name of the file, in the other folder
+    drop   // the name in the first folder goes, since the other folder has the same file
+  };
+
+  Kind kind = Kind::move;
+  std::string unique;  // see unique_part()
+  std::string from;    // folders of the Maildir, as maildir_folder() has them; "" is the inbox
+  std::string to;
+};
+
+// The journal in a user's folder: a file that is only added to, and is never removed. Who has it
+// open is alone: it is locked until this object is gone or the process ends.
+class Journal {
+ public:
+  // Opens the journal in `folder`, and makes it when it is missing. Refuses when another process
+  // has it open.
+  Administration::Refusal open(const std::string& folder);
+
+  // The steps that are added from now on belong to a further run, if there are any.
+  void begin_run();
+
+  // Adds a step, in memory.
+  void add(const Step& step);
+
+  // Marks the last run that is not undone as undone, in memory.
+  void add_undone();
+
+  // Writes what was added, and waits until it is on the disk.
+  Administration::Refusal write();
+
+  // The steps of the last run that is not undone; none when there is no such run.
+  std::optional<std::vector<Step>> last_run() const;
+
+ private:
+  Administration::Refusal read();
+  void take(const std::vector<std::string>& words);
+
+  std::string path_;
+  std::optional<Descriptor> file_;
+  std::vector<std::vector<Step>> runs_;  // those that are not undone
+  bool is_run_begun_ = false;
+  std::string added_;
+};
+
+}  // namespace Quarrow::Refiling
+
+#endif  // QUARROW_REFILING_JOURNAL_H_
