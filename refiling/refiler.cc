@@ -1,4 +1,4 @@
-// Batches: the journal first, then the messages, then the folders.
+// The journal of a batch first, then its messages; at the end the folders.
 #include "refiling/refiler.h"
 
 #include <algorithm>
@@ -72,7 +72,7 @@ Refusal Refiler::apply(const std::string& from, const std::vector<Refiled>& mess
     const std::size_t count = std::min(refiling_batch, messages.size() - done);
     if (const Refusal refusal = apply_batch(from, begin, begin + count)) return refusal;
   }
-  return {};
+  return synchronise();
 }
 
 Refusal Refiler::apply_batch(const std::string& from, const Refiled* begin, const Refiled* end) {
@@ -87,7 +87,7 @@ Refusal Refiler::apply_batch(const std::string& from, const Refiled* begin, cons
   }
   if (const Refusal refusal = journal_.write()) return refusal;
   for (const Task& task : tasks) perform(task);
-  return synchronise();
+  return {};
 }
 
 Refiler::Task Refiler::task_for(const std::string& from, const Refiled& message) {
@@ -158,14 +158,15 @@ Refusal Refiler::undo(const std::vector<Step>& steps) {
   for (std::size_t done = 0; done < reversed.size(); done += refiling_batch) {
     const Step* const begin = reversed.data() + done;
     const std::size_t count = std::min(refiling_batch, reversed.size() - done);
-    if (const Refusal refusal = undo_batch(begin, begin + count)) return refusal;
+    undo_batch(begin, begin + count);
   }
+  if (const Refusal refusal = synchronise()) return refusal;
   if (may_work_later_) return {};
   journal_.add_undone();
   return journal_.write();
 }
 
-Refusal Refiler::undo_batch(const Step* begin, const Step* end) {
+void Refiler::undo_batch(const Step* begin, const Step* end) {
   for (auto& [name, open] : folders_)
     if (open.fault.empty()) open.keywords.read(open.mail.fd());
   for (const Step* step = begin; step != end; ++step)
@@ -180,7 +181,6 @@ Refusal Refiler::undo_batch(const Step* begin, const Step* end) {
     else
       observer_.on_failure(step->unique, fault);
   }
-  return synchronise();
 }
 
 // Why it was not undone; empty when it was, or there was nothing to undo.

@@ -34,7 +34,7 @@ class RefilingObserver {
   virtual void on_failure(const std::string& unique, const std::string& reason) = 0;
 };
 
-// How many messages are moved after the journal was put on the disk, before the folders are.
+// How many messages are moved each time that the journal was put on the disk.
 constexpr std::size_t refiling_batch = 1000;
 
 // Refiles the messages of one user. No process beside this one does so at the same time, while an
@@ -90,7 +90,7 @@ class Refiler {
   void perform(const Task& task);
   int perform(const Step& step);
   int transfer(const std::string& unique, OpenFolder& from, OpenFolder& to, Step::Kind kind);
-  Administration::Refusal undo_batch(const Step* begin, const Step* end);
+  void undo_batch(const Step* begin, const Step* end);
   std::string undo_step(const Step& step);
   std::string reason_of(const Step& step, int error);
   Administration::Refusal synchronise();

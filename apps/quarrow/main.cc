@@ -82,6 +82,8 @@ const std::vector<Subcommand> commands = {
      "quarrow stats alice@example.org --html stats.html", declare_stats},
     {"doctor", "Say what is wrong with users' files and rules.", "quarrow doctor -A",
      declare_doctor},
+    {"apply", "File mail that is there already as a user's filters say.",
+     "quarrow apply alice@example.org --folder INBOX --yes", declare_apply},
     {"deliver", "Deliver the message on standard input as a user's filters say.",
      "quarrow deliver -d alice@example.org -f bob@example.net <message", declare_deliver},
     {"help", "Explain the command or a subcommand.", "quarrow help filter add", declare_help}};

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <ostream>
+#include <string>
 
 namespace Quarrow::Command {
 
@@ -14,8 +15,10 @@ class ProgressBar {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // `total` units of work begin at `start`.
-  ProgressBar(std::ostream& out, std::uint64_t total, Clock::time_point start);
+  // `total` units of work begin at `start`. With `unit`, what they are called, the line also has
+  // how many of them are done a second, and how much time the others take at that rate.
+  ProgressBar(std::ostream& out, std::uint64_t total, Clock::time_point start,
+              std::string unit = "");
 
   // `done` further units are done at `now`.
   void advance(std::uint64_t done, Clock::time_point now);
@@ -24,11 +27,14 @@ class ProgressBar {
   void finish();
 
  private:
-  void draw();
+  void draw(Clock::time_point now);
+  std::string rate(Clock::time_point now) const;
 
   std::ostream& out_;
   std::uint64_t total_;
   std::uint64_t done_ = 0;
+  const Clock::time_point start_;
+  const std::string unit_;
   Clock::time_point next_;  // when to draw again
   bool drawn_ = false;
 };

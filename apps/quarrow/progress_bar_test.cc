@@ -46,6 +46,16 @@ TEST(ProgressBar, NeverPassesTheEnd) {
   EXPECT_EQ("\r\x1B[K[" + std::string(50, '#') + "] 100 %", out.str());
 }
 
+TEST(ProgressBar, SaysHowFastAndHowLong) {
+  std::ostringstream out;
+  ProgressBar bar(out, 1000, start, "messages");
+  bar.advance(10, start + milliseconds(2000));
+  EXPECT_EQ("\r\x1B[K[" + std::string(50, '.') + "] 1 %, 5 messages/s, 3 min 18 s left", out.str());
+  out.str("");
+  bar.advance(990, start + milliseconds(2500));
+  EXPECT_EQ("\r\x1B[K[" + std::string(50, '#') + "] 100 %, 400 messages/s, 0 s left", out.str());
+}
+
 TEST(ProgressBar, WipesItsLine) {
   std::ostringstream out;
   ProgressBar bar(out, 10, start);

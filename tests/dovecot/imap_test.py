@@ -18,7 +18,7 @@ import dovecot
 from lmtp_server import Daemon, DaemonTestCase
 
 QUARROW = os.path.abspath(sys.argv.pop(1))
-USERS = [f"alice{number}@example.org" for number in range(8)]
+USERS = [f"alice{number}@example.org" for number in range(9)]
 WITH_OWN_LIMIT = "carol@example.org"
 LIMIT = 1 << 20  # bytes that a user may have
 FULL = "552 5.2.2 Mailbox is full"
@@ -139,6 +139,19 @@ class ImapTest(DaemonTestCase):
                 answers = client.deliver([self.user], subject_for(name), body=body)
                 self.assertEqual(250, answers[0][0])
 
+    def known_of_messages(self, client, name):
+        """What a client knows of the messages in a folder: text, flags and arrival, sorted."""
+        known = []
+        for number in range(1, count_in(client, name) + 1):
+            _, answer = client.fetch(str(number), "(FLAGS INTERNALDATE BODY.PEEK[TEXT])")
+            head, text = answer[0]
+            head += b"".join(part for part in answer[1:])
+            flags, = re.findall(rb"FLAGS \(([^)]*)\)", head)
+            arrival, = re.findall(rb'INTERNALDATE ("[^"]*")', head)
+            known.append((text.decode().strip(), sorted(set(flags.decode().split()) - {r"\Recent"}),
+                          arrival.decode()))
+        return sorted(known)
+
     def check_folders(self, client, names):
         for name in names:
             with self.subTest(name=name):
@@ -204,6 +217,33 @@ class ImapTest(DaemonTestCase):
         lines = [line for line in self.log_in().list()[1] if rb"\Trash" in line]
         self.assertEqual([b'"/" Trash'], [line[-9:] for line in lines])
         self.assertEqual(1, count_in(self.log_in(), "Trash"))
+
+    def test_applied_rules_keep_what_clients_know_of_a_message(self):
+        arrival = '"04-May-2026 12:00:00 +0000"'
+        client = self.log_in()
+        client.create("Work")
+        client.append("Work", "(Home)", arrival, b"Subject: other\r\n\r\nOther\r\n")
+        for number, flags in enumerate([r"(\Seen \Flagged Urgent $Forwarded)", "()"]):
+            text = f"Subject: folder 0\r\n\r\nText {number}\r\n"
+            client.append("INBOX", flags, arrival, text.encode())
+        self.add_rule("Work")
+        other = self.log_in()
+        self.assertEqual(2, count_in(other, "INBOX"))
+        before = self.known_of_messages(client, "INBOX")
+        self.assertEqual(2, len(before))
+        self.assertIn("2 done, 0 not done", self.quarrow("apply", self.user, "--yes"))
+        other.noop()
+        self.assertEqual([b""], other.search(None, "ALL")[1])
+        self.assertEqual([], self.known_of_messages(client, "INBOX"))
+        found = self.known_of_messages(client, "Work")
+        self.assertEqual(sorted([*before, ("Other", ["Home"], arrival)]), found)
+
+        client.store("1:*", "+FLAGS", "Later")
+        self.quarrow("apply", self.user, "--undo", "--yes")
+        found = self.known_of_messages(client, "INBOX")
+        self.assertEqual([(text, sorted([*flags, "Later"]), date) for text, flags, date in before],
+                         found)
+        self.assertEqual(1, count_in(client, "Work"))
 
     def test_the_commands_to_look_with(self):
         self.add_rule("a/b/c")

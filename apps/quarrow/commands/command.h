@@ -47,6 +47,7 @@ void add_folder_dots_option(CLI::App& app, Delivery::FolderDots& dots, const std
 // Adds an option without a value, which sets `value`.
 void add_flag(CLI::App& app, const char* name, bool& value, const char* help);
 
+Run declare_apply(CLI::App& app);
 Run declare_deliver(CLI::App& app);
 Run declare_diff(CLI::App& app);
 Run declare_history(CLI::App& app);

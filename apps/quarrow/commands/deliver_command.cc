@@ -2,7 +2,6 @@
 // known to be permanent is EX_TEMPFAIL, since they return a message to its sender for any other
 // number.
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <sysexits.h>
 #include <unistd.h>
 #include <zvelluser.h>
@@ -20,6 +19,7 @@
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/delivery_options.h"
 #include "apps/quarrow/delivery_signals.h"
+#include "apps/quarrow/folder_owner.h"
 #include "apps/quarrow/message_spool.h"
 #include "delivery/helper_process.h"
 #include "delivery/recipient_lookup.h"
@@ -29,9 +29,7 @@
 #include "quarrow/delivery/evaluator.h"
 #include "quarrow/delivery/mailbox_delivery.h"
 #include "quarrow/delivery/maildir_store.h"
-#include "system/descriptor.h"
 #include "system/exists.h"
-#include "system/owner_rights.h"
 #include "system/printable.h"
 
 namespace Quarrow::Command {
@@ -74,27 +72,6 @@ int status_of(const std::string& user, const Report& report) {
       break;
   }
   return EX_TEMPFAIL;
-}
-
-Fault try_again(const std::string& failure) {
-  return {failure + ": " + std::strerror(errno), EX_TEMPFAIL};
-}
-
-// The superuser becomes the owner of the user's folder, for good: the user can open what a delivery
-// makes there, and nothing is done with rights that they lack. Where the folders above keep the
-// owner from their own one, it becomes the working folder, and `folder` names it so.
-Fault become_owner_of(std::string& folder) {
-  if (geteuid() != 0) return {};
-  const Descriptor opened(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-  struct stat owner {};
-  if (opened.get() < 0 || fstat(opened.get(), &owner) != 0) return try_again("can't be opened");
-  if (owner.st_uid == 0) return {};
-  if (!take_on_rights(owner.st_uid, owner.st_gid))
-    return try_again("its owner's rights can't be taken on");
-  if (access(folder.c_str(), X_OK) == 0) return {};
-  if (fchdir(opened.get()) != 0) return try_again("can't be entered by its owner");
-  folder = ".";
-  return {};
 }
 
 int deliver_to(const DeliveryOptions& options, const std::string& user, std::string folder) {

@@ -11,6 +11,7 @@
 #include "administration/rules_transaction.h"
 #include "apps/quarrow/commands/command.h"
 #include "apps/quarrow/commands/filter_command.h"
+#include "apps/quarrow/commands/jobs_option.h"
 #include "apps/quarrow/commands/received_option.h"
 #include "apps/quarrow/commands/what_if.h"
 #include "apps/quarrow/complaint.h"
@@ -18,7 +19,6 @@
 #include "apps/quarrow/match_report.h"
 #include "apps/quarrow/missing_script.h"
 #include "delivery/one_processor.h"
-#include "system/processors.h"
 #include "trial/mail_sources.h"
 #include "trial/message_evaluator.h"
 #include "trial/parallel_run.h"
@@ -27,9 +27,6 @@
 
 namespace Quarrow::Command {
 namespace {
-
-// Each takes a descriptor of the first process, which may have no more than 1024.
-constexpr int most_jobs = 256;
 
 struct Options {
   std::string user;
@@ -41,13 +38,6 @@ struct Options {
   bool log = false;
   WhatIfOptions what_if;
 };
-
-// How many processes are to share the messages; 1 for a run in this one.
-std::size_t jobs_for(const Options& options, const std::vector<Trial::MailSource>& sources) {
-  if (options.log) return 1;
-  if (options.jobs.value_or(0) > 0) return *options.jobs;
-  return options.jobs || Trial::is_long_work(sources) ? usable_processors().size() : 1;
-}
 
 // The evaluator of the script at `path`; null when there is no script that can be run.
 std::unique_ptr<Trial::MessageEvaluator> make_evaluator(
@@ -80,7 +70,7 @@ int match(const Settings& settings, const Options& options) {
     return compare_rules(options.what_if, address, sources, how, options.json, status);
   }
   const std::string script = Administration::rules_script(address.address());
-  const std::size_t jobs = jobs_for(options, sources);
+  const std::size_t jobs = options.log ? 1 : jobs_for(options.jobs, sources);
   const auto evaluator = make_evaluator(options, script, sources, jobs);
   if (!evaluator) return complain_of_script(options.user, script);
   MatchReport report(form_of(options), Trial::total_size(sources), status, options.folder_dots);
@@ -102,11 +92,7 @@ Run declare_match(CLI::App& app) {
   add_folder_dots_option(app, options->folder_dots,
                          "Folders with a dot in the name: as delivery is told");
   app.add_flag("--json", options->json, "One JSON object a line, and no table");
-  CLI::Option* const jobs =
-      app.add_option("-j,--jobs", options->jobs,
-                     "How many processes share the messages; 0 for one on each processor")
-          ->type_name("N")
-          ->check(CLI::Range(0, most_jobs).description(""));
+  CLI::Option* const jobs = add_jobs_option(app, options->jobs);
   CLI::Option* const log =
       app.add_flag(
              "--log", options->log,

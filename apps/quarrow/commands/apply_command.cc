@@ -1,0 +1,217 @@
+// quarrow apply: a user's rules over mail that is in their Maildir already.
+#include <sysexits.h>
+#include <CLI/CLI.hpp>
+
+#include <ctime>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "administration/rules_transaction.h"
+#include "administration/users.h"
+#include "apps/quarrow/commands/command.h"
+#include "apps/quarrow/commands/filter_command.h"
+#include "apps/quarrow/commands/jobs_option.h"
+#include "apps/quarrow/complaint.h"
+#include "apps/quarrow/folder_owner.h"
+#include "apps/quarrow/listing.h"
+#include "apps/quarrow/match_report.h"
+#include "apps/quarrow/missing_script.h"
+#include "apps/quarrow/refiling_output.h"
+#include "apps/quarrow/time_text.h"
+#include "delivery/folder_name.h"
+#include "message_filters/mailbox_name.h"
+#include "message_filters/user_files.h"
+#include "refiling/journal.h"
+#include "refiling/refiler.h"
+#include "refiling/refiling_plan.h"
+#include "system/exists.h"
+#include "trial/message_evaluator.h"
+#include "trial/parallel_run.h"
+#include "trial/run.h"
+
+namespace Quarrow::Command {
+namespace {
+
+using Administration::GuardedOutcome;
+using Administration::RulesTransaction;
+using Trial::MailSource;
+
+struct Options {
+  std::string user;
+  std::string folder = "INBOX";
+  std::optional<std::int32_t> rule;
+  std::optional<std::string> since;
+  std::optional<std::string> discard_to;
+  Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
+  bool list = false;
+  ListingForm form = ListingForm::table;
+  bool yes = false;
+  bool undo = false;
+  std::optional<std::size_t> jobs;  // none: as many as the work is worth
+};
+
+// The name of the user's filter `id`. An evaluation tells which filter decided by its name, which
+// therefore has to be this filter's alone.
+GuardedOutcome name_of_rule(RulesTransaction& rules, std::int32_t id) {
+  if (auto refusal = rules.check_filter(id)) return {refusal, ""};
+  const std::string object = "filter " + std::to_string(id);
+  std::map<std::string, int> uses;
+  std::string name;
+  for (const auto& filter : rules.filters().filters->filters) {
+    if (filter->id == id && !filter->enabled)
+      return {{Administration::Refusal::Kind::wrong_rule, object, "is disabled"}, ""};
+    if (filter->id == id) name = filter->name;
+    if (filter->enabled) ++uses[filter->name];
+  }
+  if (uses[name] > 1)
+    return {{Administration::Refusal::Kind::wrong_rule, object,
+             "has the name of another filter; give each a name of its own"},
+            ""};
+  return {{}, name};
+}
+
+// The folder of a Maildir that the option `name` with `text` names.
+Fault read_folder(const std::string& text, Delivery::FolderDots dots, std::string& folder) {
+  const std::string mailbox = MessageFilters::imap_mailbox_name(text);
+  const auto found = Delivery::maildir_folder(mailbox, dots);
+  if (!found) return {"can't be a folder's name: " + text, EX_USAGE};
+  folder = *found;
+  return {};
+}
+
+// Fills `wish`; gives the exit status of what can't be understood.
+int read_wish(const Options& options, const EmailAddress& user, Refiling::Wish& wish) {
+  wish.dots = options.folder_dots;
+  if (const Fault fault = read_folder(options.folder, wish.dots, wish.folder))
+    return complain("--folder", fault);
+  if (options.discard_to)
+    if (const Fault fault = read_folder(*options.discard_to, wish.dots, wish.discard_to.emplace()))
+      return complain("--discard-to", fault);
+  if (options.since) wish.since = time_of(*options.since);
+  if (options.since && !wish.since)
+    return complain(*options.since, "not a time; write it as 2026-05-04 or as \"2026-05-04 12:00\"",
+                    EX_USAGE);
+  if (!options.rule) return EX_OK;
+  const GuardedOutcome outcome = Administration::with_rules_of(
+      user, [&](RulesTransaction& rules) { return name_of_rule(rules, *options.rule); });
+  wish.rule = outcome.answer;
+  return outcome.refusal ? complain(outcome.refusal, options.user) : EX_OK;
+}
+
+// Has the journal say what was done last, and undoes it.
+int undo(const Options& options, const std::string& folder) {
+  Refiling::Journal journal;
+  if (!exists(in_folder(folder, Refiling::journal_name)))
+    return complain(options.user, "nothing to undo", EX_DATAERR);
+  if (const auto refusal = journal.open(folder)) return complain(refusal);
+  const auto steps = journal.last_run();
+  if (!steps) return complain(options.user, "nothing to undo", EX_DATAERR);
+  print_undo(*steps, options.form, std::cout);
+  if (!options.yes) return print_hint(options.form);
+  RefilingReport report(steps->size());
+  Refiling::Refiler refiler(folder, journal, report);
+  return report.finish(refiler.undo(*steps), options.form);
+}
+
+int carry_out(const Options& options, const std::string& folder, const Refiling::Wish& wish,
+              const Refiling::RefilingPlan& plan, Refiling::Journal& journal) {
+  const auto tasks = plan.tasks();
+  RefilingReport report(tasks.size());
+  Refiling::Refiler refiler(folder, journal, report);
+  return report.finish(refiler.apply(wish.folder, tasks), options.form);
+}
+
+// The plan for all that is in the folder; null where the rules can't be run, with the exit status.
+std::optional<Refiling::RefilingPlan> make_plan(const Options& options, const std::string& folder,
+                                                const Refiling::Wish& wish, int& status) {
+  const std::string maildir = in_folder(folder, maildir_name);
+  std::optional<Trial::SourceFailure> failure;
+  const auto sources = Refiling::sources_for(maildir, wish, failure);
+  if (failure) {
+    status = complain(*failure);
+    return std::nullopt;
+  }
+  const std::string script = in_folder(folder, script_name);
+  const auto make = [&script] { return Trial::isolated_evaluator(script); };
+  const auto evaluator = make();
+  if (!evaluator) {
+    status = complain_of_script(options.user, script);
+    return std::nullopt;
+  }
+  RefilingProgress progress(sources.size());
+  const Trial::RunSettings settings = {std::nullopt, wish.dots};
+  return Refiling::plan_refiling(
+      maildir, wish, sources, [&](const std::vector<MailSource>& round, Trial::Observer& planner) {
+        PlanningProgress observer(planner, progress);
+        const std::size_t jobs = jobs_for(options.jobs, round);
+        if (jobs <= 1)
+          (void)Trial::run(round, *evaluator, observer, settings);
+        else
+          (void)Trial::run_in_parallel(round, *evaluator, make, jobs, observer, settings);
+      });
+}
+
+int apply_in(const Options& options, const std::string& folder, const Refiling::Wish& wish) {
+  Refiling::Journal journal;
+  if (options.yes)
+    if (const auto refusal = journal.open(folder)) return complain(refusal);
+  int status = EX_OK;
+  const auto plan = make_plan(options, folder, wish, status);
+  if (!plan) return status;
+  if (options.list)
+    print_messages(*plan, options.form, std::cout);
+  else
+    print_summary(*plan, options.form, std::cout);
+  status = complain_of_failures(*plan);
+  if (!options.yes) return std::max(status, print_hint(options.form));
+  return std::max(status, carry_out(options, folder, wish, *plan, journal));
+}
+
+int apply(const Settings& settings, const Options& options) {
+  EmailAddress user;
+  if (const auto refusal = find_user(settings, options.user, user))
+    return complain(settings, refusal);
+  Refiling::Wish wish;
+  if (!options.undo)
+    if (const int status = read_wish(options, user, wish)) return status;
+  std::string folder = Administration::user_folder(user);
+  if (const Fault no_owner = become_owner_of(folder)) return complain(folder, no_owner);
+  return options.undo ? undo(options, folder) : apply_in(options, folder, wish);
+}
+
+}  // namespace
+
+Run declare_apply(CLI::App& app) {
+  const auto options = std::make_shared<Options>();
+  add_user_option(app, options->user);
+  CLI::Option* const undone =
+      app.add_flag("--undo", options->undo, "Bring back what the last time moved and copied");
+  app.add_option("--folder", options->folder, "The folder whose messages are looked at")
+      ->type_name("FOLDER")
+      ->capture_default_str()
+      ->excludes(undone);
+  app.add_option("--rule", options->rule, "Only messages that this filter decides about")
+      ->type_name("ID")
+      ->check(filter_number())
+      ->excludes(undone);
+  app.add_option("--since", options->since, "Only messages received at this time or later")
+      ->type_name("TIME")
+      ->excludes(undone);
+  app.add_option("--discard-to", options->discard_to,
+                 "The folder for messages that rules discard or reject; they stay otherwise")
+      ->type_name("FOLDER")
+      ->excludes(undone);
+  add_folder_dots_option(app, options->folder_dots,
+                         "Folders with a dot in the name: as delivery is told");
+  app.add_flag("--list", options->list, "List each message that a rule decides about")
+      ->excludes(undone);
+  add_format_option(app, options->form);
+  app.add_flag("--yes", options->yes, "Do it; without this, only the plan is shown");
+  add_jobs_option(app, options->jobs);
+  return [options](const Settings& settings) { return apply(settings, *options); };
+}
+
+}  // namespace Quarrow::Command
