@@ -11,6 +11,7 @@
 #include <charconv>
 #include <iterator>
 #include <sstream>
+#include <utility>
 
 #include "system/file_io.h"
 #include "system/printable.h"
@@ -76,6 +77,17 @@ std::vector<std::string> words_of(const std::string& line) {
   return words;
 }
 
+// Takes a line into the runs that are not undone.
+void take(const std::vector<std::string>& words, std::vector<std::vector<Step>>& runs) {
+  if (words.empty()) return;
+  if (words[0] == run_word) runs.emplace_back();
+  if (words[0] == undone_word && !runs.empty()) runs.pop_back();
+  const auto kind = std::find(std::begin(kind_words), std::end(kind_words), words[0]);
+  if (kind == std::end(kind_words) || words.size() != 4 || runs.empty()) return;
+  runs.back().push_back({static_cast<Kind>(kind - std::begin(kind_words)), decoded(words[1]),
+                         decoded(words[2]), decoded(words[3])});
+}
+
 }  // namespace
 
 Refusal Journal::open(const std::string& folder) {
@@ -96,30 +108,32 @@ Refusal Journal::open(const std::string& folder) {
   const Descriptor parent(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (parent.get() < 0 || fsync(parent.get()) != 0)  // the journal may be new there
     return system_refusal(folder, "can't be synchronised", errno);
-  return read();
+  return end_last_line();
 }
 
 // A line that was cut off, by a full disk or when the machine stopped, tells of nothing that was
 // done. It is ended, so that the next line is one.
-Refusal Journal::read() {
+Refusal Journal::end_last_line() {
+  struct stat status {};
+  char last = '\n';
+  if (fstat(file_->get(), &status) != 0) return system_refusal(path_, "", errno);
+  const auto size = static_cast<std::size_t>(status.st_size);
+  if (size > 0 && read_at(file_->get(), &last, 1, size - 1) != 1)
+    return system_refusal(path_, "can't be read", errno);
+  if (last != '\n') added_ = '\n';
+  return {};
+}
+
+Refusal Journal::read_last_run(std::optional<std::vector<Step>>& steps) const {
   std::string text;
   ssize_t count = 1;
   while (count > 0) count = append_next(file_->get(), text);
   if (count < 0) return system_refusal(path_, "can't be read", errno);
+  std::vector<std::vector<Step>> runs;  // those that are not undone
   std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) take(words_of(line));
-  if (!text.empty() && text.back() != '\n') added_ = '\n';
+  for (std::string line; std::getline(lines, line);) take(words_of(line), runs);
+  if (!runs.empty()) steps = std::move(runs.back());
   return {};
-}
-
-void Journal::take(const std::vector<std::string>& words) {
-  if (words.empty()) return;
-  if (words[0] == run_word) runs_.emplace_back();
-  if (words[0] == undone_word && !runs_.empty()) runs_.pop_back();
-  const auto kind = std::find(std::begin(kind_words), std::end(kind_words), words[0]);
-  if (kind == std::end(kind_words) || words.size() != 4 || runs_.empty()) return;
-  runs_.back().push_back({static_cast<Kind>(kind - std::begin(kind_words)), decoded(words[1]),
-                          decoded(words[2]), decoded(words[3])});
 }
 
 void Journal::begin_run() { is_run_begun_ = false; }
@@ -127,28 +141,18 @@ void Journal::begin_run() { is_run_begun_ = false; }
 void Journal::add(const Step& step) {
   if (!is_run_begun_) {
     is_run_begun_ = true;
-    runs_.emplace_back();
     added_ += line_of({run_word});
   }
-  runs_.back().push_back(step);
   added_ += line_of({kind_words[static_cast<int>(step.kind)], step.unique, step.from, step.to});
 }
 
-void Journal::add_undone() {
-  runs_.pop_back();
-  added_ += line_of({undone_word});
-}
+void Journal::add_undone() { added_ += line_of({undone_word}); }
 
 Refusal Journal::write() {
   if (added_.empty()) return {};
   const bool done = write_all(file_->get(), added_) && fdatasync(file_->get()) == 0;
   added_ = done ? "" : "\n" + added_;  // a part of it may stand there
   return done ? Refusal() : system_refusal(path_, "can't be written", errno);
-}
-
-std::optional<std::vector<Step>> Journal::last_run() const {
-  if (runs_.empty()) return std::nullopt;
-  return runs_.back();
 }
 
 }  // namespace Quarrow::Refiling

@@ -48,16 +48,15 @@ class Journal {
   // Writes what was added, and waits until it is on the disk.
   Administration::Refusal write();
 
-  // The steps of the last run that is not undone; none when there is no such run.
-  std::optional<std::vector<Step>> last_run() const;
+  // Reads the steps of the last run on the disk that is not undone into `steps`; none when there is
+  // no such run.
+  Administration::Refusal read_last_run(std::optional<std::vector<Step>>& steps) const;
 
  private:
-  Administration::Refusal read();
-  void take(const std::vector<std::string>& words);
+  Administration::Refusal end_last_line();
 
   std::string path_;
   std::optional<Descriptor> file_;
-  std::vector<std::vector<Step>> runs_;  // those that are not undone
   bool is_run_begun_ = false;
   std::string added_;
 };

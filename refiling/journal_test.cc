@@ -14,7 +14,8 @@ namespace {
 Lines last_run(const TemporaryFolder& folder) {
   Journal journal;
   EXPECT_EQ("", said(journal.open(folder.path())));
-  const auto steps = journal.last_run();
+  std::optional<std::vector<Step>> steps;
+  EXPECT_EQ("", said(journal.read_last_run(steps)));
   if (!steps) return {"none"};
   Lines lines;
   for (const Step& step : *steps)

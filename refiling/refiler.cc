@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "message_filters/user_files.h"
 #include "quarrow/delivery/maildir_store.h"
@@ -62,27 +63,33 @@ void Refiler::provide_keywords() {
   }
 }
 
-Refusal Refiler::apply(const std::string& from, const std::vector<Refiled>& messages) {
-  if (messages.empty()) return {};
-  if (!folder(from).fault.empty())
-    return {Refusal::Kind::not_written, readable_folder(from), folder(from).fault};
+Refusal Refiler::begin(const std::string& from) {
+  from_ = from;
   journal_.begin_run();
-  for (std::size_t done = 0; done < messages.size(); done += refiling_batch) {
-    const Refiled* const begin = messages.data() + done;
-    const std::size_t count = std::min(refiling_batch, messages.size() - done);
-    if (const Refusal refusal = apply_batch(from, begin, begin + count)) return refusal;
-  }
+  const std::string& fault = folder(from, Missing::is_empty).fault;
+  if (fault.empty()) return {};
+  return {Refusal::Kind::not_written, readable_folder(from), fault};
+}
+
+Refusal Refiler::add(Refiled message) {
+  added_.push_back(std::move(message));
+  return added_.size() < refiling_batch ? Refusal() : refile_added();
+}
+
+Refusal Refiler::finish() {
+  if (const Refusal refusal = refile_added()) return refusal;
   return synchronise();
 }
 
-Refusal Refiler::apply_batch(const std::string& from, const Refiled* begin, const Refiled* end) {
-  folder(from).keywords.read(folder(from).mail.fd());  // clients may have made new ones
-  for (const Refiled* message = begin; message != end; ++message)
-    for (const auto& target : message->folders) want_keywords(message->unique, from, target);
+Refusal Refiler::refile_added() {
+  const std::vector<Refiled> messages = std::exchange(added_, {});
+  folder(from_).keywords.read(folder(from_).mail.fd());  // clients may have made new ones
+  for (const Refiled& message : messages)
+    for (const auto& target : message.folders) want_keywords(message.unique, from_, target);
   provide_keywords();
   std::vector<Task> tasks;
-  for (const Refiled* message = begin; message != end; ++message) {
-    tasks.push_back(task_for(from, *message));
+  for (const Refiled& message : messages) {
+    tasks.push_back(task_for(from_, message));
     for (const Step& step : tasks.back().steps) journal_.add(step);
   }
   if (const Refusal refusal = journal_.write()) return refusal;

@@ -35,7 +35,8 @@ class RefilingObserver {
 };
 
 // How many messages are moved each time that the journal was put on the disk.
-constexpr std::size_t refiling_batch = 1000;
+// Few enough for processes that decide about others to have work meanwhile.
+constexpr std::size_t refiling_batch = 250;
 
 // Refiles the messages of one user. No process beside this one does so at the same time, while an
 // IMAP server may do anything.
@@ -51,10 +52,16 @@ class Refiler {
   // `folder` is the user's folder, in which their Maildir is. All of these outlive this object.
   Refiler(const std::string& folder, Journal& journal, RefilingObserver& observer);
 
-  // Has each of `messages`, which are in the folder `from`, where it is to be, in one run of the
-  // journal. Tells the observer once about each. Missing folders are made. Refuses when the journal
-  // or the folders can't be written: the messages behind that stay.
-  Administration::Refusal apply(const std::string& from, const std::vector<Refiled>& messages);
+  // Begins a run of the journal, for messages that are in the folder `from`.
+  Administration::Refusal begin(const std::string& from);
+
+  // Has a message where it is to be, some time before finish() returns, and tells the observer once
+  // about it. Missing folders are made. Refuses when the journal or the folders can't be written:
+  // then messages stay, and no further one is added.
+  Administration::Refusal add(Refiled message);
+
+  // Ends the run: all is on the disk.
+  Administration::Refusal finish();
 
   // Brings back what the last run of the journal that is not undone did, last step first, and tells
   // the observer once about each step. A message is brought back from where that run put it, with
@@ -85,8 +92,7 @@ class Refiler {
   void want_keywords(const std::string& unique, const std::string& from, const std::string& to);
   void provide_keywords();
   Task task_for(const std::string& from, const Refiled& message);
-  Administration::Refusal apply_batch(const std::string& from, const Refiled* begin,
-                                      const Refiled* end);
+  Administration::Refusal refile_added();
   void perform(const Task& task);
   int perform(const Step& step);
   int transfer(const std::string& unique, OpenFolder& from, OpenFolder& to, Step::Kind kind);
@@ -99,6 +105,8 @@ class Refiler {
   Journal& journal_;
   RefilingObserver& observer_;
   std::map<std::string, OpenFolder> folders_;
+  std::string from_;             // of the run
+  std::vector<Refiled> added_;   // messages of the next batch
   bool may_work_later_ = false;  // something that was to be undone
 };
 

@@ -184,7 +184,10 @@ class Meddling : public RefilerTest {
       const std::function<void()> meddle_;
     } seen(meddle);
     Refiler refiler(maildir_.path(), journal, seen);
-    EXPECT_EQ("", said(refiler.apply("", {{"a", {".A"}}, {"b", {".A"}}})));
+    EXPECT_EQ("", said(refiler.begin("")));
+    EXPECT_EQ("", said(refiler.add({"a", {".A"}})));
+    EXPECT_EQ("", said(refiler.add({"b", {".A"}})));
+    EXPECT_EQ("", said(refiler.finish()));
     return seen.failures();
   }
 };

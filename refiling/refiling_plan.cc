@@ -39,8 +39,12 @@ std::time_t received(const MailSource& source) {
 
 class Planner : public Trial::Observer {
  public:
-  Planner(const std::string& maildir, const Wish& wish, RefilingPlan& plan)
-      : wish_(wish), prefix_(folder_path(maildir, wish.folder).size() + 1), plan_(plan) {}
+  Planner(const std::string& maildir, const Wish& wish, RefilingPlan& plan,
+          const OnPlanned& on_planned)
+      : wish_(wish),
+        prefix_(folder_path(maildir, wish.folder).size() + 1),
+        plan_(plan),
+        on_planned_(on_planned) {}
 
   // The sources of the run that begins.
   void expect(const std::vector<MailSource>& sources) { sources_ = &sources; }
@@ -99,7 +103,9 @@ class Planner : public Trial::Observer {
 
   void add(PlannedMessage message) {
     const bool is_told = message.fate == Fate::not_evaluated;
-    if (is_told || !wish_.rule || message.rule == *wish_.rule) plan_.add(std::move(message));
+    if (!is_told && wish_.rule && message.rule != *wish_.rule) return;
+    plan_.add(std::move(message));
+    on_planned_(plan_.messages().back());
   }
 
   // Adds the message `name` of a run. One in a file that may hold several, as an mbox file does, is
@@ -120,6 +126,7 @@ class Planner : public Trial::Observer {
   const Wish& wish_;
   const std::size_t prefix_;
   RefilingPlan& plan_;
+  const OnPlanned& on_planned_;
   const std::vector<MailSource>* sources_ = nullptr;
   std::vector<Trial::SourceFailure> failures_;
 };
@@ -159,12 +166,9 @@ PlanSummary RefilingPlan::summary() const {
   return counts;
 }
 
-std::vector<Refiled> RefilingPlan::tasks() const {
-  std::vector<Refiled> tasks;
-  for (const auto& message : messages_)
-    if (!message.folders.empty())
-      tasks.push_back({unique_of(message.file), message.folders, message.fate == Fate::copy});
-  return tasks;
+std::optional<Refiled> task_of(const PlannedMessage& message) {
+  if (message.folders.empty()) return std::nullopt;
+  return Refiled{unique_of(message.file), message.folders, message.fate == Fate::copy};
 }
 
 std::vector<MailSource> sources_for(const std::string& maildir, const Wish& wish,
@@ -181,9 +185,10 @@ std::vector<MailSource> sources_for(const std::string& maildir, const Wish& wish
 }
 
 RefilingPlan plan_refiling(const std::string& maildir, const Wish& wish,
-                           const std::vector<MailSource>& sources, const RunRules& run) {
+                           const std::vector<MailSource>& sources, const RunRules& run,
+                           const OnPlanned& on_planned) {
   RefilingPlan plan;
-  Planner planner(maildir, wish, plan);
+  Planner planner(maildir, wish, plan, on_planned);
   std::vector<MailSource> round = sources;
   for (int rounds = 0; !round.empty() && rounds < most_rounds; ++rounds) {
     planner.expect(round);

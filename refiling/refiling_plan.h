@@ -43,13 +43,13 @@ struct PlannedMessage {
 // folders is counted for each; a message that stays, for the folder "".
 using PlanSummary = std::map<std::tuple<std::string, Fate, std::string>, std::uint64_t>;
 
+// What is to be done for a message; nothing for one that stays.
+std::optional<Refiled> task_of(const PlannedMessage& message);
+
 class RefilingPlan {
  public:
   const std::vector<PlannedMessage>& messages() const { return messages_; }
   PlanSummary summary() const;
-
-  // What is to be done for it.
-  std::vector<Refiled> tasks() const;
 
   void add(PlannedMessage message) { messages_.push_back(std::move(message)); }
 
@@ -62,6 +62,9 @@ class RefilingPlan {
 std::vector<Trial::MailSource> sources_for(const std::string& maildir, const Wish& wish,
                                            std::optional<Trial::SourceFailure>& failure);
 
+// Is told of each message of a plan while it is made; from then on the message may be moved.
+using OnPlanned = std::function<void(const PlannedMessage&)>;
+
 // Runs the user's rules over sources: Trial::run().
 using RunRules = std::function<void(const std::vector<Trial::MailSource>&, Trial::Observer&)>;
 
@@ -72,7 +75,8 @@ using RunRules = std::function<void(const std::vector<Trial::MailSource>&, Trial
 // meanwhile, since a client read the message, is looked for once more; a message that is gone is
 // left out.
 RefilingPlan plan_refiling(const std::string& maildir, const Wish& wish,
-                           const std::vector<Trial::MailSource>& sources, const RunRules& run);
+                           const std::vector<Trial::MailSource>& sources, const RunRules& run,
+                           const OnPlanned& on_planned);
 
 }  // namespace Quarrow::Refiling
 

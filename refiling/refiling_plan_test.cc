@@ -84,7 +84,9 @@ class RefilingPlanTest : public testing::Test {
   }
 
   RefilingPlan plan(const Wish& wish = {}, const RunRules& run = tell_all) const {
-    return plan_refiling(maildir_.file("Maildir"), wish, sources(wish), run);
+    return plan_refiling(
+        maildir_.file("Maildir"), wish, sources(wish), run,
+        [](const PlannedMessage& /*message*/) {});
   }
 
   // The fate and the folders of the one message that `plan` has.
@@ -191,11 +193,21 @@ TEST_F(RefilingPlanTest, CountsByRuleAndFolder) {
                             {{"r", Fate::copy, ".Work"}, 1},
                             {{"w", Fate::move, ".Work.Now"}, 2}};
   EXPECT_EQ(want, plan().summary());
-  const auto tasks = plan().tasks();
-  ASSERT_EQ(3U, tasks.size());
-  EXPECT_EQ("both", tasks[1].unique);
-  EXPECT_TRUE(tasks[1].stays);
-  EXPECT_FALSE(tasks[2].stays);
+}
+
+TEST_F(RefilingPlanTest, HasATaskForEachMessageThatGoesSomewhere) {
+  for (const char* name : {"new/work", "new/both", "new/none"}) maildir_.put(name);
+  std::vector<Refiled> tasks;
+  plan_refiling(maildir_.file("Maildir"), {}, sources({}), tell_all,
+                [&](const PlannedMessage& message) {
+                  if (const auto task = task_of(message)) tasks.push_back(*task);
+                });
+  ASSERT_EQ(2U, tasks.size());
+  EXPECT_EQ("both", tasks[0].unique);
+  EXPECT_EQ(Lines({".Work", ".Other"}), tasks[0].folders);
+  EXPECT_TRUE(tasks[0].stays);
+  EXPECT_EQ("work", tasks[1].unique);
+  EXPECT_FALSE(tasks[1].stays);
 }
 
 TEST_F(RefilingPlanTest, TellsOfAFolderThatIsMissing) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -73,7 +74,10 @@ class TemporaryMaildir : public TemporaryFolder {
     Journal journal;
     RecordingRefiling seen;
     EXPECT_EQ("", said(journal.open(path())));
-    EXPECT_EQ("", said(Refiler(path(), journal, seen).apply(from, messages)));
+    Refiler refiler(path(), journal, seen);
+    EXPECT_EQ("", said(refiler.begin(from)));
+    for (const Refiled& message : messages) EXPECT_EQ("", said(refiler.add(message)));
+    EXPECT_EQ("", said(refiler.finish()));
     return seen.failures();
   }
 
@@ -81,7 +85,8 @@ class TemporaryMaildir : public TemporaryFolder {
     Journal journal;
     RecordingRefiling seen;
     EXPECT_EQ("", said(journal.open(path())));
-    const auto steps = journal.last_run();
+    std::optional<std::vector<Step>> steps;
+    EXPECT_EQ("", said(journal.read_last_run(steps)));
     if (!steps) return {"nothing to undo"};
     EXPECT_EQ("", said(Refiler(path(), journal, seen).undo(*steps)));
     return seen.failures();

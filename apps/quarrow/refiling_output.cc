@@ -92,17 +92,20 @@ int complain_of_failures(const RefilingPlan& plan) {
   return status;
 }
 
-RefilingProgress::RefilingProgress(std::uint64_t messages)
-    : bar_(std::cerr, messages, ProgressBar::Clock::now(), "messages"),
-      is_seen_(isatty(STDERR_FILENO) == 1) {}
+RefilingProgress::RefilingProgress() : is_seen_(isatty(STDERR_FILENO) == 1) {}
 
-RefilingProgress::~RefilingProgress() { bar_.finish(); }
-
-void RefilingProgress::advance() {
-  if (is_seen_) bar_.advance(1, ProgressBar::Clock::now());
+void RefilingProgress::expect(std::uint64_t count) {
+  hide();
+  bar_.emplace(std::cerr, count, ProgressBar::Clock::now(), "messages");
 }
 
-void RefilingProgress::hide() { bar_.finish(); }
+void RefilingProgress::advance() {
+  if (is_seen_ && bar_) bar_->advance(1, ProgressBar::Clock::now());
+}
+
+void RefilingProgress::hide() {
+  if (bar_) bar_->finish();
+}
 
 void PlanningProgress::on_result(const std::string& name, const Delivery::Evaluation& evaluation) {
   planner_.on_result(name, evaluation);
@@ -123,14 +126,18 @@ void PlanningProgress::on_progress(std::uint64_t bytes) {
 
 void RefilingReport::on_done() {
   ++done_;
-  progress_.advance();
+  advance();
 }
 
 void RefilingReport::on_failure(const std::string& unique, const std::string& reason) {
   ++failed_;
   progress_.hide();
   complain(unique, reason, EX_IOERR);
-  progress_.advance();
+  advance();
+}
+
+void RefilingReport::advance() {
+  if (counts_ == Counts::steps) progress_.advance();
 }
 
 int RefilingReport::finish(const Administration::Refusal& refusal, ListingForm form) {

@@ -3,6 +3,7 @@
 #define QUARROW_APPS_QUARROW_REFILING_OUTPUT_H_
 
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -35,19 +36,22 @@ int complain_of_failures(const Refiling::RefilingPlan& plan);
 // A bar on standard error, where that is a terminal.
 class RefilingProgress {
  public:
-  explicit RefilingProgress(std::uint64_t messages);
-  ~RefilingProgress();
+  RefilingProgress();
+  ~RefilingProgress() { hide(); }
   RefilingProgress(const RefilingProgress&) = delete;
   RefilingProgress& operator=(const RefilingProgress&) = delete;
 
-  // One message less.
+  // Begins anew, with so many messages or steps.
+  void expect(std::uint64_t count);
+
+  // One less.
   void advance();
 
   // Wipes the bar, for a line in its place.
   void hide();
 
  private:
-  ProgressBar bar_;
+  std::optional<ProgressBar> bar_;
   const bool is_seen_;
 };
 
@@ -71,7 +75,12 @@ class PlanningProgress : public Trial::Observer {
 // Complains of messages that can't be filed, and counts the others.
 class RefilingReport : public Refiling::RefilingObserver {
  public:
-  explicit RefilingReport(std::uint64_t messages) : progress_(messages) {}
+  // What the bar shows the number of.
+  enum class Counts { steps, nothing };
+
+  // `progress` outlives this object.
+  RefilingReport(RefilingProgress& progress, Counts counts)
+      : progress_(progress), counts_(counts) {}
 
   void on_done() override;
   void on_failure(const std::string& unique, const std::string& reason) override;
@@ -80,7 +89,10 @@ class RefilingReport : public Refiling::RefilingObserver {
   int finish(const Administration::Refusal& refusal, ListingForm form);
 
  private:
-  RefilingProgress progress_;
+  void advance();
+
+  RefilingProgress& progress_;
+  const Counts counts_;
   std::uint64_t done_ = 0;
   std::uint64_t failed_ = 0;
 };

@@ -2,6 +2,7 @@
 #include <sysexits.h>
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <ctime>
 #include <iostream>
 #include <map>
@@ -107,26 +108,24 @@ int undo(const Options& options, const std::string& folder) {
   if (!exists(in_folder(folder, Refiling::journal_name)))
     return complain(options.user, "nothing to undo", EX_DATAERR);
   if (const auto refusal = journal.open(folder)) return complain(refusal);
-  const auto steps = journal.last_run();
+  std::optional<std::vector<Refiling::Step>> steps;
+  if (const auto refusal = journal.read_last_run(steps)) return complain(refusal);
   if (!steps) return complain(options.user, "nothing to undo", EX_DATAERR);
   print_undo(*steps, options.form, std::cout);
   if (!options.yes) return print_hint(options.form);
-  RefilingReport report(steps->size());
+  RefilingProgress progress;
+  progress.expect(steps->size());
+  RefilingReport report(progress, RefilingReport::Counts::steps);
   Refiling::Refiler refiler(folder, journal, report);
   return report.finish(refiler.undo(*steps), options.form);
 }
 
-int carry_out(const Options& options, const std::string& folder, const Refiling::Wish& wish,
-              const Refiling::RefilingPlan& plan, Refiling::Journal& journal) {
-  const auto tasks = plan.tasks();
-  RefilingReport report(tasks.size());
-  Refiling::Refiler refiler(folder, journal, report);
-  return report.finish(refiler.apply(wish.folder, tasks), options.form);
-}
-
 // The plan for all that is in the folder; null where the rules can't be run, with the exit status.
 std::optional<Refiling::RefilingPlan> make_plan(const Options& options, const std::string& folder,
-                                                const Refiling::Wish& wish, int& status) {
+                                                const Refiling::Wish& wish,
+                                                RefilingProgress& progress,
+                                                const Refiling::OnPlanned& on_planned,
+                                                int& status) {
   const std::string maildir = in_folder(folder, maildir_name);
   std::optional<Trial::SourceFailure> failure;
   const auto sources = Refiling::sources_for(maildir, wish, failure);
@@ -141,33 +140,60 @@ std::optional<Refiling::RefilingPlan> make_plan(const Options& options, const st
     status = complain_of_script(options.user, script);
     return std::nullopt;
   }
-  RefilingProgress progress(sources.size());
+  progress.expect(sources.size());
   const Trial::RunSettings settings = {std::nullopt, wish.dots};
   return Refiling::plan_refiling(
-      maildir, wish, sources, [&](const std::vector<MailSource>& round, Trial::Observer& planner) {
+      maildir, wish, sources,
+      [&](const std::vector<MailSource>& round, Trial::Observer& planner) {
         PlanningProgress observer(planner, progress);
         const std::size_t jobs = jobs_for(options.jobs, round);
         if (jobs <= 1)
           (void)Trial::run(round, *evaluator, observer, settings);
         else
           (void)Trial::run_in_parallel(round, *evaluator, make, jobs, observer, settings);
-      });
+      },
+      on_planned);
 }
 
-int apply_in(const Options& options, const std::string& folder, const Refiling::Wish& wish) {
-  Refiling::Journal journal;
-  if (options.yes)
-    if (const auto refusal = journal.open(folder)) return complain(refusal);
-  int status = EX_OK;
-  const auto plan = make_plan(options, folder, wish, status);
-  if (!plan) return status;
+int show(const Options& options, const Refiling::RefilingPlan& plan) {
   if (options.list)
-    print_messages(*plan, options.form, std::cout);
+    print_messages(plan, options.form, std::cout);
   else
-    print_summary(*plan, options.form, std::cout);
-  status = complain_of_failures(*plan);
-  if (!options.yes) return std::max(status, print_hint(options.form));
-  return std::max(status, carry_out(options, folder, wish, *plan, journal));
+    print_summary(plan, options.form, std::cout);
+  return complain_of_failures(plan);
+}
+
+int show_plan(const Options& options, const std::string& folder, const Refiling::Wish& wish) {
+  int status = EX_OK;
+  RefilingProgress progress;
+  const auto plan = make_plan(
+      options, folder, wish, progress, [](const Refiling::PlannedMessage& /*message*/) {}, status);
+  progress.hide();
+  return plan ? std::max(show(options, *plan), print_hint(options.form)) : status;
+}
+
+// Messages move while the rules decide about further ones.
+int carry_out(const Options& options, const std::string& folder, const Refiling::Wish& wish) {
+  Refiling::Journal journal;
+  if (const auto refusal = journal.open(folder)) return complain(refusal);
+  RefilingProgress progress;
+  RefilingReport report(progress, RefilingReport::Counts::nothing);
+  Refiling::Refiler refiler(folder, journal, report);
+  auto refusal = refiler.begin(wish.folder);
+  if (refusal) return complain(refusal);
+  int status = EX_OK;
+  const auto plan = make_plan(
+      options, folder, wish, progress,
+      [&](const Refiling::PlannedMessage& message) {
+        const auto task = Refiling::task_of(message);
+        if (task && !refusal) refusal = refiler.add(*task);
+      },
+      status);
+  if (!plan) return status;
+  if (!refusal) refusal = refiler.finish();
+  progress.hide();
+  status = show(options, *plan);
+  return std::max(status, report.finish(refusal, options.form));
 }
 
 int apply(const Settings& settings, const Options& options) {
@@ -179,7 +205,8 @@ int apply(const Settings& settings, const Options& options) {
     if (const int status = read_wish(options, user, wish)) return status;
   std::string folder = Administration::user_folder(user);
   if (const Fault no_owner = become_owner_of(folder)) return complain(folder, no_owner);
-  return options.undo ? undo(options, folder) : apply_in(options, folder, wish);
+  if (options.undo) return undo(options, folder);
+  return options.yes ? carry_out(options, folder, wish) : show_plan(options, folder, wish);
 }
 
 }  // namespace
