@@ -169,7 +169,9 @@ int show_plan(const Options& options, const std::string& folder, const Refiling:
   const auto plan = make_plan(
       options, folder, wish, progress, [](const Refiling::PlannedMessage& /*message*/) {}, status);
   progress.hide();
-  return plan ? std::max(show(options, *plan), print_hint(options.form)) : status;
+  if (!plan) return status;
+  status = show(options, *plan);
+  return std::max(status, print_hint(options.form));
 }
 
 // Messages move while the rules decide about further ones.
