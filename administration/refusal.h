@@ -17,6 +17,7 @@ struct Refusal {
     no_such_user,     // the user has no folder
     has_mail,         // a user who has mail is not removed
     no_such_filter,   // the user has no filter of that number
+    ambiguous_filter, // several filters have that name
     limit_reached,    // the user has as many filters as there may be
     outdated,         // the rules are not those of the revision that was asked for
     no_revision,      // the history holds no state of that revision

@@ -31,6 +31,7 @@ const Conduct conducts[] = {
     {Kind::no_such_user, EX_NOUSER, "quarrow user add {} makes one"},
     {Kind::has_mail, EX_DATAERR, "--with-mail removes it, too"},
     {Kind::no_such_filter, EX_DATAERR, "see quarrow filter list {}"},
+    {Kind::ambiguous_filter, EX_DATAERR},
     {Kind::limit_reached, EX_DATAERR},
     {Kind::outdated, EX_DATAERR, "see quarrow history {}"},
     {Kind::no_revision, EX_DATAERR, "see quarrow history {}"},
@@ -99,7 +100,9 @@ int complain(const Refusal& refusal) { return complain(refusal, refusal.object);
 
 int complain(const Refusal& refusal, const std::string& about) {
   const Conduct& conduct = conduct_of(refusal.kind);
-  return complain(refusal.object, refusal.reason + hint(conduct, about), conduct.status);
+  const bool asks = !refusal.reason.empty() && refusal.reason.back() == '?';  // no better hint
+  const std::string further = asks ? "" : hint(conduct, about);
+  return complain(refusal.object, refusal.reason + further, conduct.status);
 }
 
 int file_status(int error) { return exit_status(Administration::kind_of_error(error)); }

@@ -23,6 +23,7 @@ const struct {
     {Kind::no_such_user, EX_NOUSER, "; quarrow user add ABOUT makes one"},
     {Kind::has_mail, EX_DATAERR, "; --with-mail removes it, too"},
     {Kind::no_such_filter, EX_DATAERR, "; see quarrow filter list ABOUT"},
+    {Kind::ambiguous_filter, EX_DATAERR, ""},
     {Kind::limit_reached, EX_DATAERR, ""},
     {Kind::outdated, EX_DATAERR, "; see quarrow history ABOUT"},
     {Kind::no_revision, EX_DATAERR, "; see quarrow history ABOUT"},
