@@ -19,6 +19,7 @@ std::string lines(const std::vector<RulesDifference>& differences) {
 
 GuardedOutcome change_rules(RulesTransaction& rules, const ChangeMode& mode,
                             const std::function<GuardedOutcome(RulesTransaction&)>& edit) {
+  if (const Refusal refusal = rules.check_revision(mode.consent.if_revision)) return {refusal, ""};
   const GuardedOutcome edited = edit(rules);
   if (edited.refusal) return {edited.refusal, ""};
   if (mode.dry_run) {

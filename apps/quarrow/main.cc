@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "administration/near_names.h"
 #include "apps/quarrow/commands/command.h"
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/usage_error.h"
@@ -48,7 +49,21 @@ const std::vector<Subcommand> filter_commands = {
      declare_filter_add},
     {"list", "Show the filters in the order in which they are tried.",
      "quarrow filter list alice@example.org", declare_filter_list},
-    {"remove", "Remove a filter.", "quarrow filter remove alice@example.org 3",
+    {"show", "Show one filter.", "quarrow filter show alice@example.org Reports",
+     declare_filter_show},
+    {"edit", "Change parts of a filter.",
+     "quarrow filter edit alice@example.org Reports --add-if 'size less 500'", declare_filter_edit},
+    {"rename", "Give a filter another name.",
+     "quarrow filter rename alice@example.org Reports Figures", declare_filter_rename},
+    {"enable", "Have a filter run.", "quarrow filter enable alice@example.org Reports",
+     declare_filter_enable},
+    {"disable", "Keep a filter, but do not run it.", "quarrow filter disable --all-users Reports",
+     declare_filter_disable},
+    {"copy", "Make a filter like another one, for the same user or for another.",
+     "quarrow filter copy alice@example.org Reports --to bob@example.org", declare_filter_copy},
+    {"move", "Try a filter earlier or later.",
+     "quarrow filter move alice@example.org Reports --before Lists", declare_filter_move},
+    {"remove", "Remove a filter.", "quarrow filter remove alice@example.org Reports",
      declare_filter_remove}};
 
 const std::vector<Subcommand> commands = {
@@ -56,7 +71,7 @@ const std::vector<Subcommand> commands = {
      "quarrow --root /var/spool/quarrow init", declare_init},
     {"user", "Add, list, show and remove users.", "quarrow user add alice@example.org", nullptr,
      user_commands},
-    {"filter", "Add, list and remove the filters of a user.",
+    {"filter", "Add, show, change and remove the filters of a user.",
      "quarrow filter list alice@example.org", nullptr, filter_commands},
     {"history", "List the changes of a user's filters.", "quarrow history alice@example.org",
      declare_history},
@@ -97,6 +112,13 @@ int usage_status(const std::vector<std::string>& arguments) {
   return by_mail_server ? EX_TEMPFAIL : EX_USAGE;
 }
 
+// "did you mean ...?" for a word that looks like a subcommand of `app`.
+std::string near_subcommands(const CLI::App& app, const std::string& word) {
+  std::vector<std::string> names;
+  for (const CLI::App* sub : app.get_subcommands(nullptr)) names.push_back(sub->get_name());
+  return Administration::did_you_mean(word, names);
+}
+
 // Says what is wrong, and where to read more.
 int refuse_arguments(const CLI::App& app, const CLI::ParseError& error, int status) {
   const CLI::App* innermost = &app;
@@ -107,10 +129,13 @@ int refuse_arguments(const CLI::App& app, const CLI::ParseError& error, int stat
   }
   // a word too many says more than what is missing in its place
   const auto unknown = app.remaining(true);
-  const std::string reason = unknown.empty()
-                                 ? plain_usage_error(error.what())
-                                 : '"' + shortened(unknown.front()) + "\" is not understood";
-  return complain("arguments", reason + "; see " + words + " --help", status);
+  const std::string help = words + " --help";
+  if (unknown.empty())
+    return complain("arguments", plain_usage_error(error.what()) + "; see " + help, status);
+  const std::string reason = '"' + shortened(unknown.front()) + "\" is not understood; ";
+  const std::string question = near_subcommands(*innermost, unknown.front());
+  return complain("arguments", reason + (question.empty() ? "see " : question + " See ") + help,
+                  status);
 }
 
 int run_or_complain(const Run& run, const Settings& settings) {

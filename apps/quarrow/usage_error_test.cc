@@ -5,6 +5,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "apps/quarrow/listing.h"
+
 namespace Quarrow::Command {
 namespace {
 
@@ -19,6 +21,7 @@ const struct {
              {{"sub", "--number", "5x"}, "--number is a whole number from 1 to 99, not 5x"},
              {{"sub", "--number", "100"}, "--number is a whole number from 1 to 99, not 100"},
              {{"sub", "--number", "a\nb"}, "--number is a whole number from 1 to 99, not a\nb"},
+             {{"sub", "-f", "x"}, "--format is table, tab or json, not x"},
              {{"sub"}, "--needed is required"}};
 
 std::string message_of(std::vector<std::string> arguments) {
@@ -32,6 +35,8 @@ std::string message_of(std::vector<std::string> arguments) {
   bool is_any = false;
   const auto any = sub->add_flag("--any", is_any);
   sub->add_flag("--all")->excludes(any);
+  ListingForm form = ListingForm::table;
+  add_format_option(*sub, form);
   sub->add_option("--needed", text)->required();
   std::reverse(arguments.begin(), arguments.end());
   try {

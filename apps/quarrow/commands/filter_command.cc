@@ -5,10 +5,12 @@
 #include <zvelluser.h>
 #include <CLI/CLI.hpp>
 
-#include <cstdint>
 #include <iostream>
-#include <limits>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <utility>
 
+#include "administration/filter_reference.h"
 #include "administration/root_setup.h"
 #include "administration/rule_check.h"
 #include "administration/users.h"
@@ -21,6 +23,7 @@ namespace Quarrow::Command {
 using Administration::GuardedOutcome;
 using Administration::Refusal;
 using Administration::RulesTransaction;
+using Work = std::function<GuardedOutcome(RulesTransaction&)>;
 
 namespace {
 
@@ -54,15 +57,69 @@ int complain(const Settings& settings, const Refusal& refusal) {
   return complain(refusal, settings.root);
 }
 
-int with_filters_of(const Settings& settings, const std::string& user,
-                    const std::function<GuardedOutcome(RulesTransaction&)>& work) {
+namespace {
+
+// What comes of work on the filters of a user who has to be known.
+GuardedOutcome outcome_of(const Settings& settings, const std::string& user, const Work& work) {
   EmailAddress address;
-  if (const Refusal refusal = find_user(settings, user, address))
-    return complain(settings, refusal);
-  const GuardedOutcome outcome = Administration::with_rules_of(address, work);
+  if (const Refusal refusal = find_user(settings, user, address)) return {refusal, ""};
+  return Administration::with_rules_of(address, work);
+}
+
+}  // namespace
+
+int with_filters_of(const Settings& settings, const std::string& user, const Work& work) {
+  const GuardedOutcome outcome = outcome_of(settings, user, work);
   std::cout << outcome.answer;
   if (outcome.remark) complain(outcome.remark);
-  return outcome.refusal ? complain(outcome.refusal) : EX_OK;
+  return outcome.refusal ? complain(settings, outcome.refusal) : EX_OK;
+}
+
+int with_filters_of(const Settings& settings, const UserSelection& users, const Work& work) {
+  if (!users.several()) return with_filters_of(settings, users.user, work);
+  return for_each_user(settings, users, [&](const Settings& finding, const std::string& user) {
+    const GuardedOutcome outcome = outcome_of(finding, user, work);
+    std::istringstream lines(outcome.answer);
+    for (std::string line; std::getline(lines, line);)
+      std::cout << printable(user) << ": " << line << '\n';
+    if (outcome.remark) complain(outcome.remark);
+    return outcome.refusal ? complain(finding, outcome.refusal) : EX_OK;
+  });
+}
+
+int list_filters_of(const Settings& settings, const UserSelection& users, ListingForm form,
+                    std::vector<std::string> columns, const Work& work) {
+  if (users.several()) columns.insert(columns.begin(), "user");
+  Listing listing(std::move(columns));
+  const auto add_rows = [&](const Settings& finding, const std::string& user) {
+    const GuardedOutcome outcome = outcome_of(finding, user, work);
+    if (!outcome.answer.empty())
+      for (auto& row : nlohmann::ordered_json::parse(outcome.answer)) {
+        if (users.several()) row.insert(row.begin(), user);
+        listing.add(row);
+      }
+    return outcome.refusal ? complain(finding, outcome.refusal) : EX_OK;
+  };
+  const int status = for_each_user(settings, users, add_rows);
+  listing.print(form, std::cout);
+  return status;
+}
+
+int change_filter_of(
+    const Settings& settings, const UserSelection& users, const std::string& name,
+    const Administration::ChangeMode& mode,
+    const std::function<GuardedOutcome(RulesTransaction&, MessageFilters::Filter__&)>& edit) {
+  if (users.several() && Administration::is_filter_id(name))
+    return complain("filter " + name, "ids differ from user to user; give the filter's name",
+                    EX_USAGE);
+  return with_filters_of(settings, users, [&](RulesTransaction& rules) {
+    return Administration::change_rules(
+        rules, mode, [&](RulesTransaction& opened) -> GuardedOutcome {
+          boost::shared_ptr<MessageFilters::Filter__> filter;
+          const Refusal refusal = Administration::find_filter(opened.filters(), name, filter);
+          return refusal ? GuardedOutcome{refusal, ""} : edit(opened, *filter);
+        });
+  });
 }
 
 void add_consent_options(CLI::App& app, Administration::CommitConsent& consent) {
@@ -83,12 +140,22 @@ void add_consent_options(CLI::App& app, Administration::CommitConsent& consent) 
       ->envname("QUARROW_HISTORY");
 }
 
+void add_change_options(CLI::App& app, Administration::ChangeMode& mode) {
+  add_consent_options(app, mode.consent);
+  app.add_flag("--dry-run", mode.dry_run, "Say what would change, and change nothing");
+}
+
 void add_user_option(CLI::App& app, std::string& user) {
   app.add_option("user", user, "The user, by mail address")->type_name("")->required();
 }
 
-CLI::Validator filter_number() {
-  return CLI::Range(1, std::numeric_limits<std::int32_t>::max()).description("");
+Argument filter_argument(std::string& filter) {
+  return {"filter", "The filter, by its id or by its name", &filter};
+}
+
+void add_filter_option(CLI::App& app, std::string& filter) {
+  const Argument argument = filter_argument(filter);
+  app.add_option(argument.name, *argument.value, argument.help)->type_name("")->required();
 }
 
 }  // namespace Quarrow::Command

@@ -1,21 +1,25 @@
 // quarrow filter list: the filters of a user, as text that can be pasted or as JSON.
+#include <CLI/CLI.hpp>
 #include <memory>
 #include <sstream>
 
 #include "administration/rule_text.h"
 #include "administration/rules_json.h"
 #include "apps/quarrow/commands/filter_command.h"
+#include "apps/quarrow/commands/filter_rows.h"
 #include "apps/quarrow/shell_word.h"
 
 namespace Quarrow::Command {
 namespace {
 
+using Administration::GuardedOutcome;
+using Administration::Refusal;
 using Administration::RulesTransaction;
 using MessageFilters::Filter__;
 using MessageFilters::FilterList__;
 
 struct Options {
-  std::string user;
+  FilterListing listing;
   bool json = false;
 };
 
@@ -42,17 +46,34 @@ std::string listing(RulesTransaction& rules, bool json) {
   return out.str();
 }
 
+Refusal choose_all(RulesTransaction& rules, std::vector<boost::shared_ptr<Filter__>>& filters) {
+  const auto& all = rules.filters().filters->filters;
+  filters.assign(all.begin(), all.end());
+  return {};
+}
+
+int list_texts(const Settings& settings, const Options& options) {
+  return with_filters_of(
+      settings, options.listing.users,
+      [&](RulesTransaction& rules) -> GuardedOutcome {
+        return {rules.check_loss(), listing(rules, options.json)};
+      });
+}
+
 }  // namespace
 
 Run declare_filter_list(CLI::App& app) {
   const auto options = std::make_shared<Options>();
-  add_user_option(app, options->user);
-  add_flag(app, "--json", options->json, "As JSON");
-  return [options](const Settings& settings) {
-    return with_filters_of(settings, options->user,
-                           [&](RulesTransaction& rules) -> Administration::GuardedOutcome {
-                             return {rules.check_loss(), listing(rules, options->json)};
-                           });
+  add_user_selection(app, options->listing.users);
+  const auto has_format = add_optional_format(app, options->listing.form);
+  const auto json = app.add_flag("--json", options->json, "As JSON with all parts of the filters");
+  for (const char* other : {"--format", "--all-users", "--users"})
+    json->excludes(app.get_option(other));
+  options->listing.choose = choose_all;
+  return [options, has_format](const Settings& settings) {
+    if (has_format() || options->listing.users.several())
+      return list_rows(settings, options->listing);
+    return list_texts(settings, *options);
   };
 }
 

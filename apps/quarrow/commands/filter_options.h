@@ -26,21 +26,13 @@ struct FilterOptions {
   bool any = false;
 };
 
-// Adds an option that takes one text, and may be repeated.
-CLI::Option* add_repeated_option(CLI::App& app, const std::string& name,
-                                 std::vector<std::string>& texts, const std::string& type,
-                                 const std::string& help);
-
 // Adds the option `name_option` with `help` for the name, and --if, --then, --all and --any. Gives
 // them all, that for the name first.
 std::vector<CLI::Option*> add_filter_options(CLI::App& app, const std::string& name_option,
                                              const std::string& help, FilterOptions& options);
 
-// Reads the actions into `actions`. Refuses what can't be taken by its option.
-Administration::Refusal read_actions(const FilterOptions& options, Delivery::FolderDots dots,
-                                     std::list<MessageFilters::Action>& actions);
-
-// Makes `filter` of the options likewise; `name_option` is that of its name.
+// Makes `filter` of the options. Refuses what can't be taken by its option; `name_option` is that
+// of its name.
 Administration::Refusal read_filter(const FilterOptions& options, const std::string& name_option,
                                     Delivery::FolderDots dots, MessageFilters::Filter__& filter);
 

@@ -9,32 +9,26 @@ namespace {
 
 using Administration::GuardedOutcome;
 using Administration::RulesTransaction;
+using MessageFilters::Filter__;
 
 struct Options {
-  std::string user;
-  std::int32_t id = 0;
-  Administration::CommitConsent consent;
+  UserSelection users;
+  std::string filter;
+  Administration::ChangeMode mode;
 };
 
-GuardedOutcome remove(RulesTransaction& rules, const Options& options) {
-  if (const auto refusal = rules.check_revision(options.consent.if_revision)) return {refusal, ""};
-  if (const auto refusal = rules.remove(options.id)) return {refusal, ""};
-  return {rules.commit(options.consent), ""};
+GuardedOutcome remove(RulesTransaction& rules, const Filter__& filter) {
+  return {rules.remove(filter.id), ""};
 }
 
 }  // namespace
 
 Run declare_filter_remove(CLI::App& app) {
   const auto options = std::make_shared<Options>();
-  add_user_option(app, options->user);
-  app.add_option("id", options->id, "The filter's number, as filter list shows it")
-      ->type_name("")
-      ->check(filter_number())
-      ->required();
-  add_consent_options(app, options->consent);
+  add_user_selection(app, options->users, {filter_argument(options->filter)});
+  add_change_options(app, options->mode);
   return [options](const Settings& settings) {
-    return with_filters_of(settings, options->user,
-                           [&](RulesTransaction& rules) { return remove(rules, *options); });
+    return change_filter_of(settings, options->users, options->filter, options->mode, remove);
   };
 }
 
