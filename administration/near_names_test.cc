@@ -16,6 +16,7 @@ TEST(NearNames, AreThoseWithAFewOtherLetters) {
                {"filte", {"filter"}},    // left out
                {"fillter", {"filter"}},  // put in
                {"fitter", {"filter"}},   // replaced
+               {"dad", {"add"}},         // swapped, where no further difference would do
                {"FILTERS", {"filter"}},
                {"nable", {"enable"}},
                {"lst", {"list"}},

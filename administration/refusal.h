@@ -32,6 +32,7 @@ struct Refusal {
     not_utf8,         // a text that is not UTF-8
     unreadable_rule,  // a text that is neither a test nor an action
     wrong_rule,       // a name, a test or an action that can't be taken
+    wrong_setting,    // a setting of the configuration that is not there or can't have the value
     wrong_json,       // a text that is no list of filters in JSON
     script_too_long,  // the rules make a script that would not be read in full
     rules_refused,    // the Sieve compiler does not take the rules as a whole

@@ -46,6 +46,7 @@ const Conduct conducts[] = {
     {Kind::not_utf8, EX_DATAERR, "type it in a UTF-8 terminal"},
     {Kind::unreadable_rule, EX_DATAERR},
     {Kind::wrong_rule, EX_DATAERR},
+    {Kind::wrong_setting, EX_DATAERR, "see quarrow config list"},
     {Kind::wrong_json, EX_DATAERR},
     {Kind::script_too_long, EX_DATAERR},
     {Kind::rules_refused, EX_DATAERR, "see quarrow filter list for a rule that looks odd"},
