@@ -66,6 +66,21 @@ const std::vector<Subcommand> filter_commands = {
     {"remove", "Remove a filter.", "quarrow filter remove alice@example.org Reports",
      declare_filter_remove}};
 
+const std::vector<Subcommand> field_commands = {
+    {"list", "List the fields that a user's tests may name.",
+     "quarrow field list alice@example.org", declare_field_list},
+    {"add", "Add a field of the user's own.",
+     "quarrow field add alice@example.org string X-Project", declare_field_add},
+    {"remove", "Remove a field of the user's own.",
+     "quarrow field remove alice@example.org X-Project", declare_field_remove},
+    {"clear", "Remove all fields of the user's own.", "quarrow field clear alice@example.org",
+     declare_field_clear}};
+
+const std::vector<Subcommand> config_commands = {
+    {"list", "List the settings of the system.", "quarrow config list", declare_config_list},
+    {"get", "Print a setting.", "quarrow config get grade", declare_config_get},
+    {"set", "Change a setting.", "quarrow config set grade 19", declare_config_set}};
+
 const std::vector<Subcommand> commands = {
     {"init", "Make the configuration file and the system's catalogue of fields.",
      "quarrow --root /var/spool/quarrow init", declare_init},
@@ -87,6 +102,10 @@ const std::vector<Subcommand> commands = {
      "quarrow export alice@example.org -o alice.json", declare_export},
     {"import", "Take over the filters of a file, from here or from elsewhere.",
      "quarrow import alice@example.org old.sieve --append --dry-run", declare_import},
+    {"field", "List and change the fields that a user's tests may name.",
+     "quarrow field list alice@example.org", nullptr, field_commands},
+    {"config", "Show and change the settings of the system.", "quarrow config list", nullptr,
+     config_commands},
     {"match", "Say what a user's filters do with messages.",
      "quarrow match alice@example.org inbox/*.eml Maildir/ mail.mbox -", declare_match},
     {"explain", "Say why a message goes where a user's filters put it.",

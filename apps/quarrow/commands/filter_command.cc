@@ -76,15 +76,13 @@ int with_filters_of(const Settings& settings, const std::string& user, const Wor
 }
 
 int with_filters_of(const Settings& settings, const UserSelection& users, const Work& work) {
-  if (!users.several()) return with_filters_of(settings, users.user, work);
-  return for_each_user(settings, users, [&](const Settings& finding, const std::string& user) {
-    const GuardedOutcome outcome = outcome_of(finding, user, work);
-    std::istringstream lines(outcome.answer);
-    for (std::string line; std::getline(lines, line);)
-      std::cout << printable(user) << ": " << line << '\n';
-    if (outcome.remark) complain(outcome.remark);
-    return outcome.refusal ? complain(finding, outcome.refusal) : EX_OK;
-  });
+  return for_each_user(
+      settings, users,
+      [&](const Settings& finding, const std::string& user) {
+        const GuardedOutcome outcome = outcome_of(finding, user, work);
+        print_lines(users, user, outcome.answer);
+        return outcome.refusal ? complain(finding, outcome.refusal) : EX_OK;
+      });
 }
 
 int list_filters_of(const Settings& settings, const UserSelection& users, ListingForm form,
@@ -120,6 +118,12 @@ int change_filter_of(
           return refusal ? GuardedOutcome{refusal, ""} : edit(opened, *filter);
         });
   });
+}
+
+void print_lines(const UserSelection& users, const std::string& user, const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);)
+    std::cout << (users.several() ? printable(user) + ": " : "") << line << '\n';
 }
 
 void add_consent_options(CLI::App& app, Administration::CommitConsent& consent) {

@@ -54,6 +54,9 @@ int change_filter_of(const Settings& settings, const UserSelection& users, const
                      const std::function<Administration::GuardedOutcome(
                          Administration::RulesTransaction&, MessageFilters::Filter__&)>& edit);
 
+// Prints the lines of a text about `user`. Where `users` are several, each begins with the user.
+void print_lines(const UserSelection& users, const std::string& user, const std::string& text);
+
 // The options by which a user lets a change write over what it would lose, says which rules it is
 // for and who makes it, and how much of the history is kept.
 void add_consent_options(CLI::App& app, Administration::CommitConsent& consent);

@@ -7,9 +7,11 @@
 #include <memory>
 
 #include "administration/root_setup.h"
+#include "administration/rules_text.h"
 #include "administration/users.h"
 #include "apps/quarrow/commands/filter_command.h"
 #include "apps/quarrow/complaint.h"
+#include "message_filters/script_words.h"
 #include "message_filters/user_files.h"
 #include "system/exists.h"
 #include "system/printable.h"
@@ -56,6 +58,14 @@ int user_remove(const Settings& settings, const Options& options) {
   return refusal ? complain(settings, refusal) : EX_OK;
 }
 
+// How much of a script's room the filters take, the disabled ones among them.
+std::string script_room(const boost::shared_ptr<MessageFilters::FilterList__>& filters) {
+  const std::size_t used = Administration::script_text(filters, true).size();
+  const std::size_t left = used < script_limit ? script_limit - used : 0;
+  return std::to_string(used) + " of " + std::to_string(script_limit) + " bytes, " +
+         std::to_string(left) + " left";
+}
+
 std::string description(const EmailAddress& user, Administration::RulesTransaction& rules) {
   const MessageFilters::FilterList__& list = *rules.filters().filters;
   const auto disabled = std::count_if(list.filters.begin(), list.filters.end(),
@@ -64,8 +74,9 @@ std::string description(const EmailAddress& user, Administration::RulesTransacti
   const std::string mail = in_folder(folder, maildir_name);
   return "user     " + printable(user.address()) + "\nfolder   " + printable(folder) +
          "\nfilters  " + std::to_string(list.filters.size()) +
-         (disabled > 0 ? ", disabled: " + std::to_string(disabled) : "") + "\nrevision " +
-         rules.revision() + "\nmail     " + (exists(mail) ? printable(mail) : "none so far") + '\n';
+         (disabled > 0 ? ", disabled: " + std::to_string(disabled) : "") + "\nscript   " +
+         script_room(rules.filters().filters) + "\nrevision " + rules.revision() + "\nmail     " +
+         (exists(mail) ? printable(mail) : "none so far") + '\n';
 }
 
 int user_show(const Settings& settings, const std::string& text) {

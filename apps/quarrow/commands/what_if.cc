@@ -178,8 +178,8 @@ std::vector<CLI::Option*> add_what_if_options(CLI::App& app, WhatIfOptions& opti
       ->check(CLI::Range(std::size_t{1}, std::size_t{1000}).description(""))
       ->needs(with.front());
   CLI::Option* const without =
-      add_repeated_option(app, "--without", options.without, "FILTER",
-                          "Show what the lack of a filter would change; repeat it for more");
+      add_text_option(app, "--without", options.without, "FILTER",
+                      "Show what the lack of a filter would change; repeat it for more");
   CLI::Option* const rules =
       app.add_option("--rules", options.rules,
                      "Show what other rules would change: a file as filter list --json writes it")
