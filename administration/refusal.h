@@ -13,29 +13,29 @@ struct Refusal {
     none,  // nothing is refused
 
     // what was asked for
-    no_address,       // the user's name is no mail address
-    no_such_user,     // the user has no folder
-    has_mail,         // a user who has mail is not removed
-    no_such_filter,   // the user has no filter of that number
-    ambiguous_filter, // several filters have that name
-    limit_reached,    // the user has as many filters as there may be
-    outdated,         // the rules are not those of the revision that was asked for
-    no_revision,      // the history holds no state of that revision
-    nothing_to_undo,  // the history holds no state to go to
-    has_filters,      // the user has filters already, and nothing said what becomes of them
-    lossy_rules,      // rules from elsewhere hold what has no equal here
-    no_number_left,   // the highest number of a filter is in use
-    no_name,          // a filter without a name
-    no_tests,         // a filter without tests
-    too_many_tests,   // a filter with more tests than there may be
-    no_actions,       // a filter without actions
-    not_utf8,         // a text that is not UTF-8
-    unreadable_rule,  // a text that is neither a test nor an action
-    wrong_rule,       // a name, a test or an action that can't be taken
-    wrong_setting,    // a setting of the configuration that is not there or can't have the value
-    wrong_json,       // a text that is no list of filters in JSON
-    script_too_long,  // the rules make a script that would not be read in full
-    rules_refused,    // the Sieve compiler does not take the rules as a whole
+    no_address,        // the user's name is no mail address
+    no_such_user,      // the user has no folder
+    has_mail,          // a user who has mail is not removed
+    no_such_filter,    // the user has no filter of that number
+    ambiguous_filter,  // several filters have that name
+    limit_reached,     // the user has as many filters as there may be
+    outdated,          // the rules are not those of the revision that was asked for
+    no_revision,       // the history holds no state of that revision
+    nothing_to_undo,   // the history holds no state to go to
+    has_filters,       // the user has filters already, and nothing said what becomes of them
+    lossy_rules,       // rules from elsewhere hold what has no equal here
+    no_number_left,    // the highest number of a filter is in use
+    no_name,           // a filter without a name
+    no_tests,          // a filter without tests
+    too_many_tests,    // a filter with more tests than there may be
+    no_actions,        // a filter without actions
+    not_utf8,          // a text that is not UTF-8
+    unreadable_rule,   // a text that is neither a test nor an action
+    wrong_rule,        // a name, a test or an action that can't be taken
+    wrong_setting,     // a setting of the configuration that is not there or can't have the value
+    wrong_json,        // a text that is no list of filters in JSON
+    script_too_long,   // the rules make a script that would not be read in full
+    rules_refused,     // the Sieve compiler does not take the rules as a whole
 
     // what lies on the disk
     no_configuration,
