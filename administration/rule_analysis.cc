@@ -6,6 +6,7 @@
 #include <string_view>
 #include <tuple>
 
+#include "administration/rule_fields.h"
 #include "administration/rule_text.h"
 #include "administration/test_logic.h"
 #include "message_filters/sieve_test_text.h"

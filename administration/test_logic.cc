@@ -5,6 +5,7 @@
 #include <limits>
 #include <string_view>
 
+#include "administration/rule_fields.h"
 #include "host/zvellparser/address_header.h"
 #include "host/zvellparser/ascii_case.h"
 #include "message_filters/field_names.h"
@@ -216,11 +217,6 @@ Claim claim_of(const Test& test) {
 Claim opposite_of(Claim claim) {
   claim.holds = !claim.holds;
   return claim;
-}
-
-bool holds_addresses(const std::string& field) {
-  return field == FieldNames::to_cc || field == FieldNames::from_to_cc ||
-         zvellparser::is_address_header(field);
 }
 
 bool exclude_each_other(const Claims& claims) {

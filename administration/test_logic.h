@@ -41,10 +41,6 @@ Claim claim_of(const MessageFilters::Test& test);
 // The claim that the claimed test has the other outcome.
 Claim opposite_of(Claim claim);
 
-// Whether an address test reads that field safely: one that holds addresses. The interpreter makes
-// an error of what it can't read in others, which ends the evaluation of the whole script.
-bool holds_addresses(const std::string& field);
-
 // Claims to be seen together, which stay where they are.
 using Claims = std::vector<const Claim*>;
 

@@ -10,6 +10,7 @@
 #include "administration/document_loss.h"
 #include "administration/rule_analysis.h"
 #include "administration/rule_check.h"
+#include "administration/rule_fields.h"
 #include "administration/rules_text.h"
 #include "administration/test_logic.h"
 #include "delivery/folder_name.h"

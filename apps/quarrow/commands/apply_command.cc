@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <ctime>
 #include <iostream>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "administration/filter_reference.h"
 #include "administration/rules_transaction.h"
 #include "administration/users.h"
 #include "apps/quarrow/commands/command.h"
@@ -43,7 +43,7 @@ using Trial::MailSource;
 struct Options {
   std::string user;
   std::string folder = "INBOX";
-  std::optional<std::int32_t> rule;
+  std::string rule;  // its id or its name; empty: all of them
   std::optional<std::string> since;
   std::optional<std::string> discard_to;
   Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
@@ -54,24 +54,24 @@ struct Options {
   std::optional<std::size_t> jobs;  // none: as many as the work is worth
 };
 
-// The name of the user's filter `id`. An evaluation tells which filter decided by its name, which
-// therefore has to be this filter's alone.
-GuardedOutcome name_of_rule(RulesTransaction& rules, std::int32_t id) {
-  if (auto refusal = rules.check_filter(id)) return {refusal, ""};
-  const std::string object = "filter " + std::to_string(id);
-  std::map<std::string, int> uses;
-  std::string name;
-  for (const auto& filter : rules.filters().filters->filters) {
-    if (filter->id == id && !filter->enabled)
-      return {{Administration::Refusal::Kind::wrong_rule, object, "is disabled"}, ""};
-    if (filter->id == id) name = filter->name;
-    if (filter->enabled) ++uses[filter->name];
-  }
-  if (uses[name] > 1)
+// The name of the user's filter that `text` names by its id or its name. An evaluation tells which
+// filter decided by its name, which therefore has to be this filter's alone.
+GuardedOutcome name_of_rule(RulesTransaction& rules, const std::string& text) {
+  boost::shared_ptr<MessageFilters::Filter__> named;
+  if (auto refusal = Administration::find_filter(rules.filters(), text, named))
+    return {refusal, ""};
+  const std::string object = "filter " + std::to_string(named->id);
+  if (!named->enabled)
+    return {{Administration::Refusal::Kind::wrong_rule, object, "is disabled"}, ""};
+  const auto& filters = rules.filters().filters->filters;
+  const auto uses = std::count_if(filters.begin(), filters.end(), [&named](const auto& filter) {
+    return filter->enabled && filter->name == named->name;
+  });
+  if (uses > 1)
     return {{Administration::Refusal::Kind::wrong_rule, object,
              "has the name of another filter; give each a name of its own"},
             ""};
-  return {{}, name};
+  return {{}, named->name};
 }
 
 // The folder of a Maildir that the option `name` with `text` names.
@@ -95,9 +95,9 @@ int read_wish(const Options& options, const EmailAddress& user, Refiling::Wish& 
   if (options.since && !wish.since)
     return complain(*options.since, "not a time; write it as 2026-05-04 or as \"2026-05-04 12:00\"",
                     EX_USAGE);
-  if (!options.rule) return EX_OK;
+  if (options.rule.empty()) return EX_OK;
   const GuardedOutcome outcome = Administration::with_rules_of(
-      user, [&](RulesTransaction& rules) { return name_of_rule(rules, *options.rule); });
+      user, [&](RulesTransaction& rules) { return name_of_rule(rules, options.rule); });
   wish.rule = outcome.answer;
   return outcome.refusal ? complain(outcome.refusal, options.user) : EX_OK;
 }
@@ -223,8 +223,7 @@ Run declare_apply(CLI::App& app) {
       ->capture_default_str()
       ->excludes(undone);
   app.add_option("--rule", options->rule, "Only messages that this filter decides about")
-      ->type_name("ID")
-      ->check(filter_number())
+      ->type_name("FILTER")
       ->excludes(undone);
   app.add_option("--since", options->since, "Only messages received at this time or later")
       ->type_name("TIME")

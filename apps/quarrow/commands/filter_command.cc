@@ -81,6 +81,7 @@ int with_filters_of(const Settings& settings, const UserSelection& users, const 
       [&](const Settings& finding, const std::string& user) {
         const GuardedOutcome outcome = outcome_of(finding, user, work);
         print_lines(users, user, outcome.answer);
+        if (outcome.remark) complain(outcome.remark);
         return outcome.refusal ? complain(finding, outcome.refusal) : EX_OK;
       });
 }

@@ -15,6 +15,7 @@
 #include "administration/rule_check.h"
 #include "administration/rules_json.h"
 #include "administration/rules_text.h"
+#include "apps/quarrow/commands/rule_options.h"
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/listing.h"
 #include "apps/quarrow/match_report.h"
