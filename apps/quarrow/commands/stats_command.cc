@@ -4,11 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -23,6 +19,7 @@
 #include "apps/quarrow/match_report.h"
 #include "apps/quarrow/progress_bar.h"
 #include "apps/quarrow/statistics_output.h"
+#include "apps/quarrow/whole_file.h"
 #include "message_filters/user_files.h"
 #include "trial/mail_sources.h"
 #include "trial/preparation.h"
@@ -37,18 +34,6 @@ struct Options {
   ListingForm form = ListingForm::table;
   std::string page;  // path; empty: none
 };
-
-// Writes the page as a whole, or leaves what was there; gives the exit status.
-int write_page(const std::string& path, const std::string& text) {
-  const std::string draft = path + ".new";
-  std::ofstream file(draft, std::ios::trunc | std::ios::binary);
-  file << text;
-  file.close();
-  if (file && std::rename(draft.c_str(), path.c_str()) == 0) return EX_OK;
-  const std::string reason = std::strerror(errno);
-  (void)std::remove(draft.c_str());  // it may not be there
-  return complain(path, "can't be written: " + reason, EX_CANTCREAT);
-}
 
 int show(const Options& options, const MessageFilters::FilterList__& list,
          const std::vector<Trial::MailSource>& sources, int status) {
@@ -69,8 +54,8 @@ int show(const Options& options, const MessageFilters::FilterList__& list,
                           " messages were not evaluated to their end; quarrow explain tells why",
                       EX_TEMPFAIL);
   if (options.page.empty()) return status;
-  const int written = write_page(options.page, statistics_page(statistics, options.user));
-  return written == EX_OK ? status : written;
+  const Fault fault = write_file(options.page, statistics_page(statistics, options.user));
+  return fault ? complain(options.page, "can't be written: " + fault.reason, EX_CANTCREAT) : status;
 }
 
 // The user's Maildir and its folders.
