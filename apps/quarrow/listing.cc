@@ -1,10 +1,10 @@
 // Printing rows.
 #include "apps/quarrow/listing.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <map>
+#include <utility>
 
+#include "apps/quarrow/option.h"
 #include "system/printable.h"
 
 namespace Quarrow::Command {
@@ -37,7 +37,7 @@ std::string without_trailing_blanks(std::string line) {
   return line;
 }
 
-const std::map<std::string, ListingForm> forms = {
+const std::vector<std::pair<std::string, ListingForm>> forms = {
     {"table", ListingForm::table}, {"tab", ListingForm::tab}, {"json", ListingForm::json}};
 
 }  // namespace
@@ -100,10 +100,8 @@ void Listing::print_json(std::ostream& out) const {
 }
 
 void add_format_option(CLI::App& app, ListingForm& form) {
-  app.add_option("-f,--format", form, "table for people, tab for line-wise tools, or json")
-      ->type_name("table|tab|json")
-      ->transform(CLI::CheckedTransformer(forms).description(""))
-      ->default_str("table");
+  add_choice(app, "-f,--format", form, forms, "table for people, tab for line-wise tools, or json")
+      .default_str("table");
 }
 
 }  // namespace Quarrow::Command

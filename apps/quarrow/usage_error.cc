@@ -17,7 +17,7 @@ const struct {
     {"(\\S+): At Most 1 required but received \\d+", "$1 is given more than once"},
     {"(\\S+) excludes (\\S+)", "$1 and $2 exclude each other"},
     {"Could not convert: (--\\S+) = [^]*", "$1 takes no value"},  // others are checked before
-    {"(--format): Check ([^]*) value in [^]*", "$1 is table, tab or json, not $2"},
+    {"(\\S+): (is [^]*, not [^]*)", "$1 $2"},
     {"(\\S+): Value ([^]*) not in range (\\d+) to (\\d+)",
      "$1 is a whole number from $3 to $4, not $2"}};
 

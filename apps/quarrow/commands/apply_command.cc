@@ -1,6 +1,5 @@
 // quarrow apply: a user's rules over mail that is in their Maildir already.
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <ctime>
@@ -216,28 +215,28 @@ int apply(const Settings& settings, const Options& options) {
 Run declare_apply(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
-  CLI::Option* const undone =
-      app.add_flag("--undo", options->undo, "Bring back what the last time moved and copied");
-  app.add_option("--folder", options->folder, "The folder whose messages are looked at")
-      ->type_name("FOLDER")
-      ->capture_default_str()
-      ->excludes(undone);
-  app.add_option("--rule", options->rule, "Only messages that this filter decides about")
-      ->type_name("FILTER")
-      ->excludes(undone);
-  app.add_option("--since", options->since, "Only messages received at this time or later")
-      ->type_name("TIME")
-      ->excludes(undone);
-  app.add_option("--discard-to", options->discard_to,
-                 "The folder for messages that rules discard or reject; they stay otherwise")
-      ->type_name("FOLDER")
-      ->excludes(undone);
+  const Option undone =
+      add_flag(app, "--undo", options->undo, "Bring back what the last time moved and copied");
+  add_option(app, "--folder", options->folder, "The folder whose messages are looked at")
+      .type_name("FOLDER")
+      .capture_default_str()
+      .excludes(undone);
+  add_option(app, "--rule", options->rule, "Only messages that this filter decides about")
+      .type_name("FILTER")
+      .excludes(undone);
+  add_option(app, "--since", options->since, "Only messages received at this time or later")
+      .type_name("TIME")
+      .excludes(undone);
+  add_option(app, "--discard-to", options->discard_to,
+             "The folder for messages that rules discard or reject; they stay otherwise")
+      .type_name("FOLDER")
+      .excludes(undone);
   add_folder_dots_option(app, options->folder_dots,
                          "Folders with a dot in the name: as delivery is told");
-  app.add_flag("--list", options->list, "List each message that a rule decides about")
-      ->excludes(undone);
+  add_flag(app, "--list", options->list, "List each message that a rule decides about")
+      .excludes(undone);
   add_format_option(app, options->form);
-  app.add_flag("--yes", options->yes, "Do it; without this, only the plan is shown");
+  add_flag(app, "--yes", options->yes, "Do it; without this, only the plan is shown");
   add_jobs_option(app, options->jobs);
   return [options](const Settings& settings) { return apply(settings, *options); };
 }

@@ -48,16 +48,12 @@ Run declare_commands(CLI::App& app, const std::vector<Subcommand>& table, Settin
 }
 
 void add_folder_dots_option(CLI::App& app, Delivery::FolderDots& dots, const std::string& help) {
-  app.add_option_function<std::string>(
-         "--folder-dots",
-         [&dots](const std::string& word) { dots = Delivery::folder_dots_of(word); }, help)
-      ->type_name("inbox|listescape")
-      ->check(Delivery::folder_dots_fault)
-      ->default_str("inbox");
-}
-
-void add_flag(CLI::App& app, const char* name, bool& value, const char* help) {
-  app.add_flag(name, value, help);
+  add_option(
+      app, "--folder-dots",
+      [&dots](const std::string& word) { dots = Delivery::folder_dots_of(word); }, help)
+      .type_name("inbox|listescape")
+      .check(Delivery::folder_dots_fault)
+      .default_str("inbox");
 }
 
 }  // namespace Quarrow::Command

@@ -6,14 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "apps/quarrow/option.h"
 #include "delivery/recipient_lookup.h"
 #include "quarrow/delivery/folder_dots.h"
-
-// The option parser's own header takes most of a compilation: files that declare nothing but what
-// there is a function for here do without it.
-namespace CLI {
-class App;
-}  // namespace CLI
 
 namespace Quarrow::Command {
 
@@ -43,9 +38,6 @@ Run declare_commands(CLI::App& app, const std::vector<Subcommand>& table, Settin
 
 // The option for folders with a dot in the name, which `help` explains.
 void add_folder_dots_option(CLI::App& app, Delivery::FolderDots& dots, const std::string& help);
-
-// Adds an option without a value, which sets `value`.
-void add_flag(CLI::App& app, const char* name, bool& value, const char* help);
 
 Run declare_apply(CLI::App& app);
 Run declare_deliver(CLI::App& app);

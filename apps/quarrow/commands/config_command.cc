@@ -1,6 +1,5 @@
 // quarrow config: the settings in the configuration.
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <memory>
@@ -58,7 +57,7 @@ int config_set(const Settings& settings, const Options& options) {
 }
 
 void add_name(CLI::App& app, std::string& name) {
-  app.add_option("name", name, "The setting, as config list shows it")->type_name("")->required();
+  add_option(app, "name", name, "The setting, as config list shows it").type_name("").required();
 }
 
 }  // namespace
@@ -78,7 +77,7 @@ Run declare_config_get(CLI::App& app) {
 Run declare_config_set(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_name(app, options->name);
-  app.add_option("value", options->value, "Its new value")->type_name("")->required();
+  add_option(app, "value", options->value, "Its new value").type_name("").required();
   add_flag(app, "--dry-run", options->dry_run, "Say what would change, and change nothing");
   return [options](const Settings& settings) { return config_set(settings, *options); };
 }

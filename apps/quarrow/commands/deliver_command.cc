@@ -5,7 +5,6 @@
 #include <sysexits.h>
 #include <unistd.h>
 #include <zvelluser.h>
-#include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <cstring>
@@ -140,34 +139,33 @@ int deliver_or_try_again(const Settings& settings, const DeliveryOptions& option
 
 Run declare_deliver(CLI::App& app) {
   const auto options = std::make_shared<DeliveryOptions>();
-  app.add_option("-d", options->user, "The user whose mail it is; $USER@$DOMAIN unless given")
-      ->type_name("USER");
-  app.add_option("-f", options->sender, "The sender, for Return-Path; $SENDER unless given")
-      ->type_name("SENDER");
-  app.add_option("-a", options->original_recipient, "The original recipient")->type_name("ADDRESS");
-  app.add_option(
-         "-r", options->final_recipient,
-         "The final recipient, for Delivered-To; the original one or $RECIPIENT unless given")
-      ->type_name("ADDRESS");
-  app.add_option("-m", options->folder, "The folder that takes the place of the inbox")
-      ->type_name("FOLDER");
-  app.add_option("--recipient-delimiter", options->recipient_delimiter,
-                 "Characters of which each begins the extension of an address; none if empty")
-      ->type_name("CHARS")
-      ->check(Delivery::delimiter_fault)
-      ->capture_default_str();
+  add_option(app, "-d", options->user, "The user whose mail it is; $USER@$DOMAIN unless given")
+      .type_name("USER");
+  add_option(app, "-f", options->sender, "The sender, for Return-Path; $SENDER unless given")
+      .type_name("SENDER");
+  add_option(app, "-a", options->original_recipient, "The original recipient").type_name("ADDRESS");
+  add_option(app, "-r", options->final_recipient,
+             "The final recipient, for Delivered-To; the original one or $RECIPIENT unless given")
+      .type_name("ADDRESS");
+  add_option(app, "-m", options->folder, "The folder that takes the place of the inbox")
+      .type_name("FOLDER");
+  add_option(app, "--recipient-delimiter", options->recipient_delimiter,
+             "Characters of which each begins the extension of an address; none if empty")
+      .type_name("CHARS")
+      .check(Delivery::delimiter_fault)
+      .capture_default_str();
   add_folder_dots_option(
       app, options->folder_dots,
       "Folders with a dot in the name: the inbox in their place, or as Dovecot's "
       "plugin listescape spells them");
-  app.add_option("--max-size", options->max_size, "The largest message in bytes")
-      ->type_name("N")
-      ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 40).description(""))
-      ->capture_default_str();
-  app.add_flag("--require-landlock", options->require_landlock,
-               "Deliver nothing where the kernel can't keep the evaluation from files");
-  app.add_flag("-e", options->report_by_status,
-               "Report a rejection by the exit status; this is done in any case");
+  add_option(app, "--max-size", options->max_size, "The largest message in bytes")
+      .type_name("N")
+      .in_range(1, std::uint64_t{1} << 40)
+      .capture_default_str();
+  add_flag(app, "--require-landlock", options->require_landlock,
+           "Deliver nothing where the kernel can't keep the evaluation from files");
+  add_flag(app, "-e", options->report_by_status,
+           "Report a rejection by the exit status; this is done in any case");
   return [options](const Settings& settings) { return deliver_or_try_again(settings, *options); };
 }
 

@@ -1,7 +1,6 @@
 // quarrow doctor: what is wrong with users' rules, before they notice.
 #include <sysexits.h>
 #include <zvelluser.h>
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <iostream>
@@ -29,7 +28,7 @@ constexpr int there_are_findings = 1;
 
 constexpr int most_jobs = 256;
 
-const std::map<std::string, Severity> severities = {
+const std::vector<std::pair<std::string, Severity>> severities = {
     {"info", Severity::info}, {"warning", Severity::warning}, {"error", Severity::error}};
 
 struct Options {
@@ -100,23 +99,21 @@ int doctor(const Settings& settings, Options& options) {
 
 Run declare_doctor(CLI::App& app) {
   const auto options = std::make_shared<Options>();
-  CLI::Option* const users =
-      app.add_option("users", options->users, "The users, by mail address")->type_name("");
-  app.add_flag("-A,--all", options->all, "All users")->excludes(users);
-  CLI::Option* const repair = app.add_flag("--repair", options->examination.repair,
-                                           "Mend what can be mended without losing anything");
-  app.add_flag("--dry-run", options->examination.dry_run, "Say what --repair would mend")
-      ->needs(repair);
+  const Option users =
+      add_option(app, "users", options->users, "The users, by mail address").type_name("");
+  add_flag(app, "-A,--all", options->all, "All users").excludes(users);
+  const Option repair = add_flag(app, "--repair", options->examination.repair,
+                                 "Mend what can be mended without losing anything");
+  add_flag(app, "--dry-run", options->examination.dry_run, "Say what --repair would mend")
+      .needs(repair);
   add_folder_dots_option(app, options->examination.dots,
                          "Folders with a dot in the name: as delivery is told");
-  app.add_option("--least", options->least, "The lowest severity that is shown")
-      ->type_name("info|warning|error")
-      ->transform(CLI::CheckedTransformer(severities).description(""))
-      ->default_str("info");
-  app.add_option("-j,--jobs", options->jobs,
-                 "How many processes share the users; one on each processor otherwise")
-      ->type_name("N")
-      ->check(CLI::Range(1, most_jobs).description(""));
+  add_choice(app, "--least", options->least, severities, "The lowest severity that is shown")
+      .default_str("info");
+  add_option(app, "-j,--jobs", options->jobs,
+             "How many processes share the users; one on each processor otherwise")
+      .type_name("N")
+      .in_range(1, most_jobs);
   add_format_option(app, options->form);
   return [options](const Settings& settings) { return doctor(settings, *options); };
 }

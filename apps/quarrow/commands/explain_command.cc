@@ -1,6 +1,5 @@
 // quarrow explain: why a message goes where it goes.
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <memory>
@@ -123,21 +122,21 @@ int explain(const Settings& settings, const Options& options) {
 Run declare_explain(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
-  CLI::Option* const message =
-      app.add_option("message", options->message, "The message's file; - is standard input")
-          ->type_name("");
-  CLI::Option* const id = app.add_option("--message-id", options->message_id,
-                                         "The message with this Message-ID in the user's mail")
-                              ->type_name("ID");
-  app.add_option("--folder", options->folder, "The folder that --message-id looks in")
-      ->type_name("FOLDER")
-      ->capture_default_str()
-      ->needs(id);
-  message->excludes(id);
+  const Option message =
+      add_option(app, "message", options->message, "The message's file; - is standard input")
+          .type_name("");
+  const Option id = add_option(app, "--message-id", options->message_id,
+                               "The message with this Message-ID in the user's mail")
+                        .type_name("ID");
+  add_option(app, "--folder", options->folder, "The folder that --message-id looks in")
+      .type_name("FOLDER")
+      .capture_default_str()
+      .needs(id);
+  message.excludes(id);
   add_received_option(app, options->received);
   add_folder_dots_option(app, options->folder_dots,
                          "Folders with a dot in the name: as delivery is told");
-  app.add_flag("--json", options->json, "As JSON");
+  add_flag(app, "--json", options->json, "As JSON");
   return [options](const Settings& settings) {
     if (options->message.empty() && options->message_id.empty())
       return complain("explain", "name a message's file, or give --message-id", EX_USAGE);

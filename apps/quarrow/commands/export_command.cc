@@ -1,5 +1,4 @@
 // quarrow export: the filters of a user as a file.
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "administration/rules_export.h"
@@ -45,16 +44,13 @@ int export_to_file(const Settings& settings, const Options& options) {
 Run declare_export(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
-  app.add_option("--as", options->form, "The form of the file")
-      ->transform(
-          CLI::CheckedTransformer(std::map<std::string, ExportForm>{{"json", ExportForm::json},
-                                                                    {"xml", ExportForm::xml},
-                                                                    {"sieve", ExportForm::sieve}})
-              .description(""))
-      ->type_name("json|xml|sieve")
-      ->default_str("json");
-  app.add_option("-o,--output", options->file, "Write to FILE instead of standard output")
-      ->type_name("FILE");
+  add_choice<ExportForm>(
+      app, "--as", options->form,
+      {{"json", ExportForm::json}, {"xml", ExportForm::xml}, {"sieve", ExportForm::sieve}},
+      "The form of the file")
+      .default_str("json");
+  add_option(app, "-o,--output", options->file, "Write to FILE instead of standard output")
+      .type_name("FILE");
   return [options](const Settings& settings) {
     if (!options->file.empty()) return export_to_file(settings, *options);
     return with_filters_of(settings, options->user,

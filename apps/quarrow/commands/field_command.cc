@@ -1,6 +1,5 @@
 // quarrow field: the fields that a user's tests may name.
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <memory>
@@ -101,9 +100,9 @@ int change_fields(const Settings& settings, const Options& options,
 }
 
 void add_catalogue_option(CLI::App& app, Options& options) {
-  app.add_option("--catalogue", options.catalogue, "The system's catalogue of fields")
-      ->type_name("FILE")
-      ->capture_default_str();
+  add_option(app, "--catalogue", options.catalogue, "The system's catalogue of fields")
+      .type_name("FILE")
+      .capture_default_str();
 }
 
 // The options and arguments of a change.

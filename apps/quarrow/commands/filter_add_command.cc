@@ -1,6 +1,5 @@
 // quarrow filter add: a new filter, checked before it is taken.
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include <memory>
 
@@ -68,10 +67,10 @@ int filter_add(const Settings& settings, const Options& options) {
 Run declare_filter_add(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
-  add_filter_options(app, "--name", "Name of the filter", options->filter).front()->required();
-  app.add_flag("--disabled", options->disabled, "Store the filter, but do not run it");
-  app.add_option("--before", options->before, "Try it before this filter instead of last")
-      ->type_name("OTHER");
+  add_filter_options(app, "--name", "Name of the filter", options->filter).front().required();
+  add_flag(app, "--disabled", options->disabled, "Store the filter, but do not run it");
+  add_option(app, "--before", options->before, "Try it before this filter instead of last")
+      .type_name("OTHER");
   add_action_folder_dots(app, options->folder_dots);
   add_change_options(app, options->mode);
   return [options](const Settings& settings) { return filter_add(settings, *options); };

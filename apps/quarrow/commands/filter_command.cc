@@ -3,7 +3,6 @@
 
 #include <sysexits.h>
 #include <zvelluser.h>
-#include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -128,30 +127,30 @@ void print_lines(const UserSelection& users, const std::string& user, const std:
 }
 
 void add_consent_options(CLI::App& app, Administration::CommitConsent& consent) {
-  app.add_flag("--accept-loss", consent.accept_loss,
-               "Lose the parts of the filter document that can't be read");
-  app.add_flag("--replace-script", consent.replace_script,
-               "Replace a script that was not made from filters");
-  app.add_option("--if-revision", consent.if_revision,
-                 "Change the filters only if they are of this revision")
-      ->type_name("REVISION");
-  app.add_option("--as", consent.author, "Who makes the change, for the history")
-      ->type_name("NAME")
-      ->check(CLI::Validator(name_fault, ""));
-  app.add_option("--history", consent.history_states, "How many states the history keeps")
-      ->type_name("N")
-      ->check(CLI::Range(std::size_t{1}, Administration::most_history_states).description(""))
-      ->capture_default_str()
-      ->envname("QUARROW_HISTORY");
+  add_flag(app, "--accept-loss", consent.accept_loss,
+           "Lose the parts of the filter document that can't be read");
+  add_flag(app, "--replace-script", consent.replace_script,
+           "Replace a script that was not made from filters");
+  add_option(app, "--if-revision", consent.if_revision,
+             "Change the filters only if they are of this revision")
+      .type_name("REVISION");
+  add_option(app, "--as", consent.author, "Who makes the change, for the history")
+      .type_name("NAME")
+      .check(name_fault);
+  add_option(app, "--history", consent.history_states, "How many states the history keeps")
+      .type_name("N")
+      .in_range(1, Administration::most_history_states)
+      .capture_default_str()
+      .envname("QUARROW_HISTORY");
 }
 
 void add_change_options(CLI::App& app, Administration::ChangeMode& mode) {
   add_consent_options(app, mode.consent);
-  app.add_flag("--dry-run", mode.dry_run, "Say what would change, and change nothing");
+  add_flag(app, "--dry-run", mode.dry_run, "Say what would change, and change nothing");
 }
 
 void add_user_option(CLI::App& app, std::string& user) {
-  app.add_option("user", user, "The user, by mail address")->type_name("")->required();
+  add_option(app, "user", user, "The user, by mail address").type_name("").required();
 }
 
 Argument filter_argument(std::string& filter) {
@@ -160,7 +159,7 @@ Argument filter_argument(std::string& filter) {
 
 void add_filter_option(CLI::App& app, std::string& filter) {
   const Argument argument = filter_argument(filter);
-  app.add_option(argument.name, *argument.value, argument.help)->type_name("")->required();
+  add_option(app, argument.name, *argument.value, argument.help).type_name("").required();
 }
 
 }  // namespace Quarrow::Command

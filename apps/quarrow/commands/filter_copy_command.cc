@@ -1,6 +1,5 @@
 // quarrow filter copy: a filter like another one, for the same user or for another.
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include <memory>
 
@@ -81,8 +80,8 @@ Run declare_filter_copy(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
   add_filter_option(app, options->filter);
-  app.add_option("--name", options->name, "Name of the copy")->type_name("TEXT");
-  app.add_option("--to", options->to, "The user who gets the copy")->type_name("OTHER");
+  add_option(app, "--name", options->name, "Name of the copy").type_name("TEXT");
+  add_option(app, "--to", options->to, "The user who gets the copy").type_name("OTHER");
   add_change_options(app, options->mode);
   return [options](const Settings& settings) { return filter_copy(settings, *options); };
 }

@@ -1,6 +1,5 @@
 // quarrow filter edit: parts of a filter put in place of others.
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include <iterator>
 #include <memory>
@@ -33,10 +32,10 @@ struct Options {
   Administration::ChangeMode mode;
 };
 
-bool changes_something(const CLI::App& app) {
+bool changes_something(CLI::App& app) {
   for (const char* option :
        {"--name", "--if", "--add-if", "--remove-if", "--then", "--all", "--any"})
-    if (app.get_option(option)->count() > 0) return true;
+    if (option_of(app, option).is_given()) return true;
   return false;
 }
 
@@ -76,11 +75,11 @@ Refusal edit(const Options& options, bool has_name, Filter__& filter) {
   return Administration::check_counts(filter.tests.size(), filter.actions.size());
 }
 
-int filter_edit(const Settings& settings, const Options& options, const CLI::App& app) {
+int filter_edit(const Settings& settings, const Options& options, CLI::App& app) {
   if (!changes_something(app))
     return complain("filter edit", "nothing to change is given; see quarrow filter edit --help",
                     EX_USAGE);
-  const bool has_name = app.get_option("--name")->count() > 0;
+  const bool has_name = option_of(app, "--name").is_given();
   const int status = change_filter_of(
       settings, UserSelection{options.user}, options.filter, options.mode,
       [&](Administration::RulesTransaction& /*rules*/, Filter__& filter) -> GuardedOutcome {
@@ -90,22 +89,24 @@ int filter_edit(const Settings& settings, const Options& options, const CLI::App
 }
 
 void add_part_options(CLI::App& app, Options& options) {
-  app.add_option("--name", options.name, "The new name of the filter")->type_name("TEXT");
+  add_option(app, "--name", options.name, "The new name of the filter").type_name("TEXT");
   add_text_option(app, "--if", options.tests, "TEST",
                   "A test in place of all that were there; repeat it for more tests");
   add_text_option(app, "--add-if", options.added_tests, "TEST",
                   "A further test; repeat it for more tests");
-  app.add_option("--remove-if", options.removed_tests,
-                 "Remove the test N, as filter show has them; repeat it for more tests")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1000).description(""))
-      ->expected(1, 1000)
-      ->allow_extra_args(false)
-      ->excludes(app.get_option("--if"));
+  add_repeated(
+      app, "--remove-if",
+      [&options](const std::string& place) {
+        options.removed_tests.push_back(std::stoul(place, nullptr, 0));
+      },
+      "Remove the test N, as filter show has them; repeat it for more tests")
+      .type_name("N")
+      .in_range(1, 1000)
+      .excludes(option_of(app, "--if"));
   add_text_option(app, "--then", options.actions, "ACTION",
                   "An action in place of all that were there; repeat it for more actions");
-  const auto all = app.add_flag("--all", options.all, "All tests must hold");
-  app.add_flag("--any", options.any, "One of the tests must hold")->excludes(all);
+  const auto all = add_flag(app, "--all", options.all, "All tests must hold");
+  add_flag(app, "--any", options.any, "One of the tests must hold").excludes(all);
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // quarrow filter list: the filters of a user, as text that can be pasted or as JSON.
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <sstream>
 
@@ -66,9 +65,9 @@ Run declare_filter_list(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_selection(app, options->listing.users);
   const auto has_format = add_optional_format(app, options->listing.form);
-  const auto json = app.add_flag("--json", options->json, "As JSON with all parts of the filters");
+  const auto json = add_flag(app, "--json", options->json, "As JSON with all parts of the filters");
   for (const char* other : {"--format", "--all-users", "--users"})
-    json->excludes(app.get_option(other));
+    json.excludes(option_of(app, other));
   options->listing.choose = choose_all;
   return [options, has_format](const Settings& settings) {
     if (has_format() || options->listing.users.several())

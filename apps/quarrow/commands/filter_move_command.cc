@@ -1,5 +1,4 @@
 // quarrow filter move: another place in the order in which filters are tried.
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "administration/filter_reference.h"
@@ -52,19 +51,19 @@ GuardedOutcome move(RulesTransaction& rules, std::int32_t id, const Options& opt
 
 // Adds the options, of which one must be given.
 void add_places(CLI::App& app, Options& options) {
-  std::vector<CLI::Option*> places = {
-      app.add_option("--before", options.before, "Try it before this filter")->type_name("OTHER"),
-      app.add_option("--after", options.after, "Try it after this filter")->type_name("OTHER"),
-      app.add_flag("--up", options.up, "Try it one place earlier"),
-      app.add_flag("--down", options.down, "Try it one place later"),
-      app.add_flag("--first", options.first, "Try it before all others"),
-      app.add_flag("--last", options.last, "Try it after all others")};
+  const std::vector<Option> places = {
+      add_option(app, "--before", options.before, "Try it before this filter").type_name("OTHER"),
+      add_option(app, "--after", options.after, "Try it after this filter").type_name("OTHER"),
+      add_flag(app, "--up", options.up, "Try it one place earlier"),
+      add_flag(app, "--down", options.down, "Try it one place later"),
+      add_flag(app, "--first", options.first, "Try it before all others"),
+      add_flag(app, "--last", options.last, "Try it after all others")};
   for (auto place = places.begin(); place != places.end(); ++place)
-    for (auto other = places.begin(); other != place; ++other) (*place)->excludes(*other);
-  app.callback([places] {
-    for (const CLI::Option* place : places)
-      if (place->count() > 0) return;
-    throw CLI::RequiredError("one of --before, --after, --up, --down, --first and --last");
+    for (auto other = places.begin(); other != place; ++other) place->excludes(*other);
+  on_parsed(app, [places] {
+    for (const Option& place : places)
+      if (place.is_given()) return;
+    refuse_missing("one of --before, --after, --up, --down, --first and --last");
   });
 }
 

@@ -1,8 +1,6 @@
 // Options, and the texts in them.
 #include "apps/quarrow/commands/filter_options.h"
 
-#include <CLI/CLI.hpp>
-
 #include "administration/rule_check.h"
 #include "apps/quarrow/commands/rule_options.h"
 
@@ -10,19 +8,19 @@ namespace Quarrow::Command {
 using Administration::Refusal;
 using MessageFilters::Filter__;
 
-std::vector<CLI::Option*> add_filter_options(CLI::App& app, const std::string& name_option,
-                                             const std::string& help, FilterOptions& options) {
-  std::vector<CLI::Option*> added;
-  added.push_back(app.add_option(name_option, options.name, help)->type_name("TEXT"));
+std::vector<Option> add_filter_options(CLI::App& app, const std::string& name_option,
+                                       const std::string& help, FilterOptions& options) {
+  std::vector<Option> added;
+  added.push_back(add_option(app, name_option, options.name, help).type_name("TEXT"));
   added.push_back(add_text_option(app, "--if", options.tests, "TEST",
                                   "Such as 'subject contains quarterly' or 'size over 2 MB', see "
                                   "quarrow-rules(5); repeat it for more tests"));
   added.push_back(
       add_text_option(app, "--then", options.actions, "ACTION",
                       "'move FOLDER', 'copy FOLDER' or delete; repeat it for more actions"));
-  added.push_back(app.add_flag("--all", "All tests must hold (the default)"));
+  added.push_back(add_flag(app, "--all", "All tests must hold (the default)"));
   added.push_back(
-      app.add_flag("--any", options.any, "One of the tests must hold")->excludes(added.back()));
+      add_flag(app, "--any", options.any, "One of the tests must hold").excludes(added.back()));
   return added;
 }
 

@@ -9,12 +9,8 @@
 #include <vector>
 
 #include "administration/refusal.h"
+#include "apps/quarrow/option.h"
 #include "quarrow/delivery/folder_dots.h"
-
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
 
 namespace Quarrow::Command {
 
@@ -28,8 +24,8 @@ struct FilterOptions {
 
 // Adds the option `name_option` with `help` for the name, and --if, --then, --all and --any. Gives
 // them all, that for the name first.
-std::vector<CLI::Option*> add_filter_options(CLI::App& app, const std::string& name_option,
-                                             const std::string& help, FilterOptions& options);
+std::vector<Option> add_filter_options(CLI::App& app, const std::string& name_option,
+                                       const std::string& help, FilterOptions& options);
 
 // Makes `filter` of the options. Refuses what can't be taken by its option; `name_option` is that
 // of its name.

@@ -1,5 +1,4 @@
 // quarrow filter remove: one filter less.
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "apps/quarrow/commands/filter_command.h"

@@ -1,7 +1,6 @@
 // The columns of filters.
 #include "apps/quarrow/commands/filter_rows.h"
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "administration/rule_text.h"
@@ -41,9 +40,9 @@ int list_rows(const Settings& settings, const FilterListing& listing) {
 
 std::function<bool()> add_optional_format(CLI::App& app, ListingForm& form) {
   add_format_option(app, form);
-  CLI::Option* const option = app.get_option("--format");
-  option->default_str("");  // without the option, the form is none of these
-  return [option] { return option->count() > 0; };
+  const Option option = option_of(app, "--format");
+  option.default_str("");  // without the option, the form is none of these
+  return [option] { return option.is_given(); };
 }
 
 }  // namespace Quarrow::Command

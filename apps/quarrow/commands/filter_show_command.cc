@@ -1,5 +1,4 @@
 // quarrow filter show: one filter as lines that can be edited.
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "administration/filter_reference.h"

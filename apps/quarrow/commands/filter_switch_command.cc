@@ -1,5 +1,4 @@
 // quarrow filter enable, disable and rename: changes of a filter that leave its rule as it is.
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "administration/rule_check.h"

@@ -1,5 +1,4 @@
 // quarrow history, and quarrow diff: the states of a user's filters, and what differs between them.
-#include <CLI/CLI.hpp>
 #include <ctime>
 #include <iomanip>
 #include <memory>
@@ -119,9 +118,9 @@ Run declare_history(CLI::App& app) {
 Run declare_diff(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
-  app.add_option("older", options->older, "A revision instead of that before the last change")
-      ->type_name("");
-  app.add_option("newer", options->newer, "A revision instead of the present one")->type_name("");
+  add_option(app, "older", options->older, "A revision instead of that before the last change")
+      .type_name("");
+  add_option(app, "newer", options->newer, "A revision instead of the present one").type_name("");
   add_format_option(app, options->form);
   return [options](const Settings& settings) {
     return with_filters_of(settings, options->user,

@@ -1,6 +1,5 @@
 // quarrow import: the rules of a file, all or none, and a report on each of them.
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include <memory>
 #include <sstream>
@@ -123,26 +122,26 @@ int import_file(const Settings& settings, const Options& options) {
 Run declare_import(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
-  app.add_option("file", options->file, "The file with the rules; - is standard input")
-      ->type_name("")
-      ->required();
-  app.add_option("--from", options->format, "The format of the file; told from the text")
-      ->type_name("FORMAT")
-      ->check(CLI::IsMember(Importing::format_words()).description(""));
-  const auto replace = app.add_flag("--replace", options->replace,
-                                    "Put the rules in place of the filters that are there");
-  app.add_flag("--append", options->append, "Put the rules behind the filters that are there")
-      ->excludes(replace);
+  add_option(app, "file", options->file, "The file with the rules; - is standard input")
+      .type_name("")
+      .required();
+  add_option(app, "--from", options->format, "The format of the file; told from the text")
+      .type_name("FORMAT")
+      .one_of(Importing::format_words());
+  const auto replace = add_flag(app, "--replace", options->replace,
+                                "Put the rules in place of the filters that are there");
+  add_flag(app, "--append", options->append, "Put the rules behind the filters that are there")
+      .excludes(replace);
   add_flag(app, "--dry-run", options->dry_run, "Say what would change, and change nothing");
   add_folder_dots_option(app, options->folder_dots,
                          "listescape lets folders have a dot in the name, where mail is delivered "
                          "with the same option");
   add_format_option(app, options->listing);
-  app.add_flag("--accept-loss", options->consent.accept_loss,
-               "Take over what has an equal here, and lose the rest; lose the parts of the filter "
-               "document that can't be read, too");
-  app.add_flag("--replace-script", options->consent.replace_script,
-               "Replace a script that was not made from filters");
+  add_flag(app, "--accept-loss", options->consent.accept_loss,
+           "Take over what has an equal here, and lose the rest; lose the parts of the filter "
+           "document that can't be read, too");
+  add_flag(app, "--replace-script", options->consent.replace_script,
+           "Replace a script that was not made from filters");
   return [options](const Settings& settings) { return import_file(settings, *options); };
 }
 

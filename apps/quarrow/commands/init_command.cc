@@ -1,6 +1,5 @@
 // quarrow init: the configuration file and the system's catalogue of fields.
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <memory>
@@ -59,15 +58,15 @@ int init(const Settings& settings, const Options& options) {
 
 Run declare_init(CLI::App& app) {
   const auto options = std::make_shared<Options>();
-  app.add_option("--grade", options->grade,
-                 "Size of the system: up to 7, 18 or more let a user have 20, 60 or 100 filters")
-      ->type_name("N")
-      ->check(CLI::Range(0, 99).description(""))
-      ->capture_default_str();
-  app.add_option("--catalogue", options->catalogue,
-                 "Where to write the catalogue of fields; the library reads it at the default")
-      ->type_name("FILE")
-      ->capture_default_str();
+  add_option(app, "--grade", options->grade,
+             "Size of the system: up to 7, 18 or more let a user have 20, 60 or 100 filters")
+      .type_name("N")
+      .in_range(0, 99)
+      .capture_default_str();
+  add_option(app, "--catalogue", options->catalogue,
+             "Where to write the catalogue of fields; the library reads it at the default")
+      .type_name("FILE")
+      .capture_default_str();
   return [options](const Settings& settings) { return init(settings, *options); };
 }
 

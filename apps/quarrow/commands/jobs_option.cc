@@ -1,8 +1,6 @@
 // The option, and what stands in for it.
 #include "apps/quarrow/commands/jobs_option.h"
 
-#include <CLI/CLI.hpp>
-
 #include "system/processors.h"
 #include "trial/parallel_run.h"
 
@@ -14,12 +12,11 @@ constexpr int most_jobs = 256;
 
 }  // namespace
 
-CLI::Option* add_jobs_option(CLI::App& app, std::optional<std::size_t>& jobs) {
-  return app
-      .add_option("-j,--jobs", jobs,
-                  "How many processes share the messages; 0 for one on each processor")
-      ->type_name("N")
-      ->check(CLI::Range(0, most_jobs).description(""));
+Option add_jobs_option(CLI::App& app, std::optional<std::size_t>& jobs) {
+  return add_option(app, "-j,--jobs", jobs,
+                    "How many processes share the messages; 0 for one on each processor")
+      .type_name("N")
+      .in_range(0, most_jobs);
 }
 
 std::size_t jobs_for(std::optional<std::size_t> jobs,

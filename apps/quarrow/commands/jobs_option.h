@@ -6,17 +6,13 @@
 #include <optional>
 #include <vector>
 
+#include "apps/quarrow/option.h"
 #include "trial/mail_sources.h"
-
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
 
 namespace Quarrow::Command {
 
 // Adds the option -j, --jobs: none, as many as the work is worth.
-CLI::Option* add_jobs_option(CLI::App& app, std::optional<std::size_t>& jobs);
+Option add_jobs_option(CLI::App& app, std::optional<std::size_t>& jobs);
 
 // How many processes are to share `sources`; 1 for a run in this one. `jobs` is the option.
 std::size_t jobs_for(std::optional<std::size_t> jobs,

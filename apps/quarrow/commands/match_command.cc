@@ -1,7 +1,6 @@
 // quarrow match: what a user's script does with messages.
 #include <sysexits.h>
 #include <zvellparser.h>
-#include <CLI/CLI.hpp>
 
 #include <ctime>
 #include <memory>
@@ -84,23 +83,22 @@ int match(const Settings& settings, const Options& options) {
 Run declare_match(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
-  app.add_option("messages", options->messages,
-                 "Message files, mbox files, Maildir folders; - is standard input")
-      ->type_name("")
-      ->required();
+  add_option(app, "messages", options->messages,
+             "Message files, mbox files, Maildir folders; - is standard input")
+      .type_name("")
+      .required();
   add_received_option(app, options->received);
   add_folder_dots_option(app, options->folder_dots,
                          "Folders with a dot in the name: as delivery is told");
-  app.add_flag("--json", options->json, "One JSON object a line, and no table");
-  CLI::Option* const jobs = add_jobs_option(app, options->jobs);
-  CLI::Option* const log =
-      app.add_flag(
-             "--log", options->log,
-             "Evaluate in this process, unprotected, and write the interpreter's log to standard "
-             "error")
-          ->excludes(jobs);
-  for (CLI::Option* const asking : add_what_if_options(app, options->what_if))
-    asking->excludes(jobs)->excludes(log);
+  add_flag(app, "--json", options->json, "One JSON object a line, and no table");
+  const Option jobs = add_jobs_option(app, options->jobs);
+  const Option log =
+      add_flag(app, "--log", options->log,
+               "Evaluate in this process, unprotected, and write the interpreter's log to standard "
+               "error")
+          .excludes(jobs);
+  for (const Option asking : add_what_if_options(app, options->what_if))
+    asking.excludes(jobs).excludes(log);
   return [options](const Settings& settings) { return match(settings, *options); };
 }
 

@@ -2,7 +2,6 @@
 #include "apps/quarrow/commands/received_option.h"
 
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/time_text.h"
@@ -10,9 +9,9 @@
 namespace Quarrow::Command {
 
 void add_received_option(CLI::App& app, std::optional<std::string>& text) {
-  app.add_option("--received", text,
-                 "When the messages came, such as 2026-05-04 or \"2026-05-04 12:00\"")
-      ->type_name("TIME");
+  add_option(app, "--received", text,
+             "When the messages came, such as 2026-05-04 or \"2026-05-04 12:00\"")
+      .type_name("TIME");
 }
 
 int read_received(const std::optional<std::string>& text, std::optional<std::time_t>& received) {

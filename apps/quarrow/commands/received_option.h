@@ -6,9 +6,7 @@
 #include <optional>
 #include <string>
 
-namespace CLI {
-class App;
-}  // namespace CLI
+#include "apps/quarrow/option.h"
 
 namespace Quarrow::Command {
 

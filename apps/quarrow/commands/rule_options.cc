@@ -2,7 +2,6 @@
 #include "apps/quarrow/commands/rule_options.h"
 
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include "administration/rule_check.h"
 #include "administration/rule_text.h"
@@ -14,16 +13,11 @@ using Administration::Refusal;
 using MessageFilters::Action;
 using MessageFilters::Test;
 
-CLI::Option* add_text_option(CLI::App& app, const std::string& name,
-                             std::vector<std::string>& texts, const std::string& type,
-                             const std::string& help) {
-  // not the parser's own lists: these take the words behind a text as well, and a text in brackets
-  // for a list
-  return app
-      .add_option_function<std::string>(
-          name, [&texts](const std::string& text) { texts.push_back(text); }, help)
-      ->type_name(type)
-      ->trigger_on_parse();
+Option add_text_option(CLI::App& app, const std::string& name, std::vector<std::string>& texts,
+                       const std::string& type, const std::string& help) {
+  return add_repeated(
+             app, name, [&texts](const std::string& text) { texts.push_back(text); }, help)
+      .type_name(type);
 }
 
 void add_action_folder_dots(CLI::App& app, Delivery::FolderDots& dots) {

@@ -11,16 +11,11 @@
 #include "administration/refusal.h"
 #include "apps/quarrow/commands/command.h"
 
-namespace CLI {
-class Option;
-}  // namespace CLI
-
 namespace Quarrow::Command {
 
 // Adds an option that takes a text each time it is given.
-CLI::Option* add_text_option(CLI::App& app, const std::string& name,
-                             std::vector<std::string>& texts, const std::string& type,
-                             const std::string& help);
+Option add_text_option(CLI::App& app, const std::string& name, std::vector<std::string>& texts,
+                       const std::string& type, const std::string& help);
 
 // Adds --folder-dots, for the folders of actions.
 void add_action_folder_dots(CLI::App& app, Delivery::FolderDots& dots);

@@ -1,7 +1,6 @@
 // quarrow stats: what each rule has to do with a user's mail.
 #include <sysexits.h>
 #include <unistd.h>
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <filesystem>
@@ -94,12 +93,12 @@ int stats(const Settings& settings, const Options& options) {
 Run declare_stats(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
-  app.add_option("messages", options->messages,
-                 "Message files, mbox files, Maildir folders; the user's Maildir unless given")
-      ->type_name("");
+  add_option(app, "messages", options->messages,
+             "Message files, mbox files, Maildir folders; the user's Maildir unless given")
+      .type_name("");
   add_format_option(app, options->form);
-  app.add_option("--html", options->page, "Write a page with a picture to this file, too")
-      ->type_name("FILE");
+  add_option(app, "--html", options->page, "Write a page with a picture to this file, too")
+      .type_name("FILE");
   add_folder_dots_option(app, options->folder_dots,
                          "Folders with a dot in the name: as delivery is told");
   return [options](const Settings& settings) { return stats(settings, *options); };

@@ -1,6 +1,5 @@
 // quarrow test: what one test becomes, and which messages it holds for.
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <memory>
@@ -125,14 +124,14 @@ int try_test(const Options& options) {
 
 Run declare_test(CLI::App& app) {
   const auto options = std::make_shared<Options>();
-  app.add_option("test", options->test, "'[not] [case] TYPE FIELD COMPARATOR VALUE'")
-      ->type_name("")
-      ->required();
-  app.add_option("messages", options->messages,
-                 "Message files, mbox files, Maildir folders; - is standard input")
-      ->type_name("");
+  add_option(app, "test", options->test, "'[not] [case] TYPE FIELD COMPARATOR VALUE'")
+      .type_name("")
+      .required();
+  add_option(app, "messages", options->messages,
+             "Message files, mbox files, Maildir folders; - is standard input")
+      .type_name("");
   add_received_option(app, options->received);
-  app.add_flag("--json", options->json, "One JSON object a line, and no counts");
+  add_flag(app, "--json", options->json, "One JSON object a line, and no counts");
   return [options](const Settings& /*settings*/) { return try_test(*options); };
 }
 

@@ -1,5 +1,4 @@
 // quarrow undo, redo and restore: a user's filters as they were.
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
@@ -69,9 +68,9 @@ Run declare_redo(CLI::App& app) {
 
 Run declare_restore(CLI::App& app) {
   const auto options = declare_options(app);
-  app.add_option("revision", options->revision, "The revision, as quarrow history shows it")
-      ->type_name("")
-      ->required();
+  add_option(app, "revision", options->revision, "The revision, as quarrow history shows it")
+      .type_name("")
+      .required();
   return [options](const Settings& settings) {
     return change(settings, *options,
                   [&](RulesTransaction& rules) { return rules.restore(options->revision); });

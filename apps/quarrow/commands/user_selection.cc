@@ -3,7 +3,6 @@
 
 #include <sysexits.h>
 #include <zvelluser.h>
-#include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <cstring>
@@ -21,7 +20,7 @@ namespace {
 using Administration::Refusal;
 
 struct Place {
-  CLI::Option* option;
+  Option option;
   std::string* value;
 };
 
@@ -30,14 +29,12 @@ struct Place {
 void settle(const UserSelection& users, const std::vector<Place>& places) {
   std::size_t first = 0;
   if (users.several()) {
-    if (places.back().option->count() > 0)
-      throw CLI::ExcludesError("user", users.all ? "--all-users" : "--users");
+    if (places.back().option.is_given()) refuse_both("user", users.all ? "--all-users" : "--users");
     for (std::size_t i = places.size() - 1; i > 0; --i) *places[i].value = *places[i - 1].value;
     first = 1;
   }
   for (std::size_t i = first; i < places.size(); ++i)
-    if (places[i - first].option->count() == 0)
-      throw CLI::RequiredError(places[i].option->get_name());
+    if (!places[i - first].option.is_given()) refuse_missing(places[i].option.name());
 }
 
 std::string trimmed(const std::string& line) {
@@ -78,16 +75,16 @@ int list_all(const Settings& settings, std::vector<std::string>& users) {
 
 void add_user_selection(CLI::App& app, UserSelection& users, const std::vector<Argument>& behind) {
   const auto add = [&app](const char* name, std::string& value, const char* help) {
-    return Place{app.add_option(name, value, help)->type_name(""), &value};
+    return Place{add_option(app, name, value, help).type_name(""), &value};
   };
   std::vector<Place> places = {add("user", users.user, "The user, by mail address")};
   for (const Argument& argument : behind)
     places.push_back(add(argument.name, *argument.value, argument.help));
-  const auto all = app.add_flag("-A,--all-users", users.all, "All users, instead of one");
-  app.add_option("-F,--users", users.file, "The users in FILE, one a line; - is standard input")
-      ->type_name("FILE")
-      ->excludes(all);
-  app.callback([&users, places] { settle(users, places); });
+  const auto all = add_flag(app, "-A,--all-users", users.all, "All users, instead of one");
+  add_option(app, "-F,--users", users.file, "The users in FILE, one a line; - is standard input")
+      .type_name("FILE")
+      .excludes(all);
+  on_parsed(app, [&users, places] { settle(users, places); });
 }
 
 int for_each_user(const Settings& settings, const UserSelection& users,

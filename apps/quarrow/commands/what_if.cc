@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <sysexits.h>
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cerrno>
@@ -169,25 +168,25 @@ std::string fault_of_empty(const std::string& text) { return text.empty() ? "is 
 
 }  // namespace
 
-std::vector<CLI::Option*> add_what_if_options(CLI::App& app, WhatIfOptions& options) {
+std::vector<Option> add_what_if_options(CLI::App& app, WhatIfOptions& options) {
   auto with = add_filter_options(
       app, "--with", "Show what a further filter of this name would change", options.with);
-  with.front()->check(fault_of_empty);
-  for (std::size_t i = 1; i < with.size(); ++i) with[i]->needs(with.front());
-  app.add_option("--at", options.at, "The further filter's place in the order; else the end")
-      ->type_name("N")
-      ->check(CLI::Range(std::size_t{1}, std::size_t{1000}).description(""))
-      ->needs(with.front());
-  CLI::Option* const without =
+  with.front().check(fault_of_empty);
+  for (std::size_t i = 1; i < with.size(); ++i) with[i].needs(with.front());
+  add_option(app, "--at", options.at, "The further filter's place in the order; else the end")
+      .type_name("N")
+      .in_range(1, std::size_t{1000})
+      .needs(with.front());
+  const Option without =
       add_text_option(app, "--without", options.without, "FILTER",
                       "Show what the lack of a filter would change; repeat it for more");
-  CLI::Option* const rules =
-      app.add_option("--rules", options.rules,
-                     "Show what other rules would change: a file as filter list --json writes it")
-          ->type_name("FILE")
-          ->check(fault_of_empty)
-          ->excludes(with.front())
-          ->excludes(without);
+  const Option rules =
+      add_option(app, "--rules", options.rules,
+                 "Show what other rules would change: a file as filter list --json writes it")
+          .type_name("FILE")
+          .check(fault_of_empty)
+          .excludes(with.front())
+          .excludes(without);
   return {with.front(), without, rules};
 }
 

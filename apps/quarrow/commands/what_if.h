@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "apps/quarrow/commands/filter_options.h"
+#include "apps/quarrow/option.h"
 #include "trial/mail_sources.h"
 #include "trial/run.h"
 
@@ -25,7 +26,7 @@ struct WhatIfOptions {
 };
 
 // Gives the options that ask for a comparison.
-std::vector<CLI::Option*> add_what_if_options(CLI::App& app, WhatIfOptions& options);
+std::vector<Option> add_what_if_options(CLI::App& app, WhatIfOptions& options);
 
 // Prints which messages of `sources` would go elsewhere than by the rules of `user`, as a table or
 // as JSON, and their number. `status` is the exit status so far; gives that at the end. Nothing of
