@@ -6,13 +6,10 @@ usage: explain_real_mail.py QUARROW ARCHIVE
 ARCHIVE is a tar file with a message in each file. Exits with 77 when it is absent.
 """
 import json
-import os
-import pathlib
 import sys
-import tempfile
 
 import run_real_mail
-from run_real_mail import SHOWN_FAULTS, SKIPPED, USER
+from run_real_mail import USER
 
 # a process for each message: a part of the mail says as much
 ONE_IN = 10
@@ -52,18 +49,5 @@ def compare(quarrow, archive, folder):
     return faults if messages else ["there are no messages"]
 
 
-def main():
-    quarrow, archive = sys.argv[1:]
-    if not os.path.exists(archive):
-        print(f"skipped: there is no {archive}")
-        return SKIPPED
-    with tempfile.TemporaryDirectory() as folder:
-        faults = compare(quarrow, archive, pathlib.Path(folder))
-    for fault in faults[:SHOWN_FAULTS]:
-        print(fault)
-    print(f"{len(faults)} faults")
-    return 1 if faults else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(run_real_mail.main(compare))

@@ -133,13 +133,14 @@ def compare(quarrow, archive, folder):
     return unused + list(faults_in(lines, messages, deciding))
 
 
-def main():
+def main(compare_mail):
+    """Has a comparison look at the archive of the command line; gives the exit status."""
     quarrow, archive = sys.argv[1:]
     if not os.path.exists(archive):
         print(f"skipped: there is no {archive}")
         return SKIPPED
     with tempfile.TemporaryDirectory() as folder:
-        faults = compare(quarrow, archive, pathlib.Path(folder))
+        faults = compare_mail(quarrow, archive, pathlib.Path(folder))
     for fault in faults[:SHOWN_FAULTS]:
         print(fault)
     print(f"{len(faults)} faults")
@@ -147,4 +148,4 @@ def main():
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(compare))
