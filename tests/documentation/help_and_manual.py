@@ -176,8 +176,9 @@ def compare_quarrow(comparison, program, folder):
     comparison.expect_equal("quarrow, subcommands in the synopses", names, here - nouns | set(elsewhere))
     comparison.expect_equal("quarrow, described subcommands", here, page.subsections())
     comparison.expect_equal("quarrow, pages referred to",
-                            {path.stem for path in folder.glob("quarrow-*")},
-                            set(re.findall(r"^\.Xr (quarrow-\w+)", "\n".join(
+                            {f"{path.stem} {path.suffix[1:]}" for path in folder.glob("quarrow*")
+                             if path.name != "quarrow.1"},
+                            set(re.findall(r"^\.Xr (quarrow[-\w]* \d)", "\n".join(
                                 page.sections["SEE ALSO"]), re.M)))
     comparison.command("quarrow", Help(program, ()), [*synopsis[""], *SHARED.values()],
                        page.described("DESCRIPTION"))
