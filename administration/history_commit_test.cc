@@ -7,9 +7,9 @@
 
 #include "administration/guarded_rules.h"
 #include "administration/rules_replacement.h"
-#include "administration/rules_revision.h"
 #include "administration/rules_text.h"
 #include "administration/rules_transaction_test_support.h"
+#include "message_filters/rules_revision.h"
 #include "message_filters/user_files.h"
 #include "system/child_process_test_support.h"
 

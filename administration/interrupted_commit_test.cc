@@ -8,8 +8,8 @@
 
 #include "administration/administration_test_support.h"
 #include "administration/rules_transaction.h"
-#include "administration/traced_process_test_support.h"
 #include "message_filters/user_files.h"
+#include "system/traced_process_test_support.h"
 #include "tests/support/rules_test_support.h"
 
 namespace Quarrow::Administration {

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <string_view>
 
-#include "administration/rules_revision.h"
+#include "message_filters/rules_revision.h"
 #include "system/printable.h"
 
 namespace Quarrow::Administration {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "administration/rules_revision.h"
+#include "message_filters/rules_revision.h"
 
 namespace Quarrow::Administration {
 namespace {

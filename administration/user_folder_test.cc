@@ -8,8 +8,8 @@
 #include <cerrno>
 
 #include "administration/administration_test_support.h"
-#include "administration/traced_process_test_support.h"
 #include "system/stale_files_test_support.h"
+#include "system/traced_process_test_support.h"
 
 namespace Quarrow::Administration {
 namespace {

@@ -6,7 +6,7 @@
 #include <sys/syscall.h>
 
 #include "administration/administration_test_support.h"
-#include "administration/traced_process_test_support.h"
+#include "system/traced_process_test_support.h"
 
 namespace Quarrow::Administration {
 namespace {

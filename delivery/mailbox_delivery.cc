@@ -2,8 +2,12 @@
 #include "quarrow/delivery/mailbox_delivery.h"
 
 #include <algorithm>
+#include <ctime>
+#include <exception>
 
+#include "delivery/delivery_journal.h"
 #include "delivery/folder_name.h"
+#include "delivery/header_end.h"
 #include "message_filters/mailbox_name.h"
 #include "message_filters/user_files.h"
 #include "quarrow/delivery/maildir_store.h"
@@ -99,12 +103,9 @@ class Storing {
   Inbox inbox_ = Inbox::untried;
 };
 
-}  // namespace
-
-Report deliver(const Recipient& recipient, const MessageFile& message, std::time_t received,
-               const std::string& host_name, const Evaluate& evaluate) {
-  const Evaluation evaluation =
-      evaluate(message.fd, message.size, received, in_folder(recipient.folder, script_name));
+// Evaluation and plan in the terms of a report, and the message stored where they say.
+Report carry_out(const Evaluation& evaluation, const Recipient& recipient,
+                 const MessageFile& message, const std::string& host_name) {
   const Plan plan = plan_for(evaluation, recipient.folder_dots);
   Report report;
   report.rule = evaluation.rule;
@@ -121,6 +122,44 @@ Report deliver(const Recipient& recipient, const MessageFile& message, std::time
     const MaildirStore store(in_folder(recipient.folder, maildir_name), host_name);
     Storing(store, message, report).store_all(targets_of(plan, recipient, report));
   }
+  return report;
+}
+
+// The revision of the rules that the recipient's journal is to name.
+std::string revision_for_journal(const Recipient& recipient) {
+  try {
+    return document_revision(recipient.folder);
+  } catch (const std::exception&) {  // out of memory: the message goes on without it
+    return "";
+  }
+}
+
+// Notes the delivery in the recipient's journal. The message may be stored by now: a failure to
+// note that is none of the delivery.
+void note(const Recipient& recipient, const MessageFile& message, const std::string& revision,
+          Report& report) {
+  try {
+    JournalRecord record = record_of(report);
+    record.time = std::time(nullptr);
+    record.message_id = recorded_message_id(read_header(message.fd, message_id_range).value_or(""));
+    record.revision = revision;
+    report.journal_fault = append_to_journal(recipient.folder, record);
+  } catch (const std::exception& failure) {
+    report.journal_fault = failure.what();
+  }
+}
+
+}  // namespace
+
+Report deliver(const Recipient& recipient, const MessageFile& message, std::time_t received,
+               const std::string& host_name, const Evaluate& evaluate) {
+  const Evaluation evaluation =
+      evaluate(message.fd, message.size, received, in_folder(recipient.folder, script_name));
+  if (!recipient.keeps_journal) return carry_out(evaluation, recipient, message, host_name);
+  // Now, since storing takes a while, in which the rules may change.
+  const std::string revision = revision_for_journal(recipient);
+  Report report = carry_out(evaluation, recipient, message, host_name);
+  note(recipient, message, revision, report);
   return report;
 }
 

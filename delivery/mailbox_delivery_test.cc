@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "delivery/delivery_journal.h"
 #include "delivery/delivery_test_support.h"
+#include "message_filters/rules_revision.h"
 
 namespace Quarrow::Delivery {
 namespace {
@@ -181,6 +183,66 @@ TEST_F(MailboxDelivery, KeepsInTheInboxWhatTheMailboxDoesNotTake) {
   EXPECT_EQ(InboxReason::failure, report.inbox_reason);
   EXPECT_EQ("not a folder name, hence the inbox: ../x", report.note);
   EXPECT_EQ(2U, count_in(""));
+}
+
+class JournaledDelivery : public MailboxDelivery {
+ protected:
+  Report deliver_after(const Evaluation& evaluation) {
+    Recipient alice{user_, "", FolderDots::inbox, /*keeps_journal=*/true};
+    const auto evaluate = [&evaluation](int, std::uint64_t, std::time_t, const std::string&) {
+      return evaluation;
+    };
+    return deliver(alice, message_.file(), 7, "host", evaluate);
+  }
+  Journal journal() const { return read_journal(user_, std::time(nullptr)); }
+
+  const TestMessage message_{"A: b\nMessage-ID: <1@x>\n\nc\n", "Message-ID: <added@x>\n"};
+};
+
+TEST_F(JournaledDelivery, IsNotedWithItsTimeItsRuleAndTheRulesRevision) {
+  write_file(user_ + "/.delivery_filter.xml", "<filters/>");
+  Evaluation evaluation = evaluation_of({file_into("Gr&APYA3w-e"), keep()});
+  evaluation.rule = "Lists";
+  const std::time_t before = std::time(nullptr);
+  EXPECT_EQ("", deliver_after(evaluation).journal_fault);
+  ASSERT_EQ(1U, journal().records.size());
+  const JournalRecord record = journal().records[0];
+  EXPECT_LE(before, record.time);
+  EXPECT_GE(std::time(nullptr), record.time);
+  EXPECT_EQ("<1@x>", record.message_id);
+  EXPECT_EQ("Lists", record.rule);
+  EXPECT_EQ((Names{"Größe", "Inbox"}), record.folders);
+  EXPECT_EQ(rules_revision("<filters/>"), record.revision);
+  EXPECT_EQ(Status::delivered, record.status);
+}
+
+TEST_F(JournaledDelivery, IsNotedWhateverBecomesOfTheMessage) {
+  (void)deliver_after(evaluation_of({discard()}));
+  (void)deliver_after(evaluation_of({reject("no")}));
+  (void)deliver_after(evaluation_of({}));
+  std::filesystem::remove_all(maildir());
+  write_file(user_ + "/Maildir", "");
+  (void)deliver_after(evaluation_of({keep()}));
+  std::vector<Status> outcomes;
+  for (const auto& record : journal().records) outcomes.push_back(record.status);
+  EXPECT_EQ((std::vector<Status>{Status::discarded, Status::rejected, Status::delivered,
+                                 Status::temporary_failure}),
+            outcomes);
+  EXPECT_EQ(InboxReason::no_rule, journal().records[2].inbox_reason);
+}
+
+TEST_F(JournaledDelivery, DoesNotDependOnTheJournal) {
+  std::filesystem::create_directory(user_ + "/.delivery_journal");
+  const Report report = deliver_after(evaluation_of({keep()}));
+  EXPECT_EQ(Status::delivered, report.status);
+  EXPECT_EQ("", report.note);
+  EXPECT_EQ(user_ + "/.delivery_journal: Is a directory", report.journal_fault);
+  EXPECT_EQ(1U, count_in(""));
+}
+
+TEST_F(MailboxDelivery, IsNotNotedUnlessThatIsAskedFor) {
+  (void)deliver_after(evaluation_of({keep()}));
+  EXPECT_EQ(Names{"Maildir"}, names_in(user_));
 }
 
 }  // namespace

@@ -21,7 +21,9 @@ bool ends(std::string_view text, std::string_view with) {
   return text.size() >= with.size() && text.substr(text.size() - with.size()) == with;
 }
 
-bool is_ours(const std::string& name) { return name.rfind(script_name, 0) == 0; }
+bool is_ours(const std::string& name) {
+  return name.rfind(script_name, 0) == 0 || name.rfind(journal_name, 0) == 0;
+}
 
 bool is_copy(const std::string& name) { return name.find(copy_ending) != std::string::npos; }
 

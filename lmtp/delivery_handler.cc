@@ -7,7 +7,7 @@
 #include <exception>
 #include <utility>
 
-#include "lmtp/message_id.h"
+#include "delivery/message_id.h"
 #include "server/log.h"
 
 namespace Quarrow::Lmtp {
@@ -127,7 +127,7 @@ Reply DeliveryHandler::deliver_unless_it_loops(const Envelope& envelope,
   const RecipientLookup lookup = look_up(recipient);
   if (lookup.result == RecipientLookup::Result::found) record.user = lookup.user;
   const std::string header = spool_.header();
-  record.message_id = message_id(header);
+  record.message_id = Delivery::message_id(header);
   const Delivery::TraceHeaders trace =
       Delivery::trace_headers(header, {envelope.sender, recipient}, reception_of(envelope));
   if (!trace.is_loop) return conclude(deliver_to(envelope, lookup, trace.lines), record);
@@ -143,6 +143,8 @@ Reply DeliveryHandler::conclude(const Report& report, DeliveryRecord& record) {
   record.action = report.status == Report::Status::temporary_failure ? "retry" : report.action;
   record.note = report.note;
   record.severity = severity_of(report);
+  if (!report.journal_fault.empty())
+    Server::log_warning(record.user + ": not noted in the journal: " + report.journal_fault);
   return reply_to(report);
 }
 
@@ -167,7 +169,7 @@ Report DeliveryHandler::deliver_to(const Envelope& envelope, const RecipientLook
     return evaluations_.evaluate(timed, fd, size, received, script);
   };
   const bool is_only_one = envelope.recipients.size() == 1;
-  return Delivery::deliver({lookup.folder, "", places_.folder_dots},
+  return Delivery::deliver({lookup.folder, "", places_.folder_dots, places_.keeps_journal},
                            {spool_.fd(), spool_.size(), headers}, received_, places_.host_name,
                            is_only_one ? Delivery::Evaluate(timed) : Delivery::Evaluate(once));
 }

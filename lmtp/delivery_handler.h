@@ -28,6 +28,7 @@ struct Places {
   Delivery::AddressCase address_case = Delivery::AddressCase::folded;
   Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
   std::uint64_t most_in_memory = Limits{}.in_memory;  // bytes of a message that is not spooled
+  bool keeps_journal = false;  // whether deliveries are noted in the users' folders
 };
 
 // Delivers a session's messages. Users are looked up as look_up_recipient does it; the root itself
@@ -48,7 +49,8 @@ class DeliveryHandler : public Handler {
 
   // 250 2.0.0 for a message that is on disk, or that a rule discards; 550 5.7.1 with the text of
   // the rule that rejects it; 554 5.4.6 for a message that the recipient had before; 451 4.3.0 for
-  // all failures. Logs a line and counts. The line is a warning where the message is in the inbox
+  // all failures. Logs a line and counts, and warns where the user's journal was not written. The
+  // line is a warning where the message is in the inbox
   // after a failure, and an error where the reply is 451.
   Reply deliver(const Envelope& envelope, const std::string& recipient) override;
 

@@ -3,6 +3,7 @@
 #define QUARROW_LMTP_DELIVERY_RECORD_H_
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 namespace Quarrow::Lmtp {
@@ -28,6 +29,15 @@ struct DeliveryRecord {
 // backslashes are escaped; in fields without quotes, blanks and backslashes are: no text can pass
 // for another field.
 std::string log_line(const DeliveryRecord& record);
+
+// A line of a log, as the server or the system's log writes it.
+struct LoggedDelivery {
+  std::string origin;     // what stands in front of the program's name: a time, and perhaps a host
+  DeliveryRecord record;  // without the time that it took, and its severity
+};
+
+// The delivery by the server that `line` tells of; none when it is another line, or is cut off.
+std::optional<LoggedDelivery> logged_delivery(const std::string& line);
 
 }  // namespace Quarrow::Lmtp
 

@@ -50,5 +50,52 @@ TEST(DeliveryRecord, LetsNoTextPassForAnotherField) {
       log_line(record));
 }
 
+TEST(DeliveryRecord, ComesBackFromALog) {
+  DeliveryRecord record;
+  record.user = "\"a b\"@example.org";
+  record.recipient = "\"a b+c\"@example.org";
+  record.message_id = "<1\\ 2\n@example.org>";
+  record.rule = "x\" action=keep\n\\x41\\";
+  record.action = "fileinto:A B,keep";
+  record.note = "no \"room\" took=1ms";
+  for (const char* origin : {"2026-05-04T12:00:00.123+0000 quarrow-lmtpd[17] info: ",
+                             "May  4 12:00:00 mail quarrow-lmtpd[17]: ", "quarrow-lmtpd[17]: "}) {
+    const auto logged = logged_delivery(origin + log_line(record));
+    ASSERT_TRUE(logged) << origin;
+    EXPECT_EQ(record.user, logged->record.user);
+    EXPECT_EQ(record.recipient, logged->record.recipient);
+    EXPECT_EQ(record.message_id, logged->record.message_id);
+    EXPECT_EQ(record.rule, logged->record.rule);
+    EXPECT_EQ(record.action, logged->record.action);
+    EXPECT_EQ(record.note, logged->record.note);
+    EXPECT_EQ(0U, std::string(origin).rfind(logged->origin));
+  }
+  EXPECT_EQ("May  4 12:00:00 mail",
+            logged_delivery("May  4 12:00:00 mail quarrow-lmtpd[17]: " + log_line(record))->origin);
+  record = {};
+  record.user = "a@example.org";
+  const auto plain = logged_delivery("quarrow-lmtpd[17] info: " + log_line(record));
+  ASSERT_TRUE(plain);
+  EXPECT_EQ("", plain->origin);
+  EXPECT_EQ("a@example.org", plain->record.recipient);
+  EXPECT_EQ("", plain->record.message_id);
+}
+
+TEST(DeliveryRecord, IsNotReadFromAnotherLine) {
+  DeliveryRecord record;
+  record.user = "a@example.org";
+  record.note = "n";
+  const std::string line = log_line(record);
+  const std::string others[] = {
+      "",
+      line,
+      "May 4 12:00:00 mail postfix/cleanup[1]: header Subject: quarrow-lmtpd[1]: " + line,
+      "quarrow-lmtpd[1] info: listening",
+      "quarrow-lmtpd[1] info: user=a msgid=<1>",
+      "quarrow-lmtpd[1]: " + line.substr(0, line.size() - 1),
+      "quarrow-lmtpd[1]: " + line + "x"};
+  for (const std::string& other : others) EXPECT_FALSE(logged_delivery(other)) << other;
+}
+
 }  // namespace
 }  // namespace Quarrow::Lmtp

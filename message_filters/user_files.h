@@ -11,6 +11,9 @@ constexpr char script_name[] = ".delivery_filter";
 constexpr char custom_fields_name[] = ".delivery_filter.custom.xml";
 constexpr char maildir_name[] = "Maildir";
 
+// What delivery noted of each message, where it is asked to.
+constexpr char journal_name[] = ".delivery_journal";
+
 // The fields that every system offers, for all users.
 constexpr char system_catalogue[] = "/var/spool/etc/message_filter_fields.xml";
 
@@ -24,6 +27,9 @@ inline std::string rules_document_of(const std::string& script) { return script 
 
 // The states that those rules had: it lies beside them, too.
 inline std::string rules_history_of(const std::string& script) { return script + ".history"; }
+
+// Where the journal at `journal` is put aside once it is long or old.
+inline std::string journal_put_aside(const std::string& journal) { return journal + ".old"; }
 
 // Where the new content of the file `path` is written before it takes its place.
 inline std::string temporary_path(const std::string& path) { return path + ".tmp"; }

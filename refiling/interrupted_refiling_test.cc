@@ -7,13 +7,11 @@
 #include <set>
 #include <string>
 
-#include "administration/traced_process_test_support.h"
 #include "refiling/refiling_test_support.h"
+#include "system/traced_process_test_support.h"
 
 namespace Quarrow::Refiling {
 namespace {
-
-using Administration::TracedProcess;
 
 const std::vector<Refiled> wish = {{"a", {".A"}}, {"b", {".A", ".B"}}, {"c", {".B"}, true}};
 const Lines before = {"/cur/a:2,S", "/new/b", "/new/c"};

@@ -87,7 +87,8 @@ class LmtpServer {
                                 options_.recipient_delimiter,
                                 options_.address_case,
                                 options_.folder_dots,
-                                options_.limits.in_memory};
+                                options_.limits.in_memory,
+                                options_.keeps_journal};
       auto handler = std::make_unique<DeliveryHandler>(places, evaluate, counters_);
       return std::make_unique<Session>(std::move(handler), options_.limits, options_.host_name,
                                        std::move(output));

@@ -158,6 +158,8 @@ void declare_records(CLI::App& app, Options& options, Written& written) {
   app.add_option("--metrics", options.server.metrics,
                  "File that the counters are written to, on SIGUSR1")
       ->type_name("FILE");
+  app.add_flag("--journal", options.keeps_journal,
+               "Note in each user's folder what is decided about their mail");
 }
 
 template <typename Number>

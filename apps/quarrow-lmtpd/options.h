@@ -24,6 +24,7 @@ struct Options {
   Lmtp::Limits limits;
   Delivery::EvaluatorLimits evaluation;
   bool require_landlock = false;
+  bool keeps_journal = false;
 };
 
 // The outcome of reading the arguments.

@@ -172,6 +172,12 @@ TEST(LmtpdOptions, KeepTheCaseOfAddressesOnRequest) {
   EXPECT_EQ(AddressCase::folded, parse_file("keep-case=false\n").options.address_case);
 }
 
+TEST(LmtpdOptions, KeepAJournalOnRequest) {
+  EXPECT_FALSE(parse({}).options.keeps_journal);
+  EXPECT_TRUE(parse({"--journal"}).options.keeps_journal);
+  EXPECT_TRUE(parse_file("journal=true\n").options.keeps_journal);
+}
+
 TEST(LmtpdOptions, OnTheCommandLineOverrideTheFile) {
   const Parsed parsed = parse_file("workers=4\nroot=/srv/mail\n", {"--workers", "5"});
   ASSERT_EQ(Parsed::Outcome::run, parsed.outcome);

@@ -22,6 +22,7 @@ struct DeliveryOptions {
   std::uint64_t max_size = std::uint64_t{64} << 20;  // of the message, in bytes
   bool report_by_status = false;
   bool require_landlock = false;
+  bool keeps_journal = false;
 };
 
 // The mail address of the user whose mail it is: the option or USER, with DOMAIN behind a name

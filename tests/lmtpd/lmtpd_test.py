@@ -2,6 +2,7 @@
 """Drives quarrow-lmtpd over its socket: lmtpd_test.py PROGRAM [unittest arguments]"""
 
 import contextlib
+import json
 import os
 import pathlib
 import pwd
@@ -115,6 +116,30 @@ class DaemonTest(DaemonTestCase):
         code, text = client.rcpt("stranger@example.org")
         self.assertEqual((550, b"5.1.1 "), (code, text[:6]))
         self.assertEqual((503, b"5.5.1 "), (lambda c, t: (c, t[:6]))(*client.docmd("data")))
+
+    def test_keeps_a_journal_for_each_user_on_request(self):
+        daemon = self.start("--journal")
+        self.assertEqual([250] * 2, [code for code, _ in self.connect(daemon).deliver(
+            USERS[:2], "work")])
+        for user in USERS[:2]:
+            journal = daemon.home(user) / ".delivery_journal"
+            self.assertEqual(0o600, journal.stat().st_mode & 0o7777)
+            record = json.loads(journal.read_text().lstrip("\x1e"))
+            self.assertEqual(("<1@example.net>", "delivered", ["Work"]),
+                             (record["message_id"], record["status"], record["folders"]))
+
+    def test_keeps_no_journal_unless_asked(self):
+        daemon = self.start()
+        self.assertEqual(250, self.connect(daemon).deliver(USERS[:1], "work")[0][0])
+        self.assertFalse((daemon.home(USERS[0]) / ".delivery_journal").exists())
+
+    def test_delivers_although_the_journal_cant_be_written(self):
+        daemon = self.start("--journal")
+        (daemon.home(USERS[0]) / ".delivery_journal").mkdir()
+        self.assertEqual(250, self.connect(daemon).deliver(USERS[:1], "work")[0][0])
+        self.assertEqual(1, len(daemon.messages(USERS[0], ".Work")))
+        self.assertRegex(daemon.log_text(), f"warning: {USERS[0]}: not noted in the journal: "
+                         ".*/.delivery_journal: Is a directory\n")
 
     def test_finishes_the_message_under_way_when_told_to_stop(self):
         daemon = self.start()

@@ -61,6 +61,8 @@ Delivery::MountSign mount_sign(const std::string& root) {
 
 int status_of(const std::string& user, const Report& report) {
   if (!report.note.empty()) complain(user, report.note, EX_OK);
+  if (!report.journal_fault.empty())
+    complain(user, "not noted in the journal: " + report.journal_fault, EX_OK);
   switch (report.status) {
     case Report::Status::delivered:
     case Report::Status::discarded:
@@ -97,8 +99,9 @@ int deliver_to(const DeliveryOptions& options, const std::string& user, std::str
   };
   const Delivery::MessageFile message{spool.fd(), spool.bytes().size(), trace.lines};
   const std::string mailbox = MessageFilters::imap_mailbox_name(options.folder);
-  return status_of(user, Delivery::deliver({folder, mailbox, options.folder_dots}, message,
-                                           std::time(nullptr), Delivery::host_name(), evaluate));
+  const Delivery::Recipient owner{folder, mailbox, options.folder_dots, options.keeps_journal};
+  return status_of(
+      user, Delivery::deliver(owner, message, std::time(nullptr), Delivery::host_name(), evaluate));
 }
 
 int deliver(const Settings& settings, const DeliveryOptions& options) {
@@ -164,6 +167,8 @@ Run declare_deliver(CLI::App& app) {
       .capture_default_str();
   add_flag(app, "--require-landlock", options->require_landlock,
            "Deliver nothing where the kernel can't keep the evaluation from files");
+  add_flag(app, "--journal", options->keeps_journal,
+           "Note in the user's folder what is decided, for explain and stats");
   add_flag(app, "-e", options->report_by_status,
            "Report a rejection by the exit status; this is done in any case");
   return [options](const Settings& settings) { return deliver_or_try_again(settings, *options); };

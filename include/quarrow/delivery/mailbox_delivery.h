@@ -25,6 +25,7 @@ struct Recipient {
   std::string folder;   // the user's folder, which exists: it holds the script and the Maildir
   std::string mailbox;  // takes the place of the plan's inbox; "" is the inbox itself
   FolderDots folder_dots = FolderDots::inbox;
+  bool keeps_journal = false;  // whether the delivery is noted in the user's journal
 };
 
 // The result of a delivery.
@@ -41,6 +42,7 @@ struct Report {
   std::string action;  // "fileinto:Work", "keep", "reject", "discard"; several with commas
   std::string note;    // the reason in words, and each folder that can't be written; for a log
   std::string reject_text;
+  std::string journal_fault;  // why the journal does not have the delivery; for a log
 };
 
 // Evaluates `message`, which was received at `received`, with the script `.delivery_filter` in the

@@ -1,9 +1,9 @@
 // Identifiers of messages.
-#include "lmtp/message_id.h"
+#include "delivery/message_id.h"
 
 #include <gtest/gtest.h>
 
-namespace Quarrow::Lmtp {
+namespace Quarrow::Delivery {
 namespace {
 
 TEST(MessageId, IsFoundInTheHeaders) {
@@ -25,4 +25,4 @@ TEST(MessageId, IsCut) {
 }
 
 }  // namespace
-}  // namespace Quarrow::Lmtp
+}  // namespace Quarrow::Delivery

@@ -1,9 +1,9 @@
 // Revisions of texts whose digests were worked out elsewhere: by Python's uuid.uuid5().
-#include "administration/rules_revision.h"
+#include "message_filters/rules_revision.h"
 
 #include <gtest/gtest.h>
 
-namespace Quarrow::Administration {
+namespace Quarrow {
 namespace {
 
 TEST(RulesRevision, IsTheStartOfTheTextsUuid) {
@@ -17,4 +17,4 @@ TEST(RulesRevision, TellsBytesBehindANulApart) {
 }
 
 }  // namespace
-}  // namespace Quarrow::Administration
+}  // namespace Quarrow

@@ -1,6 +1,6 @@
 // A process that stops at each of its system calls, to be looked at or killed there.
-#ifndef QUARROW_ADMINISTRATION_TRACED_PROCESS_TEST_SUPPORT_H_
-#define QUARROW_ADMINISTRATION_TRACED_PROCESS_TEST_SUPPORT_H_
+#ifndef QUARROW_SYSTEM_TRACED_PROCESS_TEST_SUPPORT_H_
+#define QUARROW_SYSTEM_TRACED_PROCESS_TEST_SUPPORT_H_
 
 #include <sys/ptrace.h>
 #include <sys/wait.h>
@@ -11,7 +11,7 @@
 #include <functional>
 #include <string>
 
-namespace Quarrow::Administration {
+namespace Quarrow {
 
 class TracedProcess {
  public:
@@ -73,6 +73,6 @@ class TracedProcess {
   bool is_running_ = false;
 };
 
-}  // namespace Quarrow::Administration
+}  // namespace Quarrow
 
-#endif  // QUARROW_ADMINISTRATION_TRACED_PROCESS_TEST_SUPPORT_H_
+#endif  // QUARROW_SYSTEM_TRACED_PROCESS_TEST_SUPPORT_H_
