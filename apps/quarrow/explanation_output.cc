@@ -6,6 +6,7 @@
 
 #include "administration/rule_text.h"
 #include "apps/quarrow/place_text.h"
+#include "delivery/journal_record.h"
 #include "quarrow/delivery/delivery_plan.h"
 #include "system/printable.h"
 
@@ -28,9 +29,6 @@ const char* const rule_words[] = {"matches", "does_not_match", "failed", "disabl
 // By ExplainedTest::Result.
 const char* const test_texts[] = {"yes", "no", "failed"};
 const char* const test_words[] = {"holds", "does_not_hold", "failed"};
-
-// By Delivery::InboxReason.
-const char* const reason_words[] = {"none", "asked", "no_rule", "no_script", "failure"};
 
 template <typename Result>
 const char* word_for(const char* const* words, Result result) {
@@ -120,12 +118,16 @@ ordered_json to_json(const ExplainedRule& rule) {
   return out;
 }
 
+std::string text_of(const ordered_json& json) {
+  return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';
+}
+
 }  // namespace
 
-std::string explanation_text(const std::string& name, const Explanation& explanation,
-                             FolderDots dots) {
+std::string explanation_text(const std::string& name, const std::vector<PastDelivery>& past,
+                             const Explanation& explanation, FolderDots dots) {
   std::ostringstream out;
-  out << "message " << printable(name) << '\n';
+  out << past_deliveries_text(past) << "message " << printable(name) << '\n';
   for (const auto& rule : explanation.rules) write_rule(rule, out);
   const Plan plan = plan_for(explanation.by_script, dots);
   const std::string reason = inbox_reason_text(plan);
@@ -135,20 +137,26 @@ std::string explanation_text(const std::string& name, const Explanation& explana
   return out.str();
 }
 
-std::string explanation_json(const std::string& name, const Explanation& explanation,
-                             FolderDots dots) {
+std::string explanation_json(const std::string& name, const std::vector<PastDelivery>& past,
+                             const Explanation& explanation, FolderDots dots) {
   const Plan plan = plan_for(explanation.by_script, dots);
-  ordered_json out = {{"message", name}, {"rules", ordered_json::array()}};
+  ordered_json out = {{"deliveries", past_deliveries_json(past)},
+                      {"message", name},
+                      {"rules", ordered_json::array()}};
   for (const auto& rule : explanation.rules) out["rules"].push_back(to_json(rule));
   out["decided_by"] = nullptr;
   if (!explanation.rules.empty() &&
       explanation.rules.back().result == ExplainedRule::Result::matches)
     out["decided_by"] = explanation.rules.back().filter->id;
   out["places"] = place_names(plan);
-  out["inbox_reason"] = word_for(reason_words, plan.inbox_reason);
+  out["inbox_reason"] = Delivery::inbox_reason_word(plan.inbox_reason);
   out["note"] = plan.note;
   out["script_agrees"] = explanation.agrees;
-  return out.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';
+  return text_of(out);
+}
+
+std::string deliveries_json(const std::vector<PastDelivery>& past) {
+  return text_of({{"deliveries", past_deliveries_json(past)}});
 }
 
 }  // namespace Quarrow::Command

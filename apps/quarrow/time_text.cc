@@ -1,7 +1,9 @@
-// Reading times.
+// Reading and writing times.
 #include "apps/quarrow/time_text.h"
 
+#include <iomanip>
 #include <regex>
+#include <sstream>
 
 namespace Quarrow::Command {
 namespace {
@@ -31,6 +33,14 @@ std::optional<std::time_t> time_of(const std::string& text) {
   const std::time_t time = std::mktime(&found);  // takes the 30th of February for a day in March
   if (!is_same_day_and_time(asked, found)) return std::nullopt;
   return time;
+}
+
+std::string time_text(std::time_t time) {
+  std::tm local{};
+  if (localtime_r(&time, &local) == nullptr) return std::to_string(time);
+  std::ostringstream text;
+  text << std::put_time(&local, "%Y-%m-%d %H:%M:%S");
+  return text.str();
 }
 
 }  // namespace Quarrow::Command

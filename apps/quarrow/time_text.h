@@ -1,4 +1,4 @@
-// A time that a user types.
+// Times as people write and read them.
 #ifndef QUARROW_APPS_QUARROW_TIME_TEXT_H_
 #define QUARROW_APPS_QUARROW_TIME_TEXT_H_
 
@@ -12,6 +12,9 @@ namespace Quarrow::Command {
 // second, "2026-05-04 12:00" or "2026-05-04 12:00:30"; "T" may stand in place of the blank. None
 // for anything else, and for days and hours that there are not.
 std::optional<std::time_t> time_of(const std::string& text);
+
+// `time` in the process's time zone: "2026-05-04 12:00:30"; its number where it has no year.
+std::string time_text(std::time_t time);
 
 }  // namespace Quarrow::Command
 

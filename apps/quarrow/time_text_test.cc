@@ -52,5 +52,10 @@ TEST_F(TimeOf, IsInTheZoneOfTheProcess) {
   EXPECT_EQ(std::optional<std::time_t>(1777896000 - 9 * 3600), time_of("2026-05-04 12:00"));
 }
 
+TEST_F(TimeOf, IsWrittenInTheZoneOfTheProcess) {
+  set_zone("JST-9");
+  EXPECT_EQ("2026-05-04 21:00:30", time_text(1777896030));
+}
+
 }  // namespace
 }  // namespace Quarrow::Command

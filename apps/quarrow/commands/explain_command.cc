@@ -14,8 +14,11 @@
 #include "apps/quarrow/explanation_output.h"
 #include "apps/quarrow/match_report.h"
 #include "apps/quarrow/missing_script.h"
+#include "apps/quarrow/past_deliveries.h"
 #include "delivery/folder_name.h"
+#include "delivery/message_id.h"
 #include "message_filters/mailbox_name.h"
+#include "message_filters/user_files.h"
 #include "trial/explanation.h"
 #include "trial/message_search.h"
 
@@ -30,10 +33,44 @@ struct Options {
   std::string message;  // empty: the one with the identifier
   std::string message_id;
   std::string folder = "Inbox";
+  std::string log;                      // of quarrow-lmtpd; empty: none
   std::optional<std::string> received;  // none: as the message says
   Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
   bool json = false;
 };
+
+// What is known of the time when the message was delivered.
+struct Past {
+  std::vector<PastDelivery> deliveries;
+  int status = EX_OK;  // other than that after a complaint
+};
+
+Past past_of(const Options& options, const EmailAddress& user, const std::string& message_id) {
+  Past past;
+  UserJournal journal;
+  if (const auto refusal = read_user_journal(user, journal)) past.status = complain(refusal);
+  if (!journal.fault.empty())
+    past.status = complain(in_folder(Administration::user_folder(user), journal_name),
+                           "can't be read: " + journal.fault, EX_NOINPUT);
+  past.deliveries = deliveries_in(journal, message_id);
+  if (options.log.empty()) return past;
+  if (const auto fault =
+          add_logged_deliveries(options.log, user.address(), message_id, past.deliveries))
+    past.status = complain(options.log, fault);
+  return past;
+}
+
+// For a message that is not found: what its identifier alone tells. Gives `status`.
+int explain_past(const Options& options, const EmailAddress& user, int status) {
+  const std::string id = Trial::message_id_of(options.message_id);
+  if (id.empty()) return status;
+  const Past past = past_of(options, user, id.substr(0, Delivery::longest_message_id));
+  if (options.json && !past.deliveries.empty())
+    std::cout << deliveries_json(past.deliveries);
+  else
+    std::cout << past_deliveries_text(past.deliveries);
+  return status;
+}
 
 // Finds the message by its identifier in `source`; gives the exit status.
 int search(const Options& options, const EmailAddress& user, Trial::IsolatedRuns& runs,
@@ -98,9 +135,11 @@ int explain_source(const Options& options, const EmailAddress& user, const Filte
   const auto outcome = explanation.by_script.outcome;
   if (outcome == Evaluation::Outcome::no_script || outcome == Evaluation::Outcome::bad_script)
     return complain_of_script(options.user, script);
+  const Past past = past_of(options, user, Delivery::recorded_message_id(messages.front().bytes));
   std::cout << (options.json ? explanation_json : explanation_text)(
-      messages.front().name, explanation, options.folder_dots);
-  return status_of(explanation, options.user);
+      messages.front().name, past.deliveries, explanation, options.folder_dots);
+  const int status = status_of(explanation, options.user);
+  return status == EX_OK ? past.status : status;
 }
 
 int explain(const Settings& settings, const Options& options) {
@@ -114,7 +153,8 @@ int explain(const Settings& settings, const Options& options) {
   Trial::IsolatedRuns runs;
   Trial::MailSource source;
   const int status = find_source(options, user, runs, source);
-  return status == EX_OK ? explain_source(options, user, *list, runs, source, received) : status;
+  if (status != EX_OK) return explain_past(options, user, status);
+  return explain_source(options, user, *list, runs, source, received);
 }
 
 }  // namespace
@@ -133,6 +173,8 @@ Run declare_explain(CLI::App& app) {
       .capture_default_str()
       .needs(id);
   message.excludes(id);
+  add_option(app, "--log", options->log, "A log of quarrow-lmtpd, to look for the delivery in")
+      .type_name("FILE");
   add_received_option(app, options->received);
   add_folder_dots_option(app, options->folder_dots,
                          "Folders with a dot in the name: as delivery is told");

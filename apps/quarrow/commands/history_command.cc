@@ -1,6 +1,4 @@
 // quarrow history, and quarrow diff: the states of a user's filters, and what differs between them.
-#include <ctime>
-#include <iomanip>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -8,6 +6,7 @@
 
 #include "apps/quarrow/commands/filter_command.h"
 #include "apps/quarrow/listing.h"
+#include "apps/quarrow/time_text.h"
 
 namespace Quarrow::Command {
 namespace {
@@ -31,12 +30,8 @@ struct Options {
 // Local time for people, seconds for programs.
 Json time_of_state(const RulesState& state, ListingForm form) {
   if (state.time == 0) return nullptr;
-  const std::time_t time = state.time;
-  std::tm local{};
-  if (form != ListingForm::table || localtime_r(&time, &local) == nullptr) return state.time;
-  std::ostringstream text;
-  text << std::put_time(&local, "%Y-%m-%d %H:%M:%S");
-  return text.str();
+  if (form != ListingForm::table) return state.time;
+  return time_text(state.time);
 }
 
 // What `list` has that `before` had not, in words; none for the oldest state.

@@ -15,7 +15,9 @@
 #include "apps/quarrow/commands/filter_command.h"
 #include "apps/quarrow/commands/loaded_rules.h"
 #include "apps/quarrow/complaint.h"
+#include "apps/quarrow/journal_statistics.h"
 #include "apps/quarrow/match_report.h"
+#include "apps/quarrow/past_deliveries.h"
 #include "apps/quarrow/progress_bar.h"
 #include "apps/quarrow/statistics_output.h"
 #include "apps/quarrow/whole_file.h"
@@ -32,6 +34,7 @@ struct Options {
   Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
   ListingForm form = ListingForm::table;
   std::string page;  // path; empty: none
+  bool from_journal = false;
 };
 
 int show(const Options& options, const MessageFilters::FilterList__& list,
@@ -70,6 +73,20 @@ std::vector<std::string> all_mail_of(const EmailAddress& user) {
   return folders;
 }
 
+int count_journal(const Options& options, const EmailAddress& user,
+                  const MessageFilters::FilterList__& list) {
+  UserJournal journal;
+  if (const auto refusal = read_user_journal(user, journal)) return complain(refusal);
+  if (!journal.fault.empty())
+    return complain(in_folder(Administration::user_folder(user), journal_name),
+                    "can't be read: " + journal.fault, EX_NOINPUT);
+  if (journal.records.empty())
+    return complain(options.user, "no journal; deliver with the option --journal to have one",
+                    EX_NOINPUT);
+  print_journal_statistics(list, journal.records, options.form, std::cout);
+  return EX_OK;
+}
+
 int stats(const Settings& settings, const Options& options) {
   EmailAddress user;
   if (const auto refusal = find_user(settings, options.user, user))
@@ -80,6 +97,7 @@ int stats(const Settings& settings, const Options& options) {
     return complain(options.user,
                     "no filters to count; add some with quarrow filter add " + options.user,
                     EX_NOINPUT);
+  if (options.from_journal) return count_journal(options, user, *list);
   const auto found =
       Trial::find_mail(options.messages.empty() ? all_mail_of(user) : options.messages);
   int status = EX_OK;
@@ -93,12 +111,18 @@ int stats(const Settings& settings, const Options& options) {
 Run declare_stats(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
-  add_option(app, "messages", options->messages,
-             "Message files, mbox files, Maildir folders; the user's Maildir unless given")
-      .type_name("");
+  const Option messages =
+      add_option(app, "messages", options->messages,
+                 "Message files, mbox files, Maildir folders; the user's Maildir unless given")
+          .type_name("");
   add_format_option(app, options->form);
-  add_option(app, "--html", options->page, "Write a page with a picture to this file, too")
-      .type_name("FILE");
+  const Option page =
+      add_option(app, "--html", options->page, "Write a page with a picture to this file, too")
+          .type_name("FILE");
+  add_flag(app, "--journal", options->from_journal,
+           "Count what was decided when mail was delivered, and read no mail")
+      .excludes(messages)
+      .excludes(page);
   add_folder_dots_option(app, options->folder_dots,
                          "Folders with a dot in the name: as delivery is told");
   return [options](const Settings& settings) { return stats(settings, *options); };
