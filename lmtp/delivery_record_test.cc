@@ -58,25 +58,28 @@ TEST(DeliveryRecord, ComesBackFromALog) {
   record.rule = "x\" action=keep\n\\x41\\";
   record.action = "fileinto:A B,keep";
   record.note = "no \"room\" took=1ms";
-  for (const char* origin : {"2026-05-04T12:00:00.123+0000 quarrow-lmtpd[17] info: ",
-                             "May  4 12:00:00 mail quarrow-lmtpd[17]: ", "quarrow-lmtpd[17]: "}) {
-    const auto logged = logged_delivery(origin + log_line(record));
-    ASSERT_TRUE(logged) << origin;
+  const struct {
+    const char* start;
+    const char* origin;
+  } lines[] = {
+      {"2026-05-04T12:00:00.123+0000 quarrow-lmtpd[17] info: ", "2026-05-04T12:00:00.123+0000"},
+      {"May  4 12:00:00 mail quarrow-lmtpd[17]: ", "May  4 12:00:00 mail"},
+      {"quarrow-lmtpd[17]: ", ""}};
+  for (const auto& line : lines) {
+    const auto logged = logged_delivery(line.start + log_line(record));
+    ASSERT_TRUE(logged) << line.start;
+    EXPECT_EQ(line.origin, logged->origin);
     EXPECT_EQ(record.user, logged->record.user);
     EXPECT_EQ(record.recipient, logged->record.recipient);
     EXPECT_EQ(record.message_id, logged->record.message_id);
     EXPECT_EQ(record.rule, logged->record.rule);
     EXPECT_EQ(record.action, logged->record.action);
     EXPECT_EQ(record.note, logged->record.note);
-    EXPECT_EQ(0U, std::string(origin).rfind(logged->origin));
   }
-  EXPECT_EQ("May  4 12:00:00 mail",
-            logged_delivery("May  4 12:00:00 mail quarrow-lmtpd[17]: " + log_line(record))->origin);
   record = {};
   record.user = "a@example.org";
   const auto plain = logged_delivery("quarrow-lmtpd[17] info: " + log_line(record));
   ASSERT_TRUE(plain);
-  EXPECT_EQ("", plain->origin);
   EXPECT_EQ("a@example.org", plain->record.recipient);
   EXPECT_EQ("", plain->record.message_id);
 }
