@@ -131,8 +131,7 @@ Journal read_journal(const std::string& folder, std::time_t now) {
     read_records(older, now, journal.records);
   if (newer.error == 0) read_records(newer, now, journal.records);
   for (const OpenFile* file : {&older, &newer})
-    if (file->error != 0 && file->error != ENOENT)
-      journal.fault = reason_for_no_file(file->error);
+    if (file->error != 0 && file->error != ENOENT) journal.fault = reason_for_no_file(file->error);
   return journal;
 }
 
