@@ -1,6 +1,7 @@
 // A delivery that is killed at each of its system calls while it adds to a journal that is due to
 // be put aside.
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 
 #include <algorithm>
 #include <string>
@@ -45,6 +46,20 @@ TEST(InterruptedJournal, KeepsTheRecordsBeforeAndTakesThoseBehind) {
     ids.erase(std::remove(ids.begin(), ids.end(), "<2>"), ids.end());
     EXPECT_EQ((std::vector<std::string>{"<1>", "<3>"}), ids);
   }
+}
+
+// It would put the new journal in place of the one that holds all the records.
+TEST(InterruptedJournal, IsNotPutAsideTwiceByDeliveriesThatBothFindItDue) {
+  const TemporaryFolder folder;
+  folder.write(".delivery_journal",
+               journal_text(record_called("<1>")) + std::string(journal_bytes, '\n'));
+  TracedProcess late([&folder] { (void)append_to_journal(folder.path(), record_called("<2>")); });
+  if (!late.is_running()) GTEST_SKIP() << "processes can't be traced here";
+  while (late.step() && late.beginning_call() != SYS_flock) continue;
+  ASSERT_TRUE(late.is_running());
+  EXPECT_EQ("", append_to_journal(folder.path(), record_called("<3>")));
+  while (late.step()) continue;
+  EXPECT_EQ((std::vector<std::string>{"<1>", "<3>", "<2>"}), ids_in(folder.path()));
 }
 
 }  // namespace
