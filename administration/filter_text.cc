@@ -16,13 +16,15 @@ namespace {
 
 using Kind = Refusal::Kind;
 using MessageFilters::Action;
+using MessageFilters::Field;
 using MessageFilters::Filter__;
 using MessageFilters::Test;
 
 // The lines of one text on their way into a filter.
 class TextReader {
  public:
-  TextReader(Delivery::FolderDots dots, Filter__& filter) : dots_(dots), filter_(filter) {}
+  TextReader(Delivery::FolderDots dots, const std::list<Field>& catalogue, Filter__& filter)
+      : dots_(dots), catalogue_(catalogue), filter_(filter) {}
 
   Refusal take(const std::string& line) {
     if (line.find_first_not_of(" \t") == std::string::npos || line.front() == '#') return {};
@@ -58,7 +60,7 @@ class TextReader {
 
   Refusal take_test(const std::string& value) {
     Test test;
-    Refusal refusal = read_test(value, test);
+    Refusal refusal = read_test(value, test, catalogue_);
     if (!refusal) refusal = check_test(test);
     filter_.tests.push_back(test);
     return refusal;
@@ -73,6 +75,7 @@ class TextReader {
   }
 
   const Delivery::FolderDots dots_;
+  const std::list<Field>& catalogue_;
   Filter__& filter_;
   std::set<std::string> seen_;
   const std::map<std::string, std::function<Refusal(const std::string&)>> parts_ = {
@@ -83,8 +86,9 @@ class TextReader {
       {"then", [this](const std::string& value) { return take_action(value); }}};
 };
 
-Refusal read_lines(const std::string& text, Delivery::FolderDots dots, Filter__& filter) {
-  TextReader reader(dots, filter);
+Refusal read_lines(const std::string& text, Delivery::FolderDots dots,
+                   const std::list<Field>& catalogue, Filter__& filter) {
+  TextReader reader(dots, catalogue, filter);
   std::istringstream lines(text);
   std::string line;
   for (int number = 1; std::getline(lines, line); ++number) {
@@ -112,10 +116,11 @@ std::string filter_text(const Filter__& filter) {
   return text;
 }
 
-Refusal read_filter_text(const std::string& text, Delivery::FolderDots dots, Filter__& filter) {
+Refusal read_filter_text(const std::string& text, Delivery::FolderDots dots, Filter__& filter,
+                         const std::list<Field>& catalogue) {
   Filter__ read = *Filter__::Create();
   read.id = filter.id;
-  Refusal refusal = read_lines(text, dots, read);
+  Refusal refusal = read_lines(text, dots, catalogue, read);
   if (!refusal) refusal = check_name(read.name);
   if (!refusal) refusal = check_counts(read.tests.size(), read.actions.size());
   if (!refusal) filter = read;

@@ -16,6 +16,7 @@
 
 #include <quarrow/rule_model.h>
 
+#include <list>
 #include <string>
 
 #include "administration/refusal.h"
@@ -31,9 +32,11 @@ std::string filter_text(const MessageFilters::Filter__& filter);
 // "enabled" and "match" may be missing, and are "yes" and "all" then. Refuses a line that is no
 // such part, a part that can't be taken, and one that comes twice: the refusal's object is the
 // line, such as "line 3"; and a filter without a name, tests or actions. `filter` is unchanged
-// then. `dots` is what delivery does with folders with a dot in the name.
+// then. `dots` is what delivery does with folders with a dot in the name, and `catalogue` holds the
+// fields whose types need not be written: see rule_text.h.
 Refusal read_filter_text(const std::string& text, Delivery::FolderDots dots,
-                         MessageFilters::Filter__& filter);
+                         MessageFilters::Filter__& filter,
+                         const std::list<MessageFilters::Field>& catalogue = {});
 
 }  // namespace Quarrow::Administration
 

@@ -102,6 +102,15 @@ TEST(FilterText, NeedsANameTestsAndActions) {
     EXPECT_NE("", said_of(text)) << text;
 }
 
+TEST(FilterText, TakesTypesFromACatalogue) {
+  Filter__ filter = *make_rule("x", make_test("string", "subject", "is", "b"));
+  const std::string text = "name: x\nif: x-tag is a\n" + then_line;
+  EXPECT_EQ(0U, said(read_filter_text(text, FolderDots::inbox, filter)).find("line 2"));
+  EXPECT_EQ("", said(read_filter_text(text, FolderDots::inbox, filter,
+                                      {{MessageFilters::Field::STRING, "X-Tag", true}})));
+  EXPECT_EQ("string", filter.tests.front().field.type);
+}
+
 TEST(FilterText, MayHaveFoldersWithDots) {
   Filter__ filter = *make_rule("x", make_test("string", "subject", "is", "b"));
   EXPECT_EQ("", said(read_filter_text("name: x\n" + if_line + "then: move A.b\n",

@@ -4,6 +4,7 @@
 
 #include <quarrow/rule_model.h>
 
+#include <list>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,10 @@ const std::vector<MessageFilters::Field>& system_fields();
 // Whether an address test can read the field of that name: a header that holds addresses, or a name
 // that stands for several of them.
 bool holds_addresses(const std::string& field);
+
+// The types that fields of that name have in `fields`, each once; ASCII case does not count.
+std::vector<std::string> types_of_field(const std::string& name,
+                                        const std::list<MessageFilters::Field>& fields);
 
 // The field of that name as people write it, such as "to or cc" for "to_cc"; the name itself for a
 // plain header.

@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <vector>
 
+#include "administration/rule_fields.h"
 #include "administration/rule_words.h"
 #include "administration/size_value.h"
 #include "administration/word_reader.h"
+#include "system/printable.h"
 
 namespace Quarrow::Administration {
 namespace {
@@ -45,6 +47,19 @@ bool read_field(WordReader& reader, Field& field) {
   if (is_type) field.type = reader.next();
   field.name = reader.next();
   return is_type;
+}
+
+// Gives a field whose type was left out that of the catalogue.
+Refusal find_type(const std::list<Field>& catalogue, const std::string& text, Field& field) {
+  if (!field.type.empty()) return {};
+  const auto types = types_of_field(field.name, catalogue);
+  if (types.size() == 1) field.type = types.front();
+  if (types.size() <= 1) return {};
+  std::string words;
+  for (const auto& type : types) words += (words.empty() ? "" : " and ") + type;
+  return {Refusal::Kind::wrong_rule, text,
+          '"' + shortened(field.name) + "\" is a field of the types " + words +
+              "; write one of them in front of it"};
 }
 
 // The phrases to look for behind a field.
@@ -111,12 +126,13 @@ bool runs_into_action(const Action& action) {
 
 }  // namespace
 
-Refusal read_test(const std::string& text, Test& test) {
+Refusal read_test(const std::string& text, Test& test, const std::list<Field>& catalogue) {
   WordReader reader(text);
   Test read;
   read.negative = reader.take("not");
   read.match_case = reader.take("case");
   const bool is_type_written = read_field(reader, read.field);
+  if (const Refusal refusal = find_type(catalogue, text, read.field)) return refusal;
   const Phrase comparator = take_comparator(reader, read.field, is_type_written);
   if (comparator.meaning.empty())
     return {Refusal::Kind::unreadable_rule, text,

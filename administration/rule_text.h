@@ -5,7 +5,8 @@
 //   [not] size COMPARATOR VALUE                     size over 2 MB
 //   move FOLDER | copy FOLDER | delete              move Lists/News
 //
-// The type can be left out for the fields that every system offers. There are several phrases for
+// The type can be left out for the fields that every system offers, and for those of the system's
+// catalogue and the user's own one, where these are at hand. There are several phrases for
 // each comparator and action (see rule_words.h), in small letters or in capitals.
 //
 // VALUE and FOLDER are the rest of the text after one blank, with all blanks in it, or what stands
@@ -20,6 +21,7 @@
 
 #include <quarrow/rule_model.h>
 
+#include <list>
 #include <string>
 
 #include "administration/refusal.h"
@@ -28,8 +30,11 @@ namespace Quarrow::Administration {
 
 // Takes the text of a test apart. The refusal, whose object is the text, says what is missing, or
 // that a test is negated twice; `test` is unchanged then. Whether the words are known is not looked
-// at: see rule_check.h. The type of a test is empty when it was left out and is not known.
-Refusal read_test(const std::string& text, MessageFilters::Test& test);
+// at: see rule_check.h. A type that was left out is that of the field in `catalogue`, which holds
+// fields beside those that every system offers: a field with several types there is refused, as
+// wrong_rule. The type is empty when it is not known.
+Refusal read_test(const std::string& text, MessageFilters::Test& test,
+                  const std::list<MessageFilters::Field>& catalogue = {});
 
 // Takes the text of an action apart, likewise.
 Refusal read_action(const std::string& text, MessageFilters::Action& action);

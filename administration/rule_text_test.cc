@@ -143,6 +143,35 @@ TEST(ReadTest, LeavesAFieldThatIsNotKnownWithoutAType) {
   }
 }
 
+TEST(ReadTest, TakesTypesFromACatalogue) {
+  const std::list<MessageFilters::Field> catalogue = {
+      {"string", "X-Project", true}, {"address", "X-Owner", true}, {"string", "from", true}};
+  const struct {
+    const char* written;
+    const char* text;
+  } cases[] = {{"X-Project contains alpha", "string X-Project contains alpha"},
+               {"x-project is not a", "not string x-project is a"},
+               {"X-Owner is a@example.org", "address X-Owner is a@example.org"},
+               {"address X-Project is a@example.org", "address X-Project is a@example.org"},
+               {"from is a@example.org", "address from is a@example.org"}};
+  for (const auto& c : cases) {
+    RuleTest test;
+    EXPECT_EQ("", said(read_test(c.written, test, catalogue)));
+    EXPECT_EQ(c.text, test_text(test));
+  }
+}
+
+TEST(ReadTest, RefusesAFieldThatHasSeveralTypes) {
+  const std::list<MessageFilters::Field> catalogue = {
+      {"string", "X-Owner", false}, {"address", "x-owner", true}, {"string", "X-OWNER", true}};
+  RuleTest test;
+  expect_refusal(Kind::wrong_rule, "X-Owner is a",
+                 "\"X-Owner\" is a field of the types string and address; write one of them in "
+                 "front of it",
+                 read_test("X-Owner is a", test, catalogue));
+  EXPECT_EQ("", said(read_test("string X-Owner is a", test, catalogue)));
+}
+
 TEST(ReadTest, TakesAnyNumberOfBlanksBeforeAWord) {
   RuleTest test;
   EXPECT_FALSE(read_test("  not   string  subject   is x", test));

@@ -165,20 +165,32 @@ Refusal check_known(const EmailAddress& address) {
   return system_refusal(folder, "", errno);
 }
 
-Refusal add_user(const std::string& root, const EmailAddress& address, UserSetup& setup) {
+Refusal plan_user(const EmailAddress& address, UserSetup& setup) {
   const Refusal unknown = check_known(address);
   if (unknown && unknown.kind != Kind::no_such_user) return unknown;
-  setup = {user_folder(address), false};
-  if (!unknown) return {};
-  setup = {ZvMailUserId(MAILBOX_USER, address.address()).plain_prefpath(), true};
+  const bool is_new = static_cast<bool>(unknown);
+  setup = {is_new ? ZvMailUserId(MAILBOX_USER, address.address()).plain_prefpath()
+                  : user_folder(address),
+           is_new};
+  return {};
+}
+
+Refusal add_user(const std::string& root, const EmailAddress& address, UserSetup& setup) {
+  const Refusal refusal = plan_user(address, setup);
+  if (refusal || !setup.made) return refusal;
   return as_owner(root, setup.folder, [&setup] { return make_folder(setup.folder); });
 }
 
-Refusal remove_user(const std::string& root, const EmailAddress& address, bool with_mail) {
+Refusal check_removal(const EmailAddress& address, bool with_mail) {
   if (const Refusal refusal = check_known(address)) return refusal;
+  const std::string mail = in_folder(user_folder(address), maildir_name);
+  if (with_mail || !exists(mail)) return {};
+  return {Kind::has_mail, address.address(), "has mail in " + mail};
+}
+
+Refusal remove_user(const std::string& root, const EmailAddress& address, bool with_mail) {
+  if (const Refusal refusal = check_removal(address, with_mail)) return refusal;
   const std::string folder = user_folder(address);
-  const std::string mail = in_folder(folder, maildir_name);
-  if (!with_mail && exists(mail)) return {Kind::has_mail, address.address(), "has mail in " + mail};
   return as_owner(root, folder, [&folder] { return remove_folder(folder); });
 }
 

@@ -23,10 +23,16 @@ struct UserSetup {
   bool made = false;  // false: it was there before, and is kept
 };
 
+// Says in `setup` what add_user would do, and does nothing.
+Refusal plan_user(const EmailAddress& address, UserSetup& setup);
+
 // Makes the user's folder, with those above it, and puts them on the disk. The superuser does so as
 // the owner of the folders below `root` that are there, so that the new ones have the same owner.
 // `setup` then says what was done.
 Refusal add_user(const std::string& root, const EmailAddress& address, UserSetup& setup);
+
+// Refuses what remove_user refuses before it does anything.
+Refusal check_removal(const EmailAddress& address, bool with_mail);
 
 // Removes the user's folder with all that is in it. Refuses a user without one; as has_mail a user
 // with mail, unless `with_mail`. The superuser does so as the owner of the folders above it. A

@@ -49,6 +49,27 @@ TEST_F(UsersTest, AreKnownFromTheTimeOnThatTheyAreAdded) {
   EXPECT_FALSE(add("alice@example.org").made);
 }
 
+TEST_F(UsersTest, ArePlannedWithoutBeingMade) {
+  UserSetup setup;
+  EXPECT_EQ("", said(plan_user(alice, setup)));
+  EXPECT_TRUE(setup.made);
+  EXPECT_EQ(folder_, setup.folder);
+  EXPECT_FALSE(fs::exists(folder_));
+  add("alice@example.org");
+  EXPECT_EQ("", said(plan_user(alice, setup)));
+  EXPECT_FALSE(setup.made);
+}
+
+TEST_F(UsersTest, AreRefusedToBeRemovedBeforeAnythingIsDone) {
+  EXPECT_EQ(Kind::no_such_user, check_removal(alice, true).kind);
+  add("alice@example.org");
+  EXPECT_EQ("", said(check_removal(alice, false)));
+  fs::create_directory(folder_ + "/Maildir");
+  EXPECT_EQ(Kind::has_mail, check_removal(alice, false).kind);
+  EXPECT_EQ("", said(check_removal(alice, true)));
+  EXPECT_TRUE(fs::exists(folder_));
+}
+
 TEST_F(UsersTest, HaveAFolderOfTheirOwn) {
   add("alice@example.org");
   struct stat status {};
