@@ -24,16 +24,21 @@ using Administration::Refusal;
 struct Options {
   std::string user;
   bool with_mail = false;
+  bool dry_run = false;
 };
 
-int user_add(const Settings& settings, const std::string& text) {
+int user_add(const Settings& settings, const Options& options) {
   EmailAddress user;
-  Refusal refusal = read_user(settings, text, user);
+  Refusal refusal = read_user(settings, options.user, user);
   if (!refusal) refusal = Administration::open_configuration(settings.root);
   Administration::UserSetup setup;
-  if (!refusal) refusal = Administration::add_user(settings.root, user, setup);
+  if (!refusal)
+    refusal = options.dry_run ? Administration::plan_user(user, setup)
+                              : Administration::add_user(settings.root, user, setup);
   if (refusal) return complain(settings, refusal);
-  std::cout << printable(setup.folder) << (setup.made ? ": made\n" : ": kept\n");
+  const char* const made = options.dry_run ? ": would be made\n" : ": made\n";
+  const char* const kept = options.dry_run ? ": would be kept\n" : ": kept\n";
+  std::cout << printable(setup.folder) << (setup.made ? made : kept);
   return EX_OK;
 }
 
@@ -51,11 +56,31 @@ int user_list(const Settings& settings) {
   return EX_OK;
 }
 
+// What goes with a user's folder.
+std::string removal_text(const std::string& folder) {
+  const struct {
+    std::string name;
+    const char* content;
+  } rows[] = {{rules_document_of(script_name), "filters"},
+              {rules_history_of(script_name), "the filters' history"},
+              {custom_fields_name, "fields"},
+              {maildir_name, "mail"}};
+  std::string contents;
+  for (const auto& row : rows)
+    if (exists(in_folder(folder, row.name.c_str())))
+      contents += (contents.empty() ? ", with " : ", ") + std::string(row.content);
+  return printable(folder) + ": would be removed" + contents + '\n';
+}
+
 int user_remove(const Settings& settings, const Options& options) {
   EmailAddress user;
   Refusal refusal = find_user(settings, options.user, user);
-  if (!refusal) refusal = Administration::remove_user(settings.root, user, options.with_mail);
-  return refusal ? complain(settings, refusal) : EX_OK;
+  if (!refusal)
+    refusal = options.dry_run ? Administration::check_removal(user, options.with_mail)
+                              : Administration::remove_user(settings.root, user, options.with_mail);
+  if (refusal) return complain(settings, refusal);
+  if (options.dry_run) std::cout << removal_text(Administration::user_folder(user));
+  return EX_OK;
 }
 
 // How much of a script's room the filters take, the disabled ones among them.
@@ -94,7 +119,8 @@ int user_show(const Settings& settings, const std::string& text) {
 Run declare_user_add(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
-  return [options](const Settings& settings) { return user_add(settings, options->user); };
+  add_flag(app, "--dry-run", options->dry_run, "Say what would be made, and make nothing");
+  return [options](const Settings& settings) { return user_add(settings, *options); };
 }
 
 Run declare_user_list(CLI::App& /*app*/) { return user_list; }
@@ -103,6 +129,7 @@ Run declare_user_remove(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_option(app, options->user);
   add_flag(app, "--with-mail", options->with_mail, "Remove the user's mail, too");
+  add_flag(app, "--dry-run", options->dry_run, "Say what would be removed, and remove nothing");
   return [options](const Settings& settings) { return user_remove(settings, *options); };
 }
 
