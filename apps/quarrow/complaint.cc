@@ -40,7 +40,7 @@ const Conduct conducts[] = {
     {Kind::lossy_rules, EX_DATAERR, "--accept-loss takes the others over"},
     {Kind::no_number_left, EX_DATAERR},
     {Kind::no_name, EX_DATAERR, "give one with --name"},
-    {Kind::no_tests, EX_USAGE, "give at least one --if 'TYPE FIELD COMPARATOR VALUE'"},
+    {Kind::no_tests, EX_USAGE, "give at least one --if 'subject contains quarterly'"},
     {Kind::too_many_tests, EX_USAGE},
     {Kind::no_actions, EX_USAGE, "give at least one --then 'move FOLDER', 'copy FOLDER' or delete"},
     {Kind::not_utf8, EX_DATAERR, "type it in a UTF-8 terminal"},

@@ -17,6 +17,7 @@
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/folder_owner.h"
 #include "apps/quarrow/listing.h"
+#include "apps/quarrow/mail_folders.h"
 #include "apps/quarrow/match_report.h"
 #include "apps/quarrow/missing_script.h"
 #include "apps/quarrow/refiling_output.h"
@@ -129,7 +130,12 @@ std::optional<Refiling::RefilingPlan> make_plan(const Options& options, const st
   std::optional<Trial::SourceFailure> failure;
   const auto sources = Refiling::sources_for(maildir, wish, failure);
   if (failure) {
-    status = complain(*failure);
+    const MailFolders folders(maildir);
+    status =
+        folders.is_missing(options.folder, wish.dots)
+            ? complain("--folder " + options.folder,
+                       "there is no such folder" + folders.question(options.folder), EX_NOINPUT)
+            : complain(*failure);
     return std::nullopt;
   }
   const std::string script = in_folder(folder, script_name);

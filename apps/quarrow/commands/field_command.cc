@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "administration/fields_transaction.h"
+#include "apps/quarrow/commands/catalogue_fields.h"
 #include "apps/quarrow/commands/filter_command.h"
 #include "apps/quarrow/complaint.h"
 #include "message_filters/user_files.h"
@@ -99,12 +100,6 @@ int change_fields(const Settings& settings, const Options& options,
                        });
 }
 
-void add_catalogue_option(CLI::App& app, Options& options) {
-  add_option(app, "--catalogue", options.catalogue, "The system's catalogue of fields")
-      .type_name("FILE")
-      .capture_default_str();
-}
-
 // The options and arguments of a change.
 std::shared_ptr<Options> add_change(CLI::App& app, bool has_type, bool has_name) {
   const auto options = std::make_shared<Options>();
@@ -113,7 +108,7 @@ std::shared_ptr<Options> add_change(CLI::App& app, bool has_type, bool has_name)
     arguments.push_back({"type", "What it holds: string, address, size or date", &options->type});
   if (has_name) arguments.push_back({"name", "The field: a header's name", &options->name});
   add_user_selection(app, options->users, arguments);
-  add_catalogue_option(app, *options);
+  add_catalogue_option(app, options->catalogue);
   add_flag(app, "--dry-run", options->dry_run, "Say what would change, and change nothing");
   return options;
 }
@@ -123,7 +118,7 @@ std::shared_ptr<Options> add_change(CLI::App& app, bool has_type, bool has_name)
 Run declare_field_list(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   add_user_selection(app, options->users);
-  add_catalogue_option(app, *options);
+  add_catalogue_option(app, options->catalogue);
   add_format_option(app, options->form);
   return [options](const Settings& settings) { return field_list(settings, *options); };
 }

@@ -24,13 +24,21 @@ std::vector<Option> add_filter_options(CLI::App& app, const std::string& name_op
   return added;
 }
 
+Option add_filter_file_option(CLI::App& app, std::string& file) {
+  return add_option(app, "--file", file,
+                    "Take the filter from this file, as filter show writes it; - is standard input")
+      .type_name("FILE");
+}
+
 Refusal read_filter(const FilterOptions& options, const std::string& name_option,
-                    Delivery::FolderDots dots, Filter__& filter) {
+                    Delivery::FolderDots dots, const std::list<MessageFilters::Field>& catalogue,
+                    Filter__& filter) {
   filter.name = options.name;
   filter.relation = options.any ? Filter__::ANYOF : Filter__::ALLOF;
   if (const Refusal refusal = Administration::check_name(options.name))
     return of_option(name_option, options.name, refusal);
-  if (const Refusal refusal = read_tests("--if", options.tests, filter.tests)) return refusal;
+  if (const Refusal refusal = read_tests("--if", options.tests, catalogue, filter.tests))
+    return refusal;
   return read_actions(options.actions, dots, filter.actions);
 }
 

@@ -27,10 +27,15 @@ struct FilterOptions {
 std::vector<Option> add_filter_options(CLI::App& app, const std::string& name_option,
                                        const std::string& help, FilterOptions& options);
 
-// Makes `filter` of the options. Refuses what can't be taken by its option; `name_option` is that
-// of its name.
+// Adds --file, for a filter as a text in a file.
+Option add_filter_file_option(CLI::App& app, std::string& file);
+
+// Makes `filter`, which is new, of the options. Refuses what can't be taken by its option;
+// `name_option` is that of its name. For `catalogue` see rule_text.h.
 Administration::Refusal read_filter(const FilterOptions& options, const std::string& name_option,
-                                    Delivery::FolderDots dots, MessageFilters::Filter__& filter);
+                                    Delivery::FolderDots dots,
+                                    const std::list<MessageFilters::Field>& catalogue,
+                                    MessageFilters::Filter__& filter);
 
 }  // namespace Quarrow::Command
 

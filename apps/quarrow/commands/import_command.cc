@@ -5,9 +5,11 @@
 #include <sstream>
 
 #include "administration/root_setup.h"
+#include "administration/users.h"
 #include "apps/quarrow/commands/filter_command.h"
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/listing.h"
+#include "apps/quarrow/rule_warnings.h"
 #include "apps/quarrow/whole_file.h"
 #include "importing/rules_import.h"
 #include "importing/rules_reader.h"
@@ -79,8 +81,8 @@ Refusal check_losses(const Importing::ImportedRules& rules, const Options& optio
               " in the list above; nothing was changed"};
 }
 
-GuardedOutcome import(RulesTransaction& transaction, RulesFormat format, const std::string& text,
-                      const Options& options) {
+GuardedOutcome import(RulesTransaction& transaction, const EmailAddress& user, RulesFormat format,
+                      const std::string& text, const Options& options) {
   Importing::ImportedRules rules;
   Refusal refusal = read_rules(format, text, options.folder_dots, rules);
   if (refusal) {
@@ -94,6 +96,9 @@ GuardedOutcome import(RulesTransaction& transaction, RulesFormat format, const s
   if (!refusal)
     refusal = options.dry_run ? transaction.check_commit(options.consent)
                               : transaction.commit(options.consent);
+  if (!refusal)
+    for (const auto& rule : rules.rules)
+      warn_of_folders(Administration::user_folder(user), *rule.filter, options.folder_dots);
   return {refusal, report(changes, options.listing)};
 }
 
@@ -111,7 +116,7 @@ int import_file(const Settings& settings, const Options& options) {
     return complain(options.file, "the format can't be told from the text; give it with --from",
                     EX_USAGE);
   const int status = with_filters_of(settings, options.user, [&](RulesTransaction& rules) {
-    return import(rules, *format, text, options);
+    return import(rules, user, *format, text, options);
   });
   if (status == EX_OK && options.dry_run) complain("--dry-run", "nothing was changed", EX_OK);
   return status;

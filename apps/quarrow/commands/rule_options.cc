@@ -11,6 +11,7 @@ namespace Quarrow::Command {
 
 using Administration::Refusal;
 using MessageFilters::Action;
+using MessageFilters::Field;
 using MessageFilters::Test;
 
 Option add_text_option(CLI::App& app, const std::string& name, std::vector<std::string>& texts,
@@ -32,10 +33,10 @@ Refusal of_option(const std::string& option, const std::string& text, Refusal re
 }
 
 Refusal read_tests(const std::string& option, const std::vector<std::string>& texts,
-                   std::list<Test>& tests) {
+                   const std::list<Field>& catalogue, std::list<Test>& tests) {
   for (const auto& text : texts) {
     Test test;
-    Refusal refusal = Administration::read_test(text, test);
+    Refusal refusal = Administration::read_test(text, test, catalogue);
     if (!refusal) refusal = Administration::check_test(test);
     if (refusal) return of_option(option, text, refusal);
     tests.push_back(test);
@@ -55,10 +56,8 @@ Refusal read_actions(const std::vector<std::string>& texts, Delivery::FolderDots
   return {};
 }
 
-int remark_on_actions(const std::vector<std::string>& texts, Delivery::FolderDots dots,
-                      int status) {
-  std::list<Action> actions;
-  if (status != EX_OK || read_actions(texts, dots, actions)) return status;
+int remark_on_actions(const std::list<Action>& actions, int status) {
+  if (status != EX_OK) return status;
   const std::string remark = Administration::remark_on(actions);
   return remark.empty() ? status : complain("--then", remark, status);
 }

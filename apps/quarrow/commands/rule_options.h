@@ -24,8 +24,10 @@ void add_action_folder_dots(CLI::App& app, Delivery::FolderDots& dots);
 Administration::Refusal of_option(const std::string& option, const std::string& text,
                                   Administration::Refusal refusal);
 
-// Appends the tests in the texts that were given with `option`, each of which is checked.
+// Appends the tests in the texts that were given with `option`, each of which is checked. For
+// `catalogue` see rule_text.h.
 Administration::Refusal read_tests(const std::string& option, const std::vector<std::string>& texts,
+                                   const std::list<MessageFilters::Field>& catalogue,
                                    std::list<MessageFilters::Test>& tests);
 
 // Appends the actions in the texts that were given with --then, likewise.
@@ -35,7 +37,7 @@ Administration::Refusal read_actions(const std::vector<std::string>& texts,
 
 // After a change that came to `status`, says what the user may not expect of these actions. Gives
 // the status back.
-int remark_on_actions(const std::vector<std::string>& texts, Delivery::FolderDots dots, int status);
+int remark_on_actions(const std::list<MessageFilters::Action>& actions, int status);
 
 }  // namespace Quarrow::Command
 

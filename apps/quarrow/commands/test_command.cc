@@ -10,12 +10,14 @@
 #include "administration/rule_check.h"
 #include "administration/rule_text.h"
 #include "administration/rules_text.h"
-#include "apps/quarrow/commands/command.h"
+#include "apps/quarrow/commands/catalogue_fields.h"
+#include "apps/quarrow/commands/filter_command.h"
 #include "apps/quarrow/commands/received_option.h"
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/match_report.h"
 #include "message_filters/sieve_script.h"
 #include "message_filters/sieve_test_text.h"
+#include "message_filters/user_files.h"
 #include "quarrow/delivery/delivery_plan.h"
 #include "system/printable.h"
 #include "trial/isolated_runs.h"
@@ -25,12 +27,15 @@
 namespace Quarrow::Command {
 namespace {
 
+using Administration::Refusal;
 using Delivery::Evaluation;
 using MessageFilters::Test;
 using nlohmann::ordered_json;
 
 struct Options {
   std::string test;
+  std::optional<std::string> user;  // none: nobody's own fields
+  std::string catalogue = system_catalogue;
   std::vector<std::string> messages;
   std::optional<std::string> received;  // none: as the messages say
   bool json = false;
@@ -103,16 +108,28 @@ int run(const Options& options, const Test& test, std::optional<std::time_t> rec
   return report.finish();
 }
 
-int try_test(const Options& options) {
+// Reads the test, with the fields of the user if one is given; gives the exit status.
+int read_test(const Settings& settings, const Options& options, Test& test) {
+  const auto read = [&](const auto& catalogue) {
+    Refusal refusal = Administration::read_test(options.test, test, catalogue);
+    if (!refusal) refusal = Administration::check_test(test);
+    refusal.object = options.test;
+    return refusal;
+  };
+  EmailAddress user;
+  if (options.user)
+    if (const Refusal refusal = find_user(settings, *options.user, user))
+      return complain(settings, refusal);
+  const Refusal refusal = options.user ? read_with_fields(user, options.catalogue, read)
+                                       : read(std::list<MessageFilters::Field>());
+  return refusal ? complain(refusal) : EX_OK;
+}
+
+int try_test(const Settings& settings, const Options& options) {
   std::optional<std::time_t> received;
   if (const int status = read_received(options.received, received)) return status;
   Test test;
-  Administration::Refusal refusal = Administration::read_test(options.test, test);
-  if (!refusal) refusal = Administration::check_test(test);
-  if (refusal) {
-    refusal.object = options.test;
-    return complain(refusal);
-  }
+  if (const int status = read_test(settings, options, test)) return status;
   if (options.json)
     print_json({{"test", Administration::test_text(test)}, {"sieve", sieve_of(test)}});
   else
@@ -124,15 +141,18 @@ int try_test(const Options& options) {
 
 Run declare_test(CLI::App& app) {
   const auto options = std::make_shared<Options>();
-  add_option(app, "test", options->test, "'[not] [case] TYPE FIELD COMPARATOR VALUE'")
+  add_option(app, "test", options->test,
+             "Such as 'subject contains quarterly', see quarrow-rules(5)")
       .type_name("")
       .required();
   add_option(app, "messages", options->messages,
              "Message files, mbox files, Maildir folders; - is standard input")
       .type_name("");
+  add_option(app, "--user", options->user, "Know the fields of this user's own").type_name("USER");
+  add_catalogue_option(app, options->catalogue);
   add_received_option(app, options->received);
   add_flag(app, "--json", options->json, "One JSON object a line, and no counts");
-  return [options](const Settings& /*settings*/) { return try_test(*options); };
+  return [options](const Settings& settings) { return try_test(settings, *options); };
 }
 
 }  // namespace Quarrow::Command

@@ -14,12 +14,14 @@
 #include "administration/rule_check.h"
 #include "administration/rules_json.h"
 #include "administration/rules_text.h"
+#include "apps/quarrow/commands/catalogue_fields.h"
 #include "apps/quarrow/commands/rule_options.h"
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/listing.h"
 #include "apps/quarrow/match_report.h"
 #include "apps/quarrow/place_text.h"
 #include "message_filters/script_words.h"
+#include "message_filters/user_files.h"
 #include "system/descriptor.h"
 #include "system/file_io.h"
 #include "trial/comparison.h"
@@ -61,12 +63,6 @@ std::int32_t filter_at(std::size_t at, const FilterList__& list) {
   return (*std::next(list.filters.begin(), static_cast<std::ptrdiff_t>(at) - 1))->id;
 }
 
-Refusal add(const WhatIfOptions& options, FolderDots dots, RulesTransaction& rules) {
-  const auto filter = Filter__::Create();
-  if (const Refusal refusal = read_filter(options.with, "--with", dots, *filter)) return refusal;
-  return rules.add(filter, filter_at(options.at, *rules.filters().filters));
-}
-
 Refusal check(const Filter__& filter, FolderDots dots) {
   if (Refusal refusal = Administration::check_name(filter.name)) return refusal;
   if (Refusal refusal = Administration::check_counts(filter.tests.size(), filter.actions.size()))
@@ -95,13 +91,28 @@ Refusal read_rules(const std::string& json, FolderDots dots,
   return {};
 }
 
+// Makes the further filter.
+Refusal read_further(const WhatIfOptions& options, const EmailAddress& user, FolderDots dots,
+                     boost::shared_ptr<Filter__>& filter) {
+  Refusal refusal =
+      Administration::check_counts(options.with.tests.size(), options.with.actions.size());
+  refusal.object = "--with";
+  if (refusal) return refusal;
+  return read_with_fields(user, system_catalogue, [&](const auto& catalogue) {
+    filter = Filter__::Create();
+    return read_filter(options.with, "--with", dots, catalogue, *filter);
+  });
+}
+
 // The script of the other rules.
-GuardedOutcome other_script(const WhatIfOptions& options, const std::string& json, FolderDots dots,
-                            RulesTransaction& rules) {
+GuardedOutcome other_script(const WhatIfOptions& options,
+                            const boost::shared_ptr<Filter__>& further, const std::string& json,
+                            FolderDots dots, RulesTransaction& rules) {
   auto& list = rules.filters().filters;
   Refusal refusal = options.rules.empty() ? rules.check_loss() : read_rules(json, dots, list);
   if (!refusal) refusal = remove(options.without, rules);
-  if (!refusal && !options.with.name.empty()) refusal = add(options, dots, rules);
+  if (!refusal && further)
+    refusal = rules.add(further, filter_at(options.at, *rules.filters().filters));
   if (refusal) return {refusal, ""};
   const std::string script = Administration::script_text(list, false);
   if (script.size() > script_limit)
@@ -193,18 +204,16 @@ std::vector<Option> add_what_if_options(CLI::App& app, WhatIfOptions& options) {
 int compare_rules(const WhatIfOptions& options, const EmailAddress& user,
                   const std::vector<Trial::MailSource>& sources, const Trial::RunSettings& settings,
                   bool json, int status) {
-  if (!options.with.name.empty()) {
-    Refusal refusal =
-        Administration::check_counts(options.with.tests.size(), options.with.actions.size());
-    refusal.object = "--with";
-    if (refusal) return complain(refusal);
-  }
+  boost::shared_ptr<Filter__> further;
+  if (!options.with.name.empty())
+    if (const Refusal refusal = read_further(options, user, settings.dots, further))
+      return complain(refusal);
   std::string text;
   if (!options.rules.empty())
     if (const int error = read_file(options.rules, text))
       return complain(Trial::cannot_read(options.rules, error));
   const auto outcome = Administration::with_rules_of(user, [&](RulesTransaction& rules) {
-    return other_script(options, text, settings.dots, rules);
+    return other_script(options, further, text, settings.dots, rules);
   });
   if (outcome.refusal) return complain(outcome.refusal, user.address());
   const auto result = Trial::compare(

@@ -1,0 +1,32 @@
+// The folders that a user's Maildir has.
+#ifndef QUARROW_APPS_QUARROW_MAIL_FOLDERS_H_
+#define QUARROW_APPS_QUARROW_MAIL_FOLDERS_H_
+
+#include <set>
+#include <string>
+
+#include "quarrow/delivery/folder_dots.h"
+
+namespace Quarrow::Command {
+
+// The folders of a Maildir as they were when this object was made.
+class MailFolders {
+ public:
+  // Of a Maildir that is not there, or can't be read, nothing is known.
+  explicit MailFolders(const std::string& maildir);
+
+  // Whether the folder that a person names `name` is known not to be there. A name that can't be a
+  // folder's is not.
+  bool is_missing(const std::string& name, Delivery::FolderDots dots) const;
+
+  // "; did you mean A or B?" for the folders that are near to `name`; empty when none is.
+  std::string question(const std::string& name) const;
+
+ private:
+  bool is_known_ = false;
+  std::set<std::string> names_;  // on the disk
+};
+
+}  // namespace Quarrow::Command
+
+#endif  // QUARROW_APPS_QUARROW_MAIL_FOLDERS_H_
