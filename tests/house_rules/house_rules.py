@@ -21,7 +21,7 @@ import sys
 LAYERS = (
     ("apps/quarrow", "apps/quarrow-lmtpd"),
     ("lmtp", "doctor", "importing", "refiling"),
-    ("server", "trial", "administration"),
+    ("server", "trial", "administration", "completion"),
     ("delivery", "include/quarrow/delivery"),
     ("sieve_match",),
     ("message_filters",),
@@ -35,6 +35,7 @@ NAMESPACES = {
     "administration": "Quarrow::Administration",
     "apps/quarrow": "Quarrow::Command",
     "apps/quarrow-lmtpd": "Quarrow::Lmtpd",
+    "completion": "Quarrow::Completion",
     "delivery": "Quarrow::Delivery",
     "doctor": "Quarrow::Doctor",
     "include/quarrow/delivery": "Quarrow::Delivery",

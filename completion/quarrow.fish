@@ -1,0 +1,22 @@
+# Completion of quarrow and quarrow-lmtpd in fish. The programs themselves say what can be typed.
+
+function __quarrow_complete
+    set -l words (commandline -opc)
+    # Of the word at the cursor only what tells options from other words: fish itself chooses those
+    # that fit.
+    set -l typed (string match -r -- '^-[^=]*=?' (commandline -ct))
+    set -l answer ($words[1] complete fish $words[2..-1] "$typed" 2>/dev/null)
+    set -l prefix (string match -r -- '^--[^=]*=' (commandline -ct))
+    set -l path (string replace -r -- '^--[^=]*=' '' (commandline -ct))
+    switch "$answer[1]"
+        case files
+            printf "$prefix%s\n" (__fish_complete_path $path)
+        case folders
+            printf "$prefix%s\n" (__fish_complete_directories $path)
+    end
+    printf '%s\n' $answer[2..-1]
+end
+
+for program in quarrow quarrow-lmtpd
+    complete -c $program -f -a '(__quarrow_complete)'
+end
