@@ -29,13 +29,10 @@ const struct Row {
              "size of the system: up to 7, 18 or more let a user have 20, 60 or 100 filters"}};
 
 Refusal find_row(const std::string& name, const Row*& found) {
-  std::vector<std::string> names;
-  for (const Row& row : rows) {
-    names.emplace_back(row.name);
+  for (const Row& row : rows)
     if (name == row.name) found = &row;
-  }
   if (found != nullptr) return {};
-  const std::string question = did_you_mean(name, names);
+  const std::string question = did_you_mean(name, setting_names());
   return {Kind::wrong_setting, shortened(name),
           "no such setting" + (question.empty() ? "" : "; " + question)};
 }
@@ -65,6 +62,12 @@ Refusal put_in_place(const std::string& aside, const std::string& path, const st
 }
 
 }  // namespace
+
+std::vector<std::string> setting_names() {
+  std::vector<std::string> names;
+  for (const Row& row : rows) names.emplace_back(row.name);
+  return names;
+}
 
 Refusal read_settings(const std::string& root, std::vector<Setting>& settings) {
   if (const Refusal refusal = open_configuration(root)) return refusal;

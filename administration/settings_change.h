@@ -16,6 +16,9 @@ struct Setting {
   std::string meaning;  // for a person
 };
 
+// The names of all settings.
+std::vector<std::string> setting_names();
+
 // Reads all settings below `root`. Refuses as open_configuration() does.
 Refusal read_settings(const std::string& root, std::vector<Setting>& settings);
 

@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "apps/quarrow-lmtpd/options.h"
+#include "completion/answer.h"
 #include "delivery/helper_process.h"
 #include "delivery/sandbox.h"
 #include "lmtp/delivery_counters.h"
@@ -112,6 +113,10 @@ class LmtpServer {
 };
 
 int run_lmtpd(int argc, char** argv) {
+  if (argc > 1 && argv[1] == std::string(Completion::request)) {
+    complete_options({argv + 2, argv + argc}, std::cout);
+    return std::cout.flush() ? EX_OK : EX_IOERR;
+  }
   Parsed parsed = parse_options(argc, argv);
   switch (parsed.outcome) {
     case Parsed::Outcome::help:

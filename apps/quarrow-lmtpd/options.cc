@@ -10,6 +10,7 @@
 #include <map>
 #include <sstream>
 
+#include "completion/answer.h"
 #include "delivery/folder_name.h"
 #include "quarrow/delivery/maildir_store.h"
 
@@ -246,6 +247,25 @@ Parsed parse_options(int argc, const char* const* argv) {
     parsed.text = error.what();
   }
   return parsed;
+}
+
+void complete_options(const std::vector<std::string>& arguments, std::ostream& out) {
+  Options options;
+  Written written(options);
+  CLI::App app("", "quarrow-lmtpd");
+  declare(app, options, written);
+  const std::string help = app.get_config_ptr()->get_description();
+  (void)app.set_config();  // the file is not for reading now
+  std::string file;
+  app.add_option("--config", file, help)->type_name("FILE");
+  const auto paths = [](const Completion::Cursor& cursor) -> Completion::Offer {
+    const std::string type = cursor.option->get_type_name();
+    if (type == "DIR") return {{}, Completion::Paths::folders};
+    return {
+        {},
+        type == "FILE" || type == "SOCKET" ? Completion::Paths::files : Completion::Paths::none};
+  };
+  Completion::answer(app, arguments, paths, out);
 }
 
 }  // namespace Quarrow::Lmtpd

@@ -2,7 +2,9 @@
 #ifndef QUARROW_APPS_QUARROW_LMTPD_OPTIONS_H_
 #define QUARROW_APPS_QUARROW_LMTPD_OPTIONS_H_
 
+#include <ostream>
 #include <string>
+#include <vector>
 
 #include "delivery/recipient_lookup.h"
 #include "lmtp/limits.h"
@@ -38,6 +40,10 @@ struct Parsed {
 
 // Reads the command line and the file that it names with --config, whose settings it overrides.
 Parsed parse_options(int argc, const char* const* argv);
+
+// Answers the script of a shell that completes a command line, with `arguments` for
+// Completion::answer().
+void complete_options(const std::vector<std::string>& arguments, std::ostream& out);
 
 }  // namespace Quarrow::Lmtpd
 

@@ -12,7 +12,9 @@
 #include "administration/near_names.h"
 #include "apps/quarrow/commands/command.h"
 #include "apps/quarrow/complaint.h"
+#include "apps/quarrow/known_values.h"
 #include "apps/quarrow/usage_error.h"
+#include "completion/answer.h"
 #include "system/printable.h"
 
 namespace Quarrow::Command {
@@ -165,11 +167,15 @@ int run_or_complain(const Run& run, const Settings& settings) {
   }
 }
 
+Run declare(CLI::App& app, Settings& settings) {
+  app.set_version_flag("--version", "quarrow " QUARROW_VERSION);
+  return declare_commands(app, commands, settings);
+}
+
 int run_quarrow(const std::vector<std::string>& arguments) {
   Settings settings;
   CLI::App app("Per-user mail filters: made into Sieve scripts, and run over messages.", "quarrow");
-  app.set_version_flag("--version", "quarrow " QUARROW_VERSION);
-  const Run run = declare_commands(app, commands, settings);
+  const Run run = declare(app, settings);
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::Success& help) {
@@ -181,10 +187,42 @@ int run_quarrow(const std::vector<std::string>& arguments) {
   return finish_output(run_or_complain(run, settings));
 }
 
+// Behind "help" stands what would stand there without it.
+Completion::Offer subcommands_to_explain(const Completion::Cursor& cursor) {
+  std::vector<std::string> words = cursor.option->results();
+  words.back() = cursor.typed;
+  Settings settings;
+  CLI::App app("", "quarrow");
+  (void)declare(app, settings);
+  const auto nothing = [](const Completion::Cursor&) { return Completion::Offer(); };
+  return Completion::offer_at(Completion::find_cursor(app, words), nothing);
+}
+
+// Answers the script of a shell: see completion/answer.h. No failure is told, since a person is
+// typing.
+int complete(const std::vector<std::string>& arguments) {
+  Settings settings;
+  CLI::App app("", "quarrow");
+  (void)declare(app, settings);
+  const auto values = [](const Completion::Cursor& cursor) {
+    return command_words(cursor) == "help" ? subcommands_to_explain(cursor)
+                                           : known_values(Settings(), cursor);
+  };
+  try {
+    Completion::answer(app, arguments, values, std::cout);
+  } catch (const std::exception&) {
+    return EX_UNAVAILABLE;
+  }
+  return std::cout.flush() ? EX_OK : EX_IOERR;
+}
+
 }  // namespace
 }  // namespace Quarrow::Command
 
 int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
-  return Quarrow::Command::run_quarrow({argv + std::min(argc, 1), argv + argc});
+  const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+  if (!arguments.empty() && arguments.front() == Quarrow::Completion::request)
+    return Quarrow::Command::complete({arguments.begin() + 1, arguments.end()});
+  return Quarrow::Command::run_quarrow(arguments);
 }
