@@ -1,5 +1,6 @@
 #!/usr/bin/env -S python3 -B
-"""Compares what the programs say with --help with what their manual pages say.
+"""Compares what the programs say with --help with what their manual pages say, and with what they
+offer to shells that complete command lines.
 
 Usage: help_and_manual.py QUARROW QUARROW_LMTPD FOLDER_OF_PAGES
 
@@ -128,7 +129,7 @@ class Comparison:
     def __init__(self):
         self.differs = False
 
-    def expect_equal(self, what, in_help, in_page):
+    def expect_equal(self, what, in_help, in_page, page="the page"):
         """Compares two sets, or two dictionaries."""
         if in_help == in_page:
             return
@@ -136,7 +137,23 @@ class Comparison:
         if isinstance(in_help, dict):
             in_help, in_page = in_help.items(), in_page.items()
         print(f"{what}: only the help has {sorted(in_help - in_page)}, "
-              f"only the page {sorted(in_page - in_help)}")
+              f"only {page} {sorted(in_page - in_help)}")
+
+    def completion(self, program, words=()):
+        """Of the subcommand `words`, and of those below it."""
+        told = Help(program, words)
+        name = " ".join((pathlib.Path(program).name, *words))
+        self.expect_equal(f"{name}, long options", {o for o in told.options if o[:2] == "--"},
+                          offered(program, *words, "--"), "the completion")
+        for option, argument in told.options.items():
+            if "|" in argument:
+                self.expect_equal(f"{name}, {option}", set(argument.split("|")),
+                                  offered(program, *words, option, ""), "the completion")
+        if told.subcommands:
+            self.expect_equal(f"{name}, subcommands", set(told.subcommands),
+                              offered(program, *words, ""), "the completion")
+        for word in told.subcommands:
+            self.completion(program, (*words, word))
 
     def command(self, name, told, synopsis, described):
         """`told`: the help; `synopsis`: lines; `described`: as Page.described gives it."""
@@ -148,6 +165,13 @@ class Comparison:
         defaults = {option: found[1] for option, (_, text) in described.items()
                     if (found := re.search(r"(\S+) by default", text))}
         self.expect_equal(f"{name}, defaults", told.defaults, defaults)
+
+
+def offered(program, *words):
+    """The candidates for the last of the words."""
+    answer = subprocess.run([program, "complete", "fish", *words], check=True,
+                            capture_output=True, text=True, timeout=60).stdout
+    return {line.partition("\t")[0] for line in answer.splitlines()[1:]}
 
 
 def subcommands(program, words=()):
@@ -202,6 +226,8 @@ def main(quarrow, lmtpd, folder):
     comparison = Comparison()
     compare_quarrow(comparison, quarrow, pathlib.Path(folder))
     compare_lmtpd(comparison, lmtpd, pathlib.Path(folder))
+    for program in (quarrow, lmtpd):
+        comparison.completion(program)
     sys.exit(1 if comparison.differs else 0)
 
 
