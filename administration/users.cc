@@ -139,12 +139,14 @@ std::string unescaped(const std::string& name) {
   return text;
 }
 
-// Adds the users of a domain; folders that no address leads to are nobody's.
-Refusal find_users(const Part& domain, std::vector<std::string>& users) {
+// Adds the users of a domain who begin with `start`; folders that no address leads to are nobody's.
+Refusal find_users(const Part& domain, const std::string& start, std::vector<std::string>& users) {
   std::vector<Part> local_parts;
   if (const Refusal refusal = find_parts(domain.path, "", local_parts)) return refusal;
   for (const Part& local : local_parts) {
-    const EmailAddress address(unescaped(local.name) + '@' + unescaped(domain.name));
+    const std::string text = unescaped(local.name) + '@' + unescaped(domain.name);
+    if (text.rfind(start, 0) != 0) continue;
+    const EmailAddress address(text);
     if (!address.isNull() && user_folder(address) == local.path) users.push_back(address.address());
   }
   return {};
@@ -194,12 +196,13 @@ Refusal remove_user(const std::string& root, const EmailAddress& address, bool w
   return as_owner(root, folder, [&folder] { return remove_folder(folder); });
 }
 
-Refusal list_users(const std::string& root, std::vector<std::string>& users) {
+Refusal list_users(const std::string& root, std::vector<std::string>& users,
+                   const std::string& start) {
   std::vector<Part> domains;
   if (const Refusal refusal = find_parts(root, "", domains)) return refusal;
   std::vector<std::string> found;
   for (const Part& domain : domains)
-    if (const Refusal refusal = find_users(domain, found)) return refusal;
+    if (const Refusal refusal = find_users(domain, start, found)) return refusal;
   std::sort(found.begin(), found.end());
   users = std::move(found);
   return {};

@@ -39,8 +39,10 @@ Refusal check_removal(const EmailAddress& address, bool with_mail);
 // removal that is cut off leaves a folder ".removed-..." beside it, which nothing reads.
 Refusal remove_user(const std::string& root, const EmailAddress& address, bool with_mail);
 
-// Puts the addresses of all users below `root` into `users`, sorted.
-Refusal list_users(const std::string& root, std::vector<std::string>& users);
+// Puts the addresses of all users below `root` into `users`, sorted; of those alone that begin with
+// `start`, which takes less time.
+Refusal list_users(const std::string& root, std::vector<std::string>& users,
+                   const std::string& start = "");
 
 }  // namespace Quarrow::Administration
 

@@ -225,6 +225,14 @@ TEST_F(UsersTest, AreNotListedInPart) {
   EXPECT_EQ(std::vector<std::string>{"before"}, users);
 }
 
+TEST_F(UsersTest, AreListedByTheirBeginning) {
+  for (const char* folder : {"example.org/alice", "example.org/bob", "example.com/alice"})
+    fs::create_directories(root_.file(folder));
+  std::vector<std::string> users;
+  EXPECT_EQ("", said(list_users(root_.path(), users, "alice@example.o")));
+  EXPECT_EQ(std::vector<std::string>{"alice@example.org"}, users);
+}
+
 TEST_F(UsersTest, AreNotKnownByAFile) {
   fs::create_directories(root_.file("example.org"));
   root_.write("example.org/alice", "");
