@@ -8,8 +8,6 @@
 namespace Quarrow::Completion {
 namespace {
 
-enum class Shell { bash, zsh, fish };
-
 const char* name_of(Paths paths) {
   return paths == Paths::files ? "files" : paths == Paths::folders ? "folders" : "words";
 }
@@ -21,11 +19,11 @@ std::string typed_on(const std::string& typed, const TypedWord& word,
   return typed.substr(0, kept) + typed_in(word.quote, candidate.substr(word.text.size()));
 }
 
-void write(const Offer& offer, Shell shell, const std::string& typed, const TypedWord& word,
+void write(const Offer& offer, bool for_bash, const std::string& typed, const TypedWord& word,
            std::ostream& out) {
   out << name_of(offer.paths) << '\n';
   for (const Candidate& candidate : offer.candidates)
-    if (shell == Shell::bash)
+    if (for_bash)
       out << typed_on(typed, word, candidate.text) << '\n';
     else
       out << candidate.text << '\t' << candidate.description << '\n';
@@ -33,17 +31,19 @@ void write(const Offer& offer, Shell shell, const std::string& typed, const Type
 
 }  // namespace
 
-void answer(CLI::App& app, const std::vector<std::string>& arguments, const Values& values,
+bool is_request(const std::vector<std::string>& arguments) {
+  if (arguments.size() < 3 || arguments[0] != "complete") return false;
+  return arguments[1] == "bash" || arguments[1] == "zsh" || arguments[1] == "fish";
+}
+
+void answer(CLI::App& app, const std::vector<std::string>& request, const Values& values,
             std::ostream& out) {
-  if (arguments.size() < 2) return;
-  const std::string& name = arguments.front();
-  if (name != "bash" && name != "zsh" && name != "fish") return;
-  const Shell shell = name == "bash" ? Shell::bash : name == "zsh" ? Shell::zsh : Shell::fish;
-  std::vector<std::string> words(arguments.begin() + 1, arguments.end());
-  if (shell != Shell::fish)
+  const std::string& shell = request[1];
+  std::vector<std::string> words(request.begin() + 2, request.end());
+  if (shell != "fish")
     for (std::string& word : words) word = read_typed(word).text;
-  const Cursor cursor = find_cursor(app, words);
-  write(offer_at(cursor, values), shell, arguments.back(), read_typed(arguments.back()), out);
+  const Offer offer = offer_at(find_cursor(app, words), values);
+  write(offer, shell == "bash", request.back(), read_typed(request.back()), out);
 }
 
 }  // namespace Quarrow::Completion

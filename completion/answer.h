@@ -10,20 +10,19 @@
 
 namespace Quarrow::Completion {
 
-// The first argument of a program that is asked so. It is in no help.
-constexpr char request[] = "complete";
-
-// Answers for `arguments`: a shell, and the words of the line behind the program's name, of which
-// the cursor stands behind the last one, that may be empty. The shells differ in the words' form:
+// Whether the arguments of a program are the request of a shell's script: "complete", which is in
+// no help, the name of the shell, and the words of the line behind the program's name. The cursor
+// stands behind the last of them, which may be empty. The shells differ in the form of words:
 //
 //   bash   as they are typed, with quotes; so are the candidates
 //   zsh    as they are typed; candidates as they are meant
-//   fish   as they are meant, and so are the candidates, of which the shell chooses those that fit
-//
-// The first line of the answer is "words", "files" or "folders": the paths that are wanted there
+//   fish   as they are meant, and so are the candidates, of which the shell chooses those that fit:
+//          the last word may be shorter than what is typed
+bool is_request(const std::vector<std::string>& arguments);
+
+// Answers that request. The first line is "words", "files" or "folders": the paths that are wanted
 // beside the candidates. Then each line has a candidate and, but for bash, a tab and a description.
-// There is no answer for another shell, or without a word.
-void answer(CLI::App& app, const std::vector<std::string>& arguments, const Values& values,
+void answer(CLI::App& app, const std::vector<std::string>& request, const Values& values,
             std::ostream& out);
 
 }  // namespace Quarrow::Completion

@@ -20,12 +20,13 @@ class OfferTest : public ::testing::Test {
     app_.add_subcommand("list", "List everything");
   }
 
-  std::string answer_to(const std::vector<std::string>& arguments) {
+  std::string answer_to(std::vector<std::string> arguments) {
     std::ostringstream out;
     const auto names = [](const Cursor& /*cursor*/) -> Offer {
       return {{{"it's a: $name", "first\tof two"}, {"Gr\u00fc\u00dfe", ""}, {"two\nlines", ""}},
               Paths::none};
     };
+    arguments.insert(arguments.begin(), "complete");
     answer(app_, arguments, names, out);
     return out.str();
   }
@@ -73,10 +74,15 @@ TEST_F(OfferTest, TypesOnInTheQuotesThatAreOpen) {
   }
 }
 
-TEST_F(OfferTest, SaysNothingToStrangers) {
-  EXPECT_EQ("", answer_to({"csh", ""}));
-  EXPECT_EQ("", answer_to({"bash"}));
-  EXPECT_EQ("", answer_to({}));
+TEST(Request, IsThatOfAShell) {
+  EXPECT_TRUE(is_request({"complete", "bash", ""}));
+  EXPECT_TRUE(is_request({"complete", "zsh", "filter", "a"}));
+  EXPECT_TRUE(is_request({"complete", "fish", "f"}));
+  EXPECT_FALSE(is_request({"complete", "csh", ""}));
+  EXPECT_FALSE(is_request({"complete", "bash"}));
+  EXPECT_FALSE(is_request({"complete"}));
+  EXPECT_FALSE(is_request({"filter", "bash", ""}));
+  EXPECT_FALSE(is_request({}));
 }
 
 }  // namespace

@@ -2,17 +2,17 @@
 
 function __quarrow_complete
     set -l words (commandline -opc)
-    # Of the word at the cursor only what tells options from other words: fish itself chooses those
-    # that fit.
-    set -l typed (string match -r -- '^-[^=]*=?' (commandline -ct))
+    # Of the word at the cursor only what is in front of a quote, and no more of an option's value:
+    # fish itself chooses what fits.
+    set -l typed (string match -r -- '^(?:-[^=]*=?|[\w@.+]*)' (commandline -ct))
     set -l answer ($words[1] complete fish $words[2..-1] "$typed" 2>/dev/null)
     set -l prefix (string match -r -- '^--[^=]*=' (commandline -ct))
     set -l path (string replace -r -- '^--[^=]*=' '' (commandline -ct))
     switch "$answer[1]"
         case files
-            printf "$prefix%s\n" (__fish_complete_path $path)
+            printf '%s\n' "$prefix"(__fish_complete_path $path)
         case folders
-            printf "$prefix%s\n" (__fish_complete_directories $path)
+            printf '%s\n' "$prefix"(__fish_complete_directories $path)
     end
     printf '%s\n' $answer[2..-1]
 end

@@ -7,12 +7,14 @@
 #include <syslog.h>
 #include <zvelluser.h>
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "apps/quarrow-lmtpd/options.h"
 #include "completion/answer.h"
@@ -113,8 +115,9 @@ class LmtpServer {
 };
 
 int run_lmtpd(int argc, char** argv) {
-  if (argc > 1 && argv[1] == std::string(Completion::request)) {
-    complete_options({argv + 2, argv + argc}, std::cout);
+  const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+  if (Completion::is_request(arguments)) {
+    complete_options(arguments, std::cout);
     return std::cout.flush() ? EX_OK : EX_IOERR;
   }
   Parsed parsed = parse_options(argc, argv);

@@ -249,7 +249,7 @@ Parsed parse_options(int argc, const char* const* argv) {
   return parsed;
 }
 
-void complete_options(const std::vector<std::string>& arguments, std::ostream& out) {
+void complete_options(const std::vector<std::string>& request, std::ostream& out) {
   Options options;
   Written written(options);
   CLI::App app("", "quarrow-lmtpd");
@@ -265,7 +265,7 @@ void complete_options(const std::vector<std::string>& arguments, std::ostream& o
         {},
         type == "FILE" || type == "SOCKET" ? Completion::Paths::files : Completion::Paths::none};
   };
-  Completion::answer(app, arguments, paths, out);
+  Completion::answer(app, request, paths, out);
 }
 
 }  // namespace Quarrow::Lmtpd

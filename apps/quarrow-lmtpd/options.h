@@ -41,9 +41,8 @@ struct Parsed {
 // Reads the command line and the file that it names with --config, whose settings it overrides.
 Parsed parse_options(int argc, const char* const* argv);
 
-// Answers the script of a shell that completes a command line, with `arguments` for
-// Completion::answer().
-void complete_options(const std::vector<std::string>& arguments, std::ostream& out);
+// Answers the script of a shell that completes a command line: see Completion::answer().
+void complete_options(const std::vector<std::string>& request, std::ostream& out);
 
 }  // namespace Quarrow::Lmtpd
 

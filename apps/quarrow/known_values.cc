@@ -34,7 +34,7 @@ struct Line {
 Offer users(const Line& line) {
   std::vector<std::string> names;
   mailuser_set_root(line.settings.root);
-  (void)Administration::list_users(line.settings.root, names);
+  (void)Administration::list_users(line.settings.root, names, line.cursor.typed);
   return Completion::offer_of(names);
 }
 
@@ -143,7 +143,8 @@ std::string with_home(const std::string& path) {
   return home != nullptr && path.rfind("~/", 0) == 0 ? home + path.substr(1) : path;
 }
 
-Settings settings_on(const Cursor& cursor, Settings settings) {
+Settings settings_on(const Cursor& cursor) {
+  Settings settings;
   const std::string root = given(cursor, "--root");
   if (!root.empty()) settings.root = with_home(root);
   if (has(cursor, "--keep-case")) settings.address_case = Delivery::AddressCase::kept;
@@ -152,12 +153,12 @@ Settings settings_on(const Cursor& cursor, Settings settings) {
 
 }  // namespace
 
-Offer known_values(const Settings& settings, const Cursor& cursor) {
+Offer known_values(const Cursor& cursor) {
   const CLI::Option* const option = argument_at(cursor);
   if (option == nullptr) return {};
   const std::string command = command_words(cursor);
   for (const Row& row : rows)
-    if (fits(row, *option, command)) return row.values({settings_on(cursor, settings), cursor});
+    if (fits(row, *option, command)) return row.values({settings_on(cursor), cursor});
   return {};
 }
 

@@ -3,14 +3,13 @@
 #ifndef QUARROW_APPS_QUARROW_KNOWN_VALUES_H_
 #define QUARROW_APPS_QUARROW_KNOWN_VALUES_H_
 
-#include "apps/quarrow/commands/command.h"
 #include "completion/offer.h"
 
 namespace Quarrow::Command {
 
-// The values at the cursor, for users and files below the root that is given on its line, or else
-// that of `settings`. Nothing where there are none, or where they can't be found out.
-Completion::Offer known_values(const Settings& settings, const Completion::Cursor& cursor);
+// The values at the cursor, for users and files below the root that its line names. Nothing where
+// there are none, or where they can't be found out.
+Completion::Offer known_values(const Completion::Cursor& cursor);
 
 }  // namespace Quarrow::Command
 

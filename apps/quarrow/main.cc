@@ -200,16 +200,15 @@ Completion::Offer subcommands_to_explain(const Completion::Cursor& cursor) {
 
 // Answers the script of a shell: see completion/answer.h. No failure is told, since a person is
 // typing.
-int complete(const std::vector<std::string>& arguments) {
+int complete(const std::vector<std::string>& request) {
   Settings settings;
   CLI::App app("", "quarrow");
   (void)declare(app, settings);
   const auto values = [](const Completion::Cursor& cursor) {
-    return command_words(cursor) == "help" ? subcommands_to_explain(cursor)
-                                           : known_values(Settings(), cursor);
+    return command_words(cursor) == "help" ? subcommands_to_explain(cursor) : known_values(cursor);
   };
   try {
-    Completion::answer(app, arguments, values, std::cout);
+    Completion::answer(app, request, values, std::cout);
   } catch (const std::exception&) {
     return EX_UNAVAILABLE;
   }
@@ -222,7 +221,6 @@ int complete(const std::vector<std::string>& arguments) {
 int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
   const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
-  if (!arguments.empty() && arguments.front() == Quarrow::Completion::request)
-    return Quarrow::Command::complete({arguments.begin() + 1, arguments.end()});
+  if (Quarrow::Completion::is_request(arguments)) return Quarrow::Command::complete(arguments);
   return Quarrow::Command::run_quarrow(arguments);
 }
