@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cstdio>
 #include <iterator>
 #include <sstream>
 #include <utility>
@@ -77,6 +78,10 @@ std::vector<std::string> words_of(const std::string& line) {
   return words;
 }
 
+std::string line_of(const Step& step) {
+  return line_of({kind_words[static_cast<int>(step.kind)], step.unique, step.from, step.to});
+}
+
 // Takes a line into the runs that are not undone.
 void take(const std::vector<std::string>& words, std::vector<std::vector<Step>>& runs) {
   if (words.empty()) return;
@@ -91,24 +96,37 @@ void take(const std::vector<std::string>& words, std::vector<std::vector<Step>>&
 }  // namespace
 
 Refusal Journal::open(const std::string& folder) {
+  folder_ = folder;
   path_ = folder + '/' + journal_name;
-  file_.emplace(open_regular(path_, O_RDWR | O_CREAT | O_APPEND, for_owner));
-  if (file_->get() < 0)
-    return {Administration::kind_of_error(errno), path_, reason_for_no_file(errno)};
-  struct stat status {};
-  if (fstat(file_->get(), &status) != 0) return system_refusal(path_, "", errno);
-  if (status.st_uid != geteuid() || status.st_nlink != 1)
-    return {Refusal::Kind::not_permitted, path_,
-            "belongs to another user, or has a second name; remove it"};
-  if (flock(file_->get(), LOCK_EX | LOCK_NB) != 0)
-    return errno == EWOULDBLOCK
-               ? Refusal{Refusal::Kind::try_again, path_,
-                         "another process is moving this user's mail; try again later"}
-               : system_refusal(path_, "can't be locked", errno);
-  const Descriptor parent(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (parent.get() < 0 || fsync(parent.get()) != 0)  // the journal may be new there
-    return system_refusal(folder, "can't be synchronised", errno);
+  if (const Refusal refusal = lock()) return refusal;
+  if (const Refusal refusal = synchronise_folder()) return refusal;  // it may be new there
   return end_last_line();
+}
+
+// A process that has just replaced the journal leaves the lock of a file without a name.
+Refusal Journal::lock() {
+  struct stat status {};
+  do {
+    file_ =
+        std::make_unique<Descriptor>(open_regular(path_, O_RDWR | O_CREAT | O_APPEND, for_owner));
+    if (file_->get() < 0)
+      return {Administration::kind_of_error(errno), path_, reason_for_no_file(errno)};
+    if (flock(file_->get(), LOCK_EX | LOCK_NB) != 0)
+      return errno == EWOULDBLOCK
+                 ? Refusal{Refusal::Kind::try_again, path_,
+                           "another process is moving this user's mail; try again later"}
+                 : system_refusal(path_, "can't be locked", errno);
+    if (fstat(file_->get(), &status) != 0) return system_refusal(path_, "", errno);
+  } while (status.st_nlink == 0);
+  if (status.st_uid == geteuid() && status.st_nlink == 1) return {};
+  return {Refusal::Kind::not_permitted, path_,
+          "belongs to another user, or has a second name; remove it"};
+}
+
+Refusal Journal::synchronise_folder() const {
+  const Descriptor folder(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const bool done = folder.get() >= 0 && fsync(folder.get()) == 0;
+  return done ? Refusal() : system_refusal(folder_, "can't be synchronised", errno);
 }
 
 // A line that was cut off, by a full disk or when the machine stopped, tells of nothing that was
@@ -124,35 +142,79 @@ Refusal Journal::end_last_line() {
   return {};
 }
 
-Refusal Journal::read_last_run(std::optional<std::vector<Step>>& steps) const {
+Refusal Journal::read_runs(Runs& runs) const {
   std::string text;
   ssize_t count = 1;
   while (count > 0) count = append_next(file_->get(), text);
   if (count < 0) return system_refusal(path_, "can't be read", errno);
-  std::vector<std::vector<Step>> runs;  // those that are not undone
   std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) take(words_of(line), runs);
-  if (!runs.empty()) steps = std::move(runs.back());
+  for (std::string line; std::getline(lines, line);) {
+    const std::vector<std::string> words = words_of(line);
+    if (!words.empty() && words[0] == run_word) ++runs.count;
+    take(words, runs.kept);
+  }
   return {};
 }
 
-void Journal::begin_run() { is_run_begun_ = false; }
+Refusal Journal::read_last_run(std::optional<std::vector<Step>>& steps) const {
+  Runs runs;
+  if (const Refusal refusal = read_runs(runs)) return refusal;
+  if (!runs.kept.empty()) steps = std::move(runs.kept.back());
+  return {};
+}
+
+void Journal::begin_run() { is_run_begun_ = is_run_written_ = false; }
 
 void Journal::add(const Step& step) {
   if (!is_run_begun_) {
     is_run_begun_ = true;
     added_ += line_of({run_word});
   }
-  added_ += line_of({kind_words[static_cast<int>(step.kind)], step.unique, step.from, step.to});
+  added_ += line_of(step);
 }
 
 void Journal::add_undone() { added_ += line_of({undone_word}); }
 
 Refusal Journal::write() {
   if (added_.empty()) return {};
+  if (is_run_begun_ && !is_run_written_)
+    if (const Refusal refusal = drop_old_runs()) return refusal;
+  is_run_written_ = is_run_begun_;
   const bool done = write_all(file_->get(), added_) && fdatasync(file_->get()) == 0;
   added_ = done ? "" : "\n" + added_;  // a part of it may stand there
   return done ? Refusal() : system_refusal(path_, "can't be written", errno);
+}
+
+// Leaves room for the run that begins.
+Refusal Journal::drop_old_runs() {
+  Runs runs;
+  if (const Refusal refusal = read_runs(runs)) return refusal;
+  if (runs.count < kept_runs) return {};
+  const std::size_t dropped = runs.kept.size() - std::min(runs.kept.size(), kept_runs - 1);
+  std::string text;
+  for (std::size_t i = dropped; i < runs.kept.size(); ++i) {
+    text += line_of({run_word});
+    for (const Step& step : runs.kept[i]) text += line_of(step);
+  }
+  return replace(text);
+}
+
+// The new file is locked before it has the journal's name, so that this process stays alone.
+Refusal Journal::replace(const std::string& text) {
+  const std::string draft = path_ + ".new";
+  (void)unlink(draft.c_str());  // of a process that was killed
+  auto file = std::make_unique<Descriptor>(
+      open_regular(draft, O_RDWR | O_CREAT | O_EXCL | O_APPEND, for_owner));
+  const bool done = file->get() >= 0 && flock(file->get(), LOCK_EX | LOCK_NB) == 0 &&
+                    write_all(file->get(), text) && fsync(file->get()) == 0 &&
+                    std::rename(draft.c_str(), path_.c_str()) == 0;
+  if (!done) {
+    const Refusal refusal = system_refusal(path_, "can't be replaced", errno);
+    (void)unlink(draft.c_str());
+    return refusal;
+  }
+  file_ = std::move(file);
+  return synchronise_folder();
 }
 
 }  // namespace Quarrow::Refiling

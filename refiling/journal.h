@@ -2,6 +2,8 @@
 #ifndef QUARROW_REFILING_JOURNAL_H_
 #define QUARROW_REFILING_JOURNAL_H_
 
+#include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +14,10 @@
 namespace Quarrow::Refiling {
 
 constexpr char journal_name[] = ".refiling_journal";
+
+// How many runs are kept that are not undone. Several, since a run that was stopped is followed by
+// one that does the rest.
+constexpr std::size_t kept_runs = 10;
 
 // One change to one message. It is written down before it is made, so it may not have been made:
 // where the message is tells that.
@@ -28,8 +34,9 @@ struct Step {
   std::string to;
 };
 
-// The journal in a user's folder: a file that is only added to, and is never removed. Who has it
-// open is alone: it is locked until this object is gone or the process ends.
+// The journal in a user's folder: a file that is added to, and never removed. When a run begins, it
+// may be replaced by a shorter one. One process at a time has it open: it is locked until this
+// object is gone or the process ends.
 class Journal {
  public:
   // Opens the journal in `folder`, and makes it when it is missing. Refuses when another process
@@ -45,7 +52,9 @@ class Journal {
   // Marks the last run that is not undone as undone, in memory.
   void add_undone();
 
-  // Writes what was added, and waits until it is on the disk.
+  // Writes what was added, and waits until it is on the disk. With the first step of a run, runs
+  // that are undone go, and so do the oldest beyond `kept_runs`, once there are that many. A
+  // process that is killed meanwhile leaves the old journal or the shorter one.
   Administration::Refusal write();
 
   // Reads the steps of the last run on the disk that is not undone into `steps`; none when there is
@@ -53,11 +62,24 @@ class Journal {
   Administration::Refusal read_last_run(std::optional<std::vector<Step>>& steps) const;
 
  private:
-  Administration::Refusal end_last_line();
+  // Runs on the disk.
+  struct Runs {
+    std::vector<std::vector<Step>> kept;  // those that are not undone
+    std::size_t count = 0;                // the others too
+  };
 
+  Administration::Refusal lock();
+  Administration::Refusal end_last_line();
+  Administration::Refusal read_runs(Runs& runs) const;
+  Administration::Refusal drop_old_runs();
+  Administration::Refusal replace(const std::string& text);
+  Administration::Refusal synchronise_folder() const;
+
+  std::string folder_;
   std::string path_;
-  std::optional<Descriptor> file_;
+  std::unique_ptr<Descriptor> file_;
   bool is_run_begun_ = false;
+  bool is_run_written_ = false;
   std::string added_;
 };
 

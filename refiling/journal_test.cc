@@ -3,8 +3,12 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <filesystem>
+
+#include "administration/traced_process_test_support.h"
 #include "refiling/refiling_test_support.h"
 
 namespace Quarrow::Refiling {
@@ -32,19 +36,111 @@ void add_run(const TemporaryFolder& folder, const std::vector<Step>& steps) {
   EXPECT_EQ("", said(journal.write()));
 }
 
+void undo_run(const TemporaryFolder& folder) {
+  Journal journal;
+  EXPECT_EQ("", said(journal.open(folder.path())));
+  journal.add_undone();
+  EXPECT_EQ("", said(journal.write()));
+}
+
+// A run of its own for each number, with two batches.
+void add_runs(const TemporaryFolder& folder, std::size_t first, std::size_t end) {
+  for (std::size_t i = first; i < end; ++i) {
+    Journal journal;
+    EXPECT_EQ("", said(journal.open(folder.path())));
+    journal.begin_run();
+    for (const char* target : {".A", ".B"}) {
+      journal.add({Step::Kind::move, std::to_string(i), "", target});
+      EXPECT_EQ("", said(journal.write()));
+    }
+  }
+}
+
+Lines run_of(std::size_t number) {
+  const std::string step = "0 " + std::to_string(number);
+  return {step + "  .A", step + "  .B"};
+}
+
 TEST(JournalTest, KeepsRunsAndForgetsThoseThatAreUndone) {
   const TemporaryFolder folder;
   EXPECT_EQ(Lines({"none"}), last_run(folder));
   add_run(folder, {{Step::Kind::move, "a", "", ".A"}});
   add_run(folder, {{Step::Kind::copy, "b", ".A", ""}, {Step::Kind::drop, "c", ".A", ".B"}});
   EXPECT_EQ(Lines({"1 b .A ", "2 c .A .B"}), last_run(folder));
-  {
-    Journal journal;
-    ASSERT_EQ("", said(journal.open(folder.path())));
-    journal.add_undone();
-    ASSERT_EQ("", said(journal.write()));
-  }
+  undo_run(folder);
   EXPECT_EQ(Lines({"0 a  .A"}), last_run(folder));
+}
+
+TEST(JournalTest, KeepsTheLatestRunsOnly) {
+  const TemporaryFolder folder;
+  constexpr std::size_t count = 3 * kept_runs;
+  add_runs(folder, 0, count);
+  for (std::size_t i = count; i > count - kept_runs; --i) {
+    EXPECT_EQ(run_of(i - 1), last_run(folder));
+    undo_run(folder);
+  }
+  EXPECT_EQ(Lines({"none"}), last_run(folder));
+}
+
+TEST(JournalTest, IsAsLongAsItsRunsHoweverManyThereWere) {
+  const TemporaryFolder folder;
+  add_runs(folder, 100, 100 + kept_runs);
+  const auto size = std::filesystem::file_size(folder.file(journal_name));
+  add_runs(folder, 200, 200 + 5 * kept_runs);
+  EXPECT_EQ(size, std::filesystem::file_size(folder.file(journal_name)));
+  EXPECT_FALSE(std::filesystem::exists(folder.file(journal_name) + ".new"));
+}
+
+TEST(JournalTest, DropsRunsThatAreUndoneBeforeOthers) {
+  const TemporaryFolder folder;
+  add_runs(folder, 0, 1);
+  for (std::size_t i = 1; i < 3 * kept_runs; ++i) {
+    add_runs(folder, i, i + 1);
+    undo_run(folder);
+  }
+  EXPECT_EQ(run_of(0), last_run(folder));
+  EXPECT_GT(500U, std::filesystem::file_size(folder.file(journal_name)));
+}
+
+TEST(JournalTest, IsWholeWheneverTheProcessThatShortensItIsKilled) {
+  const TemporaryFolder model;
+  add_runs(model, 0, kept_runs);
+  const std::string journal = content_of(model.file(journal_name));
+  bool was_old = false;
+  bool is_done = false;
+  for (int stops = 0; !is_done; ++stops) {
+    const TemporaryFolder folder;
+    folder.write(journal_name, journal);
+    Administration::TracedProcess process([&] { add_runs(folder, kept_runs, kept_runs + 1); });
+    if (!process.is_running()) GTEST_SKIP() << "processes can't be traced here";
+    for (int stop = 0; stop < stops && !is_done; ++stop) is_done = !process.step();
+    process.kill();
+    SCOPED_TRACE("killed at stop " + std::to_string(stops));
+    const Lines last = last_run(folder);
+    if (last.size() < 2)
+      EXPECT_EQ(Lines({"0 " + std::to_string(kept_runs) + "  .A"}), last);
+    else
+      EXPECT_TRUE(last == run_of(kept_runs - 1) || last == run_of(kept_runs)) << last[0];
+    was_old = was_old || last == run_of(kept_runs - 1);
+    add_runs(folder, 50, 51);
+    EXPECT_FALSE(std::filesystem::exists(folder.file(journal_name) + ".new"));
+    for (std::size_t i = 0; i < kept_runs - 2; ++i) undo_run(folder);
+    EXPECT_NE(Lines({"none"}), last_run(folder));
+  }
+  EXPECT_TRUE(was_old);
+}
+
+TEST(JournalTest, IsLockedWhereItStandsAfterAnotherProcessReplacedIt) {
+  const TemporaryFolder folder;
+  add_runs(folder, 0, 1);
+  Administration::TracedProcess process([&] { add_runs(folder, 2, 3); });
+  if (!process.is_running()) GTEST_SKIP() << "processes can't be traced here";
+  while (process.beginning_call() != SYS_flock) ASSERT_TRUE(process.step());
+  const std::string other = folder.write("other", "");
+  ASSERT_EQ(0, chmod(other.c_str(), 0600));
+  std::filesystem::rename(other, folder.file(journal_name));
+  while (process.step()) continue;
+  EXPECT_EQ(run_of(2), last_run(folder));
 }
 
 TEST(JournalTest, KeepsAnyName) {

@@ -10,17 +10,14 @@
 #include <string>
 #include <vector>
 
+#include "administration/administration_test_support.h"
 #include "refiling/refiler.h"
-#include "tests/support/temporary_folder_test_support.h"
 
 namespace Quarrow::Refiling {
 
 using Lines = std::vector<std::string>;
 
-// "object: reason", and nothing when nothing is refused.
-inline std::string said(const Administration::Refusal& refusal) {
-  return refusal ? refusal.object + ": " + refusal.reason : "";
-}
+using Administration::said;
 
 // Writes down each failure.
 class RecordingRefiling : public RefilingObserver {

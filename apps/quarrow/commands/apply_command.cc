@@ -28,6 +28,7 @@
 #include "refiling/journal.h"
 #include "refiling/refiler.h"
 #include "refiling/refiling_plan.h"
+#include "refiling/refiling_thread.h"
 #include "system/exists.h"
 #include "trial/message_evaluator.h"
 #include "trial/parallel_run.h"
@@ -185,19 +186,17 @@ int carry_out(const Options& options, const std::string& folder, const Refiling:
   if (const auto refusal = journal.open(folder)) return complain(refusal);
   RefilingProgress progress;
   RefilingReport report(progress, RefilingReport::Counts::nothing);
-  Refiling::Refiler refiler(folder, journal, report);
-  auto refusal = refiler.begin(wish.folder);
-  if (refusal) return complain(refusal);
+  Refiling::RefilingThread refiling(folder, journal, report);
+  if (const auto refusal = refiling.begin(wish.folder)) return complain(refusal);
   int status = EX_OK;
   const auto plan = make_plan(
       options, folder, wish, progress,
       [&](const Refiling::PlannedMessage& message) {
-        const auto task = Refiling::task_of(message);
-        if (task && !refusal) refusal = refiler.add(*task);
+        if (auto task = Refiling::task_of(message)) refiling.add(std::move(*task));
       },
       status);
   if (!plan) return status;
-  if (!refusal) refusal = refiler.finish();
+  const auto refusal = refiling.finish();
   progress.hide();
   status = show(options, *plan);
   return std::max(status, report.finish(refusal, options.form));
