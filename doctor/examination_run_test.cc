@@ -1,17 +1,13 @@
 // Many users of whom some end the process that looks at them, and users of several owners.
 #include "doctor/examination_run.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zvelluser.h>
 
 #include <filesystem>
 
-#include "administration/rules_text.h"
-#include "administration/users.h"
-#include "tests/support/rules_test_support.h"
-#include "tests/support/temporary_folder_test_support.h"
+#include "doctor/examination_test_support.h"
 
 namespace Quarrow::Doctor {
 namespace {
@@ -25,25 +21,10 @@ class ExaminationRun : public testing::Test {
     std::filesystem::permissions(root_.path(), std::filesystem::perms(0755));
   }
 
-  // A user with sound rules, whose script is there or missing; gives the user's folder.
-  std::string add_user(bool with_script) {
-    const EmailAddress address("u" + std::to_string(users_.size()) + "@example.org");
-    users_.push_back(address);
-    const std::string folder = Administration::user_folder(address);
-    std::filesystem::create_directories(folder);
-    std::filesystem::permissions(folder, std::filesystem::perms(0700));
-    const auto list = MessageFilters::FilterList__::Create();
-    const auto rule = MessageFilters::make_rule("a", MessageFilters::subject_test());
-    rule->actions = {MessageFilters::make_action("move", "INBOX")};
-    EXPECT_TRUE(list->append(rule));
-    write(folder, ".delivery_filter.xml", Administration::document_text(list));
-    if (with_script) write(folder, ".delivery_filter", Administration::script_text(list, false));
-    return folder;
-  }
-
-  static void write(const std::string& folder, const std::string& name, const std::string& text) {
-    write_file(folder + '/' + name, text);
-    ASSERT_EQ(0, chmod((folder + '/' + name).c_str(), 0600));
+  // Gives the user's folder.
+  std::string add_next_user(bool with_script) {
+    users_.emplace_back("u" + std::to_string(users_.size()) + "@example.org");
+    return add_user(users_.back(), with_script);
   }
 
   // The codes that are told, a word for each user in the order in which they are told.
@@ -69,8 +50,8 @@ TEST_F(ExaminationRun, GoesOnBehindUsersWhoseRulesEndTheProcess) {
   std::string wanted;
   for (int i = 0; i < 40; ++i) {
     const bool is_damaged = i % 7 == 3 || i == 4 || i == 39;
-    const std::string folder = add_user(i % 2 == 0);
-    if (is_damaged) write(folder, ".delivery_filter.xml", damaged);
+    const std::string folder = add_next_user(i % 2 == 0);
+    if (is_damaged) write_private(folder + "/.delivery_filter.xml", damaged);
     wanted += is_damaged ? "damaged_document / " : i % 2 == 0 ? "/ " : "no_script / ";
   }
   for (const std::size_t jobs : {1U, 2U, 5U}) EXPECT_EQ(wanted, told(jobs)) << jobs;
@@ -81,7 +62,7 @@ TEST_F(ExaminationRun, HasTheRightsOfTheOwnerOfEachFolder) {
   std::string wanted;
   for (int i = 0; i < 30; ++i) {
     const uid_t owner = i % 3 == 0 ? 0 : 65000 + static_cast<uid_t>(i % 5);
-    const std::string folder = add_user(true);
+    const std::string folder = add_next_user(true);
     const std::string script = folder + "/.delivery_filter";
     for (const std::string& path : {folder, script, script + ".xml"})
       ASSERT_EQ(0, chown(path.c_str(), owner, owner));

@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <set>
 
+#include "administration/rules_lock.h"
 #include "administration/rules_transaction.h"
 #include "administration/user_folder.h"
 #include "administration/users.h"
@@ -40,42 +42,60 @@ bool wants_commit(const Finding& finding) {
   return is_of(finding, {Code::no_script, Code::other_script});
 }
 
+// A copy that is not whole yet: a leftover where it stays.
+constexpr char copy_draft_name[] = ".delivery_filter.copy.new";
+
 std::string failure(const std::string& path, int error) {
   return error == 0 ? "" : path + ": " + std::strerror(error);
 }
 
 class Repair {
  public:
-  explicit Repair(const EmailAddress& address)
-      : address_(address), folder_(Administration::user_folder(address)) {}
+  explicit Repair(const EmailAddress& address) : address_(address) {}
 
   std::string run(const Findings& findings) {
-    if (const Refusal refusal = folder_.open()) return refusal.reason;
-    if (!folder_.is_open()) return "there is no folder any more";
-    std::string failed;
-    for (const Finding& finding : findings)
-      if (failed.empty() && can_be_mended(finding, findings)) failed = prepare(finding);
-    if (failed.empty() && (commits_ || !leftovers_.empty())) failed = mend_rules();
-    return failed;
+    const std::string failed = prepare(findings);
+    return failed.empty() && (commits_ || !leftovers_.empty()) ? mend_rules() : failed;
   }
 
  private:
-  std::string prepare(const Finding& finding) {
-    if (finding.code == Code::open_mode) return close_to_others(finding.object);
-    if (wants_commit(finding)) {
-      commits_ = true;
-      const std::string failed = keep_copy(script_name);
-      return failed.empty() ? keep_copy(rules_document_of(script_name)) : failed;
-    }
-    const std::string name = finding.object.substr(folder_.path().size() + 1);
-    leftovers_.push_back(name);
-    return keep_copy(name);
+  // All copies are on the disk before anything is replaced or removed.
+  std::string prepare(const Findings& findings) {
+    UserFolder folder(Administration::user_folder(address_));
+    if (const Refusal refusal = folder.open()) return refusal.reason;
+    if (!folder.is_open()) return "there is no folder any more";
+    if (const Refusal refusal =
+            Administration::RulesLock::take_to_read(folder, Administration::lock_patience))
+      return refusal.object + ": " + refusal.reason;
+    std::string failed;
+    for (const Finding& finding : findings)
+      if (failed.empty() && can_be_mended(finding, findings)) failed = prepare(folder, finding);
+    for (const std::string& name : touched_)
+      if (failed.empty()) failed = keep_copy(folder, name);
+    if (!failed.empty() || touched_.empty()) return failed;
+    return failure(folder.path(), folder.synchronise());
   }
 
-  std::string close_to_others(const std::string& path) const {
-    if (path == folder_.path()) return close_to_others(folder_.fd(), path);
-    const std::string name = path.substr(folder_.path().size() + 1);
-    const Descriptor file(open_regular_at(folder_.fd(), name, O_RDONLY));
+  std::string prepare(const UserFolder& folder, const Finding& finding) {
+    if (finding.code == Code::open_mode) return close_to_others(folder, finding.object);
+    if (wants_commit(finding)) {
+      commits_ = true;
+      touched_.insert({script_name, rules_document_of(script_name), rules_history_of(script_name)});
+      return "";
+    }
+    const std::string name = finding.object.substr(folder.path().size() + 1);
+    leftovers_.push_back(name);
+    if (name == copy_draft_name) return "";  // what it is a copy of is there
+    touched_.insert(name);
+    // A draft may be what a stopped change was about to put in place.
+    if (name.rfind('.') == name.find(".new")) touched_.insert(name.substr(0, name.rfind('.')));
+    return "";
+  }
+
+  static std::string close_to_others(const UserFolder& folder, const std::string& path) {
+    if (path == folder.path()) return close_to_others(folder.fd(), path);
+    const std::string name = path.substr(folder.path().size() + 1);
+    const Descriptor file(open_regular_at(folder.fd(), name, O_RDONLY));
     return file.get() < 0 ? failure(path, errno) : close_to_others(file.get(), path);
   }
 
@@ -86,22 +106,25 @@ class Repair {
     return failure(path, fchmod(fd, mode) == 0 ? 0 : errno);
   }
 
-  // A file that is not there needs no copy.
-  std::string keep_copy(const std::string& name) const {
+  // A file that is not there needs no copy. What has the name of a copy is always whole.
+  static std::string keep_copy(const UserFolder& folder, const std::string& name) {
     std::string text;
-    const int error = folder_.read(name, MessageFilters::most_xml_bytes + 1, text);
+    const int error = folder.read(name, MessageFilters::most_xml_bytes + 1, text);
     if (error == ENOENT) return "";
-    if (error != 0) return failure(folder_.file(name), error);
+    if (error != 0) return failure(folder.file(name), error);
     if (text.size() > MessageFilters::most_xml_bytes)
-      return folder_.file(name) + ": too large to be copied";
-    const std::string copy = name_of_copy(name);
-    return failure(folder_.file(copy), folder_.write_new(copy, text));
+      return folder.file(name) + ": too large to be copied";
+    const std::string copy = name_of_copy(folder, name);
+    int unkept = folder.write_new(copy_draft_name, text);
+    if (unkept == 0) unkept = folder.rename(copy_draft_name, copy);
+    if (unkept != 0) folder.remove(copy_draft_name);
+    return failure(folder.file(copy), unkept);
   }
 
-  std::string name_of_copy(const std::string& name) const {
+  static std::string name_of_copy(const UserFolder& folder, const std::string& name) {
     const std::string first = name + copy_ending;
     std::string copy = first;
-    for (int number = 2; folder_.holds(copy); ++number) copy = first + '-' + std::to_string(number);
+    for (int number = 2; folder.holds(copy); ++number) copy = first + '-' + std::to_string(number);
     return copy;
   }
 
@@ -111,14 +134,16 @@ class Repair {
     Refusal refusal = rules.open();
     if (!refusal && commits_) refusal = rules.commit();
     if (refusal) return refusal.object + ": " + refusal.reason;
-    for (const std::string& name : leftovers_) folder_.remove(name);
-    return failure(folder_.path(), folder_.synchronise());
+    UserFolder folder(Administration::user_folder(address_));
+    if (const Refusal unopened = folder.open()) return unopened.reason;
+    for (const std::string& name : leftovers_) folder.remove(name);
+    return failure(folder.path(), folder.synchronise());
   }
 
   const EmailAddress& address_;
-  UserFolder folder_;
   bool commits_ = false;
   std::vector<std::string> leftovers_;
+  std::set<std::string> touched_;  // files that may be replaced or removed
 };
 
 }  // namespace

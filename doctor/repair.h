@@ -16,9 +16,10 @@ namespace Quarrow::Doctor {
 bool can_be_mended(const Finding& finding, const Findings& all);
 
 // Mends what it can of `findings`, as a commit of rules does it: a process that is killed leaves
-// rules that read. Each file that is replaced or removed is copied first, into a regular file of
-// the folder's owner beside it, whose name ends in ".before-repair", with a number where that is
-// taken. Gives why it stopped; empty when it came to the end.
+// the old rules or the mended ones. Each file that may be replaced or removed is copied first, into
+// a regular file of the folder's owner beside it, whose name ends in ".before-repair", with a
+// number where that is taken. All copies are on the disk before anything is touched but modes.
+// Gives why it stopped; empty when it came to the end.
 std::string repair(const EmailAddress& address, const Findings& findings);
 
 }  // namespace Quarrow::Doctor

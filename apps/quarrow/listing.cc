@@ -45,20 +45,37 @@ const std::vector<std::pair<std::string, ListingForm>> forms = {
 void Listing::add(std::vector<Json> row) { rows_.push_back(std::move(row)); }
 
 void Listing::print(ListingForm form, std::ostream& out) const {
-  switch (form) {
-    case ListingForm::table:
-      return print_table(out);
-    case ListingForm::tab:
-      return print_tab(out);
-    case ListingForm::json:
-      return print_json(out);
-  }
+  Printed printed = printed_;
+  print_rows(form, out, printed);
+  if (form == ListingForm::json) out << (printed.has_rows ? "]\n" : "[]\n");
 }
 
-void Listing::print_table(std::ostream& out) const {
-  std::vector<std::size_t> widths;
+void Listing::print_part(ListingForm form, std::ostream& out) {
+  if (rows_.empty()) return;
+  print_rows(form, out, printed_);
+  rows_.clear();
+}
+
+void Listing::print_rows(ListingForm form, std::ostream& out, Printed& printed) const {
+  switch (form) {
+    case ListingForm::table:
+      print_table(out, printed);
+      break;
+    case ListingForm::tab:
+      print_tab(out);
+      break;
+    case ListingForm::json:
+      print_json(out, printed.has_rows);
+      break;
+  }
+  printed.has_rows = printed.has_rows || !rows_.empty();
+}
+
+void Listing::print_table(std::ostream& out, Printed& printed) const {
+  std::vector<std::size_t>& widths = printed.widths;
+  widths.resize(columns_.size());
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    widths.push_back(width_of(columns_[i]));
+    widths[i] = std::max(widths[i], width_of(columns_[i]));
     for (const auto& row : rows_) widths[i] = std::max(widths[i], width_of(text_of(row[i])));
   }
   const auto print_line = [&](const auto& text_at, const auto& is_number_at) {
@@ -71,12 +88,11 @@ void Listing::print_table(std::ostream& out) const {
     out << without_trailing_blanks(line) << '\n';
   };
   const auto has_numbers = [&](std::size_t i) {
-    return !rows_.empty() &&
-           std::all_of(
-               rows_.begin(), rows_.end(),
-               [i](const auto& row) { return row[i].is_number() || row[i].is_null(); });
+    return !rows_.empty() && std::all_of(rows_.begin(), rows_.end(), [i](const auto& row) {
+      return row[i].is_number() || row[i].is_null();
+    });
   };
-  print_line([&](std::size_t i) { return columns_[i]; }, has_numbers);
+  if (!printed.has_rows) print_line([&](std::size_t i) { return columns_[i]; }, has_numbers);
   for (const auto& row : rows_)
     print_line([&](std::size_t i) { return text_of(row[i]); },
                [&](std::size_t i) { return row[i].is_number(); });
@@ -88,15 +104,14 @@ void Listing::print_tab(std::ostream& out) const {
       out << text_of(row[i]) << (i + 1 < columns_.size() ? '\t' : '\n');
 }
 
-void Listing::print_json(std::ostream& out) const {
-  const char* separator = "[";
+void Listing::print_json(std::ostream& out, bool is_begun) const {
+  const char* separator = is_begun ? ",\n " : "[";
   for (const auto& row : rows_) {
     Json object = Json::object();
     for (std::size_t i = 0; i < columns_.size(); ++i) object[columns_[i]] = row[i];
     out << separator << object.dump(-1, ' ', false, Json::error_handler_t::replace);
     separator = ",\n ";
   }
-  out << (rows_.empty() ? "[]\n" : "]\n");
 }
 
 void add_format_option(CLI::App& app, ListingForm& form) {

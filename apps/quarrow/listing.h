@@ -2,6 +2,7 @@
 #ifndef QUARROW_APPS_QUARROW_LISTING_H_
 #define QUARROW_APPS_QUARROW_LISTING_H_
 
+#include <cstddef>
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
@@ -26,6 +27,8 @@ class Listing {
   // A value for each column, of any JSON type; null for none.
   void add(std::vector<nlohmann::ordered_json> row);
 
+  // How many rows are added and not printed.
+  std::size_t size() const { return rows_.size(); }
   bool is_empty() const { return rows_.empty(); }
 
   // As a table: a line with the columns' names, and a line for each row; numbers stand on the
@@ -34,11 +37,24 @@ class Listing {
   // in one line each.
   void print(ListingForm form, std::ostream& out) const;
 
- private:
-  void print_table(std::ostream& out) const;
-  void print_tab(std::ostream& out) const;
-  void print_json(std::ostream& out) const;
+  // Prints the rows so far and forgets them, so that a list of any length takes little memory; then
+  // print() gives the rest, and ends the list. The columns of a table may get wider from one part
+  // to the next.
+  void print_part(ListingForm form, std::ostream& out);
 
+ private:
+  // What came before the rows that are printed now.
+  struct Printed {
+    bool has_rows = false;
+    std::vector<std::size_t> widths;  // of a table's columns
+  };
+
+  void print_rows(ListingForm form, std::ostream& out, Printed& printed) const;
+  void print_table(std::ostream& out, Printed& printed) const;
+  void print_tab(std::ostream& out) const;
+  void print_json(std::ostream& out, bool is_begun) const;
+
+  Printed printed_;
   const std::vector<std::string> columns_;
   std::vector<std::vector<nlohmann::ordered_json>> rows_;
 };

@@ -49,6 +49,43 @@ TEST(Listing, IsJsonForPrograms) {
       printed(filters(), ListingForm::json));
 }
 
+// The rows one by one, the last of them with the end.
+std::string printed_in_parts(ListingForm form) {
+  Listing listing({"id", "name"});
+  std::ostringstream out;
+  listing.print_part(form, out);
+  EXPECT_EQ("", out.str());
+  for (const auto& [id, name] : {std::pair(1, "a"), std::pair(20, "longer"), std::pair(3, "c")}) {
+    listing.add({id, name});
+    if (id == 3) break;
+    listing.print_part(form, out);
+    EXPECT_TRUE(listing.is_empty());
+  }
+  listing.print(form, out);
+  return out.str();
+}
+
+TEST(Listing, MayBePrintedInParts) {
+  EXPECT_EQ("id  name\n 1  a\n20  longer\n 3  c\n", printed_in_parts(ListingForm::table));
+  EXPECT_EQ("1\ta\n20\tlonger\n3\tc\n", printed_in_parts(ListingForm::tab));
+  EXPECT_EQ(
+      "[{\"id\":1,\"name\":\"a\"},\n {\"id\":20,\"name\":\"longer\"},\n "
+      "{\"id\":3,\"name\":\"c\"}]\n",
+      printed_in_parts(ListingForm::json));
+}
+
+TEST(Listing, EndsBehindItsLastPart) {
+  for (const ListingForm form : {ListingForm::table, ListingForm::tab, ListingForm::json}) {
+    Listing listing({"id"});
+    std::ostringstream out;
+    listing.add({1});
+    listing.print_part(form, out);
+    const std::string part = out.str();
+    listing.print(form, out);
+    EXPECT_EQ(part + (form == ListingForm::json ? "]\n" : ""), out.str());
+  }
+}
+
 TEST(Listing, MayBeEmpty) {
   const Listing listing({"id", "name"});
   EXPECT_EQ("id  name\n", printed(listing, ListingForm::table));

@@ -28,7 +28,10 @@ constexpr int there_are_findings = 1;
 
 constexpr int most_jobs = 256;
 
-const std::vector<std::pair<std::string, Severity>> severities = {
+// A table's columns are as wide as so many rows need.
+constexpr std::size_t rows_of_a_part = 1000;
+
+const std::map<std::string, Severity> severities = {
     {"info", Severity::info}, {"warning", Severity::warning}, {"error", Severity::error}};
 
 struct Options {
@@ -89,6 +92,8 @@ int doctor(const Settings& settings, Options& options) {
             listing.add({users[user].address(), word_of(finding.severity), finding.code,
                          finding.object + ": " + finding.reason, finding.advice});
         }
+        if (options.form != ListingForm::table || listing.size() >= rows_of_a_part)
+          listing.print_part(options.form, std::cout);
       });
   if (!listing.is_empty() || options.form == ListingForm::json)
     listing.print(options.form, std::cout);
