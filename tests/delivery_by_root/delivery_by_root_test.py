@@ -1,53 +1,19 @@
 #!/usr/bin/env python3
 """The superuser delivers into folders of others: delivery_by_root_test.py QUARROW"""
 
-import os
-import pathlib
-import shutil
 import stat
-import subprocess
-import sys
-import tempfile
 import unittest
 
-QUARROW = os.path.abspath(sys.argv.pop(1))
-USER = "alice@example.org"
-OWNER, GROUP = 65534, 65533  # no group of the owner has that number
+from superuser import GROUP, OWNER, USER, SuperuserTestCase
+
 SMALL = b"Subject: work\n\nHello\n"
 BIG = b"Subject: work\n\n" + b"0123456789abcdef\n" * (5 << 16)  # more than 4 MiB: in a file
 TEMPORARY_FAILURE = 75
 
 
-@unittest.skipIf(os.geteuid() != 0, "only root can give folders away")
-class DeliveryByRootTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quarrow-by-root-"))
-        self.addCleanup(shutil.rmtree, self.folder)
-        self.folder.chmod(0o755)
-        self.root = self.folder / "root"
-        self.home = self.root / "example.org" / "alice"
-        self.quarrow("init", "--catalogue", self.root / "fields.xml")
-        self.quarrow("user", "add", USER)
-        self.quarrow("filter", "add", USER, "--name", "Work", "--if", "string subject is work",
-                     "--then", "move Work")
-        (self.root / "example.org").chmod(0o755)
-        self.give_away(self.home)
-
-    def quarrow(self, *arguments):
-        done = self.run_quarrow(*arguments)
-        self.assertEqual((0, b""), (done.returncode, done.stderr))
-        return done.stdout
-
-    def run_quarrow(self, *arguments, message=b"", launcher=()):
-        return subprocess.run([*launcher, QUARROW, "--root", self.root, *arguments], input=message,
-                              env={"TMPDIR": str(self.folder)}, check=False, capture_output=True)
-
+class DeliveryByRootTest(SuperuserTestCase):
     def deliver(self, message, launcher=()):
         return self.run_quarrow("deliver", "-d", USER, message=message, launcher=launcher)
-
-    def give_away(self, folder):
-        for path in [folder, *folder.rglob("*")]:
-            os.chown(path, OWNER, GROUP)
 
     def expect_delivery(self, message, into="Maildir/.Work"):
         """A silent delivery: the rule was evaluated."""
@@ -55,11 +21,6 @@ class DeliveryByRootTest(unittest.TestCase):
         self.assertEqual((0, b""), (done.returncode, done.stderr))
         stored = [path.read_bytes() for path in (self.home / into / "new").iterdir()]
         self.assertTrue(any(each.endswith(message) for each in stored))
-
-    def expect_all_to_be_of(self, owner, group):
-        for path in [self.home, *self.home.rglob("*")]:
-            found = path.lstat()
-            self.assertEqual((owner, group), (found.st_uid, found.st_gid), path)
 
     def test_leaves_what_belongs_to_the_owner_of_the_folder_alone(self):
         for message in [SMALL, BIG]:
@@ -89,8 +50,7 @@ class DeliveryByRootTest(unittest.TestCase):
         self.expect_all_to_be_of(OWNER, GROUP)
 
     def test_stays_with_the_superuser_where_the_folder_is_theirs(self):
-        for path in [self.home, *self.home.rglob("*")]:
-            os.chown(path, 0, 0)
+        self.give_away(self.home, 0, 0)
         self.expect_delivery(SMALL)
         self.expect_all_to_be_of(0, 0)
 

@@ -9,16 +9,17 @@ import math
 import os
 import pathlib
 import re
+import socket
 import subprocess
 import sys
 import tempfile
 import unittest
 
 import dovecot
-from lmtp_server import Daemon, DaemonTestCase
+from lmtp_server import PATIENCE, Daemon, DaemonTestCase, until
 
 QUARROW = os.path.abspath(sys.argv.pop(1))
-USERS = [f"alice{number}@example.org" for number in range(9)]
+USERS = [f"alice{number}@example.org" for number in range(11)]
 WITH_OWN_LIMIT = "carol@example.org"
 LIMIT = 1 << 20  # bytes that a user may have
 FULL = "552 5.2.2 Mailbox is full"
@@ -229,6 +230,8 @@ class ImapTest(DaemonTestCase):
         self.add_rule("Work")
         other = self.log_in()
         self.assertEqual(2, count_in(other, "INBOX"))
+        watching = self.log_in()  # it has read the keywords of the folder, maybe in this second
+        self.assertEqual([("Other", ["Home"], arrival)], self.known_of_messages(watching, "Work"))
         before = self.known_of_messages(client, "INBOX")
         self.assertEqual(2, len(before))
         self.assertIn("2 done, 0 not done", self.quarrow("apply", self.user, "--yes"))
@@ -237,6 +240,8 @@ class ImapTest(DaemonTestCase):
         self.assertEqual([], self.known_of_messages(client, "INBOX"))
         found = self.known_of_messages(client, "Work")
         self.assertEqual(sorted([*before, ("Other", ["Home"], arrival)]), found)
+        watching.noop()
+        self.assertEqual(found, self.known_of_messages(watching, "Work"))
 
         client.store("1:*", "+FLAGS", "Later")
         self.quarrow("apply", self.user, "--undo", "--yes")
@@ -244,6 +249,45 @@ class ImapTest(DaemonTestCase):
         self.assertEqual([(text, sorted([*flags, "Later"]), date) for text, flags, date in before],
                          found)
         self.assertEqual(1, count_in(client, "Work"))
+
+    def test_keywords_wait_for_each_others_lock(self):
+        client = self.log_in()
+        client.append("INBOX", "(Urgent)", None, b"Subject: folder 0\r\n\r\nText\r\n")
+        client.create("Work")
+        client.append("Work", "()", None, b"Subject: other\r\n\r\nOther\r\n")
+        self.add_rule("Work")
+        folder = self.daemon.folder / "root" / "example.org" / self.user.split("@")[0]
+        lock = folder / "Maildir" / ".Work" / "dovecot-uidlist.lock"
+        count_in(client, "Work")
+        # as a Dovecot that is at work, on this machine, writes it
+        lock.write_text(f"{os.getpid()}:{socket.gethostname()}")
+        os.chown(lock, folder.stat().st_uid, folder.stat().st_gid)
+        with subprocess.Popen([QUARROW, "--root", self.daemon.folder / "root", "apply", self.user,
+                               "--yes"], stdout=subprocess.DEVNULL) as applying:
+            for _ in range(2):  # attempts to lock, which change the folder
+                before = lock.parent.stat().st_mtime_ns
+                until(lambda since=before: lock.parent.stat().st_mtime_ns != since,
+                      "the lock is asked for")
+            self.assertFalse((lock.parent / "dovecot-keywords").exists())
+            lock.unlink()
+            self.assertEqual(0, applying.wait(PATIENCE))
+        self.assertFalse(lock.exists())
+        client.store("1", "+FLAGS", "Later")
+        self.assertEqual("0 Urgent\n1 Later\n", (lock.parent / "dovecot-keywords").read_text())
+
+    def test_keywords_do_not_wait_for_a_dovecot_that_was_killed(self):
+        client = self.log_in()
+        client.append("INBOX", "(Urgent)", None, b"Subject: folder 0\r\n\r\nText\r\n")
+        self.add_rule("Work")
+        client.create("Work")
+        folder = self.daemon.folder / "root" / "example.org" / self.user.split("@")[0]
+        gone = subprocess.Popen(["true"])
+        gone.wait()
+        lock = folder / "Maildir" / ".Work" / "dovecot-uidlist.lock"
+        lock.write_text(f"{gone.pid}:{socket.gethostname()}")
+        os.chown(lock, folder.stat().st_uid, folder.stat().st_gid)
+        self.assertIn("1 done, 0 not done", self.quarrow("apply", self.user, "--yes"))
+        self.assertEqual("0 Urgent\n", (lock.parent / "dovecot-keywords").read_text())
 
     def test_the_commands_to_look_with(self):
         self.add_rule("a/b/c")
