@@ -6,16 +6,15 @@
 #include <set>
 
 #include "administration/administration_test_support.h"
-#include "administration/traced_process_test_support.h"
 #include "doctor/examination_test_support.h"
 #include "doctor/repair.h"
 #include "doctor/user_examination.h"
+#include "system/traced_process_test_support.h"
 
 namespace Quarrow::Doctor {
 namespace {
 
 namespace fs = std::filesystem;
-using Administration::TracedProcess;
 using Files = std::map<std::string, std::string>;
 
 const EmailAddress alice("alice@example.org");

@@ -8,8 +8,8 @@
 
 #include <filesystem>
 
-#include "administration/traced_process_test_support.h"
 #include "refiling/refiling_test_support.h"
+#include "system/traced_process_test_support.h"
 
 namespace Quarrow::Refiling {
 namespace {
@@ -111,7 +111,7 @@ TEST(JournalTest, IsWholeWheneverTheProcessThatShortensItIsKilled) {
   for (int stops = 0; !is_done; ++stops) {
     const TemporaryFolder folder;
     folder.write(journal_name, journal);
-    Administration::TracedProcess process([&] { add_runs(folder, kept_runs, kept_runs + 1); });
+    TracedProcess process([&] { add_runs(folder, kept_runs, kept_runs + 1); });
     if (!process.is_running()) GTEST_SKIP() << "processes can't be traced here";
     for (int stop = 0; stop < stops && !is_done; ++stop) is_done = !process.step();
     process.kill();
@@ -133,7 +133,7 @@ TEST(JournalTest, IsWholeWheneverTheProcessThatShortensItIsKilled) {
 TEST(JournalTest, IsLockedWhereItStandsAfterAnotherProcessReplacedIt) {
   const TemporaryFolder folder;
   add_runs(folder, 0, 1);
-  Administration::TracedProcess process([&] { add_runs(folder, 2, 3); });
+  TracedProcess process([&] { add_runs(folder, 2, 3); });
   if (!process.is_running()) GTEST_SKIP() << "processes can't be traced here";
   while (process.beginning_call() != SYS_flock) ASSERT_TRUE(process.step());
   const std::string other = folder.write("other", "");

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <iostream>
-#include <map>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "administration/root_setup.h"
 #include "administration/users.h"
@@ -31,7 +31,7 @@ constexpr int most_jobs = 256;
 // A table's columns are as wide as so many rows need.
 constexpr std::size_t rows_of_a_part = 1000;
 
-const std::map<std::string, Severity> severities = {
+const std::vector<std::pair<std::string, Severity>> severities = {
     {"info", Severity::info}, {"warning", Severity::warning}, {"error", Severity::error}};
 
 struct Options {
