@@ -6,6 +6,9 @@ namespace Quarrow::Refiling {
 using Administration::Refusal;
 using Lock = std::unique_lock<std::mutex>;
 
+// Messages that were added and not looked at.
+constexpr std::size_t most_waiting = 2 * refiling_batch;
+
 void KeptCalls::on_done() {
   const Lock lock(mutex_);
   ++done_;
@@ -38,7 +41,8 @@ Refusal RefilingThread::begin(const std::string& from) { return refiler_.begin(f
 void RefilingThread::add(Refiled message) {
   if (!thread_.joinable()) thread_ = std::thread([this] { work(); });
   {
-    const Lock lock(mutex_);
+    Lock lock(mutex_);
+    has_room_.wait(lock, [this] { return is_over_ || added_.size() < most_waiting; });
     added_.push_back(std::move(message));
     if (added_.size() >= refiling_batch) has_news_.notify_one();
   }
@@ -69,9 +73,13 @@ void RefilingThread::work() {
     is_last = is_last_;
     std::vector<Refiled> messages = std::exchange(added_, {});
     lock.unlock();
+    has_room_.notify_one();
     for (Refiled& message : messages)
       if (!refusal_) refusal_ = refiler_.add(std::move(message));
   }
+  const Lock lock(mutex_);
+  is_over_ = true;
+  has_room_.notify_one();
 }
 
 }  // namespace Quarrow::Refiling

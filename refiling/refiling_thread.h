@@ -40,7 +40,9 @@ class RefilingThread {
   RefilingThread(const RefilingThread&) = delete;
   RefilingThread& operator=(const RefilingThread&) = delete;
 
-  // These are the Refiler's, but that add() does not wait, and finish() tells of its refusals.
+  // These are the Refiler's, but that add() waits for no disk while few messages are to be moved,
+  // and that finish() tells of its refusals. Where many are, waiting leaves the thread a processor:
+  // else there would be most of them left when all is decided.
   Administration::Refusal begin(const std::string& from);
   void add(Refiled message);
   Administration::Refusal finish();
@@ -57,8 +59,10 @@ class RefilingThread {
 
   std::mutex mutex_;  // of what follows
   std::condition_variable has_news_;
+  std::condition_variable has_room_;
   std::vector<Refiled> added_;
   bool is_last_ = false;
+  bool is_over_ = false;
 };
 
 }  // namespace Quarrow::Refiling

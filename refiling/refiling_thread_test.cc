@@ -38,7 +38,7 @@ class RefilingThreadTest : public testing::Test {
 };
 
 TEST_F(RefilingThreadTest, MovesAllThatWasAdded) {
-  constexpr std::size_t count = 2 * refiling_batch + 1;
+  constexpr std::size_t count = 3 * refiling_batch + 1;
   RefilingThread refiling(maildir_.path(), journal_, seen_);
   Lines wanted;
   for (std::size_t i = 0; i < count; ++i) {
@@ -77,7 +77,7 @@ TEST_F(RefilingThreadTest, EndsWithoutAFinish) {
 
 // A message moves only once the journal has it.
 TEST_F(RefilingThreadTest, MovesNothingWhenTheJournalCannotBeWritten) {
-  constexpr std::size_t count = refiling_batch + 1;
+  constexpr std::size_t count = 4 * refiling_batch;
   for (std::size_t i = 0; i < count; ++i) maildir_.put("new/" + std::to_string(i));
   const Lines before = maildir_.messages();
   const Refusal refusal = Administration::in_child([&]() -> Refusal {
