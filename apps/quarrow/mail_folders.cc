@@ -38,7 +38,7 @@ bool MailFolders::is_missing(const std::string& name, Delivery::FolderDots dots)
 }
 
 std::string MailFolders::question(const std::string& name) const {
-  std::vector<std::string> readable;
+  std::vector<std::string> readable = {Refiling::readable_folder("")};
   for (const auto& folder : names_) readable.push_back(Refiling::readable_folder(folder));
   const std::string question = Administration::did_you_mean(name, readable);
   return question.empty() ? "" : "; " + question;
