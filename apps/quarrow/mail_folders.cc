@@ -4,7 +4,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <vector>
+#include <utility>
 
 #include "administration/near_names.h"
 #include "delivery/folder_name.h"
@@ -24,12 +24,18 @@ bool is_folder(int parent, const std::string& name) {
 
 }  // namespace
 
+std::vector<std::string> folders_in(int maildir) {
+  std::vector<std::string> folders;
+  for (const auto& name : Doctor::names_in(maildir))
+    if (name.front() == '.' && is_folder(maildir, name)) folders.push_back(name);
+  return folders;
+}
+
 MailFolders::MailFolders(const std::string& maildir) {
   const Descriptor opened(open(maildir.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (opened.get() < 0) return;
   is_known_ = true;
-  for (const auto& name : Doctor::names_in(opened.get()))
-    if (name.front() == '.' && is_folder(opened.get(), name)) names_.insert(name);
+  for (auto& name : folders_in(opened.get())) names_.insert(std::move(name));
 }
 
 bool MailFolders::is_missing(const std::string& name, Delivery::FolderDots dots) const {

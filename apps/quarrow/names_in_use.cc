@@ -3,14 +3,10 @@
 
 #include <fcntl.h>
 #include <quarrow/user_stores.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <ctime>
 #include <functional>
-#include <iomanip>
-#include <sstream>
 
 #include "administration/filter_reference.h"
 #include "administration/guarded_process.h"
@@ -18,7 +14,8 @@
 #include "administration/rules_text.h"
 #include "administration/user_folder.h"
 #include "administration/users.h"
-#include "doctor/folder_names.h"
+#include "apps/quarrow/mail_folders.h"
+#include "apps/quarrow/time_text.h"
 #include "message_filters/user_files.h"
 #include "message_filters/xml_text.h"
 #include "refiling/mail_folder.h"
@@ -89,15 +86,6 @@ Names filters_in(const UserFolder& folder) {
   return names;
 }
 
-std::string local_time(std::int64_t seconds) {
-  const std::time_t time = seconds;
-  std::tm local{};
-  if (seconds == 0 || localtime_r(&time, &local) == nullptr) return "";
-  std::ostringstream text;
-  text << std::put_time(&local, "%Y-%m-%d %H:%M:%S ");
-  return text.str();
-}
-
 Names revisions_in(const UserFolder& folder) {
   const Administration::RulesHistory history(
       text_of(folder, rules_history_of(script_name), Administration::most_history_bytes));
@@ -105,7 +93,8 @@ Names revisions_in(const UserFolder& folder) {
   for (auto state = history.states().rbegin(); state != history.states().rend(); ++state) {
     const auto is_same = [&state](const NameInUse& each) { return each.name == state->revision; };
     if (std::none_of(names.begin(), names.end(), is_same))
-      names.push_back({state->revision, local_time(state->time) + origin_word(state->origin) +
+      names.push_back({state->revision, (state->time == 0 ? "" : time_text(state->time) + ' ') +
+                                            origin_word(state->origin) +
                                             (state->who.empty() ? "" : " by " + state->who)});
   }
   return names;
@@ -122,19 +111,14 @@ Names own_fields_in(const UserFolder& folder) {
   return names;
 }
 
-Names folders_in(const UserFolder& folder) {
+Names mail_folders_in(const UserFolder& folder) {
   constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
   const Descriptor maildir(openat(folder.fd(), maildir_name, flags));
   Names names;
   if (maildir.get() < 0) return names;
   names.push_back({Refiling::readable_folder(""), ""});
-  for (const std::string& name : Doctor::names_in(maildir.get())) {
-    struct stat status {};
-    if (name.front() == '.' &&
-        fstatat(maildir.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-        S_ISDIR(status.st_mode))
-      names.push_back({Refiling::readable_folder(name), ""});
-  }
+  for (const std::string& name : folders_in(maildir.get()))
+    names.push_back({Refiling::readable_folder(name), ""});
   return names;
 }
 
@@ -153,7 +137,7 @@ std::vector<NameInUse> own_fields_in_use(const EmailAddress& user) {
 }
 
 std::vector<NameInUse> folders_in_use(const EmailAddress& user) {
-  return look_into(user, folders_in);
+  return look_into(user, mail_folders_in);
 }
 
 }  // namespace Quarrow::Command
