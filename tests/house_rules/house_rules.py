@@ -20,7 +20,7 @@ import sys
 # From the top down. Folders of one layer do not include each other.
 LAYERS = (
     ("apps/quarrow", "apps/quarrow-lmtpd"),
-    ("lmtp", "doctor", "importing", "refiling"),
+    ("http", "lmtp", "doctor", "importing", "refiling"),
     ("server", "trial", "administration", "completion"),
     ("delivery", "include/quarrow/delivery"),
     ("sieve_match",),
@@ -39,6 +39,7 @@ NAMESPACES = {
     "delivery": "Quarrow::Delivery",
     "doctor": "Quarrow::Doctor",
     "include/quarrow/delivery": "Quarrow::Delivery",
+    "http": "Quarrow::Http",
     "importing": "Quarrow::Importing",
     "lmtp": "Quarrow::Lmtp",
     "refiling": "Quarrow::Refiling",

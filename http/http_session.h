@@ -1,0 +1,53 @@
+// HTTP/1.1 as a server speaks it (RFC 9110, RFC 9112), without sockets.
+#ifndef QUARROW_HTTP_HTTP_SESSION_H_
+#define QUARROW_HTTP_HTTP_SESSION_H_
+
+#include <cstddef>
+
+#include "http/limits.h"
+#include "http/message.h"
+#include "http/refusal.h"
+#include "http/request_parser.h"
+#include "server/protocol.h"
+
+namespace Quarrow::Http {
+
+// One connection's conversation: bytes in, answers out. However a client cuts its bytes into
+// blocks, the answers are the same.
+class Session : public Server::Protocol {
+ public:
+  // `handler` is called for each request that is whole and well-formed, in their order: its method
+  // is GET, POST, PUT, PATCH, DELETE or OPTIONS, its target one that parse_target() takes. HEAD
+  // comes to it as a GET, and the body of its answer is left out. `output` is called once for each
+  // answer, which also gets security_headers.h; an answer that would break the framing, such as a
+  // header with a line end, becomes a 500.
+  Session(Handler handler, const Limits& limits, Server::Output output);
+
+  void greet() override { greeted_ = true; }
+  void take(const char* data, std::size_t size) override;
+  void stop() override;      // lets the client finish the request under way, if there is one
+  void time_out() override;  // answers 408 when a request has begun
+  void give_way() override;  // answers 503, but not to a client that asks for nothing
+  void abandon() override { over_ = true; }
+  bool is_over() const override { return over_; }
+  std::size_t steps() const override { return steps_; }
+
+ private:
+  void answer();
+  void refuse(const Refusal& refusal);
+  void send_last(Response response);
+  void send(const std::string& bytes);
+
+  const Handler handler_;
+  const Limits limits_;
+  const Server::Output output_;
+  RequestParser parser_;
+  std::size_t steps_ = 0;
+  bool greeted_ = false;
+  bool stopping_ = false;
+  bool over_ = false;
+};
+
+}  // namespace Quarrow::Http
+
+#endif  // QUARROW_HTTP_HTTP_SESSION_H_
