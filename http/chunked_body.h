@@ -31,6 +31,7 @@ class ChunkedBody {
   void end_line(const std::string& line, std::size_t body_size);
   void begin_chunk(const std::string& line, std::size_t body_size);
   void end_trailer(const std::string& line);
+  void spend(std::size_t bytes);
   void refuse(int status, const char* detail) { refusal_ = Refusal{status, detail}; }
 
   const std::size_t limit_;

@@ -8,6 +8,7 @@
 #include "http/message.h"
 #include "http/refusal.h"
 #include "http/request_parser.h"
+#include "http/response_text.h"
 #include "server/protocol.h"
 
 namespace Quarrow::Http {
@@ -30,12 +31,12 @@ class Session : public Server::Protocol {
   void give_way() override;  // answers 503, but not to a client that asks for nothing
   void abandon() override { over_ = true; }
   bool is_over() const override { return over_; }
-  std::size_t steps() const override { return steps_; }
+  std::size_t steps() const override { return steps_; }  // answers, refusals among them
 
  private:
   void answer();
   void refuse(const Refusal& refusal);
-  void send_last(Response response);
+  void send(Response response, const Sending& sending);
   void send(const std::string& bytes);
 
   const Handler handler_;
