@@ -23,7 +23,7 @@ bool is_header_value(std::string_view text) {
 }
 
 bool may_follow(char last, char c) {
-  if (last == '\r' || c == '\n') return last == '\r' && c == '\n';
+  if (last == '\r') return c == '\n';
   return !is_control(c) || c == '\t' || c == '\r';
 }
 
