@@ -58,6 +58,17 @@ TEST(HttpLimits, BoundABodyByTheLengthThatItTells) {
             statuses_of({}, post("Content-Length: " + std::to_string(limit + 1) + "\r\n", "")));
 }
 
+TEST(HttpLimits, BoundWhatIsDroppedOfABody) {
+  const auto stays_for = [](std::size_t length) {
+    TestSession test;
+    test.say(post("Content-Length: " + std::to_string(length) + "\r\n", ""));
+    EXPECT_EQ("413", test.statuses()) << length;
+    return !test.session.is_over();
+  };
+  EXPECT_TRUE(stays_for(most_dropped));
+  EXPECT_FALSE(stays_for(most_dropped + 1));
+}
+
 TEST(HttpLimits, BoundTheSumOfChunks) {
   Limits limits;
   limits.body = 20;

@@ -1,6 +1,7 @@
 // From requests to answers.
 #include "http/http_session.h"
 
+#include <algorithm>
 #include <ctime>
 #include <string>
 #include <utility>
@@ -15,15 +16,9 @@ Session::Session(Handler handler, const Limits& limits, Server::Output output)
 
 void Session::take(const char* data, std::size_t size) {
   while (size > 0 && !over_) {
-    const std::size_t used = parser_.take(data, size);
+    const std::size_t used = to_drop_ > 0 ? drop(size) : take_request(data, size);
     data += used;
     size -= used;
-    if (parser_.refusal())
-      refuse(*parser_.refusal());
-    else if (parser_.is_complete())
-      answer();
-    else if (parser_.wants_continue())
-      send("HTTP/1.1 100 Continue\r\n\r\n");
   }
 }
 
@@ -44,6 +39,24 @@ void Session::give_way() {
   over_ = true;
 }
 
+std::size_t Session::take_request(const char* data, std::size_t size) {
+  const std::size_t used = parser_.take(data, size);
+  if (parser_.refusal())
+    refuse_request();
+  else if (parser_.is_complete())
+    answer();
+  else if (parser_.wants_continue())
+    send("HTTP/1.1 100 Continue\r\n\r\n");
+  return used;
+}
+
+std::size_t Session::drop(std::size_t size) {
+  const auto used = static_cast<std::size_t>(std::min<std::uint64_t>(size, to_drop_));
+  to_drop_ -= used;
+  over_ = to_drop_ == 0;
+  return used;
+}
+
 void Session::answer() {
   Sending sending;
   sending.to_old = parser_.is_old();
@@ -52,6 +65,13 @@ void Session::answer() {
   sending.without_body = request.method == "HEAD";
   if (sending.without_body) request.method = "GET";
   send(handler_(request), sending);
+  over_ = over_ || sending.is_last;
+}
+
+void Session::refuse_request() {
+  refuse(*parser_.refusal());
+  if (parser_.refused_bytes() <= most_dropped) to_drop_ = parser_.refused_bytes();
+  over_ = over_ || to_drop_ == 0;
 }
 
 void Session::refuse(const Refusal& refusal) {
@@ -68,7 +88,6 @@ void Session::send(Response response, const Sending& sending) {
   add_security_headers(response.headers);
   ++steps_;
   send(response_text(response, sending, std::time(nullptr)));
-  over_ = over_ || sending.is_last;
 }
 
 void Session::send(const std::string& bytes) { over_ = !output_(bytes) || over_; }

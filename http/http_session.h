@@ -3,6 +3,7 @@
 #define QUARROW_HTTP_HTTP_SESSION_H_
 
 #include <cstddef>
+#include <cstdint>
 
 #include "http/limits.h"
 #include "http/message.h"
@@ -34,7 +35,10 @@ class Session : public Server::Protocol {
   std::size_t steps() const override { return steps_; }  // answers, refusals among them
 
  private:
+  std::size_t take_request(const char* data, std::size_t size);
+  std::size_t drop(std::size_t size);
   void answer();
+  void refuse_request();
   void refuse(const Refusal& refusal);
   void send(Response response, const Sending& sending);
   void send(const std::string& bytes);
@@ -43,6 +47,7 @@ class Session : public Server::Protocol {
   const Limits limits_;
   const Server::Output output_;
   RequestParser parser_;
+  std::uint64_t to_drop_ = 0;  // bytes that come behind the last answer
   std::size_t steps_ = 0;
   bool greeted_ = false;
   bool stopping_ = false;

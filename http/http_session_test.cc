@@ -165,6 +165,36 @@ TEST(HttpSession, AsksOnlyForABodyThatItTakes) {
   }
 }
 
+TEST(HttpSession, TakesABodyToItsEndThatItRefusedForItsLength) {
+  Limits limits;
+  limits.body = 5;
+  TestSession test(limits);
+  test.say(post("Content-Length: 50\r\n", std::string(49, 'x')));
+  EXPECT_EQ("413", test.statuses());
+  EXPECT_FALSE(test.session.is_over());
+  test.say("x" + get("/smuggled"));
+  EXPECT_EQ("413", test.statuses());
+  EXPECT_TRUE(test.has_closed());
+}
+
+TEST(HttpSession, SaysNothingMoreWhileItDropsABody) {
+  void (Session::*const ends[])() = {&Session::stop, &Session::time_out, &Session::give_way};
+  for (const auto end : ends) {
+    TestSession test;
+    test.say(post("Content-Length: 1000000\r\n", "x"));
+    (test.session.*end)();
+    EXPECT_TRUE(test.session.is_over());
+    EXPECT_EQ("413", test.statuses());
+  }
+}
+
+TEST(HttpSession, DropsNoBodyForAClientThatIsGone) {
+  TestSession test;
+  test.connected = false;
+  test.say(post("Content-Length: 1000000\r\n", ""));
+  EXPECT_TRUE(test.session.is_over());
+}
+
 TEST(HttpSession, DoesNotAskWhereNoBodyComes) {
   TestSession test;
   test.say(post("Expect: 100-continue\r\nContent-Length: 0\r\n", ""));

@@ -9,6 +9,10 @@ namespace Quarrow::Http {
 // Seconds after which a client that was turned away may come again.
 constexpr unsigned retry_after = 5;
 
+// Bytes of a body that are dropped behind the refusal of its length. A proxy that can't send a body
+// to its end may take the connection for broken, and never look at the answer.
+constexpr std::size_t most_dropped = 4U << 20U;
+
 // The bounds that an administrator may set.
 struct Limits {
   std::size_t header = 8192;       // bytes of a request line with its headers

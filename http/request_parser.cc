@@ -35,6 +35,11 @@ std::size_t RequestParser::take(const char* data, std::size_t size) {
   return 0;
 }
 
+bool RequestParser::has_begun() const {
+  if (state_ == State::head) return !head_.empty();
+  return state_ == State::sized_body || state_ == State::chunked_body;
+}
+
 bool RequestParser::wants_continue() { return std::exchange(wants_continue_, false); }
 
 Request RequestParser::take_request() {
@@ -78,7 +83,10 @@ std::optional<Refusal> RequestParser::read_head() {
     return refusal;
   auto head = parse_head(head_);
   if (!head) return Refusal{400, "The header is malformed."};
-  if (auto refusal = refusal_of_head(*head, limits_)) return refusal;
+  if (auto refusal = refusal_of_head(*head, limits_)) {
+    if (refusal->status == 413) refused_bytes_ = head->length;
+    return refusal;
+  }
   version_ = head->version;
   keeps_alive_ = head->keeps_alive;
   left_ = head->length;
@@ -95,7 +103,7 @@ std::optional<Refusal> RequestParser::read_head() {
 }
 
 std::size_t RequestParser::take_sized_body(const char* data, std::size_t size) {
-  const std::size_t used = std::min(size, left_);
+  const auto used = static_cast<std::size_t>(std::min<std::uint64_t>(size, left_));
   request_.body.append(data, used);
   left_ -= used;
   if (left_ == 0) state_ = State::complete;

@@ -3,6 +3,7 @@
 #define QUARROW_HTTP_REQUEST_PARSER_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -24,11 +25,14 @@ class RequestParser {
   // how many. Takes none once the request is complete or refused.
   std::size_t take(const char* data, std::size_t size);
 
-  // Whether bytes of a request came that is not complete.
-  bool has_begun() const { return !is_complete() && (state_ != State::head || !head_.empty()); }
+  // Whether bytes of a request came that is neither complete nor refused.
+  bool has_begun() const;
 
   bool is_complete() const { return state_ == State::complete; }
   const std::optional<Refusal>& refusal() const { return refusal_; }
+
+  // Bytes of the body that follow a refusal for its length; 0 behind any other refusal.
+  std::uint64_t refused_bytes() const { return refused_bytes_; }
 
   // Whether the client waits for leave to send the body. True once a request.
   bool wants_continue();
@@ -58,7 +62,8 @@ class RequestParser {
   int version_ = 11;
   bool keeps_alive_ = true;
   bool wants_continue_ = false;
-  std::size_t left_ = 0;  // bytes of a sized body that are to come
+  std::uint64_t left_ = 0;  // bytes of a sized body that are to come
+  std::uint64_t refused_bytes_ = 0;
   std::optional<ChunkedBody> chunks_;
   std::optional<Refusal> refusal_;
 };
