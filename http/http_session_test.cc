@@ -188,6 +188,13 @@ TEST(HttpSession, SaysNothingMoreWhileItDropsABody) {
   }
 }
 
+TEST(HttpSession, ClosesAtOnceBehindOtherRefusals) {
+  TestSession test;
+  test.say(post("Expect: x\r\nContent-Length: 4\r\n", ""));
+  EXPECT_EQ("417", test.statuses());
+  EXPECT_TRUE(test.has_closed());
+}
+
 TEST(HttpSession, DropsNoBodyForAClientThatIsGone) {
   TestSession test;
   test.connected = false;
