@@ -20,6 +20,7 @@ import sys
 # From the top down. Folders of one layer do not include each other.
 LAYERS = (
     ("apps/quarrow", "apps/quarrow-lmtpd"),
+    ("signing_in",),
     ("http", "lmtp", "doctor", "importing", "refiling"),
     ("server", "trial", "administration", "completion"),
     ("delivery", "include/quarrow/delivery"),
@@ -44,6 +45,7 @@ NAMESPACES = {
     "lmtp": "Quarrow::Lmtp",
     "refiling": "Quarrow::Refiling",
     "server": "Quarrow::Server",
+    "signing_in": "Quarrow::SigningIn",
     "system": "Quarrow",
     "trial": "Quarrow::Trial",
 }
