@@ -5,9 +5,9 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <utility>
 
 #include "signing_in/moment.h"
@@ -31,14 +31,14 @@ class Allowance {
   // How long it takes until the key has a try; 0 when there is one.
   std::chrono::seconds wait(const std::string& key, Moment now) const;
 
-  // Takes a try, whether or not there is one.
+  // Takes a try. Where there is none, it takes the one that comes back next.
   void take(const std::string& key, Moment now);
 
   // Gives one try back.
   void give_back(const std::string& key, Moment now);
 
   // Gives all tries back.
-  void forget(const std::string& key);
+  void give_all_back(const std::string& key, Moment now);
 
   // How many keys are kept.
   std::size_t count() const { return full_at_.size(); }
@@ -47,11 +47,13 @@ class Allowance {
   using Name = std::uint64_t;  // a keyed hash: nobody makes two keys with one name
 
   Name name_of(const std::string& key) const;
+  Moment full_at(Name name, Moment now) const;
   void set(Name name, Moment full, Moment now);
+  void drop_soonest();
 
   const AllowanceSettings settings_;
   const SecretKey secret_;
-  std::map<Name, Moment> full_at_;  // when the key has all of its tries again
+  std::unordered_map<Name, Moment> full_at_;  // when the key has all of its tries again
   std::set<std::pair<Moment, Name>> soonest_first_;
 };
 

@@ -66,7 +66,7 @@ class SessionStore {
   const SecretKey key_;
   Entries latest_first_;  // by their last use
   std::unordered_map<std::string, Entries::iterator> by_hash_;
-  std::unordered_map<std::string, std::vector<Entries::iterator>> by_user_;  // latest last
+  std::unordered_map<std::string, std::vector<Entries::iterator>> by_user_;
 };
 
 }  // namespace Quarrow::SigningIn

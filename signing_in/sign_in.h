@@ -17,12 +17,6 @@
 
 namespace Quarrow::SigningIn {
 
-// Someone tries to sign in.
-struct Attempt {
-  std::string user;     // the address, as users are looked up by it
-  std::string network;  // where they come from
-};
-
 struct SignInOutcome {
   enum class Kind {
     go_on,       // begin: the password is to be checked

@@ -3,6 +3,7 @@
 #define QUARROW_SIGNING_IN_SIGN_IN_THROTTLE_H_
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 
 #include "signing_in/allowance.h"
@@ -20,6 +21,13 @@ struct ThrottleSettings {
   KnownNetworksLimits known = {};
 };
 
+// Someone tries to sign in.
+struct Attempt {
+  std::string user;       // the address, as users are looked up by it
+  std::string network;    // where they come from: of client_network()
+  bool is_known = false;  // the user signed in from there before; the throttle fills this in
+};
+
 // An attempt is bounded in three ways: for its user and its network together; for its network; and
 // for its user. The latter two don't count for a network from which the user signed in before:
 // strangers elsewhere, and strangers there who try other users, can't slow that user down. All of
@@ -29,20 +37,21 @@ class SignInThrottle {
   explicit SignInThrottle(const ThrottleSettings& settings = {});
 
   // Begins an attempt, which counts as wrong until `right` or `undecided` tells otherwise; gives 0.
-  // Or else gives how long to wait before the next attempt, and begins none. `network` is one of
-  // client_network().
-  std::chrono::seconds begin(const std::string& user, const std::string& network, Moment now);
+  // Or else gives how long to wait before the next attempt, and begins none.
+  std::chrono::seconds begin(Attempt& attempt, Moment now);
 
   // The attempt was right: the user's earlier ones from there are forgotten.
-  void right(const std::string& user, const std::string& network, Moment now);
+  void right(const Attempt& attempt, Moment now);
 
   // Nobody can tell whether the attempt was right.
-  void undecided(const std::string& user, const std::string& network, Moment now);
+  void undecided(const Attempt& attempt, Moment now);
 
   // How many things are remembered.
   std::size_t count() const;
 
  private:
+  void give_back_unless_known(const Attempt& attempt, Moment now);
+
   Allowance user_from_network_;
   Allowance network_;
   Allowance user_;
