@@ -2,7 +2,6 @@
 #include "signing_in/allowance.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace Quarrow::SigningIn {
 
@@ -27,9 +26,7 @@ void Allowance::give_back(const std::string& key, Moment now) {
 
 void Allowance::give_all_back(const std::string& key, Moment now) { set(name_of(key), now, now); }
 
-Allowance::Name Allowance::name_of(const std::string& key) const {
-  return std::hash<std::string>()(secret_.hash(key));
-}
+Allowance::Name Allowance::name_of(const std::string& key) const { return secret_.short_hash(key); }
 
 Moment Allowance::full_at(Name name, Moment now) const {
   const auto found = full_at_.find(name);

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace Quarrow::SigningIn {
 namespace {
 
@@ -73,14 +75,16 @@ TEST(Allowance, WhoHasAllTriesTakesNoMemory) {
   EXPECT_EQ(0U, allowance.count());
 }
 
-TEST(Allowance, RemembersThoseWhoTriedMost) {
+TEST(Allowance, AMillionStrangersTakeBoundedMemory) {
   Allowance allowance({3, seconds(60), 100});
   take(allowance, "one", 3);
-  for (int i = 0; i < 10000; ++i) {
+  std::size_t most = 0;
+  for (int i = 0; i < 1000000; ++i) {
     allowance.take(std::to_string(i), start);
-    ASSERT_GE(100U, allowance.count());
+    most = std::max(most, allowance.count());
   }
-  EXPECT_EQ(seconds(60), allowance.wait("one", start));
+  EXPECT_EQ(100U, most);
+  EXPECT_EQ(seconds(60), allowance.wait("one", start)) << "who tried most is remembered";
 }
 
 }  // namespace

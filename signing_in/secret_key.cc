@@ -1,9 +1,10 @@
-// libsodium's random numbers, and its HMAC-SHA-512-256.
+// libsodium's random numbers, its HMAC-SHA-512-256 and its SipHash.
 #include "signing_in/secret_key.h"
 
 #include <sodium.h>
 
 #include <cstdlib>
+#include <cstring>
 
 namespace Quarrow::SigningIn {
 namespace {
@@ -11,6 +12,7 @@ namespace {
 using Bytes = std::array<unsigned char, 32>;
 
 static_assert(crypto_auth_BYTES == Bytes().size() && crypto_auth_KEYBYTES == Bytes().size());
+static_assert(crypto_shorthash_KEYBYTES <= Bytes().size());
 static_assert(sodium_base64_ENCODED_LEN(Bytes().size(), sodium_base64_VARIANT_URLSAFE_NO_PADDING) ==
               secret_text_size + 1);
 
@@ -51,6 +53,16 @@ std::string SecretKey::hash(std::string_view text) const {
   (void)crypto_auth(hash.data(), reinterpret_cast<const unsigned char*>(text.data()), text.size(),
                     key_.data());  // it can't fail
   return as_text(hash);
+}
+
+std::uint64_t SecretKey::short_hash(std::string_view text) const {
+  std::array<unsigned char, crypto_shorthash_BYTES> hash;
+  (void)crypto_shorthash(hash.data(), reinterpret_cast<const unsigned char*>(text.data()),
+                         text.size(), key_.data());  // it can't fail
+  std::uint64_t number = 0;
+  static_assert(sizeof number == hash.size());
+  std::memcpy(&number, hash.data(), sizeof number);
+  return number;
 }
 
 }  // namespace Quarrow::SigningIn

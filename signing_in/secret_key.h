@@ -3,6 +3,7 @@
 #define QUARROW_SIGNING_IN_SECRET_KEY_H_
 
 #include <array>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,9 @@ class SecretKey {
 
   // A hash of `text` that nobody makes without the key, in base64url.
   std::string hash(std::string_view text) const;
+
+  // A short one, for tables: nobody without the key makes two texts that share one.
+  std::uint64_t short_hash(std::string_view text) const;
 
  private:
   std::array<unsigned char, 32> key_;

@@ -27,6 +27,9 @@ TEST(SecretKey, AHashIsThatOfItsTextAndItsKey) {
   EXPECT_NE(key.hash("text"), key.hash("Text"));
   EXPECT_NE(key.hash("text"), other.hash("text"));
   EXPECT_EQ(secret_text_size, key.hash("").size());
+  EXPECT_EQ(key.short_hash("text"), key.short_hash("text"));
+  EXPECT_NE(key.short_hash("text"), key.short_hash("Text"));
+  EXPECT_NE(key.short_hash("text"), other.short_hash("text"));
 }
 
 TEST(SecretKey, ComparesWholeTexts) {

@@ -48,7 +48,7 @@ TEST(SessionStore, KnowsNoOtherIdentifiers) {
   SessionStore store;
   const std::string identifier = store.create(alice, start);
   for (const std::string& other : {std::string(), identifier + "A", identifier.substr(1),
-                                   random_secret(), std::string(1 << 20, 'A'), "\0" + identifier})
+                                   random_secret(), std::string(1 << 20, 'A'), identifier + '\0'})
     EXPECT_FALSE(store.find(other, start)) << other.substr(0, 50);
   SessionStore another;
   EXPECT_FALSE(another.find(identifier, start));

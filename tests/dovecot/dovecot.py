@@ -35,7 +35,8 @@ service imap-login {{
     port = {port}
   }}
   inet_listener imaps {{
-    port = 0
+    port = {tls_port}
+    ssl = yes
   }}
 }}
 """
@@ -110,7 +111,8 @@ class Dovecot:
         self.policy_socket = policy_socket
         self._settings = folder / "dovecot.conf"
         self._users = folder / "users"
-        self._port = free_port()
+        self.port = free_port()
+        self.tls_port = free_port()
         self._process = None
         for name in ["run", "state"]:
             (folder / name).mkdir()
@@ -135,7 +137,8 @@ class Dovecot:
             "storage=1G": f"storage={limit}",
             "/var/spool/postfix/private/quota-status": self.policy_socket,
             "user = postfix": f"user = {policy_user or pwd.getpwuid(os.geteuid()).pw_name}",
-        }) + OWN_PLACES.format(folder=self.folder, port=self._port)
+        }) + OWN_PLACES.format(folder=self.folder, port=self.port,
+                                 tls_port=self.tls_port)
         if os.geteuid() != 0:
             text += ONE_USER.format(user=owner, group=group_of(owner))
         return text
@@ -169,7 +172,7 @@ class Dovecot:
     def _is_ready(self):
         assert self._process.poll() is None, self.log()
         with socket.socket() as probe:
-            is_open = probe.connect_ex(("127.0.0.1", self._port)) == 0
+            is_open = probe.connect_ex(("127.0.0.1", self.port)) == 0
         return is_open and self.policy_socket.exists()
 
     def stop(self):
@@ -184,7 +187,7 @@ class Dovecot:
 
     def log_in(self, user):
         """A session of the user."""
-        client = imaplib.IMAP4("localhost", self._port, PATIENCE)
+        client = imaplib.IMAP4("localhost", self.port, PATIENCE)
         client.starttls(ssl.create_default_context(cafile=self.folder / "certificate"))
         client.login(user, PASSWORD)
         return client
