@@ -125,6 +125,10 @@ TEST_F(SignInTest, WhatCantBeToldIsUnavailable) {
     ASSERT_EQ(Kind::unavailable, try_once(alice, "down").kind) << "it counts as no attempt";
 }
 
+TEST_F(SignInTest, RightPasswordsAreNeverTooMany) {
+  for (int i = 0; i < 100; ++i) ASSERT_EQ(Kind::signed_in, try_once(alice, "right").kind) << i;
+}
+
 TEST_F(SignInTest, WrongPasswordsMakeOneWait) {
   for (int i = 0; i < 8; ++i) ASSERT_EQ(Kind::refused, try_once(alice, "wrong").kind) << i;
   const SignInOutcome outcome = try_once("ALICE@example.org", "right");
