@@ -155,7 +155,7 @@ TEST(CheckProcess, EndsWithItsParent) {
       (void)!write(1, "x", 1);
       return hang(name, given);
     };
-    const CheckProcess process(announce, user, password, minutes(5));
+    const CheckProcess process(announce, user, password, std::chrono::hours(24));
     for (;;) (void)pause();
     return 0;
   });
