@@ -138,7 +138,7 @@ class Dovecot:
             "/var/spool/postfix/private/quota-status": self.policy_socket,
             "user = postfix": f"user = {policy_user or pwd.getpwuid(os.geteuid()).pw_name}",
         }) + OWN_PLACES.format(folder=self.folder, port=self.port,
-                                 tls_port=self.tls_port)
+                               tls_port=self.tls_port)
         if os.geteuid() != 0:
             text += ONE_USER.format(user=owner, group=group_of(owner))
         return text

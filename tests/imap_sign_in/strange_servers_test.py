@@ -146,7 +146,8 @@ class StrangeServersTest(unittest.TestCase):
         return line
 
     def assert_unavailable(self, reason, **settings):
-        self.assertRegex(self.result(**settings), f"^unavailable: imaps?://localhost:\\d+: .*{reason}")
+        self.assertRegex(self.result(**settings),
+                         f"^unavailable: imaps?://localhost:\\d+: .*{reason}")
 
     def assert_password_kept(self):
         for command in LOGINS:
@@ -215,7 +216,8 @@ class StrangeServersTest(unittest.TestCase):
             self.assert_unavailable("", tls=tls, greeting="* PREAUTH welcome")
 
     def test_a_server_that_turns_clients_away(self):
-        for greeting in ["* BYE too many connections", "+ what?", "* NO", "HTTP/1.1 400 Bad Request"]:
+        for greeting in ["* BYE too many connections", "+ what?", "* NO",
+                         "HTTP/1.1 400 Bad Request"]:
             self.assert_unavailable("", greeting=greeting, patience=3000)
 
     def test_no_line_of_the_clients_own_making(self):
