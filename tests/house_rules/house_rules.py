@@ -20,6 +20,7 @@ import sys
 # From the top down. Folders of one layer do not include each other.
 LAYERS = (
     ("apps/quarrow", "apps/quarrow-lmtpd"),
+    ("web_server",),
     ("signing_in",),
     ("http", "lmtp", "doctor", "importing", "refiling"),
     ("server", "trial", "administration", "completion"),
@@ -48,6 +49,7 @@ NAMESPACES = {
     "signing_in": "Quarrow::SigningIn",
     "system": "Quarrow",
     "trial": "Quarrow::Trial",
+    "web_server": "Quarrow::WebServer",
 }
 # Roots that an include may be relative to, besides the project's own.
 INCLUDE_ROOTS = ("include", "host/base", "host/zvellparser", "host/zvelluser")
