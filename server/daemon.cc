@@ -27,6 +27,10 @@ int Daemon::run() {
   if (const std::string reason = refusal_to_serve_as(settings_.user); !reason.empty())
     return complain(reason, EX_NOPERM);
   if (const std::string reason = open_sockets(); !reason.empty()) return complain(reason, EX_OSERR);
+  if (const std::string reason = hooks_.keep_rights ? hooks_.keep_rights() : ""; !reason.empty()) {
+    remove_sockets();
+    return complain(reason, EX_UNAVAILABLE);
+  }
   if (const std::string reason = become(settings_.user); !reason.empty())
     return complain(reason, EX_NOPERM);
   set_log(origin_, settings_.log);
@@ -81,7 +85,10 @@ void Daemon::supervise() {
   hooks.inspect = hooks_.inspect;
   hooks.reload = [this] { return reload(); };
   hooks.write_counters = [this] { write_counters(); };
-  hooks.ended = [this](pid_t worker) { connections_.remove(worker); };
+  hooks.ended = [this](pid_t process) {
+    connections_.remove(process);
+    if (hooks_.ended) hooks_.ended(process);
+  };
   hooks.replaced = hooks_.replaced;
   hooks.answer_inquiry = [this](std::size_t workers) { answer_inquiry(workers); };
   hooks.inquiries = inquiries_;

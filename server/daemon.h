@@ -2,6 +2,8 @@
 #ifndef QUARROW_SERVER_DAEMON_H_
 #define QUARROW_SERVER_DAEMON_H_
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -36,6 +38,9 @@ struct DaemonSettings {
 
 // The server's own part in the daemon's events.
 struct DaemonHooks {
+  // With the sockets open, before the server becomes the user to run as: starts what keeps the
+  // rights of the one who started it. Gives the reason why that can't be, or nothing. May be empty.
+  std::function<std::string()> keep_rights = {};
   // Before the first worker starts, as the user to run as: loads what all workers need. Gives the
   // reason why the server can't serve, or nothing.
   std::function<std::string()> prepare;
@@ -49,6 +54,8 @@ struct DaemonHooks {
   std::function<std::optional<DaemonSettings>()> reload;
   // A worker ended unasked.
   std::function<void()> replaced;
+  // A process that the server started ended, be it a worker or another one. May be empty.
+  std::function<void(pid_t)> ended = {};
 };
 
 // Opens the sockets, becomes the user and serves with workers under a supervisor.

@@ -24,7 +24,7 @@ struct SupervisorHooks {
   // SIGHUP: gives the number of workers from here on, or nothing when all stays as it is
   std::function<std::optional<std::size_t>()> reload;
   std::function<void()> write_counters;  // SIGUSR1
-  std::function<void(pid_t)> ended;      // a worker is gone, whatever the reason
+  std::function<void(pid_t)> ended;      // a child process is gone, whatever the reason
   std::function<void()> replaced;        // a worker ended unasked
   // A client came to the socket `inquiries`; gets the number of workers that take connections.
   std::function<void(std::size_t workers)> answer_inquiry;

@@ -11,10 +11,10 @@
 #include <utility>
 #include <vector>
 
+#include "http/problem.h"
 #include "server/log.h"
 #include "system/descriptor_passing.h"
 #include "system/packet.h"
-#include "system/printable.h"
 #include "web_server/replies.h"
 
 namespace Quarrow::WebServer {
@@ -22,8 +22,6 @@ namespace {
 
 using Kind = Call::Kind;
 using State = PacketInlet::State;
-
-constexpr std::chrono::seconds soon{1};
 
 // A child has nothing to do after its answer, and no time after its end.
 void end(const Child& child) {
@@ -50,14 +48,16 @@ std::optional<Verdict> verdict_in(const std::string& packet) {
   return verdict;
 }
 
-Http::Response entrance_refused() { return problem(401, "The address or the password is wrong."); }
+Http::Response entrance_refused() {
+  return Http::problem(401, "The address or the password is wrong.");
+}
 
 Http::Response entrance_delayed(std::chrono::seconds wait) {
-  return problem(429, "Too many wrong passwords. Try again later.", wait);
+  return passing_problem(429, "Too many wrong passwords. Try again later.", wait);
 }
 
 Http::Response overloaded() {
-  return problem(503, "The server is busy. Try again in a moment.", soon);
+  return passing_problem(503, "The server is busy. Try again in a moment.");
 }
 
 }  // namespace
@@ -160,9 +160,9 @@ void Broker::receive(Number number, Call call) {
   if (call.kind == Kind::sign_in) return receive_sign_in(number, std::move(call));
   const auto visitor = call.proxy_user.empty() ? admission_.visitor(call.session)
                                                : admission_.visitor_of_proxy(call.proxy_user);
-  if (!visitor) return answer(number, problem(401, "Sign in first."));
+  if (!visitor) return answer(number, Http::problem(401, "Sign in first."));
   if (needs_token(call) && !admission_.is_token_of(*visitor, call.token))
-    return answer(number, problem(403, "The header X-Quarrow-Token is missing or wrong."));
+    return answer(number, Http::problem(403, "The header X-Quarrow-Token is missing or wrong."));
   receive_from(*visitor, number, std::move(call));
 }
 
@@ -201,8 +201,8 @@ void Broker::enqueue(Number number, Job job) {
   const bool is_too_much = waiting_of(job.user) + working_of(job.user) >= limits_.calls_per_user;
   if (is_too_much || waiting_.size() >= limits_.waiting) {
     give_up(job);
-    return answer(number,
-                  is_too_much ? problem(429, "Too many requests at a time.", soon) : overloaded());
+    return answer(
+        number, is_too_much ? passing_problem(429, "Too many requests at a time.") : overloaded());
   }
   job.end = Server::Clock::now() + limits_.time;
   waiting_.push_back({number, std::move(job)});
@@ -275,7 +275,7 @@ Http::Response Broker::response_of(const Job& job, const std::optional<std::stri
   if (packet)
     if (auto response = decode_response(*packet)) return *std::move(response);
   Server::log_error(job.user + ": a call ended without an answer");
-  return problem(500, "The server failed at this request. Nothing is known of its end.");
+  return Http::problem(500, "The server failed at this request. Nothing is known of its end.");
 }
 
 Http::Response Broker::entrance_of(const Attempt& attempt, Verdict verdict) {
@@ -288,7 +288,7 @@ Http::Response Broker::entrance_of(const Attempt& attempt, Verdict verdict) {
     case Entrance::Kind::wait:
       return entrance_delayed(entrance.wait);
     default:
-      return problem(503, "Nobody can sign in at the moment. Try again later.", soon);
+      return passing_problem(503, "Nobody can sign in at the moment. Try again later.");
   }
 }
 
@@ -306,7 +306,7 @@ void Broker::end_overdue() {
     const auto working = working_.extract(number);
     end(working.mapped().child);
     give_up(working.mapped().job);
-    answer(number, problem(504, "This took too long, and was ended."));
+    answer(number, Http::problem(504, "This took too long, and was ended."));
   }
   while (!waiting_.empty() && waiting_.front().job.end <= now) {  // they came in this order
     const Waiting late = std::move(waiting_.front());

@@ -15,7 +15,7 @@
 #include "server/deadline.h"
 #include "system/descriptor.h"
 #include "web_server/admission.h"
-#include "web_server/call.h"
+#include "web_server/broker_call.h"
 #include "web_server/child_maker.h"
 #include "web_server/limits.h"
 #include "web_server/packet_stream.h"

@@ -39,8 +39,7 @@ Http::Response Caller::ask(const Call& call) {
   const auto response = packet ? decode_response(*packet) : std::nullopt;
   if (response) return *response;
   is_broken_ = true;  // an answer that comes late must not be taken for that of the next call
-  return problem(503, "The server is about to stop. Try again in a moment.",
-                 std::chrono::seconds(1));
+  return passing_problem(503, "The server is about to stop. Try again in a moment.");
 }
 
 }  // namespace Quarrow::WebServer

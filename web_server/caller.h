@@ -4,7 +4,7 @@
 
 #include "http/message.h"
 #include "system/descriptor.h"
-#include "web_server/call.h"
+#include "web_server/broker_call.h"
 #include "web_server/limits.h"
 
 namespace Quarrow::WebServer {

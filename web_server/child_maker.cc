@@ -15,7 +15,7 @@
 
 #include "system/descriptor_passing.h"
 #include "system/packet.h"
-#include "web_server/call.h"
+#include "web_server/broker_call.h"
 #include "web_server/limits.h"
 #include "web_server/packet_stream.h"
 

@@ -10,15 +10,12 @@
 
 namespace Quarrow::WebServer {
 
-// The name of the cookie that holds the session. Browsers take one of this kind of name only by
-// TLS, and only for the host itself (RFC 6265bis, section 4.1.3.2).
+// The name of the cookie that holds the session.
 extern const char session_cookie[];
 
-// A problem (RFC 9457): what is wrong, and what to do.
-Http::Response problem(int status, const std::string& detail);
-
-// The same, with the time after which to try again.
-Http::Response problem(int status, const std::string& detail, std::chrono::seconds retry_after);
+// A problem that is over after that time.
+Http::Response passing_problem(int status, const std::string& detail,
+                               std::chrono::seconds retry_after = std::chrono::seconds(1));
 
 // Says who is signed in, and tells the token.
 Http::Response session_shown(const Visitor& visitor);

@@ -1,6 +1,6 @@
 // What a worker asks of the broker, what the broker asks of a child, and the answers, as packets.
-#ifndef QUARROW_WEB_SERVER_CALL_H_
-#define QUARROW_WEB_SERVER_CALL_H_
+#ifndef QUARROW_WEB_SERVER_BROKER_CALL_H_
+#define QUARROW_WEB_SERVER_BROKER_CALL_H_
 
 #include <optional>
 #include <string>
@@ -33,10 +33,10 @@ std::string encode(const Call& call);
 std::string encode(const Http::Response& response);
 
 // What a packet of encode() holds. The sender is not trusted: nothing, unless all is there and in
-// its range. A response has a status of 200 to 599, and headers that can't break a line.
+// its range. A response can be sent as it is (Http::is_sendable).
 std::optional<Call> decode_call(std::string_view packet);
 std::optional<Http::Response> decode_response(std::string_view packet);
 
 }  // namespace Quarrow::WebServer
 
-#endif  // QUARROW_WEB_SERVER_CALL_H_
+#endif  // QUARROW_WEB_SERVER_BROKER_CALL_H_

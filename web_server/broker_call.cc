@@ -1,17 +1,15 @@
 // Both ends are the same program, and neither believes the other.
-#include "web_server/call.h"
+#include "web_server/broker_call.h"
 
-#include <algorithm>
 #include <utility>
 
+#include "http/response_text.h"
 #include "system/packet.h"
-#include "system/printable.h"
 
 namespace Quarrow::WebServer {
 namespace {
 
 constexpr auto last_kind = static_cast<std::uint64_t>(Call::Kind::sign_out_everywhere);
-constexpr std::uint64_t lowest_status = 200;
 constexpr std::uint64_t highest_status = 599;
 
 void write(PacketWriter& writer, const Http::Headers& headers) {
@@ -30,17 +28,6 @@ Http::Headers read_headers(PacketReader& reader) {
     headers.emplace_back(std::move(name), reader.text());
   }
   return headers;
-}
-
-bool is_header_name(const std::string& name) {
-  return !name.empty() &&
-         std::all_of(
-             name.begin(), name.end(),
-             [](char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-'; });
-}
-
-bool is_clean(const std::pair<std::string, std::string>& header) {
-  return is_header_name(header.first) && !has_control_characters(header.second);
 }
 
 }  // namespace
@@ -84,13 +71,10 @@ std::optional<Call> decode_call(std::string_view packet) {
 std::optional<Http::Response> decode_response(std::string_view packet) {
   PacketReader reader(packet);
   Http::Response response;
-  const std::uint64_t status = reader.number(highest_status);
-  response.status = static_cast<int>(status);
+  response.status = static_cast<int>(reader.number(highest_status));
   response.headers = read_headers(reader);
   response.body = reader.text();
-  const bool is_good = reader.at_end() && status >= lowest_status &&
-                       std::all_of(response.headers.begin(), response.headers.end(), is_clean);
-  if (!is_good) return std::nullopt;
+  if (!reader.at_end() || !Http::is_sendable(response)) return std::nullopt;
   return response;
 }
 
