@@ -19,8 +19,9 @@ enum class Verdict { right, wrong, unavailable };
 
 // A try to sign in whose password is being checked.
 struct Attempt {
-  std::string user;     // their address
-  std::string network;  // where they come from
+  std::string user;       // their address
+  std::string network;    // where they come from
+  bool is_known = false;  // they signed in from there before
 };
 
 // What became of a try to sign in.

@@ -47,7 +47,7 @@ class FakeAdmission : public Admission {
   Entrance begin(const std::string& user, const std::string& client, Attempt& attempt) override {
     if (client == "192.0.2.66") return {Entrance::Kind::wait, "", {}, std::chrono::seconds(42)};
     if (user.empty()) return {Entrance::Kind::refused};
-    attempt = {"folded " + user, client};
+    attempt = {"folded " + user, client, false};
     return {Entrance::Kind::go_on};
   }
 

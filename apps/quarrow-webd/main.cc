@@ -1,0 +1,195 @@
+// The web server: its start, and what its processes do. web_server/broker.h does the rest.
+//
+// SECURITY: clients are the reverse proxy and, through it, strangers. Workers read what these send;
+// they have no rights to a file, and ask the broker, which was forked before the server gave up the
+// rights of its start. A child of the broker becomes the owner of one user's folder and works
+// there. Passwords are checked by a child that becomes the user that workers run as.
+#include <sysexits.h>
+#include <syslog.h>
+#include <unistd.h>
+#include <zvelluser.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "apps/quarrow-webd/signing_admission.h"
+#include "apps/quarrow-webd/web_options.h"
+#include "delivery/recipient_lookup.h"
+#include "delivery/sandbox.h"
+#include "http/http_session.h"
+#include "http/problem.h"
+#include "server/counters.h"
+#include "server/daemon.h"
+#include "server/log.h"
+#include "server/privileges.h"
+#include "web_server/broker.h"
+#include "web_server/broker_process.h"
+#include "web_server/caller.h"
+#include "web_server/front.h"
+#include "web_server/user_work.h"
+
+namespace Quarrow::Webd {
+namespace {
+
+using WebServer::Verdict;
+
+const char program[] = "quarrow-webd";
+const Server::LogOrigin origin = {program, LOG_DAEMON};
+
+enum Counter : std::size_t { requests, workers_replaced };
+
+Verdict verdict_of(const SigningIn::PasswordVerdict& verdict) {
+  switch (verdict.result) {
+    case SigningIn::PasswordVerdict::Result::right:
+      return Verdict::right;
+    case SigningIn::PasswordVerdict::Result::wrong:
+      return Verdict::wrong;
+    default:
+      Server::log_error("sign-in: " + verdict.reason);
+      return Verdict::unavailable;
+  }
+}
+
+// What strangers make the password server say is read with the rights of a worker at most.
+Verdict check_password(const Options& options, const std::string& user,
+                       const std::string& password) {
+  if (options.imap.url.empty()) return Verdict::unavailable;
+  if (const std::string reason = Server::become(options.server.user); !reason.empty()) {
+    Server::log_error(reason);
+    return Verdict::unavailable;
+  }
+  return verdict_of(SigningIn::imap_sign_in(options.imap, user, password));
+}
+
+// There are no resources of users yet.
+Http::Response work(const EmailAddress& /*user*/, const Http::Request& /*request*/) {
+  return Http::problem(404, "There is no such resource.");
+}
+
+Delivery::RecipientLookup look_up(const Options& options, const std::string& user) {
+  const Delivery::MountSign sign = {options.root, Delivery::MountSign::Kind::folder};
+  return Delivery::look_up_recipient(user, sign);
+}
+
+void be_broker(const Options& options, int introductions) {
+  Server::set_log(origin, options.server.log);
+  mailuser_set_root(options.root);
+  const WebServer::Jobs jobs = {[&](const std::string& user, const std::string& password) {
+                                  return check_password(options, user, password);
+                                },
+                                [](const std::string& user, const Http::Request& request) {
+                                  return WebServer::answer_as_owner(user, request, work);
+                                }};
+  const WebServer::ChildMaker children(jobs, options.work.time);
+  SigningIn::SignInSettings settings;
+  settings.look_up = [&](const std::string& user) { return look_up(options, user); };
+  SigningAdmission admission(settings);
+  WebServer::Broker(introductions, admission, children, options.work).run();
+}
+
+class WebDaemon {
+ public:
+  WebDaemon(int argc, const char* const* argv, Options options)
+      : argc_(argc), argv_(argv), options_(std::move(options)) {}
+
+  // Serves until it is told to stop; gives the exit status.
+  int run() {
+    Server::DaemonHooks hooks;
+    hooks.keep_rights = [this] { return start_broker(); };
+    hooks.prepare = [] { return std::string(); };
+    hooks.inspect = [] { tell_faults(); };
+    hooks.start_worker = [this] { return start_worker(); };
+    hooks.reload = [this] { return reload(); };
+    hooks.replaced = [this] { counters_.add(workers_replaced); };
+    hooks.ended = [this](pid_t process) { stop_without(process); };
+    const int status = Server::Daemon(origin, options_.server, counters_, std::move(hooks)).run();
+    return has_broker_ ? status : EX_SOFTWARE;
+  }
+
+ private:
+  std::string start_broker() {
+    broker_ =
+        WebServer::start_broker([this](int introductions) { be_broker(options_, introductions); });
+    return broker_.process > 0 ? "" : std::string("no broker: ") + std::strerror(errno);
+  }
+
+  // The sessions are gone, and so are the rights to start another broker: the service manager
+  // starts the server anew.
+  void stop_without(pid_t process) {
+    if (process != broker_.process) return;
+    has_broker_ = false;
+    Server::log_error("the broker has ended; the server stops");
+    (void)kill(getpid(), SIGTERM);
+  }
+
+  static void tell_faults() {
+    if (!Delivery::has_landlock())
+      Server::log_warning(
+          "the kernel offers no Landlock: a request that took a worker over could read all files "
+          "that the server's user may read");
+  }
+
+  Server::NewProtocol start_worker() {
+    const auto caller = std::make_shared<WebServer::Caller>(broker_.introductions, options_.work);
+    (void)close(broker_.introductions);
+    if (!WebServer::leave_files()) {
+      Server::log_error("a worker can't be confined");
+      _exit(EX_OSERR);
+    }
+    const auto ask = [caller](const WebServer::Call& call) { return caller->ask(call); };
+    const WebServer::Front front(ask, options_.trusts_proxy_user);
+    const auto handler = [this, front](const Http::Request& request) {
+      counters_.add(requests);
+      return front.answer(request);
+    };
+    return [this, handler](Server::Output output) {
+      return std::make_unique<Http::Session>(handler, options_.http, std::move(output));
+    };
+  }
+
+  std::optional<Server::DaemonSettings> reload() {
+    Parsed parsed = parse_options(argc_, argv_);
+    if (parsed.outcome != Parsed::Outcome::run) {
+      Server::log_error("nothing was reloaded: " + parsed.text);
+      return std::nullopt;
+    }
+    options_.server = parsed.options.server;
+    options_.http = parsed.options.http;
+    return options_.server;
+  }
+
+  const int argc_;
+  const char* const* const argv_;
+  Options options_;
+  Server::Counters counters_{
+      {{"quarrow_web_requests_total", "", "Requests that were read."},
+       {"quarrow_web_workers_replaced_total", "", "Worker processes that ended unasked."}}};
+  WebServer::BrokerProcess broker_;
+  bool has_broker_ = true;
+};
+
+int run_webd(int argc, char** argv) {
+  Parsed parsed = parse_options(argc, argv);
+  switch (parsed.outcome) {
+    case Parsed::Outcome::help:
+      std::cout << parsed.text << std::flush;
+      return std::cout ? EX_OK : EX_IOERR;
+    case Parsed::Outcome::wrong:
+      std::cerr << program << ": " << parsed.text << "; see " << program << " --help\n";
+      return EX_USAGE;
+    case Parsed::Outcome::run:
+      break;
+  }
+  return WebDaemon(argc, argv, std::move(parsed.options)).run();
+}
+
+}  // namespace
+}  // namespace Quarrow::Webd
+
+int main(int argc, char** argv) { return Quarrow::Webd::run_webd(argc, argv); }

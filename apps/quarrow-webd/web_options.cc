@@ -1,0 +1,108 @@
+// The options, read by CLI11.
+#include "apps/quarrow-webd/web_options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <sstream>
+
+#include "server/daemon_options.h"
+
+namespace Quarrow::Webd {
+namespace {
+
+using Server::declare_number;
+
+void declare_users(CLI::App& app, Options& options) {
+  app.add_option("--root", options.root, "Folder of the users' folders")
+      ->type_name("DIR")
+      ->check(Server::emptiness)
+      ->capture_default_str();
+  app.add_option("--imap", options.imap.url,
+                 "IMAP server that checks passwords: imaps://HOST, or imap://HOST for STARTTLS")
+      ->type_name("URL")
+      ->check(SigningIn::server_fault);
+  app.add_option("--imap-ca", options.imap.ca_file,
+                 "File of the authorities that may certify the IMAP server")
+      ->type_name("FILE")
+      ->check(Server::emptiness);
+  app.add_flag("--trust-proxy-user", options.trusts_proxy_user,
+               "Take the header X-Quarrow-User for a name that the proxy has checked; for sockets "
+               "in the file system only");
+}
+
+void declare_limits(CLI::App& app, Options& options, std::int64_t& seconds) {
+  declare_number(app, "--max-header", options.http.header, "Longest header of a request, in bytes",
+                 1024, 1048576);
+  declare_number(app, "--max-body", options.http.body, "Largest body of a request, in bytes", 1024,
+                 1048576);
+  declare_number(app, "--max-calls", options.work.children, "Requests worked on at a time", 1,
+                 1000);
+  declare_number(app, "--max-calls-per-user", options.work.children_per_user,
+                 "Requests of one user worked on at a time", 1, 1000);
+  declare_number(app, "--request-time", seconds, "Seconds that a request may take", 1, 600);
+}
+
+// Why the settings do not go together; empty when they do.
+std::string fault_of(const Options& options) {
+  const auto& listen = options.server.listen;
+  const auto address = std::find_if(listen.begin(), listen.end(), [](const std::string& socket) {
+    return socket.front() != '/';
+  });
+  if (options.trusts_proxy_user && address != listen.end())
+    return "--trust-proxy-user: any program of this host can pass for the proxy at " + *address;
+  if (!options.trusts_proxy_user && options.imap.url.empty())
+    return "nobody could sign in: name a server with --imap, or use --trust-proxy-user";
+  return "";
+}
+
+// The help or the version.
+std::string text_of(const CLI::App& app, const CLI::Success& success) {
+  std::ostringstream text;
+  (void)app.exit(success, text, text);
+  return text.str();
+}
+
+}  // namespace
+
+Options::Options() : server{{"/run/quarrow-webd/socket"}} {
+  server.workers = 20;
+  server.patience = {std::chrono::seconds(60), std::chrono::seconds(120), std::chrono::seconds(5)};
+}
+
+Parsed parse_options(int argc, const char* const* argv) {
+  Parsed parsed;
+  Options& options = parsed.options;
+  Server::DaemonOptions server(options.server);
+  std::int64_t seconds = std::chrono::ceil<std::chrono::seconds>(options.work.time).count();
+  CLI::App app("Serves the page where mail users look after their rules.", "quarrow-webd");
+  app.set_version_flag("--version", "quarrow-webd " QUARROW_VERSION);
+  app.set_config("--config", "", "File with more options, a line each: workers=4")
+      ->type_name("FILE");
+  app.allow_config_extras(CLI::config_extras_mode::error);
+  server.declare_sockets(app);
+  declare_users(app, options);
+  server.declare_records(app);
+  server.declare_clients(app);
+  declare_limits(app, options, seconds);
+  try {
+    app.parse(argc, argv);
+    server.convert();
+    options.work.time = std::chrono::seconds(seconds);
+    parsed.text = fault_of(options);
+    if (parsed.text.empty()) parsed.outcome = Parsed::Outcome::run;
+  } catch (const CLI::Success& success) {
+    parsed.outcome = Parsed::Outcome::help;
+    parsed.text = text_of(app, success);
+  } catch (const CLI::FileError& error) {
+    parsed.text = std::string("--config: ") + error.what();
+  } catch (const CLI::ConfigError& error) {
+    parsed.text = std::string("--config: ") + error.what();
+  } catch (const CLI::ParseError& error) {
+    parsed.text = error.what();
+  }
+  return parsed;
+}
+
+}  // namespace Quarrow::Webd
