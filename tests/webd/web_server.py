@@ -1,0 +1,137 @@
+"""The web server with users in a folder of its own, and a client that speaks to it."""
+
+import contextlib
+import http.client
+import json
+import os
+import pathlib
+import pwd
+import select
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+import time
+import unittest
+
+PATIENCE = 60  # seconds until something that must happen counts as missing
+ALICE = "alice@example.org"
+BOB = "bob@example.org"
+
+
+def unprivileged_user():
+    """The user that the server runs as: nobody where the superuser runs this test."""
+    return "nobody" if os.geteuid() == 0 else pwd.getpwuid(os.geteuid()).pw_name
+
+
+def until(condition, what):
+    """Waits until `condition()` gives something true, and gives that."""
+    end = time.monotonic() + PATIENCE
+    while time.monotonic() < end:
+        result = condition()
+        if result:
+            return result
+        select.select([], [], [], 0.01)  # the condition is looked at again
+    raise AssertionError("in vain: " + what)
+
+
+def children(process):
+    path = pathlib.Path(f"/proc/{process}/task/{process}/children")
+    return [int(word) for word in path.read_text().split()]
+
+
+def field(process, name):
+    """The words of a line of a process's status."""
+    for line in pathlib.Path(f"/proc/{process}/status").read_text().splitlines():
+        if line.startswith(name + ":"):
+            return line.split()[1:]
+    return None
+
+
+class Connection(http.client.HTTPConnection):
+    def __init__(self, path):
+        super().__init__("localhost", timeout=PATIENCE)
+        self.path = path
+
+    def connect(self):
+        self.sock = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        self.sock.settimeout(PATIENCE)
+        self.sock.connect(self.path)
+
+
+class Daemon:
+    """The server, with users, in a folder of its own."""
+
+    def __init__(self, program, *options):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quarrow-webd-"))
+        self.folder.chmod(0o755)
+        self.socket = str(self.folder / "socket")
+        for user in (ALICE, BOB):
+            self.home(user).mkdir(parents=True)
+            (self.home(user) / "rules").write_text("precious")
+        if os.geteuid() == 0:
+            entry = pwd.getpwnam("daemon")  # a user who is neither root nor the workers' one
+            for path in [*self.folder.rglob("*")]:
+                os.chown(path, entry.pw_uid, entry.pw_gid)
+        self.log = open(self.folder / "log", "w+b")
+        self.process = subprocess.Popen(
+            [program, "--user", unprivileged_user(), "--root", self.folder / "root",
+             "--listen", self.socket, "--workers", "2", *options], stderr=self.log)
+        try:
+            until(self.is_ready, "the server is ready")
+        except BaseException:
+            self.close()
+            raise
+
+    def is_ready(self):
+        assert self.process.poll() is None, self.log_text()
+        return len(self.workers()) == 2 and len(self.named("quarrow-broker")) == 1
+
+    def home(self, user):
+        local, domain = user.split("@")
+        return self.folder / "root" / domain / local
+
+    def named(self, name):
+        with contextlib.suppress(OSError):
+            return [child for child in children(self.process.pid)
+                    if pathlib.Path(f"/proc/{child}/comm").read_text().strip() == name]
+        return []
+
+    def workers(self):
+        return self.named(pathlib.Path(f"/proc/{self.process.pid}/comm").read_text().strip())
+
+    def broker(self):
+        process, = self.named("quarrow-broker")
+        return process
+
+    def ask(self, method, path, headers=None, body=None):
+        """The status, the body and the headers of the answer."""
+        with contextlib.closing(Connection(self.socket)) as connection:
+            connection.request(method, path, body, headers or {})
+            answer = connection.getresponse()
+            return answer.status, answer.read().decode(), answer.headers
+
+    def log_text(self):
+        return (self.folder / "log").read_text()
+
+    def stop(self):
+        if self.process.poll() is None:
+            self.process.send_signal(signal.SIGTERM)
+        return self.process.wait(PATIENCE)
+
+    def close(self):
+        self.stop()
+        self.log.close()
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+
+class DaemonTestCase(unittest.TestCase):
+    def start(self, program, *options):
+        daemon = Daemon(program, *options)
+        self.addCleanup(daemon.close)
+        return daemon
+
+
+def json_of(answer):
+    return json.loads(answer[1])
