@@ -19,7 +19,7 @@ import sys
 
 # From the top down. Folders of one layer do not include each other.
 LAYERS = (
-    ("apps/quarrow", "apps/quarrow-lmtpd"),
+    ("apps/quarrow", "apps/quarrow-lmtpd", "apps/quarrow-webd"),
     ("web_server",),
     ("signing_in",),
     ("http", "lmtp", "doctor", "importing", "refiling"),
