@@ -1,6 +1,8 @@
 // Sentences: a subject, a verb, and what it is compared with.
 #include "administration/rule_sentence.h"
 
+#include <list>
+
 #include "administration/date_value.h"
 #include "administration/rule_fields.h"
 #include "administration/rule_text.h"
@@ -12,6 +14,7 @@ namespace {
 using MessageFilters::Action;
 using MessageFilters::Comparator;
 using MessageFilters::Field;
+using MessageFilters::Filter__;
 using MessageFilters::Test;
 
 const struct {
@@ -44,6 +47,15 @@ std::string date_sentence(const Test& test) {
          readable_date(test.value);
 }
 
+// The sentences of `parts`, with `between` in front of each but the first.
+template <typename Part>
+std::string joined(const std::list<Part>& parts, const std::string& between,
+                   std::string (*sentence)(const Part&)) {
+  std::string text;
+  for (const Part& part : parts) text += (text.empty() ? "" : between) + sentence(part);
+  return text;
+}
+
 }  // namespace
 
 std::string test_sentence(const Test& test) {
@@ -59,6 +71,13 @@ std::string action_sentence(const Action& action) {
   if (!action.is_valid()) return action_text(action);
   if (action.method == Action::DELETE) return "delete (move to Trash)";
   return action.method + " to " + action.target;
+}
+
+std::string rule_sentence(const Filter__& filter) {
+  const char* const relation = filter.relation == Filter__::ANYOF ? " or " : " and ";
+  const std::string tests = joined(filter.tests, relation, test_sentence);
+  const std::string actions = joined(filter.actions, " and ", action_sentence);
+  return (tests.empty() ? "Never" : "When " + tests) + ": " + actions;
 }
 
 }  // namespace Quarrow::Administration

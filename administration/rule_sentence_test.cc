@@ -8,6 +8,7 @@
 
 #include "administration/date_value.h"
 #include "administration/size_value.h"
+#include "tests/support/rules_test_support.h"
 
 namespace Quarrow::Administration {
 namespace {
@@ -134,6 +135,24 @@ TEST(ReadSize, GuessesNothing) {
        {"", " ", "MB", "-5", "-5 MB", "+5 MB", "2 TB", "2 M B", "1,5 MB", "1.500 MB", "1.5.2 MB",
         "1. MB", ".5 MB", "1,000 KB", "two MB", "12345678 KB", "2 MB or so", "0x10", "2 MB 3"})
     EXPECT_EQ("a size is written such as 500 KB or 1.5 MB", read_size(text).flaw) << text;
+}
+
+TEST(RuleSentence, JoinsTestsAndActions) {
+  const auto rule = MessageFilters::make_rule("Reports", MessageFilters::subject_test("quarterly"));
+  EXPECT_EQ("When subject contains \"quarterly\": delete (move to Trash)", rule_sentence(*rule));
+  rule->tests.push_back(MessageFilters::make_test("size", "size", "greater", "2048"));
+  rule->actions = {MessageFilters::make_action("copy", "A"),
+                   MessageFilters::make_action("move", "B")};
+  EXPECT_EQ(
+      "When subject contains \"quarterly\" and message is larger than 2 MB: copy to A and move to "
+      "B",
+      rule_sentence(*rule));
+  rule->relation = MessageFilters::Filter__::ANYOF;
+  EXPECT_EQ(
+      "When subject contains \"quarterly\" or message is larger than 2 MB: copy to A and move to B",
+      rule_sentence(*rule));
+  rule->tests.clear();
+  EXPECT_EQ("Never: copy to A and move to B", rule_sentence(*rule));
 }
 
 TEST(DatesMeant, AreOfEveryOrderThatMakesADate) {

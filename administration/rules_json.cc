@@ -9,6 +9,7 @@
 #include <set>
 #include <vector>
 
+#include "administration/json_text.h"
 #include "administration/rule_check.h"
 
 namespace Quarrow::Administration {
@@ -181,47 +182,6 @@ Refusal read(const std::string& place, const ordered_json& json, Filter__& filte
   return at(place, check(filter));
 }
 
-// Lists, filters, their tests, and room for what is wrong there.
-constexpr int most_depth = 8;
-
-// Notes what the parser does not mind: a member that comes a second time in its object, and values
-// so deep inside each other that handling them would use up the stack.
-class Oddities {
- public:
-  bool operator()(int depth, ordered_json::parse_event_t event, const ordered_json& value) {
-    if (depth > most_depth) is_deep_ = true;
-    if (event == ordered_json::parse_event_t::object_start) open_.emplace_back();
-    if (event == ordered_json::parse_event_t::object_end) open_.pop_back();
-    if (event == ordered_json::parse_event_t::key &&
-        !open_.back().insert(value.get<std::string>()).second && name_.empty())
-      name_ = value.get<std::string>();
-    return depth <= most_depth;
-  }
-  bool is_deep() const { return is_deep_; }
-  const std::string& repeated() const { return name_; }
-
- private:
-  bool is_deep_ = false;
-  std::vector<std::set<std::string>> open_;  // the names in the objects around the current place
-  std::string name_;
-};
-
-Refusal parse(const std::string& text, ordered_json& json) {
-  Oddities oddities;
-  try {
-    json = ordered_json::parse(
-        text, [&oddities](int depth, auto event,
-                          const ordered_json& value) { return oddities(depth, event, value); });
-  } catch (const ordered_json::parse_error& error) {
-    return wrong("filters", "no JSON from byte " + std::to_string(error.byte) + " on");
-  } catch (const ordered_json::exception&) {  // what else the parser throws
-    return wrong("filters", "holds a number that is too large");
-  }
-  if (oddities.is_deep()) return wrong("filters", "holds values too deep inside each other");
-  if (oddities.repeated().empty()) return {};
-  return wrong("filters", "the member \"" + oddities.repeated() + "\" comes twice in one object");
-}
-
 Refusal read_list(const ordered_json& json, FilterList__& list) {
   if (!json.is_array()) return of_type("filters", "a list");
   for (const auto& value : json) {
@@ -266,7 +226,7 @@ std::string rules_json(const FilterList__& filters, const std::string& revision)
 
 Refusal read_rules_json(const std::string& json, boost::shared_ptr<FilterList__>& filters) {
   ordered_json parsed;
-  if (const Refusal refusal = parse(json, parsed)) return refusal;
+  if (const Refusal refusal = read_json_text(json, "filters", parsed)) return refusal;
   const auto list = FilterList__::Create();
   if (const Refusal refusal = read_filters(parsed, *list)) return refusal;
   filters = list;

@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "doctor/folder_names.h"
 #include "message_filters/user_files.h"
+#include "system/folder_names.h"
 
 namespace Quarrow::Doctor {
 namespace {

@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "doctor/folder_names.h"
 #include "message_filters/user_files.h"
 #include "system/descriptor.h"
+#include "system/folder_names.h"
 
 namespace Quarrow::Doctor {
 namespace {

@@ -100,6 +100,22 @@ Refusal add_all(const ImportedRules& rules, bool keep_numbers, RulesTransaction&
 
 }  // namespace
 
+const char* change_word(RuleChange::Kind kind) {
+  switch (kind) {
+    case RuleChange::Kind::removes:
+      return "removes";
+    case RuleChange::Kind::keeps:
+      return "keeps";
+    case RuleChange::Kind::moves:
+      return "moves";
+    case RuleChange::Kind::adds:
+      return "adds";
+    case RuleChange::Kind::loses:
+      break;
+  }
+  return "loses";
+}
+
 Refusal put_rules(const ImportedRules& rules, Earlier earlier, RulesTransaction& transaction,
                   std::vector<RuleChange>& changes) {
   auto& list = transaction.filters().filters;

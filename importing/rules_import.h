@@ -23,6 +23,9 @@ struct RuleChange {
   std::string what;      // the filter in words, or the loss
 };
 
+// "removes", "keeps", "moves", "adds" or "loses".
+const char* change_word(RuleChange::Kind kind);
+
 // What becomes of the filters that are there. `unstated` is enough where there are none.
 enum class Earlier { unstated, replaced, kept };
 

@@ -1,7 +1,6 @@
 // Files in a user's folder, read as they are.
 #include "apps/quarrow/names_in_use.h"
 
-#include <fcntl.h>
 #include <quarrow/user_stores.h>
 #include <unistd.h>
 
@@ -14,12 +13,10 @@
 #include "administration/rules_text.h"
 #include "administration/user_folder.h"
 #include "administration/users.h"
-#include "apps/quarrow/mail_folders.h"
 #include "apps/quarrow/time_text.h"
 #include "message_filters/user_files.h"
 #include "message_filters/xml_text.h"
-#include "refiling/mail_folder.h"
-#include "system/descriptor.h"
+#include "refiling/mail_folders.h"
 #include "system/memory_file.h"
 #include "system/packet.h"
 
@@ -111,14 +108,10 @@ Names own_fields_in(const UserFolder& folder) {
   return names;
 }
 
-Names mail_folders_in(const UserFolder& folder) {
-  constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-  const Descriptor maildir(openat(folder.fd(), maildir_name, flags));
+Names folders_in(const UserFolder& folder) {
   Names names;
-  if (maildir.get() < 0) return names;
-  names.push_back({Refiling::readable_folder(""), ""});
-  for (const std::string& name : folders_in(maildir.get()))
-    names.push_back({Refiling::readable_folder(name), ""});
+  for (const auto& name : Refiling::MailFolders(maildir_name, folder.fd()).names())
+    names.push_back({name, ""});
   return names;
 }
 
@@ -137,7 +130,7 @@ std::vector<NameInUse> own_fields_in_use(const EmailAddress& user) {
 }
 
 std::vector<NameInUse> folders_in_use(const EmailAddress& user) {
-  return look_into(user, mail_folders_in);
+  return look_into(user, folders_in);
 }
 
 }  // namespace Quarrow::Command

@@ -7,8 +7,8 @@
 
 #include "administration/rule_analysis.h"
 #include "apps/quarrow/complaint.h"
-#include "apps/quarrow/mail_folders.h"
 #include "message_filters/user_files.h"
+#include "refiling/mail_folders.h"
 
 namespace Quarrow::Command {
 
@@ -21,7 +21,7 @@ void warn_of_rules(const MessageFilters::FilterList__& list, std::int32_t id) {
 
 void warn_of_folders(const std::string& user_folder, const MessageFilters::Filter__& filter,
                      Delivery::FolderDots dots) {
-  const MailFolders folders(in_folder(user_folder, maildir_name));
+  const Refiling::MailFolders folders(in_folder(user_folder, maildir_name));
   std::set<std::string> targets;
   for (const auto& action : filter.actions)
     if (!action.target.empty()) targets.insert(action.target);

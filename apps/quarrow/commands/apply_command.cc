@@ -17,7 +17,6 @@
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/folder_owner.h"
 #include "apps/quarrow/listing.h"
-#include "apps/quarrow/mail_folders.h"
 #include "apps/quarrow/match_report.h"
 #include "apps/quarrow/missing_script.h"
 #include "apps/quarrow/refiling_output.h"
@@ -26,6 +25,7 @@
 #include "message_filters/mailbox_name.h"
 #include "message_filters/user_files.h"
 #include "refiling/journal.h"
+#include "refiling/mail_folders.h"
 #include "refiling/refiler.h"
 #include "refiling/refiling_plan.h"
 #include "refiling/refiling_thread.h"
@@ -131,7 +131,7 @@ std::optional<Refiling::RefilingPlan> make_plan(const Options& options, const st
   std::optional<Trial::SourceFailure> failure;
   const auto sources = Refiling::sources_for(maildir, wish, failure);
   if (failure) {
-    const MailFolders folders(maildir);
+    const Refiling::MailFolders folders(maildir);
     status =
         folders.is_missing(options.folder, wish.dots)
             ? complain("--folder " + options.folder,

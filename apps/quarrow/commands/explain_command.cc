@@ -12,7 +12,6 @@
 #include "apps/quarrow/commands/received_option.h"
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/explanation_output.h"
-#include "apps/quarrow/mail_folders.h"
 #include "apps/quarrow/match_report.h"
 #include "apps/quarrow/missing_script.h"
 #include "apps/quarrow/past_deliveries.h"
@@ -20,6 +19,7 @@
 #include "delivery/message_id.h"
 #include "message_filters/mailbox_name.h"
 #include "message_filters/user_files.h"
+#include "refiling/mail_folders.h"
 #include "trial/explanation.h"
 #include "trial/message_search.h"
 
@@ -83,7 +83,7 @@ int search(const Options& options, const EmailAddress& user, Trial::IsolatedRuns
                                                options.folder_dots);
   if (!folder) return complain(options.folder, "can't be a folder of the user's mail", EX_USAGE);
   const std::string maildir = Administration::user_folder(user) + "/Maildir";
-  const MailFolders folders(maildir);
+  const Refiling::MailFolders folders(maildir);
   if (folders.is_missing(options.folder, options.folder_dots))
     return complain("--folder " + options.folder,
                     "there is no such folder" + folders.question(options.folder), EX_NOINPUT);

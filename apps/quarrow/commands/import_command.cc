@@ -36,22 +36,6 @@ struct Options {
   Administration::CommitConsent consent;
 };
 
-const char* word_for(RuleChange::Kind kind) {
-  switch (kind) {
-    case RuleChange::Kind::removes:
-      return "removes";
-    case RuleChange::Kind::keeps:
-      return "keeps";
-    case RuleChange::Kind::moves:
-      return "moves";
-    case RuleChange::Kind::adds:
-      return "adds";
-    case RuleChange::Kind::loses:
-      break;
-  }
-  return "loses";
-}
-
 // The number, or nothing for 0.
 nlohmann::ordered_json unless_zero(std::size_t number) {
   return number == 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(number);
@@ -60,7 +44,7 @@ nlohmann::ordered_json unless_zero(std::size_t number) {
 std::string report(const std::vector<RuleChange>& changes, ListingForm form) {
   Listing listing({"change", "id", "filter", "line", "what"});
   for (const auto& change : changes)
-    listing.add({word_for(change.kind),
+    listing.add({Importing::change_word(change.kind),
                  change.id == 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(change.id),
                  change.name, unless_zero(change.line), change.what});
   std::ostringstream out;

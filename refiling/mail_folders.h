@@ -1,6 +1,8 @@
 // The folders that a user's Maildir has.
-#ifndef QUARROW_APPS_QUARROW_MAIL_FOLDERS_H_
-#define QUARROW_APPS_QUARROW_MAIL_FOLDERS_H_
+#ifndef QUARROW_REFILING_MAIL_FOLDERS_H_
+#define QUARROW_REFILING_MAIL_FOLDERS_H_
+
+#include <fcntl.h>
 
 #include <set>
 #include <string>
@@ -8,7 +10,7 @@
 
 #include "quarrow/delivery/folder_dots.h"
 
-namespace Quarrow::Command {
+namespace Quarrow::Refiling {
 
 // The names on the disk of the folders in the Maildir with the descriptor `maildir`, sorted,
 // without the inbox. No link is a folder.
@@ -17,8 +19,12 @@ std::vector<std::string> folders_in(int maildir);
 // The folders of a Maildir as they were when this object was made.
 class MailFolders {
  public:
-  // Of a Maildir that is not there, or can't be read, nothing is known.
-  explicit MailFolders(const std::string& maildir);
+  // Of a Maildir that is not there, or can't be read, nothing is known. A relative path begins at
+  // the open folder `above`.
+  explicit MailFolders(const std::string& maildir, int above = AT_FDCWD);
+
+  // The names that people read, the inbox first; none of a Maildir of which nothing is known.
+  std::vector<std::string> names() const;
 
   // Whether the folder that a person names `name` is known not to be there. A name that can't be a
   // folder's is not.
@@ -32,6 +38,6 @@ class MailFolders {
   std::set<std::string> names_;  // on the disk
 };
 
-}  // namespace Quarrow::Command
+}  // namespace Quarrow::Refiling
 
-#endif  // QUARROW_APPS_QUARROW_MAIL_FOLDERS_H_
+#endif  // QUARROW_REFILING_MAIL_FOLDERS_H_

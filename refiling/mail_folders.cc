@@ -1,5 +1,5 @@
 // Names in a Maildir.
-#include "apps/quarrow/mail_folders.h"
+#include "refiling/mail_folders.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,12 +8,12 @@
 
 #include "administration/near_names.h"
 #include "delivery/folder_name.h"
-#include "doctor/folder_names.h"
 #include "message_filters/mailbox_name.h"
 #include "refiling/mail_folder.h"
 #include "system/descriptor.h"
+#include "system/folder_names.h"
 
-namespace Quarrow::Command {
+namespace Quarrow::Refiling {
 namespace {
 
 bool is_folder(int parent, const std::string& name) {
@@ -24,18 +24,20 @@ bool is_folder(int parent, const std::string& name) {
 
 }  // namespace
 
-std::vector<std::string> folders_in(int maildir) {
-  std::vector<std::string> folders;
-  for (const auto& name : Doctor::names_in(maildir))
-    if (name.front() == '.' && is_folder(maildir, name)) folders.push_back(name);
-  return folders;
-}
-
-MailFolders::MailFolders(const std::string& maildir) {
-  const Descriptor opened(open(maildir.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+MailFolders::MailFolders(const std::string& maildir, int above) {
+  constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+  const Descriptor opened(openat(above, maildir.c_str(), flags));
   if (opened.get() < 0) return;
   is_known_ = true;
-  for (auto& name : folders_in(opened.get())) names_.insert(std::move(name));
+  for (const auto& name : names_in(opened.get()))
+    if (name.front() == '.' && is_folder(opened.get(), name)) names_.insert(name);
+}
+
+std::vector<std::string> MailFolders::names() const {
+  std::vector<std::string> readable;
+  if (is_known_) readable.push_back(readable_folder(""));
+  for (const auto& name : names_) readable.push_back(readable_folder(name));
+  return readable;
 }
 
 bool MailFolders::is_missing(const std::string& name, Delivery::FolderDots dots) const {
@@ -44,10 +46,8 @@ bool MailFolders::is_missing(const std::string& name, Delivery::FolderDots dots)
 }
 
 std::string MailFolders::question(const std::string& name) const {
-  std::vector<std::string> readable = {Refiling::readable_folder("")};
-  for (const auto& folder : names_) readable.push_back(Refiling::readable_folder(folder));
-  const std::string question = Administration::did_you_mean(name, readable);
+  const std::string question = Administration::did_you_mean(name, names());
   return question.empty() ? "" : "; " + question;
 }
 
-}  // namespace Quarrow::Command
+}  // namespace Quarrow::Refiling

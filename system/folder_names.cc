@@ -1,5 +1,5 @@
 // readdir(3), sorted.
-#include "doctor/folder_names.h"
+#include "system/folder_names.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <memory>
 
-namespace Quarrow::Doctor {
+namespace Quarrow {
 namespace {
 
 struct FolderClose {
@@ -31,4 +31,4 @@ std::vector<std::string> names_in(int folder) {
   return names;
 }
 
-}  // namespace Quarrow::Doctor
+}  // namespace Quarrow

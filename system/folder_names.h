@@ -1,16 +1,16 @@
 // The names in a folder.
-#ifndef QUARROW_DOCTOR_FOLDER_NAMES_H_
-#define QUARROW_DOCTOR_FOLDER_NAMES_H_
+#ifndef QUARROW_SYSTEM_FOLDER_NAMES_H_
+#define QUARROW_SYSTEM_FOLDER_NAMES_H_
 
 #include <string>
 #include <vector>
 
-namespace Quarrow::Doctor {
+namespace Quarrow {
 
 // The names in the folder with the descriptor `folder`, sorted, without "." and "..". None when
 // they can't be read.
 std::vector<std::string> names_in(int folder);
 
-}  // namespace Quarrow::Doctor
+}  // namespace Quarrow
 
-#endif  // QUARROW_DOCTOR_FOLDER_NAMES_H_
+#endif  // QUARROW_SYSTEM_FOLDER_NAMES_H_

@@ -1,13 +1,17 @@
 // Folders that are in a Maildir, and those that are not.
-#include "apps/quarrow/mail_folders.h"
+#include "refiling/mail_folders.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
+#include "system/descriptor.h"
 #include "tests/support/temporary_folder_test_support.h"
 
-namespace Quarrow::Command {
+namespace Quarrow::Refiling {
 namespace {
 
 using Delivery::FolderDots;
@@ -35,6 +39,14 @@ TEST_F(MailFoldersTest, AreKnownByTheNamesThatPeopleWrite) {
   EXPECT_TRUE(folders.is_missing("a.c", FolderDots::listescape));
 }
 
+TEST_F(MailFoldersTest, AreListedBehindTheInbox) {
+  const std::vector<std::string> all = {"INBOX", "Grüße", "Work", "Work/Reports", "a.b"};
+  EXPECT_EQ(all, MailFolders(folder_.path()).names());
+  const Descriptor above(open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  EXPECT_EQ(std::vector<std::string>{"INBOX"}, MailFolders(".Work", above.get()).names());
+  EXPECT_EQ(std::vector<std::string>(), MailFolders(folder_.file("none")).names());
+}
+
 TEST_F(MailFoldersTest, AreAskedForByNearNames) {
   const MailFolders folders(folder_.path());
   EXPECT_EQ("; did you mean Work?", folders.question("Wrok"));
@@ -49,4 +61,4 @@ TEST_F(MailFoldersTest, AreNotMissingWhereThereIsNoMaildir) {
 }
 
 }  // namespace
-}  // namespace Quarrow::Command
+}  // namespace Quarrow::Refiling
