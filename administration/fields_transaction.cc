@@ -10,7 +10,6 @@
 
 #include "administration/near_names.h"
 #include "administration/rule_check.h"
-#include "administration/rules_transaction.h"
 #include "administration/users.h"
 #include "message_filters/user_files.h"
 #include "message_filters/xml_text.h"
@@ -62,8 +61,12 @@ Refusal check_field(const Field& field) {
 
 }  // namespace
 
-FieldsTransaction::FieldsTransaction(const EmailAddress& address, std::string catalogue)
-    : address_(address), catalogue_(std::move(catalogue)), folder_(user_folder(address)) {
+FieldsTransaction::FieldsTransaction(const EmailAddress& address, std::string catalogue,
+                                     std::chrono::milliseconds patience)
+    : address_(address),
+      catalogue_(std::move(catalogue)),
+      patience_(patience),
+      folder_(user_folder(address)) {
   fields_.fields.clear();  // those of the machine's catalogue, which may be another one
 }
 
@@ -74,7 +77,7 @@ Refusal FieldsTransaction::open() {
     return {Kind::damaged_document, catalogue_, "damaged catalogue of fields"};
   if (const Refusal refusal = folder_.open()) return refusal;
   if (!folder_.is_open()) return {};
-  if (const Refusal refusal = lock_.take(folder_, lock_patience)) return refusal;
+  if (const Refusal refusal = lock_.take(folder_, patience_)) return refusal;
   return load_own();
 }
 
@@ -138,11 +141,12 @@ Refusal FieldsTransaction::commit() {
 }
 
 GuardedOutcome with_fields_of(const EmailAddress& address, const std::string& catalogue,
-                              const std::function<GuardedOutcome(FieldsTransaction&)>& work) {
+                              const std::function<GuardedOutcome(FieldsTransaction&)>& work,
+                              std::chrono::milliseconds patience) {
   return run_guarded(
       in_folder(user_folder(address), custom_fields_name),
       [&]() -> GuardedOutcome {
-        FieldsTransaction fields(address, catalogue);
+        FieldsTransaction fields(address, catalogue, patience);
         if (const Refusal refusal = fields.open()) return {refusal, ""};
         return work(fields);
       });

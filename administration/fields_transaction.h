@@ -5,12 +5,14 @@
 #include <quarrow/user_stores.h>
 #include <zvellparser.h>
 
+#include <chrono>
 #include <functional>
 #include <string>
 
 #include "administration/guarded_process.h"
 #include "administration/refusal.h"
 #include "administration/rules_lock.h"
+#include "administration/rules_transaction.h"
 #include "administration/user_folder.h"
 
 namespace Quarrow::Administration {
@@ -20,7 +22,8 @@ namespace Quarrow::Administration {
 class FieldsTransaction {
  public:
   // `address` is not null. The system's fields are read from the catalogue at `catalogue`.
-  FieldsTransaction(const EmailAddress& address, std::string catalogue);
+  FieldsTransaction(const EmailAddress& address, std::string catalogue,
+                    std::chrono::milliseconds patience = lock_patience);
 
   // Loads the fields, once for each object and before all that follows. A process of root becomes
   // the owner of the user's folder for good. Refuses a catalogue that can't be read, since a change
@@ -51,6 +54,7 @@ class FieldsTransaction {
 
   const EmailAddress address_;
   const std::string catalogue_;
+  const std::chrono::milliseconds patience_;
   UserFolder folder_;
   RulesLock lock_;
   MessageFilters::UserFields__ fields_{EmailAddress()};
@@ -58,7 +62,8 @@ class FieldsTransaction {
 
 // Opens the fields of a user in a process of their own, and gives what comes of `work` there.
 GuardedOutcome with_fields_of(const EmailAddress& address, const std::string& catalogue,
-                              const std::function<GuardedOutcome(FieldsTransaction&)>& work);
+                              const std::function<GuardedOutcome(FieldsTransaction&)>& work,
+                              std::chrono::milliseconds patience = lock_patience);
 
 }  // namespace Quarrow::Administration
 

@@ -41,13 +41,18 @@ Refusal read_json_text(const std::string& text, const std::string& object, order
   const auto wrong = [&object](const std::string& reason) -> Refusal {
     return {Refusal::Kind::wrong_json, object, reason};
   };
+  const auto no_json = [&wrong](std::size_t byte) {
+    return wrong("no JSON from byte " + std::to_string(byte) + " on");
+  };
+  const std::size_t end = text.find('\0');  // the parser would take it for the end of the text
+  if (end != std::string::npos) return no_json(end + 1);
   Oddities oddities;
   try {
     json = ordered_json::parse(
         text, [&oddities](int depth, auto event,
                           const ordered_json& value) { return oddities(depth, event, value); });
   } catch (const ordered_json::parse_error& error) {
-    return wrong("no JSON from byte " + std::to_string(error.byte) + " on");
+    return no_json(error.byte);
   } catch (const ordered_json::exception&) {  // what else the parser throws
     return wrong("holds a number that is too large");
   }

@@ -26,6 +26,7 @@ TEST(JsonText, IsRefusedWithThePlaceOfTheFault) {
       {"[\"a\xff\"]", "no JSON from byte 4 on"},
       {std::string("[\"a\0\"]", 6), "no JSON from byte 4 on"},
       {R"(["\ud800"])", "no JSON from byte 9 on"},
+      {std::string("[1]\0 x", 6), "no JSON from byte 4 on"},
       {"[1] x", "no JSON from byte 5 on"},
       {"[1e999]", "holds a number that is too large"},
       {R"([{"a": 1}, {"b": {"a": 1}, "b": 2}])", "the member \"b\" comes twice in one object"},
