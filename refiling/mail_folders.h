@@ -12,10 +12,6 @@
 
 namespace Quarrow::Refiling {
 
-// The names on the disk of the folders in the Maildir with the descriptor `maildir`, sorted,
-// without the inbox. No link is a folder.
-std::vector<std::string> folders_in(int maildir);
-
 // The folders of a Maildir as they were when this object was made.
 class MailFolders {
  public:

@@ -5,7 +5,6 @@
 #include <zvellparser.h>
 
 #include <chrono>
-#include <ctime>
 #include <string>
 
 #include "http/message.h"
@@ -19,7 +18,6 @@ struct Context {
   std::string root;       // the folder of the users' folders
   std::string catalogue;  // the path of the system's catalogue of fields
   Delivery::FolderDots dots = Delivery::FolderDots::inbox;  // as at delivery
-  std::time_t now = 0;
   std::chrono::milliseconds patience{5000};  // with another process that changes the rules
 };
 

@@ -23,11 +23,11 @@
 #include "delivery/recipient_lookup.h"
 #include "delivery/sandbox.h"
 #include "http/http_session.h"
-#include "http/problem.h"
 #include "server/counters.h"
 #include "server/daemon.h"
 #include "server/log.h"
 #include "server/privileges.h"
+#include "web_api/api.h"
 #include "web_server/broker.h"
 #include "web_server/broker_process.h"
 #include "web_server/caller.h"
@@ -67,9 +67,9 @@ Verdict check_password(const Options& options, const std::string& user,
   return verdict_of(SigningIn::imap_sign_in(options.imap, user, password));
 }
 
-// There are no resources of users yet.
-Http::Response work(const EmailAddress& /*user*/, const Http::Request& /*request*/) {
-  return Http::problem(404, "There is no such resource.");
+Http::Response work(const Options& options, const EmailAddress& user,
+                    const Http::Request& request) {
+  return WebApi::answer({user, options.root, options.catalogue, options.folder_dots}, request);
 }
 
 Delivery::RecipientLookup look_up(const Options& options, const std::string& user) {
@@ -83,8 +83,12 @@ void be_broker(const Options& options, int introductions) {
   const WebServer::Jobs jobs = {[&](const std::string& user, const std::string& password) {
                                   return check_password(options, user, password);
                                 },
-                                [](const std::string& user, const Http::Request& request) {
-                                  return WebServer::answer_as_owner(user, request, work);
+                                [&](const std::string& user, const Http::Request& request) {
+                                  return WebServer::answer_as_owner(
+                                      user, request,
+                                      [&](const EmailAddress& owner, const auto& asked) {
+                                        return work(options, owner, asked);
+                                      });
                                 }};
   const WebServer::ChildMaker children(jobs, options.work.time);
   SigningIn::SignInSettings settings;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <sstream>
 
+#include "delivery/folder_name.h"
 #include "server/daemon_options.h"
 
 namespace Quarrow::Webd {
@@ -19,6 +20,19 @@ void declare_users(CLI::App& app, Options& options) {
       ->type_name("DIR")
       ->check(Server::emptiness)
       ->capture_default_str();
+  app.add_option("--catalogue", options.catalogue, "The system's catalogue of fields")
+      ->type_name("FILE")
+      ->check(Server::emptiness)
+      ->capture_default_str();
+  app.add_option_function<std::string>(
+         "--folder-dots",
+         [&options](const std::string& word) {
+           options.folder_dots = Delivery::folder_dots_of(word);
+         },
+         "Folders with a dot in the name: as delivery is told")
+      ->type_name("inbox|listescape")
+      ->check(Delivery::folder_dots_fault)
+      ->default_str("inbox");
   app.add_option("--imap", options.imap.url,
                  "IMAP server that checks passwords: imaps://HOST, or imap://HOST for STARTTLS")
       ->type_name("URL")

@@ -5,6 +5,8 @@
 #include <string>
 
 #include "http/limits.h"
+#include "message_filters/user_files.h"
+#include "quarrow/delivery/folder_dots.h"
 #include "server/daemon.h"
 #include "signing_in/imap_sign_in.h"
 #include "web_server/limits.h"
@@ -16,8 +18,10 @@ struct Options {
   Options();
 
   Server::DaemonSettings server;
-  std::string root = "/var/spool/quarrow";  // folder of the users' folders
-  SigningIn::ImapServer imap;               // no URL: nobody signs in with a password
+  std::string root = "/var/spool/quarrow";   // folder of the users' folders
+  std::string catalogue = system_catalogue;  // of fields
+  Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
+  SigningIn::ImapServer imap;  // no URL: nobody signs in with a password
   bool trusts_proxy_user = false;
   Http::Limits http;
   WebServer::Limits work;

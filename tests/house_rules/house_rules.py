@@ -21,7 +21,7 @@ import sys
 LAYERS = (
     ("apps/quarrow", "apps/quarrow-lmtpd", "apps/quarrow-webd"),
     ("web_server",),
-    ("signing_in",),
+    ("web_api", "signing_in"),
     ("http", "lmtp", "doctor", "importing", "refiling"),
     ("server", "trial", "administration", "completion"),
     ("delivery", "include/quarrow/delivery"),
@@ -49,6 +49,7 @@ NAMESPACES = {
     "signing_in": "Quarrow::SigningIn",
     "system": "Quarrow",
     "trial": "Quarrow::Trial",
+    "web_api": "Quarrow::WebApi",
     "web_server": "Quarrow::WebServer",
 }
 # Roots that an include may be relative to, besides the project's own.
