@@ -216,16 +216,17 @@ def compare_quarrow(comparison, program, folder):
         comparison.command(name, told, own.synopsis()[name], entries)
 
 
-def compare_lmtpd(comparison, program, folder):
-    page = Page(folder / "quarrow-lmtpd.8")
-    comparison.command("quarrow-lmtpd", Help(program, ()), page.synopsis()[""],
+def compare_server(comparison, name, program, folder):
+    page = Page(folder / f"{name}.8")
+    comparison.command(name, Help(program, ()), page.synopsis()[""],
                        page.described("DESCRIPTION"))
 
 
-def main(quarrow, lmtpd, folder):
+def main(quarrow, lmtpd, webd, folder):
     comparison = Comparison()
     compare_quarrow(comparison, quarrow, pathlib.Path(folder))
-    compare_lmtpd(comparison, lmtpd, pathlib.Path(folder))
+    for name, program in (("quarrow-lmtpd", lmtpd), ("quarrow-webd", webd)):
+        compare_server(comparison, name, program, pathlib.Path(folder))
     for program in (quarrow, lmtpd):
         comparison.completion(program)
     sys.exit(1 if comparison.differs else 0)
