@@ -27,6 +27,7 @@
 #include "server/daemon.h"
 #include "server/log.h"
 #include "server/privileges.h"
+#include "signing_in/check_process.h"
 #include "web_api/api.h"
 #include "web_server/broker.h"
 #include "web_server/broker_process.h"
@@ -64,7 +65,11 @@ Verdict check_password(const Options& options, const std::string& user,
     Server::log_error(reason);
     return Verdict::unavailable;
   }
-  return verdict_of(SigningIn::imap_sign_in(options.imap, user, password));
+  const auto check = [&](const std::string& name, const std::string& secret) {
+    return SigningIn::imap_sign_in(options.imap, name, secret);
+  };
+  std::string secret = password;
+  return verdict_of(SigningIn::CheckProcess(check, user, secret, options.work.time).verdict());
 }
 
 Http::Response work(const Options& options, const EmailAddress& user,
