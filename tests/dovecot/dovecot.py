@@ -192,14 +192,24 @@ class Dovecot:
         client.login(user, PASSWORD)
         return client
 
+    def policy_client(self):
+        """A connection for the questions of Postfix; None while Dovecot refuses them, as it does for
+        seconds where a process of its could not start in time."""
+        client = socket.socket(socket.AF_UNIX)
+        client.settimeout(PATIENCE)
+        try:
+            client.connect(str(self.policy_socket))
+            return client
+        except ConnectionRefusedError:
+            client.close()
+            return None
+
     def answer_to_postfix(self, recipient, size=0):
         """The answer to a question about a recipient, as Postfix asks it."""
         question = {"request": "smtpd_access_policy", "protocol_state": "RCPT",
                     "recipient": recipient, "size": size}
         lines = "".join(f"{name}={value}\n" for name, value in question.items())
-        with socket.socket(socket.AF_UNIX) as client:
-            client.settimeout(PATIENCE)
-            client.connect(str(self.policy_socket))
+        with until(self.policy_client, "Dovecot answers Postfix") as client:
             client.sendall(lines.encode() + b"\n")
             answer = b""
             while not answer.endswith(b"\n\n"):
