@@ -15,7 +15,6 @@ namespace {
 
 using Delivery::JournalRecord;
 using Delivery::Report;
-using Json = nlohmann::ordered_json;
 
 struct Figures {
   std::uint64_t decided = 0;
@@ -35,20 +34,20 @@ void count(const JournalRecord& record, FiguresByName& by_name) {
 }
 
 // As in the listing of rules' history: local time for people, seconds for programs.
-Json time_of(const Figures& figures, ListingForm form) {
+Value time_of(const Figures& figures, ListingForm form) {
   if (figures.decided == 0) return nullptr;
   if (form != ListingForm::table) return figures.last;
   return time_text(figures.last);
 }
 
-Json places_of(const Figures& figures) {
-  Json places = Json::array();
+std::vector<std::string> places_of(const Figures& figures) {
+  std::vector<std::string> places;
   for (const auto& [place, messages] : figures.places)
     places.push_back(place + ": " + std::to_string(messages));
   return places;
 }
 
-void add_row(const Json& id, const Json& name, const Json& enabled, const Figures& figures,
+void add_row(const Value& id, const Value& name, const Value& enabled, const Figures& figures,
              ListingForm form, Listing& listing) {
   listing.add({id, name, enabled, figures.decided, time_of(figures, form), places_of(figures)});
 }

@@ -2,6 +2,8 @@
 #include "apps/quarrow/listing.h"
 
 #include <algorithm>
+#include <iterator>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "apps/quarrow/option.h"
@@ -12,14 +14,31 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string text_of(const Json& value) {
-  if (value.is_null()) return "";
-  if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
-  if (value.is_string()) return printable(value.get<std::string>());
-  if (!value.is_array()) return value.dump();
-  std::string joined;
-  for (const Json& each : value) joined += (joined.empty() ? "" : ", ") + text_of(each);
-  return joined;
+// A value for people and line-wise tools.
+struct AsText {
+  std::string operator()(std::nullptr_t) const { return ""; }
+  std::string operator()(bool truth) const { return truth ? "yes" : "no"; }
+  std::string operator()(std::int64_t number) const { return std::to_string(number); }
+  std::string operator()(const std::string& text) const { return printable(text); }
+  std::string operator()(const std::vector<std::string>& texts) const {
+    std::string joined;
+    for (const auto& text : texts) joined += (joined.empty() ? "" : ", ") + printable(text);
+    return joined;
+  }
+};
+
+std::string text_of(const Value& value) { return std::visit(AsText(), value.held()); }
+
+Json json_of(const Value& value) {
+  return std::visit([](const auto& held) { return Json(held); }, value.held());
+}
+
+Value value_of(const Json& json) {
+  if (json.is_null()) return nullptr;
+  if (json.is_boolean()) return json.get<bool>();
+  if (json.is_string()) return json.get<std::string>();
+  if (json.is_array()) return json.get<std::vector<std::string>>();
+  return json.get<std::int64_t>();
 }
 
 // How many characters of UTF-8 a text has: all bytes but those that continue one.
@@ -42,7 +61,16 @@ const std::vector<std::pair<std::string, ListingForm>> forms = {
 
 }  // namespace
 
-void Listing::add(std::vector<Json> row) { rows_.push_back(std::move(row)); }
+void Listing::add(std::vector<Value> row) { rows_.push_back(std::move(row)); }
+
+void Listing::add_json(const std::string& json, const std::string& first) {
+  for (const Json& cells : Json::parse(json)) {
+    std::vector<Value> row;
+    if (!first.empty()) row.emplace_back(first);
+    std::transform(cells.begin(), cells.end(), std::back_inserter(row), value_of);
+    rows_.push_back(std::move(row));
+  }
+}
 
 void Listing::print(ListingForm form, std::ostream& out) const {
   Printed printed = printed_;
@@ -89,7 +117,7 @@ void Listing::print_table(std::ostream& out, Printed& printed) const {
   };
   const auto has_numbers = [&](std::size_t i) {
     return !rows_.empty() && std::all_of(rows_.begin(), rows_.end(), [i](const auto& row) {
-      return row[i].is_number() || row[i].is_null();
+      return row[i].is_number() || row[i].is_nothing();
     });
   };
   if (!printed.has_rows) print_line([&](std::size_t i) { return columns_[i]; }, has_numbers);
@@ -108,7 +136,7 @@ void Listing::print_json(std::ostream& out, bool is_begun) const {
   const char* separator = is_begun ? ",\n " : "[";
   for (const auto& row : rows_) {
     Json object = Json::object();
-    for (std::size_t i = 0; i < columns_.size(); ++i) object[columns_[i]] = row[i];
+    for (std::size_t i = 0; i < columns_.size(); ++i) object[columns_[i]] = json_of(row[i]);
     out << separator << object.dump(-1, ' ', false, Json::error_handler_t::replace);
     separator = ",\n ";
   }

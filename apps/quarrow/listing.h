@@ -3,9 +3,12 @@
 #define QUARROW_APPS_QUARROW_LISTING_H_
 
 #include <cstddef>
-#include <nlohmann/json.hpp>
+#include <cstdint>
 #include <ostream>
 #include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
 #include <vector>
 
 namespace CLI {
@@ -17,6 +20,33 @@ namespace Quarrow::Command {
 // For people, for line-wise tools, and for programs.
 enum class ListingForm { table, tab, json };
 
+// What stands in a row: nothing, a truth, a number, a text, or several texts.
+class Value {
+ public:
+  using Held =
+      std::variant<std::nullptr_t, bool, std::int64_t, std::string, std::vector<std::string>>;
+
+  Value(std::nullptr_t = nullptr) {}
+  Value(bool truth) : held_(truth) {}
+  Value(const char* text) : held_(std::string(text)) {}
+  Value(std::string text) : held_(std::move(text)) {}
+  Value(std::vector<std::string> texts) : held_(std::move(texts)) {}
+  template <typename Number, typename = std::enable_if_t<std::is_integral_v<Number>>>
+  Value(Number number) : held_(static_cast<std::int64_t>(number)) {}
+
+  const Held& held() const { return held_; }
+  bool is_nothing() const { return std::holds_alternative<std::nullptr_t>(held_); }
+  bool is_number() const { return std::holds_alternative<std::int64_t>(held_); }
+
+ private:
+  Held held_ = nullptr;
+};
+
+// The text; nothing for an empty one.
+inline Value text_or_nothing(const std::string& text) {
+  return text.empty() ? Value() : Value(text);
+}
+
 // A list of rows with the same columns.
 class Listing {
  public:
@@ -24,8 +54,12 @@ class Listing {
   // JSON, and never change their meaning.
   explicit Listing(std::vector<std::string> columns) : columns_(std::move(columns)) {}
 
-  // A value for each column, of any JSON type; null for none.
-  void add(std::vector<nlohmann::ordered_json> row);
+  // A value for each column.
+  void add(std::vector<Value> row);
+
+  // Adds the rows in `json`, a list of lists from this program, with `first` in front of each row
+  // unless it is empty.
+  void add_json(const std::string& json, const std::string& first);
 
   // How many rows are added and not printed.
   std::size_t size() const { return rows_.size(); }
@@ -56,7 +90,7 @@ class Listing {
 
   Printed printed_;
   const std::vector<std::string> columns_;
-  std::vector<std::vector<nlohmann::ordered_json>> rows_;
+  std::vector<std::vector<Value>> rows_;
 };
 
 // Adds the option -f, --format, which sets `form`.

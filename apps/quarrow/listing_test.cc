@@ -19,8 +19,7 @@ Listing filters() {
   listing.add({9,
                "Gr\xc3\xb6\xc3\x9f"
                "e",
-               true,
-               {"Work", "Old"}});
+               true, std::vector<std::string>{"Work", "Old"}});
   listing.add({10, "tab\there", false, nullptr});
   return listing;
 }

@@ -14,7 +14,6 @@
 namespace Quarrow::Command {
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Refiling::Fate;
 using Refiling::RefilingPlan;
 using Refiling::Step;
@@ -33,8 +32,6 @@ const struct {
 
 const auto& words_of(Fate fate) { return fate_words[static_cast<int>(fate)]; }
 
-Json text_or_null(const std::string& text) { return text.empty() ? Json() : Json(text); }
-
 bool goes_somewhere(Fate fate) { return fate == Fate::move || fate == Fate::copy; }
 
 // By Step::Kind, for what undoes it.
@@ -46,9 +43,9 @@ void print_summary(const RefilingPlan& plan, ListingForm form, std::ostream& out
   Listing listing({"messages", "rule", "action", "folder", "reason"});
   for (const auto& [key, count] : plan.summary()) {
     const auto& [rule, fate, folder] = key;
-    const Json name = goes_somewhere(fate) ? Json(Refiling::readable_folder(folder)) : Json();
-    listing.add({count, text_or_null(rule), words_of(fate).action, name,
-                 text_or_null(words_of(fate).reason)});
+    const Value name = goes_somewhere(fate) ? Value(Refiling::readable_folder(folder)) : Value();
+    listing.add({count, text_or_nothing(rule), words_of(fate).action, name,
+                 text_or_nothing(words_of(fate).reason)});
   }
   listing.print(form, out);
 }
@@ -57,11 +54,11 @@ void print_messages(const RefilingPlan& plan, ListingForm form, std::ostream& ou
   Listing listing({"message", "rule", "action", "folders", "reason"});
   for (const auto& message : plan.messages()) {
     if (message.fate == Fate::no_rule) continue;
-    Json folders = Json::array();
+    std::vector<std::string> folders;
     for (const auto& folder : message.folders) folders.push_back(Refiling::readable_folder(folder));
     const std::string reason = message.note.empty() ? words_of(message.fate).reason : message.note;
-    listing.add({message.file, text_or_null(message.rule), words_of(message.fate).action, folders,
-                 text_or_null(reason)});
+    listing.add({message.file, text_or_nothing(message.rule), words_of(message.fate).action,
+                 folders, text_or_nothing(reason)});
   }
   listing.print(form, out);
 }
@@ -74,7 +71,7 @@ void print_undo(const std::vector<Step>& steps, ListingForm form, std::ostream& 
     const auto& [kind, from, to] = key;
     const bool is_removed = kind == Step::Kind::copy;
     listing.add({count, undo_words[static_cast<int>(kind)], Refiling::readable_folder(from),
-                 is_removed ? Json() : Json(Refiling::readable_folder(to))});
+                 is_removed ? Value() : Value(Refiling::readable_folder(to))});
   }
   listing.print(form, out);
 }

@@ -12,7 +12,6 @@ namespace {
 
 using Trial::RuleFigures;
 using Trial::Statistics;
-using Json = nlohmann::ordered_json;
 
 constexpr std::uint64_t longest_bar = 40;
 
@@ -46,8 +45,8 @@ void print_bars(const Statistics& statistics, std::ostream& out) {
         << bar.name << ", " << bar.messages << '\n';
 }
 
-Json names_of_takers(const Statistics& statistics, const RuleFigures& rule) {
-  Json names = Json::array();
+std::vector<std::string> names_of_takers(const Statistics& statistics, const RuleFigures& rule) {
+  std::vector<std::string> names;
   for (const auto& [taker, messages] : rule.taken_by)
     names.push_back(statistics.rules[taker].filter->name + ": " + std::to_string(messages));
   return names;

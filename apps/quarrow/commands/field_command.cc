@@ -57,10 +57,7 @@ int field_list(const Settings& settings, const Options& options) {
           return rows_of(fields, !several);  // which would be the same for each user
         });
     if (outcome.refusal) return complain(finding, outcome.refusal);
-    for (auto& row : Json::parse(outcome.answer)) {
-      if (several) row.insert(row.begin(), user);
-      listing.add(row);
-    }
+    listing.add_json(outcome.answer, several ? user : "");
     return EX_OK;
   };
   const int status = for_each_user(settings, options.users, add_rows);

@@ -5,7 +5,6 @@
 #include <zvelluser.h>
 
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <sstream>
 #include <utility>
 
@@ -91,11 +90,7 @@ int list_filters_of(const Settings& settings, const UserSelection& users, Listin
   Listing listing(std::move(columns));
   const auto add_rows = [&](const Settings& finding, const std::string& user) {
     const GuardedOutcome outcome = outcome_of(finding, user, work);
-    if (!outcome.answer.empty())
-      for (auto& row : nlohmann::ordered_json::parse(outcome.answer)) {
-        if (users.several()) row.insert(row.begin(), user);
-        listing.add(row);
-      }
+    if (!outcome.answer.empty()) listing.add_json(outcome.answer, users.several() ? user : "");
     return outcome.refusal ? complain(finding, outcome.refusal) : EX_OK;
   };
   const int status = for_each_user(settings, users, add_rows);

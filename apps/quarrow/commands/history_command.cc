@@ -17,7 +17,6 @@ using Administration::RulesDifference;
 using Administration::RulesHistory;
 using Administration::RulesState;
 using Administration::RulesTransaction;
-using Json = nlohmann::ordered_json;
 using List = boost::shared_ptr<MessageFilters::FilterList__>;
 
 struct Options {
@@ -28,15 +27,15 @@ struct Options {
 };
 
 // Local time for people, seconds for programs.
-Json time_of_state(const RulesState& state, ListingForm form) {
+Value time_of_state(const RulesState& state, ListingForm form) {
   if (state.time == 0) return nullptr;
   if (form != ListingForm::table) return state.time;
   return time_text(state.time);
 }
 
 // What `list` has that `before` had not, in words; none for the oldest state.
-Json changes_since(const List& before, const List& list) {
-  Json changes = Json::array();
+std::vector<std::string> changes_since(const List& before, const List& list) {
+  std::vector<std::string> changes;
   if (before && list)
     for (const auto& difference : Administration::rules_differences(*before, *list))
       changes.push_back(difference_text(difference));
@@ -46,7 +45,7 @@ Json changes_since(const List& before, const List& list) {
 GuardedOutcome history(const RulesTransaction& rules, const Options& options) {
   RulesHistory history;
   Refusal refusal = rules.read_history(history);
-  std::vector<std::vector<Json>> rows;
+  std::vector<std::vector<Value>> rows;
   List before;
   for (const RulesState& state : history.states()) {
     List list;

@@ -37,16 +37,16 @@ struct Options {
 };
 
 // The number, or nothing for 0.
-nlohmann::ordered_json unless_zero(std::size_t number) {
-  return number == 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(number);
+template <typename Number>
+Value unless_zero(Number number) {
+  return number == 0 ? Value() : Value(number);
 }
 
 std::string report(const std::vector<RuleChange>& changes, ListingForm form) {
   Listing listing({"change", "id", "filter", "line", "what"});
   for (const auto& change : changes)
-    listing.add({Importing::change_word(change.kind),
-                 change.id == 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(change.id),
-                 change.name, unless_zero(change.line), change.what});
+    listing.add({Importing::change_word(change.kind), unless_zero(change.id), change.name,
+                 unless_zero(change.line), change.what});
   std::ostringstream out;
   listing.print(form, out);
   return out.str();
