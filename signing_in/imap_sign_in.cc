@@ -110,7 +110,12 @@ PasswordVerdict verdict_of(CURLcode code, const Conversation& said, const std::s
 }
 
 // Whether a user or a password may be sent.
-bool is_sendable(const std::string& text) { return !text.empty() && !has_control_characters(text); }
+// Servers give up at lines of a few thousand bytes, and nobody types this much.
+constexpr std::size_t longest_text = 1024;
+
+bool is_sendable(const std::string& text) {
+  return !text.empty() && text.size() <= longest_text && !has_control_characters(text);
+}
 
 // A part of the URL; empty where it has none.
 std::string part_of(CURLU* url, CURLUPart part) {

@@ -30,6 +30,12 @@ base_dir = {folder}/run
 state_dir = {folder}/state
 log_path = {folder}/log
 listen = 127.0.0.1
+auth_failure_delay = 0
+service anvil {{
+  unix_listener anvil-auth-penalty {{
+    mode = 0
+  }}
+}}
 service imap-login {{
   inet_listener imap {{
     port = {port}

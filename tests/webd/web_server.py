@@ -108,7 +108,8 @@ class Daemon:
     def ask(self, method, path, headers=None, body=None):
         """The status, the body and the headers of the answer."""
         with contextlib.closing(Connection(self.socket)) as connection:
-            connection.request(method, path, body, headers or {})
+            with contextlib.suppress(BrokenPipeError):  # it was refused before it was sent
+                connection.request(method, path, body, headers or {})
             answer = connection.getresponse()
             return answer.status, answer.read().decode(), answer.headers
 
