@@ -32,8 +32,8 @@ class HttpConnectionTest : public ::testing::Test {
     server_ = start_child([this, &patience] {
       close(sockets_[0]);
       const Server::StopSignal stop;
-      const auto new_session = [](Server::Output output) {
-        return std::make_unique<Session>(echo, Limits(), std::move(output));
+      const auto new_session = [](Server::Output output, const Server::OthersWait& others_wait) {
+        return std::make_unique<Session>(echo, Limits(), std::move(output), others_wait);
       };
       Server::converse(sockets_[1], new_session, stop, {patience, [] { return false; }});
       return 0;

@@ -11,8 +11,13 @@
 
 namespace Quarrow::Http {
 
-Session::Session(Handler handler, const Limits& limits, Server::Output output)
-    : handler_(std::move(handler)), limits_(limits), output_(std::move(output)), parser_(limits) {}
+Session::Session(Handler handler, const Limits& limits, Server::Output output,
+                 Server::OthersWait others_wait)
+    : handler_(std::move(handler)),
+      limits_(limits),
+      output_(std::move(output)),
+      others_wait_(std::move(others_wait)),
+      parser_(limits) {}
 
 void Session::take(const char* data, std::size_t size) {
   while (size > 0 && !over_) {
@@ -64,7 +69,9 @@ void Session::answer() {
   Request request = parser_.take_request();
   sending.without_body = request.method == "HEAD";
   if (sending.without_body) request.method = "GET";
-  send(handler_(request), sending);
+  Response response = handler_(request);
+  sending.is_last = sending.is_last || others_wait_();
+  send(std::move(response), sending);
   over_ = over_ || sending.is_last;
 }
 

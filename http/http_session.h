@@ -23,7 +23,11 @@ class Session : public Server::Protocol {
   // comes to it as a GET, and the body of its answer is left out. `output` is called once for each
   // answer, which also gets security_headers.h; an answer that would break the framing, such as a
   // header with a line end, becomes a 500.
-  Session(Handler handler, const Limits& limits, Server::Output output);
+  //
+  // A client that may send another request keeps its worker. So the connection ends with an answer
+  // when others wait.
+  Session(Handler handler, const Limits& limits, Server::Output output,
+          Server::OthersWait others_wait);
 
   void greet() override { greeted_ = true; }
   void take(const char* data, std::size_t size) override;
@@ -46,6 +50,7 @@ class Session : public Server::Protocol {
   const Handler handler_;
   const Limits limits_;
   const Server::Output output_;
+  const Server::OthersWait others_wait_;
   RequestParser parser_;
   std::uint64_t to_drop_ = 0;  // bytes that come behind the last answer
   std::size_t steps_ = 0;

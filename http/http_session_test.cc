@@ -122,6 +122,17 @@ TEST(HttpSession, TellsAnOldClientThatTheConnectionStays) {
   EXPECT_EQ(std::string::npos, test.answers.at(1).find("\r\nconnection: "));
 }
 
+TEST(HttpSession, ClosesBehindAnAnswerWhenOthersWait) {
+  TestSession test;
+  test.say(get("/"));
+  EXPECT_FALSE(test.has_closed());
+  test.others_wait = true;
+  EXPECT_FALSE(test.session.is_over());
+  test.say(get("/"));
+  EXPECT_TRUE(test.has_closed());
+  EXPECT_EQ("200, 200", test.statuses());
+}
+
 TEST(HttpSession, ClosesBehindTheLastRequestThatAConnectionMayHave) {
   Limits limits;
   limits.requests = 3;
@@ -250,10 +261,11 @@ TEST(HttpSession, GivesWayWithAnAnswerWhereOneIsExpected) {
 
 TEST(HttpSession, TurnsAClientAwayBeforeItSpoke) {
   std::string sent;
-  Session session(echo, {}, [&sent](const std::string& text) {
+  const auto output = [&sent](const std::string& text) {
     sent += text;
     return true;
-  });
+  };
+  Session session(echo, {}, output, [] { return true; });
   session.give_way();
   EXPECT_EQ("HTTP/1.1 503 ", sent.substr(0, 13));
   EXPECT_TRUE(session.is_over());

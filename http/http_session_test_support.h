@@ -34,7 +34,8 @@ class TestSession {
             [this](const std::string& text) {
               answers.push_back(without_line(text, "date: "));
               return connected;
-            }) {
+            },
+            [this] { return others_wait; }) {
     session.greet();
   }
   TestSession(const TestSession&) = delete;
@@ -62,6 +63,7 @@ class TestSession {
   std::vector<Request> requests;     // that came to the handler
   std::vector<std::string> answers;  // without their dates
   bool connected = true;
+  bool others_wait = false;
   Session session;
 };
 

@@ -21,7 +21,8 @@ class Conversation {
       : socket_(socket),
         stop_(stop),
         courtesy_(courtesy),
-        protocol_(new_protocol([this](const std::string& bytes) { return send_all(bytes); })) {}
+        protocol_(new_protocol([this](const std::string& bytes) { return send_all(bytes); },
+                               courtesy.others_wait)) {}
 
   void run() {
     pace_.last_bytes = pace_.step_start = Clock::now();

@@ -13,7 +13,7 @@ namespace Quarrow::Server {
 // What bounds a conversation.
 struct Courtesy {
   Patience patience;
-  std::function<bool()> others_wait;  // whether clients wait for a worker now
+  OthersWait others_wait;
 };
 
 // Speaks with the client at `socket` until the protocol says that the conversation is over, and

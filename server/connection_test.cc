@@ -95,7 +95,7 @@ class ConnectionTest : public ::testing::Test {
       if (client() >= 0) close(client());
       const StopSignal stop;
       if (stopped) (void)raise(SIGTERM);
-      const auto new_notes = [&journal](Output output) {
+      const auto new_notes = [&journal](Output output, const OthersWait&) {
         return std::make_unique<Notes>(journal.fd(), std::move(output));
       };
       converse(sockets_[1], new_notes, stop, courtesy);

@@ -46,8 +46,12 @@ class Protocol {
 // Sends bytes to the client; false when the client is gone.
 using Output = std::function<bool(const std::string& bytes)>;
 
+// Whether other clients wait for this worker now.
+using OthersWait = std::function<bool()>;
+
 // Makes the conversation of a new connection.
-using NewProtocol = std::function<std::unique_ptr<Protocol>(Output output)>;
+using NewProtocol =
+    std::function<std::unique_ptr<Protocol>(Output output, const OthersWait& others_wait)>;
 
 }  // namespace Quarrow::Server
 

@@ -83,7 +83,7 @@ class LmtpServer {
                                       const std::string& script) {
       return evaluator->evaluate(fd, size, received, script);
     };
-    return [this, evaluate](Server::Output output) {
+    return [this, evaluate](Server::Output output, const Server::OthersWait&) {
       const Lmtp::Places places{options_.root,
                                 options_.spool,
                                 options_.host_name,

@@ -157,8 +157,9 @@ class WebDaemon {
       counters_.add(requests);
       return front.answer(request);
     };
-    return [this, handler](Server::Output output) {
-      return std::make_unique<Http::Session>(handler, options_.http, std::move(output));
+    return [this, handler](Server::Output output, const Server::OthersWait& others_wait) {
+      return std::make_unique<Http::Session>(handler, options_.http, std::move(output),
+                                             others_wait);
     };
   }
 

@@ -58,6 +58,12 @@ void declare_limits(CLI::App& app, Options& options, std::int64_t& seconds) {
   declare_number(app, "--request-time", seconds, "Seconds that a request may take", 1, 600);
 }
 
+// A worker waits with its call: whoever makes many calls at a time, and a password server that
+// hangs, leave half of the workers for others.
+std::size_t calls_per_user(const Options& options) {
+  return std::max(options.work.children_per_user, options.server.workers / 2);
+}
+
 // Why the settings do not go together; empty when they do.
 std::string fault_of(const Options& options) {
   const auto& listen = options.server.listen;
@@ -104,6 +110,7 @@ Parsed parse_options(int argc, const char* const* argv) {
     app.parse(argc, argv);
     server.convert();
     options.work.time = std::chrono::seconds(seconds);
+    options.work.calls_per_user = calls_per_user(options);
     parsed.text = fault_of(options);
     if (parsed.text.empty()) parsed.outcome = Parsed::Outcome::run;
   } catch (const CLI::Success& success) {

@@ -63,7 +63,7 @@ class Connection(http.client.HTTPConnection):
 class Daemon:
     """The server, with users, in a folder of its own."""
 
-    def __init__(self, program, *options):
+    def __init__(self, program, *options, workers=2):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quarrow-webd-"))
         self.folder.chmod(0o755)
         self.socket = str(self.folder / "socket")
@@ -75,18 +75,26 @@ class Daemon:
             for path in [*self.folder.rglob("*")]:
                 os.chown(path, entry.pw_uid, entry.pw_gid)
         self.log = open(self.folder / "log", "w+b")
-        self.process = subprocess.Popen(
-            [program, "--user", unprivileged_user(), "--root", self.folder / "root",
-             "--listen", self.socket, "--workers", "2", *options], stderr=self.log)
+        self.worker_count = workers
+        self.command = [program, "--user", unprivileged_user(), "--root", self.folder / "root",
+                        "--listen", self.socket, "--workers", str(workers), *options]
+        self.run()
+
+    def run(self):
+        self.process = subprocess.Popen(self.command, stderr=self.log)
         try:
             until(self.is_ready, "the server is ready")
         except BaseException:
             self.close()
             raise
 
+    def restart(self):
+        self.stop()
+        self.run()
+
     def is_ready(self):
         assert self.process.poll() is None, self.log_text()
-        return len(self.workers()) == 2 and len(self.named("quarrow-broker")) == 1
+        return len(self.workers()) == self.worker_count and len(self.named("quarrow-broker")) == 1
 
     def home(self, user):
         local, domain = user.split("@")
@@ -128,8 +136,8 @@ class Daemon:
 
 
 class DaemonTestCase(unittest.TestCase):
-    def start(self, program, *options):
-        daemon = Daemon(program, *options)
+    def start(self, program, *options, **how):
+        daemon = Daemon(program, *options, **how)
         self.addCleanup(daemon.close)
         return daemon
 
