@@ -94,3 +94,14 @@ function(quarrow_add_unit_tests name)
   quarrow_precompile_test_headers(${name})
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
 endfunction()
+
+# Installs PROGRAM.socket and, of PROGRAM.service.in, a service that names the program by where it is
+# installed, which only the installation knows (cmake --install --prefix).
+function(quarrow_install_units program)
+  set(service "${CMAKE_CURRENT_BINARY_DIR}/${program}.service")
+  install(CODE "
+    set(PROGRAM \"\${CMAKE_INSTALL_PREFIX}\")
+    cmake_path(APPEND PROGRAM \"${CMAKE_INSTALL_SBINDIR}\" ${program})
+    configure_file(\"${CMAKE_CURRENT_SOURCE_DIR}/${program}.service.in\" \"${service}\" @ONLY)")
+  install(FILES "${service}" ${program}.socket DESTINATION lib/systemd/system)
+endfunction()

@@ -16,6 +16,8 @@ import ssl
 import subprocess
 import sys
 
+import certificate
+import documented
 from lmtp_server import PATIENCE, free_port, unprivileged_user, until
 from set_up import skip
 
@@ -70,38 +72,6 @@ def skip_unless_possible():
         skip(f"{PAGE.name} is for Dovecot {VERSION}x, and this is {version}")
 
 
-def code_blocks():
-    """The page's indented blocks, each as its lines without the indentation."""
-    block = []
-    for line in [*PAGE.read_text().splitlines(), "end"]:
-        if line.startswith("    ") or (block and not line):
-            block.append(line[4:])
-        elif block:
-            yield "\n".join(block).strip("\n").split("\n")
-            block = []
-
-
-def documented_configuration():
-    found = [block for block in code_blocks() if block[0] == "# /etc/dovecot/dovecot.conf"]
-    assert len(found) == 1, f"{len(found)} configurations in {PAGE}"
-    return "\n".join(found[0]) + "\n"
-
-
-def documented_lines(word):
-    """The lines with `word` in them of the page's other blocks."""
-    found = [line for block in code_blocks() if block[0][0] != "#" for line in block
-             if word in line]
-    assert found, f"{PAGE} has no line with {word}"
-    return found
-
-
-def replaced(text, replacements):
-    for old, new in replacements.items():
-        assert old in text, f"{PAGE} does not have {old}"
-        text = text.replace(old, str(new))
-    return text
-
-
 def group_of(user):
     return grp.getgrgid(pwd.getpwnam(user).pw_gid).gr_name
 
@@ -122,19 +92,13 @@ class Dovecot:
         self._process = None
         for name in ["run", "state"]:
             (folder / name).mkdir()
-        self._make_certificate()
+        certificate.make(folder)
         self.run_documented("/dev/null /etc/dovecot/users")
         self._settings.write_text(self._settings_for(root, limit, policy_user))
 
-    def _make_certificate(self):
-        subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
-                        "ec_paramgen_curve:prime256v1", "-nodes", "-subj", "/CN=localhost",
-                        "-keyout", self.folder / "key", "-out", self.folder / "certificate"],
-                       check=True, stderr=subprocess.DEVNULL)
-
     def _settings_for(self, root, limit, policy_user):
         owner = unprivileged_user()
-        text = replaced(documented_configuration(), {
+        text = documented.replaced(documented.file(PAGE, "/etc/dovecot/dovecot.conf"), {
             "/etc/ssl/certs/ssl-cert-snakeoil.pem": self.folder / "certificate",
             "/etc/ssl/private/ssl-cert-snakeoil.key": self.folder / "key",
             "/etc/dovecot/users": self._users,
@@ -152,7 +116,7 @@ class Dovecot:
     def run_documented(self, word, user="", answers="", replacements=()):
         """Runs the page's commands that have `word` in them for the user; gives what they print.
         They read `answers`; of each pair in `replacements`, the second text is in them."""
-        commands = "\n".join(documented_lines(word)).replace("alice@example.org", user)
+        commands = "\n".join(documented.lines(PAGE, word)).replace("alice@example.org", user)
         commands = commands.replace("/etc/dovecot", shlex.quote(str(self.folder)))
         commands = commands.replace("doveadm", f"doveadm -c {shlex.quote(str(self._settings))}")
         if os.geteuid() != 0:

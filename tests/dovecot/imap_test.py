@@ -15,6 +15,7 @@ import sys
 import tempfile
 import unittest
 
+import documented
 import dovecot
 from lmtp_server import PATIENCE, Daemon, DaemonTestCase, until
 
@@ -39,7 +40,7 @@ NAMES = [
 
 def own_limit():
     """What the page has a user's line end in."""
-    line, = dovecot.documented_lines("userdb_quota_rule")
+    line, = documented.lines(dovecot.PAGE, "userdb_quota_rule")
     return line.partition("::::::")[2]
 
 

@@ -7,6 +7,7 @@ import shlex
 import tempfile
 import unittest
 
+import documented
 import dovecot
 import run_strangers
 import set_up
@@ -26,7 +27,7 @@ class PostfixTest(DaemonTestCase):
         (place / "postfix").mkdir()
         postfix = Postfix(place / "postfix", daemon.socket)
         run_strangers.configure_as_documented(postfix)
-        for line in dovecot.documented_lines("postconf"):
+        for line in documented.lines(dovecot.PAGE, "postconf"):
             postfix.configure(shlex.split(line)[1:])
         postfix.start()
         self.addCleanup(postfix.stop)

@@ -61,15 +61,16 @@ class Connection(http.client.HTTPConnection):
 
 
 class Daemon:
-    """The server, with users, in a folder of its own."""
+    """The server, with users, in a folder of its own, which `prepare` may change before the start."""
 
-    def __init__(self, program, *options, workers=2):
+    def __init__(self, program, *options, workers=2, prepare=lambda daemon: None):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quarrow-webd-"))
         self.folder.chmod(0o755)
         self.socket = str(self.folder / "socket")
         for user in (ALICE, BOB):
             self.home(user).mkdir(parents=True)
             (self.home(user) / "rules").write_text("precious")
+        prepare(self)
         if os.geteuid() == 0:
             entry = pwd.getpwnam("daemon")  # a user who is neither root nor the workers' one
             for path in [*self.folder.rglob("*")]:

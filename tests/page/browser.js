@@ -1,0 +1,162 @@
+// What browser tests share: a page in Chromium that fails its test when something goes wrong in it.
+//
+// A file NAME.test.js of this folder is a test of its own, once NAME stands in CMakeLists.txt:
+//
+//   import { pageTest, signIn, users } from './browser.js';
+//
+//   pageTest('the rules are shown', async (page) => {
+//     await signIn(page, users.alice);
+//     await page.getByRole('list', { name: 'Rules' }).waitFor();
+//   });
+//
+// Elements are found by role and name, as users of a screen reader find them. in_browser.py starts
+// the servers for the file: alice has the messages of examples/mail in her inbox, bob a lot of real
+// mail where it is at hand, and both have no rules at first. Tests of a file run one after the
+// other, each in a browser profile of its own, over the same servers: what one changes on the
+// server, the next one finds. ctest -L browser runs all files.
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { mkdirSync, readFileSync } from 'node:fs';
+import { createRequire } from 'node:module';
+import { basename, join } from 'node:path';
+import { after, test } from 'node:test';
+
+const tools = createRequire(join(process.env.PAGE_TOOLS, 'package.json'));
+const { chromium } = tools('playwright-core');
+const axe = readFileSync(tools.resolve('axe-core/axe.min.js'), 'utf8');
+
+const address = process.env.PAGE_ADDRESS;
+const patience = 30_000; // milliseconds until something that must happen counts as missing
+
+/** Those who can sign in: {alice: {user, password}, bob: {user, password}}. */
+export const users = JSON.parse(process.env.PAGE_USERS);
+
+/** How browsers show the page, for inEachLook and the option `look` of pageTest. */
+export const looks = {
+  light: { colorScheme: 'light', viewport: { width: 1280, height: 800 } },
+  dark: { colorScheme: 'dark', viewport: { width: 1280, height: 800 } },
+  narrow: { colorScheme: 'light', viewport: { width: 320, height: 640 } },
+};
+
+let browser;
+after(() => browser?.close());
+
+async function startBrowser() {
+  const executablePath = process.env.PAGE_BROWSER;
+  try {
+    // Chromium refuses to confine itself when root starts it.
+    const started = await chromium.launch({
+      executablePath,
+      chromiumSandbox: process.getuid() !== 0,
+    });
+    await (await started.newPage()).close();
+    return started;
+  } catch (error) {
+    const version = execFileSync(executablePath, ['--version'], { encoding: 'utf8' }).trim();
+    const driver = tools('playwright-core/package.json').version;
+    throw new Error(
+      `playwright-core ${driver} can't drive ${version}. Where that is newer than the driver ` +
+        `knows, raise the driver's version in tests/page/package.json.`,
+      { cause: error },
+    );
+  }
+}
+
+// The page tries requests that the server refuses, with 401 before a sign-in, for example. The
+// browser tells each of them as an error, and no page can prevent that.
+function isRefusedRequest(message) {
+  return (
+    message.location().url.startsWith(`${address}/api/`) &&
+    /^Failed to load resource: .* status of 4\d\d /.test(message.text())
+  );
+}
+
+// The list of what goes wrong in the page from now on.
+function faultsOf(page) {
+  const faults = [];
+  page.on('console', (message) => {
+    if (message.type() === 'error' && !isRefusedRequest(message))
+      faults.push(`console: ${message.text()}`);
+  });
+  page.on('pageerror', (error) => faults.push(`error: ${error.stack}`));
+  page.on('request', (request) => {
+    const url = new URL(request.url());
+    if (url.origin !== address && !['data:', 'blob:'].includes(url.protocol))
+      faults.push(`request to another origin: ${url}`);
+  });
+  return faults;
+}
+
+async function keepPicture(page, name) {
+  const file = `${basename(process.argv[1], '.test.js')}.${name.replace(/\W+/g, '-')}.png`;
+  mkdirSync(process.env.PAGE_FAILURES, { recursive: true });
+  await page.screenshot({ path: join(process.env.PAGE_FAILURES, file), fullPage: true });
+}
+
+/**
+ * A test of the page: `body` gets a blank one, whose address is the server's. The test fails when
+ * `body` throws, and when the page writes an error to the console, throws one, or asks another
+ * server for anything. A picture of a page that failed is kept.
+ */
+export function pageTest(name, body, { look = looks.light } = {}) {
+  test(name, async () => {
+    browser ??= await startBrowser();
+    const context = await browser.newContext({
+      ...look,
+      baseURL: address,
+      ignoreHTTPSErrors: true,
+      locale: 'en-GB',
+    });
+    context.setDefaultTimeout(patience);
+    const page = await context.newPage();
+    const faults = faultsOf(page);
+    try {
+      await body(page);
+      assert.deepEqual(faults, []);
+    } catch (error) {
+      await keepPicture(page, name);
+      throw error;
+    } finally {
+      await context.close();
+    }
+  });
+}
+
+/** The same test for a light and a dark page, and for one of 320 pixels. */
+export function inEachLook(name, body) {
+  for (const [look, options] of Object.entries(looks))
+    pageTest(`${name}, ${look}`, body, { look: options });
+}
+
+/** Opens the page, fills the form in and sends it. What comes then is the caller's to wait for. */
+export async function sendSignIn(page, { user, password }) {
+  await page.goto('/');
+  await page.getByLabel('Mail address').fill(user);
+  await page.getByLabel('Password', { exact: true }).fill(password);
+  await page.getByRole('button', { name: 'Sign in' }).click();
+}
+
+/** Signs a user in, and waits for their rules. */
+export async function signIn(page, user) {
+  await sendSignIn(page, user);
+  await page.getByRole('heading', { name: 'Rules' }).waitFor();
+}
+
+/** Fails when axe finds something that keeps people from using the page as it is shown now. */
+export async function assertAccessible(page) {
+  await page.evaluate(axe); // the page's policy allows no script element
+  const { violations } = await page.evaluate(() => globalThis.axe.run());
+  const found = violations.flatMap(({ id, help, nodes }) =>
+    nodes.map(({ target, failureSummary }) => `${id}: ${help}: ${target}: ${failureSummary}`),
+  );
+  assert.deepEqual(found, []);
+}
+
+/** Fails when the page is wider than the window: people would have to scroll in two directions. */
+export async function assertFits(page) {
+  const [needed, given] = await page.evaluate(() => [
+    document.documentElement.scrollWidth,
+    document.documentElement.clientWidth,
+  ]);
+  assert.ok(needed <= given, `the page needs ${needed} pixels, and has ${given}`);
+}
