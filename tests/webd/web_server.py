@@ -16,6 +16,7 @@ import time
 import unittest
 
 PATIENCE = 60  # seconds until something that must happen counts as missing
+PAGE = pathlib.Path(__file__).resolve().parents[2] / "page"
 ALICE = "alice@example.org"
 BOB = "bob@example.org"
 
@@ -77,7 +78,8 @@ class Daemon:
         self.log = open(self.folder / "log", "w+b")
         self.process = subprocess.Popen(
             [program, "--user", unprivileged_user(), "--root", self.folder / "root",
-             "--listen", self.socket, "--workers", "2", *options], stderr=self.log)
+             "--listen", self.socket, "--workers", "2",
+             *(() if "--page" in options else ("--page", PAGE)), *options], stderr=self.log)
         try:
             until(self.is_ready, "the server is ready")
         except BaseException:
