@@ -94,7 +94,10 @@ class StateKeeper {
   // A message that got another name meanwhile is looked at once more, and counts once.
   void advance(std::uint64_t count) {
     state_.done = std::min(state_.done + count, state_.total);
-    if (Clock::now() - written_ < between_states) return;
+    if (Clock::now() - written_ >= between_states) tell();
+  }
+
+  void tell() {
     written_ = Clock::now();
     (void)files_.write(state_);  // a full disk may have room for the next one
   }
@@ -164,6 +167,7 @@ class Work {
                           state_.count(message);
                           if (auto task = task_of(message)) refiling.add(std::move(*task));
                         });
+    state_.tell();  // the last messages may take a while
     end(refiling.finish());
   }
 
