@@ -9,6 +9,7 @@
 #include <unistd.h>
 #include <zvelluser.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -26,6 +27,7 @@
 #include "http/http_session.h"
 #include "server/counters.h"
 #include "server/daemon.h"
+#include "server/listener.h"
 #include "server/log.h"
 #include "server/privileges.h"
 #include "signing_in/check_process.h"
@@ -112,7 +114,7 @@ class WebDaemon {
   // Serves until it is told to stop; gives the exit status.
   int run() {
     Server::DaemonHooks hooks;
-    hooks.keep_rights = [this] { return use_rights(); };
+    hooks.keep_rights = [this](const auto& listeners) { return use_rights(listeners); };
     hooks.prepare = [this] { return prepare(); };
     hooks.inspect = [] { tell_faults(); };
     hooks.start_worker = [this] { return start_worker(); };
@@ -125,7 +127,11 @@ class WebDaemon {
 
  private:
   // The page may lie where the user of the workers can't read it.
-  std::string use_rights() {
+  std::string use_rights(const std::vector<int>& listeners) {
+    if (options_.trusts_proxy_user &&
+        !std::all_of(listeners.begin(), listeners.end(), Server::is_in_file_system))
+      return "--trust-proxy-user: any program of this host can pass for the proxy at a socket that "
+             "the service manager passed; have it listen at a path";
     if (std::string reason = start_broker(); !reason.empty()) return reason;
     page_faults_ = page_.read(options_.page);
     return "";
