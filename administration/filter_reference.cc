@@ -69,6 +69,19 @@ Refusal find_filter(const UserMessageFilters__& rules, const std::string& text,
   return {};
 }
 
+Refusal check_tells_by_name(const MessageFilters::UserMessageFilters__& rules,
+                            const MessageFilters::Filter__& filter) {
+  const std::string object = "filter " + std::to_string(filter.id);
+  if (!filter.enabled) return {Refusal::Kind::wrong_rule, object, "is disabled"};
+  const auto& filters = rules.filters->filters;
+  const auto uses = std::count_if(filters.begin(), filters.end(), [&filter](const auto& each) {
+    return each->enabled && each->name == filter.name;
+  });
+  if (uses < 2) return {};
+  return {Refusal::Kind::wrong_rule, object,
+          "has the name of another filter; give each a name of its own"};
+}
+
 std::string title_of(const Filter__& filter) {
   return "filter " + std::to_string(filter.id) + " \"" + filter.name + '"';
 }

@@ -20,6 +20,11 @@ bool is_filter_id(const std::string& text);
 Refusal find_filter(const MessageFilters::UserMessageFilters__& rules, const std::string& text,
                     boost::shared_ptr<MessageFilters::Filter__>& filter);
 
+// Refuses a filter of `rules` that no evaluation names, or whose name would not tell it: a disabled
+// one, and one whose name another enabled filter has.
+Refusal check_tells_by_name(const MessageFilters::UserMessageFilters__& rules,
+                            const MessageFilters::Filter__& filter);
+
 // The filter in a sentence, such as: filter 3 "Work".
 std::string title_of(const MessageFilters::Filter__& filter);
 

@@ -104,10 +104,4 @@ std::optional<Target> parse_target(const std::string& text) {
   return target;
 }
 
-const std::string* parameter_of(const Target& target, const std::string& name) {
-  for (const auto& parameter : target.parameters)
-    if (parameter.first == name) return &parameter.second;
-  return nullptr;
-}
-
 }  // namespace Quarrow::Http

@@ -21,9 +21,6 @@ struct Target {
 // bytes that are not UTF-8), a dot segment, and an empty segment before the last one.
 std::optional<Target> parse_target(const std::string& text);
 
-// The value of the first parameter with this name; null without one.
-const std::string* parameter_of(const Target& target, const std::string& name);
-
 }  // namespace Quarrow::Http
 
 #endif  // QUARROW_HTTP_TARGET_H_

@@ -69,13 +69,5 @@ TEST(Target, RefusesWhatCouldBeReadInTwoWays) {
   for (const auto& text : refused) EXPECT_FALSE(parse_target(text)) << text;
 }
 
-TEST(Target, FindsTheFirstParameterOfAName) {
-  const auto target = parse_target("/?a=1&b=2&a=3");
-  ASSERT_TRUE(target);
-  ASSERT_NE(nullptr, parameter_of(*target, "a"));
-  EXPECT_EQ("1", *parameter_of(*target, "a"));
-  EXPECT_EQ(nullptr, parameter_of(*target, "A"));
-}
-
 }  // namespace
 }  // namespace Quarrow::Http

@@ -93,7 +93,30 @@ void take(const std::vector<std::string>& words, std::vector<std::vector<Step>>&
                          decoded(words[2]), decoded(words[3])});
 }
 
+// False when not all of the file could be read.
+bool read_all(int file, std::string& text) {
+  ssize_t count = 1;
+  while (count > 0) count = append_next(file, text);
+  return count == 0;
+}
+
 }  // namespace
+
+bool has_run_to_undo(int folder) {
+  const Descriptor file(open_regular_at(folder, journal_name, O_RDONLY));
+  std::string text;
+  if (file.get() < 0 || !read_all(file.get(), text)) return false;
+  const std::string run = line_of({run_word});
+  const std::string undone = line_of({undone_word});
+  std::size_t runs = 0;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    line += '\n';
+    if (line == run) ++runs;
+    if (line == undone && runs > 0) --runs;
+  }
+  return runs > 0;
+}
 
 Refusal Journal::open(const std::string& folder) {
   folder_ = folder;
@@ -144,9 +167,7 @@ Refusal Journal::end_last_line() {
 
 Refusal Journal::read_runs(Runs& runs) const {
   std::string text;
-  ssize_t count = 1;
-  while (count > 0) count = append_next(file_->get(), text);
-  if (count < 0) return system_refusal(path_, "can't be read", errno);
+  if (!read_all(file_->get(), text)) return system_refusal(path_, "can't be read", errno);
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
     const std::vector<std::string> words = words_of(line);

@@ -34,6 +34,10 @@ struct Step {
   std::string to;
 };
 
+// Whether the journal in the open folder `folder` holds a run that is not undone. Another process
+// may have it open meanwhile. False for a journal that is not there, or can't be read.
+bool has_run_to_undo(int folder);
+
 // The journal in a user's folder: a file that is added to, and never removed. When a run begins, it
 // may be replaced by a shorter one. One process at a time has it open: it is locked until this
 // object is gone or the process ends.

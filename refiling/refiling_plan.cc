@@ -157,12 +157,14 @@ std::vector<MailSource> renamed(const std::vector<MailSource>& there,
 
 }  // namespace
 
+void count_in(PlanSummary& counts, const PlannedMessage& message) {
+  for (const auto& folder : message.folders) ++counts[{message.rule, message.fate, folder}];
+  if (message.folders.empty()) ++counts[{message.rule, message.fate, ""}];
+}
+
 PlanSummary RefilingPlan::summary() const {
   PlanSummary counts;
-  for (const auto& message : messages_) {
-    for (const auto& folder : message.folders) ++counts[{message.rule, message.fate, folder}];
-    if (message.folders.empty()) ++counts[{message.rule, message.fate, ""}];
-  }
+  for (const auto& message : messages_) count_in(counts, message);
   return counts;
 }
 

@@ -43,6 +43,9 @@ struct PlannedMessage {
 // folders is counted for each; a message that stays, for the folder "".
 using PlanSummary = std::map<std::tuple<std::string, Fate, std::string>, std::uint64_t>;
 
+// Counts one more message.
+void count_in(PlanSummary& counts, const PlannedMessage& message);
+
 // What is to be done for a message; nothing for one that stays.
 std::optional<Refiled> task_of(const PlannedMessage& message);
 

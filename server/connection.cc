@@ -14,6 +14,9 @@
 namespace Quarrow::Server {
 namespace {
 
+// Of a client that is turned away.
+constexpr int most_dropped_blocks = 16;
+
 class Conversation {
  public:
   Conversation(int socket, const NewProtocol& new_protocol, const StopSignal& stop,
@@ -37,7 +40,14 @@ class Conversation {
     }
   }
 
-  void turn_away() { protocol_->give_way(); }
+  // The system takes an answer back when the socket is closed with unread bytes in it. What comes
+  // later is not waited for.
+  void turn_away() {
+    protocol_->give_way();
+    (void)shutdown(socket_, SHUT_WR);
+    for (int block = 0; block < most_dropped_blocks; ++block)
+      if (recv(socket_, block_.data(), block_.size(), MSG_DONTWAIT) <= 0) return;
+  }
 
  private:
   void go_on() {

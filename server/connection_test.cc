@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <utility>
 
 #include "system/child_process_test_support.h"
@@ -106,6 +107,21 @@ class ConnectionTest : public ::testing::Test {
     return journal.read();
   }
 
+  // Turns the client away, and gives the errno at which its answer ends: 0 for the usual end.
+  int end_of_turned_away() {
+    EXPECT_EQ(0, end_of_child([this] {
+                   const StopSignal stop;
+                   const auto new_notes = [](Output output) {
+                     return std::make_unique<Notes>(-1, std::move(output));
+                   };
+                   turn_away(sockets_[1], new_notes, stop, {});
+                   return 0;
+                 }).status);
+    close(std::exchange(sockets_[1], -1));
+    char byte = 0;
+    return recv(client(), &byte, 1, 0) < 0 ? errno : 0;
+  }
+
   // All that the server sent.
   std::string heard() const {
     shutdown(sockets_[1], SHUT_WR);
@@ -181,6 +197,15 @@ TEST_F(ConnectionTest, EndsAtOnceWhenTheClientTakesNoAnswersAndOthersWait) {
 
 TEST_F(ConnectionTest, LetsASlowClientGiveWayWhenOthersWait) {
   EXPECT_EQ("greet\ngive way\n", served_with(when_busy(true)));
+}
+
+TEST_F(ConnectionTest, LetsAClientReadItsAnswerThatIsTurnedAway) {
+  EXPECT_EQ(0, end_of_turned_away());
+}
+
+TEST_F(ConnectionTest, LetsAClientReadItsAnswerThatIsTurnedAwayInTheMiddleOfARequest) {
+  say(std::string(100000, '.'));
+  EXPECT_EQ(0, end_of_turned_away());
 }
 
 TEST_F(ConnectionTest, KeepsASlowClientWhenNobodyWaits) {

@@ -27,9 +27,10 @@ int Daemon::run() {
   if (const std::string reason = refusal_to_serve_as(settings_.user); !reason.empty())
     return complain(reason, EX_NOPERM);
   if (const std::string reason = open_sockets(); !reason.empty()) return complain(reason, EX_OSERR);
-  if (const std::string reason = hooks_.keep_rights ? hooks_.keep_rights() : ""; !reason.empty()) {
+  const std::string kept = hooks_.keep_rights ? hooks_.keep_rights(listeners_) : "";
+  if (!kept.empty()) {
     remove_sockets();
-    return complain(reason, EX_UNAVAILABLE);
+    return complain(kept, EX_UNAVAILABLE);
   }
   if (const std::string reason = become(settings_.user); !reason.empty())
     return complain(reason, EX_NOPERM);

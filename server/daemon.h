@@ -39,8 +39,9 @@ struct DaemonSettings {
 // The server's own part in the daemon's events.
 struct DaemonHooks {
   // With the sockets open, before the server becomes the user to run as: starts what keeps the
-  // rights of the one who started it. Gives the reason why that can't be, or nothing. May be empty.
-  std::function<std::string()> keep_rights = {};
+  // rights of the one who started it. Gives the reason why that can't be, or why it can't serve at
+  // these sockets, which clients connect to; else nothing. May be empty.
+  std::function<std::string(const std::vector<int>& listeners)> keep_rights = {};
   // Before the first worker starts, as the user to run as: loads what all workers need. Gives the
   // reason why the server can't serve, or nothing.
   std::function<std::string()> prepare;

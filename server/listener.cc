@@ -106,6 +106,13 @@ Listener listen_at_host(const std::string& text) {
 
 }  // namespace
 
+bool is_in_file_system(int listener) {
+  sockaddr_un address{};
+  socklen_t size = sizeof address;
+  return getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+         address.sun_family == AF_UNIX && address.sun_path[0] != '\0';
+}
+
 Listener listen_at(const std::string& address, const SocketRights& rights) {
   return address.rfind('/', 0) == 0 ? listen_at_path(address, rights) : listen_at_host(address);
 }

@@ -26,6 +26,10 @@ struct Listener {
 // ask its clients for a password.
 Listener listen_at(const std::string& address, const SocketRights& rights);
 
+// Whether a listening socket is a file, whose rights say who may connect to it. One that is only a
+// name, or a port, takes any program of this host.
+bool is_in_file_system(int listener);
+
 }  // namespace Quarrow::Server
 
 #endif  // QUARROW_SERVER_LISTENER_H_

@@ -2,8 +2,12 @@
 #include "server/listener.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
+
+#include <cstdio>
 
 #include "system/descriptor.h"
 #include "tests/support/temporary_folder_test_support.h"
@@ -55,6 +59,22 @@ TEST(Listener, RefusesAddressesThatOthersReach) {
               listen_at(address, {}).reason);
   for (const char* const address : {"", "localhost:24", "127.0.0.1", "127.0.0.1:smtp", ":24"})
     EXPECT_NE("", listen_at(address, {}).reason) << address;
+}
+
+TEST(Listener, KnowsSocketsThatAreFiles) {
+  const TemporaryFolder folder;
+  const Descriptor file(listen_at(folder.file("socket"), {}).fd);
+  EXPECT_TRUE(is_in_file_system(file.get()));
+  const Descriptor port(listen_at("127.0.0.1:0", {}).fd);
+  EXPECT_FALSE(is_in_file_system(port.get()));
+  const Descriptor name(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  (void)std::snprintf(&address.sun_path[1], sizeof address.sun_path - 1, "%s",
+                      folder.path().c_str());
+  ASSERT_EQ(0, bind(name.get(), reinterpret_cast<sockaddr*>(&address), sizeof address));
+  EXPECT_FALSE(is_in_file_system(name.get()));
+  EXPECT_FALSE(is_in_file_system(-1));
 }
 
 TEST(Listener, TakesLoopbackAddresses) {

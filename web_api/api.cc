@@ -22,6 +22,8 @@ namespace {
 using Administration::Refusal;
 using Segments = std::vector<std::string>;
 
+constexpr std::size_t most_key_bytes = 255;
+
 // One thing that can be done with a resource.
 struct Route {
   const char* method;
@@ -44,6 +46,11 @@ const Route routes[] = {
     {"POST", {"rules", "{}", "move"}, move_filter, true},
     {"GET", {"fields"}, list_fields},
     {"GET", {"folders"}, list_folders},
+    {"GET", {"application"}, show_application},
+    {"POST", {"application"}, start_application, true},
+    {"POST", {"application", "plan"}, plan_application, true},
+    {"POST", {"application", "stop"}, stop_application},
+    {"POST", {"application", "undo"}, undo_application},
     {"GET", {"history"}, list_history},
     {"POST", {"history", "undo"}, undo_change},
     {"POST", {"history", "redo"}, redo_change},
@@ -109,7 +116,10 @@ Http::Response answer_by(const Route& route, const Http::Target& target,
                          {{"", parameter, "unknown, or comes twice"}});
   if (!read_if_match(request, call.revision))
     return Http::problem(400, "If-Match takes one revision, in double quotes");
-  call.is_repeatable = Http::header_of(request.headers, "idempotency-key") != nullptr;
+  if (const std::string* const key = Http::header_of(request.headers, "idempotency-key"))
+    call.key = *key;
+  if (call.key && (call.key->empty() || call.key->size() > most_key_bytes))
+    return Http::problem(400, "Idempotency-Key takes 1 to 255 characters");
   if (route.takes_body) {
     if (!is_json(Http::header_of(request.headers, "content-type")))
       return Http::problem(415, "send a body with Content-Type: application/json");
@@ -131,7 +141,7 @@ Http::Response route(const Context& context, const Http::Request& request) {
   if (found == std::end(routes)) return wrong_method(*pattern, request.method);
   mailuser_set_root(context.root);
   if (const Refusal refusal = Administration::check_known(context.user)) return refused(refusal);
-  Call call = {context, path.size() > 1 ? path[1] : "", {}, nullptr, "", false};
+  Call call = {context, path.size() > 1 ? path[1] : "", {}, nullptr, "", std::nullopt};
   return answer_by(*found, *target, request, call);
 }
 

@@ -22,4 +22,12 @@ std::optional<bool> flag_of(const Call& call, const std::string& name) {
   return std::nullopt;
 }
 
+std::optional<std::int32_t> number_in(const nlohmann::ordered_json& json) {
+  if (!json.is_number_integer()) return std::nullopt;
+  const auto number = json.get<std::int64_t>();
+  const auto narrow = static_cast<std::int32_t>(number);
+  if (narrow != number || json.is_number_unsigned() != (number >= 0)) return std::nullopt;
+  return narrow;
+}
+
 }  // namespace Quarrow::WebApi

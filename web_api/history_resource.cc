@@ -8,6 +8,7 @@
 namespace Quarrow::WebApi {
 namespace {
 
+using Administration::Origin;
 using Administration::Refusal;
 using Administration::RulesDifference;
 using Administration::RulesHistory;
@@ -80,12 +81,12 @@ Http::Response show_state(const Call& call) {
 
 Http::Response undo_change(const Call& call) {
   return change_rules(
-      call, {}, [](RulesTransaction& rules) -> Edited { return {rules.undo()}; });
+      call, {200, Origin::undo}, [](RulesTransaction& rules) -> Edited { return {rules.undo()}; });
 }
 
 Http::Response redo_change(const Call& call) {
   return change_rules(
-      call, {}, [](RulesTransaction& rules) -> Edited { return {rules.redo()}; });
+      call, {200, Origin::redo}, [](RulesTransaction& rules) -> Edited { return {rules.redo()}; });
 }
 
 Http::Response restore_state(const Call& call) {

@@ -31,6 +31,13 @@ Http::Response undo_change(const Call& call);
 Http::Response redo_change(const Call& call);
 Http::Response restore_state(const Call& call);
 
+// application_resource.cc
+Http::Response show_application(const Call& call);
+Http::Response plan_application(const Call& call);
+Http::Response start_application(const Call& call);
+Http::Response stop_application(const Call& call);
+Http::Response undo_application(const Call& call);
+
 // exchange_resource.cc
 Http::Response export_filters(const Call& call);
 Http::Response import_filters(const Call& call);

@@ -17,6 +17,7 @@ namespace {
 
 using Administration::CommitConsent;
 using Administration::GuardedOutcome;
+using Administration::Origin;
 using Administration::Refusal;
 using Administration::RulesHistory;
 using Administration::RulesTransaction;
@@ -84,20 +85,40 @@ Http::Response done(const OpenRules& open, const ChangeTerms& terms, const Edite
   return response;
 }
 
-// Whether the rules are already what the change makes of those that the client knows: then it was
-// made before, and its answer was lost. `edited` and `changes` are what it came to.
-bool was_made(const Call& call, RulesTransaction& rules, const Edit& edit, Edited& edited,
-              ordered_json& changes) {
+// Whether the present rules were made of those of that revision by an undo or a redo. What these do
+// now is something else: they have gone one state further.
+bool was_made_by(Origin origin, const std::string& revision, const RulesTransaction& rules) {
+  RulesHistory history;
+  if (rules.read_history(history)) return false;
+  const auto& states = history.states();
+  return states.size() > 1 && states.back().origin == origin &&
+         states.back().revision == rules.revision() &&
+         states[states.size() - 2].revision == revision;
+}
+
+// Whether the rules are already what the edit makes of `list`, which it changes.
+bool was_made_of(FilterListPointer& list, RulesTransaction& rules, const Edit& edit,
+                 Edited& edited) {
+  std::swap(rules.filters().filters, list);
+  edited = edit(rules);
+  std::swap(rules.filters().filters, list);
+  return !edited.refusal && rules_revision(Administration::document_text(list)) == rules.revision();
+}
+
+// Whether the change was made of the rules that the client knows, and is the last one: then its
+// answer was lost. `edited` and `changes` are what it came to.
+bool was_made(const Call& call, RulesTransaction& rules, const ChangeTerms& terms, const Edit& edit,
+              Edited& edited, ordered_json& changes) {
   FilterListPointer before;
   FilterListPointer after;
   if (!find_list(rules, call.revision, before) || !find_list(rules, call.revision, after))
     return false;
-  const FilterListPointer present = std::exchange(rules.filters().filters, after);
-  edited = edit(rules);
-  rules.filters().filters = present;
-  changes = sentences(Administration::rules_differences(*before, *after));
-  return !edited.refusal &&
-         rules_revision(Administration::document_text(after)) == rules.revision();
+  const bool was_made = terms.origin == Origin::undo || terms.origin == Origin::redo
+                            ? was_made_by(terms.origin, call.revision, rules)
+                            : was_made_of(after, rules, edit, edited);
+  if (was_made)
+    changes = sentences(Administration::rules_differences(*before, *rules.filters().filters));
+  return was_made;
 }
 
 Http::Response commit(const Call& call, const OpenRules& open, const ChangeTerms& terms,
@@ -135,6 +156,15 @@ Http::Response with_rules(const Call& call,
   return outcome.refusal ? refused(outcome.refusal) : unpacked(outcome.answer);
 }
 
+Http::Response with_rules_of_revision(const Call& call,
+                                      const std::function<Http::Response(const OpenRules&)>& work) {
+  if (call.revision.empty())
+    return Http::problem(428, "send If-Match with the revision of the rules");
+  return with_rules(call, [&](const OpenRules& open) {
+    return open.rules.check_revision(call.revision) ? outdated(call, open) : work(open);
+  });
+}
+
 Http::Response change_rules(const Call& call, const ChangeTerms& terms, const Edit& edit) {
   if (call.revision.empty())
     return Http::problem(428, "send If-Match with the revision of the rules that are changed");
@@ -144,7 +174,7 @@ Http::Response change_rules(const Call& call, const ChangeTerms& terms, const Ed
     if (!open.rules.check_revision(call.revision)) return commit(call, open, terms, edit);
     Edited edited;
     ordered_json changes;
-    if (terms.is_repeatable && was_made(call, open.rules, edit, edited, changes))
+    if (call.key && was_made(call, open.rules, terms, edit, edited, changes))
       return done(open, terms, edited, changes);
     return outdated(call, open);
   });

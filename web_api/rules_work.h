@@ -25,6 +25,11 @@ struct OpenRules {
 Http::Response with_rules(const Call& call,
                           const std::function<Http::Response(const OpenRules&)>& work);
 
+// The same for the rules of the revision in If-Match; those of another one are a problem, as for a
+// change.
+Http::Response with_rules_of_revision(const Call& call,
+                                      const std::function<Http::Response(const OpenRules&)>& work);
+
 // What an edit tells besides the rules.
 struct Edited {
   Administration::Refusal refusal;
@@ -38,12 +43,13 @@ using Edit = std::function<Edited(Administration::RulesTransaction&)>;
 // How a change is made.
 struct ChangeTerms {
   int status = 200;
-  bool is_repeatable = false;  // rules that are as the change would make them are as good
+  Administration::Origin origin = Administration::Origin::change;  // of the state that it makes
 };
 
 // Has `edit` change the rules of the revision in If-Match, commits them and answers with all of
 // them, and the differences in sentences. Rules of another revision stay as they are: the problem
-// holds them, and what became of those that the client knows.
+// holds them, and what became of those that the client knows. A request with a key that was made
+// before, and whose outcome still stands, is answered as it was then.
 Http::Response change_rules(const Call& call, const ChangeTerms& terms, const Edit& edit);
 
 // The differences in sentences.

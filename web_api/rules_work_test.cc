@@ -97,6 +97,98 @@ TEST_F(RulesWork, WithAKeyIsDoneOnce) {
   EXPECT_EQ("a b d ", names());
 }
 
+// Each change of the rules 1 and 2, which comes once more when its answer was lost.
+TEST_F(RulesWork, WithAKeyIsDoneOnceWhateverItIs) {
+  add({"a", "b"});
+  const std::string start = tag();
+  const std::string revision = start.substr(1, start.size() - 2);
+  const ordered_json others = {{"filters", {filter_named("x"), filter_named("y")}}};
+  const ordered_json text = {
+      {"text", R"([{"id":1,"enabled":true,"name":"i","relation":"allof","tests":[
+    {"type":"string","field":"subject","comparator":"is","value":"v","negative":false,
+     "match_case":false}],"actions":[{"method":"delete"}]}])"}};
+  const struct {
+    const char* method;
+    const char* target;
+    ordered_json body;
+  } rows[] = {{"PUT", "/rules/1", filter_named("c")},
+              {"PATCH", "/rules/1", {{"enabled", false}}},
+              {"DELETE", "/rules/1", nullptr},
+              {"POST", "/rules/1/move", {{"last", true}}},
+              {"PUT", "/rules", others},
+              {"POST", "/import?from=json&mode=append", text},
+              {"POST", "/import?from=json&mode=replace", text}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.method) + ' ' + row.target);
+    const std::string known = tag();
+    const Http::Headers headers = {{"if-match", known}, {"idempotency-key", "key"}};
+    const auto first = ask(row.method, row.target, row.body, headers);
+    ASSERT_EQ(200, first.status) << first.body;
+    const auto states = body_of(ask("GET", "/history"))["states"].size();
+    const auto second = ask(row.method, row.target, row.body, headers);
+    EXPECT_EQ(200, second.status) << second.body;
+    EXPECT_EQ(first.headers, second.headers);
+    EXPECT_EQ(body_of(first), body_of(second));
+    EXPECT_EQ(states, body_of(ask("GET", "/history"))["states"].size());
+    EXPECT_EQ(412, ask(row.method, row.target, row.body, {{"if-match", known}}).status);
+    add({"other"});
+    EXPECT_EQ(412, ask(row.method, row.target, row.body, headers).status) << "other rules now";
+    ASSERT_EQ(200, change("POST", "/history/restore", {{"revision", revision}}).status);
+  }
+}
+
+// An undo that came twice would take back one change more.
+TEST_F(RulesWork, WithAKeyIsUndoneAndRedoneOnce) {
+  add({"a", "b", "c"});
+  const auto repeat = [this](const char* target, const std::string& wanted) {
+    SCOPED_TRACE(target);
+    const Http::Headers headers = {{"if-match", tag()}, {"idempotency-key", "key"}};
+    const auto first = ask("POST", target, nullptr, headers);
+    ASSERT_EQ(200, first.status) << first.body;
+    const auto second = ask("POST", target, nullptr, headers);
+    EXPECT_EQ(200, second.status) << second.body;
+    EXPECT_EQ(first.headers, second.headers);
+    EXPECT_EQ(first.body, second.body);
+    EXPECT_EQ(wanted, names());
+  };
+  repeat("/history/undo", "a b ");
+  repeat("/history/undo", "a ");
+  repeat("/history/redo", "a b ");
+  repeat("/history/redo", "a b c ");
+}
+
+// The rules of If-Match and the present ones would do, but another change led there.
+TEST_F(RulesWork, WithAKeyTakesNoOtherChangeForAnUndo) {
+  add({"a", "b"});
+  const std::string known = tag();
+  const Http::Headers headers = {{"if-match", known}, {"idempotency-key", "key"}};
+  ASSERT_EQ(200, change("DELETE", "/rules/2").status);
+  for (const char* const target : {"/history/undo", "/history/redo"})
+    EXPECT_EQ("412", problem_in(ask("POST", target, nullptr, headers))) << target;
+}
+
+TEST_F(RulesWork, WithAKeyIsNoUndoTwoStatesLater) {
+  add({"a", "b", "c"});
+  const Http::Headers headers = {{"if-match", tag()}, {"idempotency-key", "key"}};
+  for (int times = 0; times < 2; ++times) ASSERT_EQ(200, change("POST", "/history/undo").status);
+  EXPECT_EQ("412", problem_in(ask("POST", "/history/undo", nullptr, headers)));
+  EXPECT_EQ("a ", names());
+}
+
+TEST_F(RulesWork, WithAKeyIsRestoredOnce) {
+  add({"a"});
+  const std::string known = tag();
+  add({"b"});
+  const Http::Headers headers = {{"if-match", tag()}, {"idempotency-key", "key"}};
+  const ordered_json body = {{"revision", known.substr(1, known.size() - 2)}};
+  const auto first = ask("POST", "/history/restore", body, headers);
+  ASSERT_EQ(200, first.status);
+  const auto second = ask("POST", "/history/restore", body, headers);
+  EXPECT_EQ(200, second.status) << second.body;
+  EXPECT_EQ(first.body, second.body);
+  EXPECT_EQ("a ", names());
+}
+
 TEST_F(RulesWork, LosesNoPartThatCannotBeRead) {
   add({"a"});
   std::string document = content_of(document_);

@@ -63,14 +63,15 @@ std::string text_in(const json& body, const char* name, std::vector<Http::Mistak
 
 }  // namespace
 
-Front::Front(Ask ask, bool trusts_proxy_user)
-    : ask_(std::move(ask)), trusts_proxy_user_(trusts_proxy_user) {}
+Front::Front(Ask ask, bool trusts_proxy_user, const PageFiles& page)
+    : ask_(std::move(ask)), trusts_proxy_user_(trusts_proxy_user), page_(page) {}
 
 Http::Response Front::answer(const Http::Request& request) const {
   const auto target = Http::parse_target(request.target);
   if (!target) return problem(400, "The target of the request is malformed.");
   const Segments& segments = target->segments;
-  if (segments.size() < 3 || segments[0] != "api" || segments[1] != "v1")
+  if (segments.empty() || segments[0] != "api") return page_.answer(segments, request);
+  if (segments.size() < 3 || segments[1] != "v1")
     return problem(404, "Nothing is here. The API begins at /api/v1/.");
   if (is_of_another_site(request.headers))
     return problem(403, "The request comes from a page of another site.");

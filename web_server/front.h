@@ -6,6 +6,7 @@
 
 #include "http/message.h"
 #include "web_server/broker_call.h"
+#include "web_server/page_files.h"
 
 namespace Quarrow::WebServer {
 
@@ -17,10 +18,12 @@ using Ask = std::function<Http::Response(const Call& call)>;
 // decided here keeps a worker that was taken over from anything; all such is the broker's.
 class Front {
  public:
-  // `trusts_proxy_user`: the header X-Quarrow-User is the proxy's, and names the user.
-  Front(Ask ask, bool trusts_proxy_user);
+  // `trusts_proxy_user`: the header X-Quarrow-User is the proxy's, and names the user. `page`
+  // outlives this object.
+  Front(Ask ask, bool trusts_proxy_user, const PageFiles& page);
 
-  // Only what is below /api/v1 is there. A request that a page of another site made gets 403.
+  // What is not below /api is a file of the page. A request to the API that a page of another site
+  // made gets 403.
   Http::Response answer(const Http::Request& request) const;
 
  private:
@@ -30,6 +33,7 @@ class Front {
 
   const Ask ask_;
   const bool trusts_proxy_user_;
+  const PageFiles& page_;
 };
 
 }  // namespace Quarrow::WebServer

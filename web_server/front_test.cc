@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "tests/support/temporary_folder_test_support.h"
+
 namespace Quarrow::WebServer {
 namespace {
 
@@ -20,12 +22,13 @@ class WebFront : public testing::Test {
       call = asked;
       return Http::Response{299, {}, ""};
     };
-    return Front(ask, trusts_proxy_user).answer(request);
+    return Front(ask, trusts_proxy_user, page).answer(request);
   }
 
   int status(const Http::Request& request) { return answer(request).status; }
 
   std::optional<Call> call;
+  PageFiles page;
 };
 
 Http::Request sign_in(const std::string& body) {
@@ -62,6 +65,18 @@ TEST_F(WebFront, KnowsNothingElse) {
     EXPECT_EQ(405, status({method, "/api/v1/session", {}, ""})) << method;
   for (const char* const method : {"GET", "POST", "PUT"})
     EXPECT_EQ(405, status({method, "/api/v1/sessions", {}, ""})) << method;
+  EXPECT_FALSE(call);
+}
+
+TEST_F(WebFront, ServesThePageBesideTheApi) {
+  const TemporaryFolder folder;
+  folder.write("index.html", "page");
+  folder.write("api.js", "script");
+  EXPECT_TRUE(page.read(folder.path()).empty());
+  EXPECT_EQ("page", answer({"GET", "/?x=1", {{"sec-fetch-site", "cross-site"}}, ""}).body);
+  EXPECT_EQ("script", answer({"GET", "/api.js", {}, ""}).body);
+  EXPECT_EQ(404, status({"GET", "/api", {}, ""}));
+  EXPECT_EQ(404, status({"GET", "/x", {}, ""}));
   EXPECT_FALSE(call);
 }
 

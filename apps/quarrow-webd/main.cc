@@ -9,6 +9,7 @@
 #include <unistd.h>
 #include <zvelluser.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -17,6 +18,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "apps/quarrow-webd/signing_admission.h"
 #include "apps/quarrow-webd/web_options.h"
@@ -25,6 +27,7 @@
 #include "http/http_session.h"
 #include "server/counters.h"
 #include "server/daemon.h"
+#include "server/listener.h"
 #include "server/log.h"
 #include "server/privileges.h"
 #include "signing_in/check_process.h"
@@ -33,6 +36,7 @@
 #include "web_server/broker_process.h"
 #include "web_server/caller.h"
 #include "web_server/front.h"
+#include "web_server/page_files.h"
 #include "web_server/user_work.h"
 
 namespace Quarrow::Webd {
@@ -110,8 +114,8 @@ class WebDaemon {
   // Serves until it is told to stop; gives the exit status.
   int run() {
     Server::DaemonHooks hooks;
-    hooks.keep_rights = [this] { return start_broker(); };
-    hooks.prepare = [] { return std::string(); };
+    hooks.keep_rights = [this](const auto& listeners) { return use_rights(listeners); };
+    hooks.prepare = [this] { return prepare(); };
     hooks.inspect = [] { tell_faults(); };
     hooks.start_worker = [this] { return start_worker(); };
     hooks.reload = [this] { return reload(); };
@@ -122,6 +126,28 @@ class WebDaemon {
   }
 
  private:
+  // The page may lie where the user of the workers can't read it.
+  std::string use_rights(const std::vector<int>& listeners) {
+    if (options_.trusts_proxy_user &&
+        !std::all_of(listeners.begin(), listeners.end(), Server::is_in_file_system))
+      return "--trust-proxy-user: any program of this host can pass for the proxy at a socket that "
+             "the service manager passed; have it listen at a path";
+    if (std::string reason = start_broker(); !reason.empty()) return reason;
+    page_faults_ = page_.read(options_.page);
+    return "";
+  }
+
+  // The log is there by now.
+  std::string prepare() {
+    tell_page();
+    return "";
+  }
+
+  void tell_page() const {
+    for (const std::string& fault : page_faults_) Server::log_warning("page: " + fault);
+    if (page_.is_empty()) Server::log_warning("there is no page: the API is served alone");
+  }
+
   std::string start_broker() {
     broker_ =
         WebServer::start_broker([this](int introductions) { be_broker(options_, introductions); });
@@ -152,7 +178,7 @@ class WebDaemon {
       _exit(EX_OSERR);
     }
     const auto ask = [caller](const WebServer::Call& call) { return caller->ask(call); };
-    const WebServer::Front front(ask, options_.trusts_proxy_user);
+    const WebServer::Front front(ask, options_.trusts_proxy_user, page_);
     const auto handler = [this, front](const Http::Request& request) {
       counters_.add(requests);
       return front.answer(request);
@@ -171,6 +197,8 @@ class WebDaemon {
     }
     options_.server = parsed.options.server;
     options_.http = parsed.options.http;
+    page_faults_ = page_.read(parsed.options.page);
+    tell_page();
     return options_.server;
   }
 
@@ -181,6 +209,8 @@ class WebDaemon {
       {{"quarrow_web_requests_total", "", "Requests that were read."},
        {"quarrow_web_workers_replaced_total", "", "Worker processes that ended unasked."}}};
   WebServer::BrokerProcess broker_;
+  WebServer::PageFiles page_;
+  std::vector<std::string> page_faults_;
   bool has_broker_ = true;
 };
 

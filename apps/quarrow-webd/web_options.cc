@@ -24,6 +24,10 @@ void declare_users(CLI::App& app, Options& options) {
       ->type_name("FILE")
       ->check(Server::emptiness)
       ->capture_default_str();
+  app.add_option("--page", options.page,
+                 "Folder of the page's files, in place of those that were installed")
+      ->type_name("DIR")
+      ->check(Server::emptiness);
   app.add_option_function<std::string>(
          "--folder-dots",
          [&options](const std::string& word) {

@@ -13,13 +13,14 @@
 
 namespace Quarrow::Webd {
 
-// A reload changes those in `server` that may change, and the limits in `http`.
+// A reload changes those in `server` that may change, the page, and the limits in `http`.
 struct Options {
   Options();
 
   Server::DaemonSettings server;
   std::string root = "/var/spool/quarrow";   // folder of the users' folders
   std::string catalogue = system_catalogue;  // of fields
+  std::string page = QUARROW_PAGE_FOLDER;    // folder of the page's files
   Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
   SigningIn::ImapServer imap;  // no URL: nobody signs in with a password
   bool trusts_proxy_user = false;

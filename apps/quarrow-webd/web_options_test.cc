@@ -20,19 +20,21 @@ TEST(WebdOptions, HaveDefaults) {
   EXPECT_EQ(std::vector<std::string>{"/run/quarrow-webd/socket"}, options.server.listen);
   EXPECT_EQ(0660U, options.server.rights.mode);
   EXPECT_EQ("/var/spool/quarrow", options.root);
+  EXPECT_NE(std::string::npos, options.page.find("/share/quarrow/page"));
   EXPECT_EQ("imaps://mail.example.org", options.imap.url);
   EXPECT_FALSE(options.trusts_proxy_user);
 }
 
 TEST(WebdOptions, TakeWhatIsAskedFor) {
   const Parsed parsed =
-      parse({"--imap=imap://a", "--imap-ca=/ca", "--root=/r", "--listen=127.0.0.1:8080",
-             "--workers=3", "--max-header=2048", "--max-body=4096", "--max-calls=7",
-             "--max-calls-per-user=2", "--request-time=9", "--client-patience=8"});
+      parse({"--imap=imap://a", "--imap-ca=/ca", "--root=/r", "--page=/p",
+             "--listen=127.0.0.1:8080", "--workers=3", "--max-header=2048", "--max-body=4096",
+             "--max-calls=7", "--max-calls-per-user=2", "--request-time=9", "--client-patience=8"});
   ASSERT_EQ(Parsed::Outcome::run, parsed.outcome) << parsed.text;
   const Options& options = parsed.options;
   EXPECT_EQ("/ca", options.imap.ca_file);
   EXPECT_EQ("/r", options.root);
+  EXPECT_EQ("/p", options.page);
   EXPECT_EQ(std::vector<std::string>{"127.0.0.1:8080"}, options.server.listen);
   EXPECT_EQ(3U, options.server.workers);
   EXPECT_EQ(2048U, options.http.header);
@@ -64,6 +66,7 @@ TEST(WebdOptions, NameTheOneThatIsWrong) {
   } cases[] = {{"--imap", "http://mail.example.org"},
                {"--imap-ca", ""},
                {"--root", ""},
+               {"--page", ""},
                {"--max-body", "0"},
                {"--max-calls", "x"},
                {"--request-time", "0"},

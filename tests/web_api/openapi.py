@@ -119,6 +119,12 @@ class Api:
         self.found += [f"{method} {target}, {answer['status']}: {fault}" for fault in faults]
         return answer
 
+    def await_work(self):
+        """Until nothing is done to the user's mail."""
+        while json.loads(self.exchange("GET", "/application", {}, "")["body"]).get("state") in (
+                "planning", "filing", "undoing"):
+            pass
+
     def tag(self):
         return self.exchange("GET", "/rules", {}, "")["headers"]["etag"]
 
@@ -165,7 +171,8 @@ class Api:
 
 # Each operation once, with what it takes: the method, the target, and the body of a right request.
 READS = (("GET", "/rules"), ("GET", "/rules/1"), ("GET", "/fields"), ("GET", "/folders"),
-         ("GET", "/history"), ("GET", "/history/{revision}"), ("GET", "/export"))
+         ("GET", "/history"), ("GET", "/history/{revision}"), ("GET", "/export"),
+         ("GET", "/application"))
 CHANGES = (("POST", "/rules", {**FILTER, "before": 1}),
            ("PUT", "/rules/1", {**FILTER, "name": "Other"}),
            ("PATCH", "/rules/1", {"enabled": False}),
@@ -175,7 +182,11 @@ CHANGES = (("POST", "/rules", {**FILTER, "before": 1}),
            ("POST", "/history/redo", None),
            ("POST", "/history/restore", {"revision": "{revision}"}),
            ("PUT", "/rules", {"filters": [{**FILTER, "id": 1}, {**FILTER, "id": 2}, FILTER]}),
-           ("POST", "/import?from=sieve&mode=append", {"text": SIEVE}))
+           ("POST", "/import?from=sieve&mode=append", {"text": SIEVE}),
+           ("POST", "/application/plan", {"folder": "INBOX", "since": 0}),
+           ("POST", "/application", {"rule": 1, "discard_to": "Trash"}))
+# without a body and a revision
+ORDERS = (("POST", "/application/stop"), ("POST", "/application/undo"))
 CHECK = ("POST", "/rules/check", {"filter": FILTER})
 
 
@@ -191,7 +202,8 @@ def ask_rightly(api):
     for method, target in READS:
         api.ask(method, target.replace("{revision}", revision))
     for method, target, body in CHANGES:
-        api.ask(method, target, filled(body, revision), api.tag())
+        api.ask(method, target, filled(body, revision), api.tag(), idempotency_key=target)
+        api.await_work()
     for body in ({"filter": FILTER}, {"test": TEST}, {"filter": {}}, {"test": {**TEST, "value": ""}}):
         api.ask("POST", "/rules/check", body)
     for form in ("json", "xml", "sieve"):
@@ -215,8 +227,11 @@ def ask_wrongly(api, revision):
         if body is not None:
             api.ask(method, target, body, tag, right=False, kind="text/plain")
             api.ask(method, target, {"other": 1}, tag, right=False)
+    for method, target in ORDERS:
+        api.ask(method, target + "?other=1", right=False)
     for method, target, body in CHANGES:
         api.ask(method, target, filled(body, revision))
+        api.await_work()
         api.ask(method, target, filled(body, revision), NO_REVISION)
     api.ask("POST", "/import?from=sieve", {"text": SIEVE}, tag)
     api.ask("POST", "/import?from=sieve&mode=append", {"text": SIEVE + "redirect \"a@example.org\";"},
@@ -229,7 +244,29 @@ def ask_all(api, revision, tag):
         api.ask(method, target.replace("{revision}", revision))
     for method, target, body in CHANGES:
         api.ask(method, target, filled(body, revision), tag)
+        api.await_work()
+    for method, target in ORDERS:
+        api.ask(method, target)
     api.ask(*CHECK)
+
+
+def apply_rules(api, folder):
+    """Has a message moved and brought back, and asks for more while another process moves mail."""
+    for part in ("cur", "new", "tmp"):
+        (folder / "Maildir" / part).mkdir(parents=True)
+    (folder / "Maildir/new/1700000000.a").write_text("Subject: quarterly\n\n")
+    api.ask("PUT", "/rules", {"filters": [{**FILTER, "id": 1}]}, api.tag())
+    api.ask("POST", "/application", {}, api.tag(), idempotency_key="apply")
+    api.await_work()
+    if not (folder / "Maildir/.Reports/new/1700000000.a").exists():
+        api.found.append("the message was not moved")
+    api.ask("POST", "/application/undo", idempotency_key="undo")
+    api.await_work()
+    lock = os.open(folder / ".refiling_lock", os.O_RDWR)
+    fcntl.lockf(lock, fcntl.LOCK_EX)
+    for target in ("/application", "/application/plan"):
+        api.ask("POST", target, {}, api.tag())
+    os.close(lock)
 
 
 def run(program, root, description, steps, **options):
@@ -256,6 +293,7 @@ def main(program, docs):
 
         revision = go(ask_rightly)
         go(lambda api: ask_wrongly(api, revision))
+        go(lambda api: apply_rules(api, folder))
         go(lambda api: api.ask("POST", "/history/undo", tag=api.tag()))  # for redo
         tag = go(lambda api: api.tag())
         # with files no larger than the history, which grows with each change, the disk is full

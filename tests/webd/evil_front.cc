@@ -93,8 +93,8 @@ const std::map<std::string, Deed> deeds = {
 
 }  // namespace
 
-Front::Front(Ask ask, bool trusts_proxy_user)
-    : ask_(std::move(ask)), trusts_proxy_user_(trusts_proxy_user) {}
+Front::Front(Ask ask, bool trusts_proxy_user, const PageFiles& page)
+    : ask_(std::move(ask)), trusts_proxy_user_(trusts_proxy_user), page_(page) {}
 
 // "/ask" asks the broker for what is another user's.
 Http::Response Front::answer(const Http::Request& request) const {

@@ -9,11 +9,13 @@ import os
 import pathlib
 import pwd
 import signal
+import socket
+import subprocess
 import sys
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
-from web_server import (ALICE, BOB, PATIENCE, DaemonTestCase, field, json_of,  # noqa: E402
+from web_server import (ALICE, BOB, PAGE, PATIENCE, DaemonTestCase, field, json_of,  # noqa: E402
                         unprivileged_user, until)
 
 PROGRAM, EVIL_PROGRAM = (os.path.abspath(path) for path in (sys.argv.pop(1), sys.argv.pop(1)))
@@ -38,6 +40,17 @@ class ServerTest(DaemonTestCase):
     def test_without_trust_the_name_is_nothing(self):
         daemon = self.start(PROGRAM, "--imap", "imap://127.0.0.1:1")
         self.assertEqual(401, daemon.ask("GET", "/api/v1/session", {"X-Quarrow-User": ALICE})[0])
+
+    def test_a_port_of_the_service_manager_is_no_place_for_a_trusted_proxy(self):
+        with socket.create_server(("127.0.0.1", 0)) as listener:
+            # the shell puts the socket where it is looked for, and its own number beside it
+            refused = subprocess.run(
+                ["/bin/sh", "-c", f"exec 3<&{listener.fileno()}; LISTEN_PID=$$ exec \"$@\"", "sh",
+                 PROGRAM, "--user", unprivileged_user(), "--trust-proxy-user"],
+                env={**os.environ, "LISTEN_FDS": "1"}, pass_fds=[listener.fileno()],
+                capture_output=True, text=True, timeout=PATIENCE)
+        self.assertEqual(os.EX_UNAVAILABLE, refused.returncode, refused.stderr)
+        self.assertIn("--trust-proxy-user: any program of this host", refused.stderr)
 
     def test_a_password_server_that_is_not_there(self):
         daemon = self.start(PROGRAM, "--imap", "imap://127.0.0.1:1")
@@ -97,7 +110,8 @@ class EvilWorkerTest(DaemonTestCase):
         rules.chmod(0o666)
         rules.parent.chmod(0o777)
         refused = f"refused {errno.EACCES}"
-        for path in [rules, "/etc/passwd", f"/proc/{daemon.broker()}/mem", "/proc/self/environ"]:
+        for path in [rules, "/etc/passwd", f"/proc/{daemon.broker()}/mem", "/proc/self/environ",
+                     PAGE / "index.html"]:
             self.assertEqual(refused, self.attempt(daemon, "open", path), path)
         for deed, path in [("write", rules), ("write", rules.parent / "new"), ("remove", rules),
                            ("list", rules.parent), ("list", "/"), ("execute", "/bin/true")]:

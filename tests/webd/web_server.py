@@ -16,6 +16,7 @@ import time
 import unittest
 
 PATIENCE = 60  # seconds until something that must happen counts as missing
+PAGE = pathlib.Path(__file__).resolve().parents[2] / "page"
 ALICE = "alice@example.org"
 BOB = "bob@example.org"
 
@@ -78,7 +79,8 @@ class Daemon:
         self.log = open(self.folder / "log", "w+b")
         self.worker_count = workers
         self.command = [program, "--user", unprivileged_user(), "--root", self.folder / "root",
-                        "--listen", self.socket, "--workers", str(workers), *options]
+                        "--listen", self.socket, "--workers", str(workers),
+                        *(() if "--page" in options else ("--page", PAGE)), *options]
         self.run()
 
     def run(self):

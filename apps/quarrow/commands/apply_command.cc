@@ -55,24 +55,13 @@ struct Options {
   std::optional<std::size_t> jobs;  // none: as many as the work is worth
 };
 
-// The name of the user's filter that `text` names by its id or its name. An evaluation tells which
-// filter decided by its name, which therefore has to be this filter's alone.
+// The name of the user's filter that `text` names by its id or its name: by it an evaluation tells
+// which filter decided.
 GuardedOutcome name_of_rule(RulesTransaction& rules, const std::string& text) {
   boost::shared_ptr<MessageFilters::Filter__> named;
   if (auto refusal = Administration::find_filter(rules.filters(), text, named))
     return {refusal, ""};
-  const std::string object = "filter " + std::to_string(named->id);
-  if (!named->enabled)
-    return {{Administration::Refusal::Kind::wrong_rule, object, "is disabled"}, ""};
-  const auto& filters = rules.filters().filters->filters;
-  const auto uses = std::count_if(filters.begin(), filters.end(), [&named](const auto& filter) {
-    return filter->enabled && filter->name == named->name;
-  });
-  if (uses > 1)
-    return {{Administration::Refusal::Kind::wrong_rule, object,
-             "has the name of another filter; give each a name of its own"},
-            ""};
-  return {{}, named->name};
+  return {Administration::check_tells_by_name(rules.filters(), *named), named->name};
 }
 
 // The folder of a Maildir that the option `name` with `text` names.
