@@ -42,6 +42,7 @@ const Route routes[] = {
     {"PATCH", {"rules", "{}"}, switch_filter, true},
     {"DELETE", {"rules", "{}"}, remove_filter},
     {"POST", {"rules", "{}", "move"}, move_filter, true},
+    {"POST", {"preview"}, preview_filter, true},
     {"GET", {"messages"}, list_messages, false, {"folder", "count", "cursor"}},
     {"GET", {"messages", "{}"}, show_message, false, {"folder"}},
     {"GET", {"messages", "{}", "explanation"}, explain_message, false, {"folder"}},

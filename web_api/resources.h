@@ -35,6 +35,9 @@ Http::Response restore_state(const Call& call);
 Http::Response export_filters(const Call& call);
 Http::Response import_filters(const Call& call);
 
+// preview_resource.cc
+Http::Response preview_filter(const Call& call);
+
 // messages_resource.cc
 Http::Response list_messages(const Call& call);
 Http::Response show_message(const Call& call);

@@ -32,15 +32,6 @@ std::int32_t id_of(const Call& call) {
   return read.ec == std::errc() && read.ptr == end ? id : 0;
 }
 
-// A number in a body; nothing for what is none of 32 bits.
-std::optional<std::int32_t> number_in(const ordered_json& json) {
-  if (!json.is_number_integer()) return std::nullopt;
-  const auto number = json.get<std::int64_t>();
-  const auto narrow = static_cast<std::int32_t>(number);
-  if (narrow != number || json.is_number_unsigned() != (number >= 0)) return std::nullopt;
-  return narrow;
-}
-
 // Changes the filter that the path names.
 Http::Response change_filter(
     const Call& call, const std::function<Edited(RulesTransaction&, const FilterPointer&)>& edit) {
