@@ -45,7 +45,6 @@ struct Wish {
 // The same, made ready for the mail.
 struct Question {
   TrialScripts scripts;
-  std::int32_t id = 0;                                      // of the filter that is tried
   std::vector<std::pair<std::int32_t, std::string>> names;  // of all filters, in their order
 };
 
@@ -120,9 +119,10 @@ Refusal put(const Wish& wish, RulesTransaction& rules) {
 std::string packed(const Question& question) {
   PacketWriter packet;
   const TrialScripts& scripts = question.scripts;
-  for (const auto* script : {&scripts.now, &scripts.then, &scripts.alone, &scripts.either})
-    packet.text(*script);
-  packet.number(static_cast<std::uint32_t>(question.id));
+  for (const auto* script : {&scripts.now, &scripts.then, &scripts.either}) packet.text(*script);
+  packet.number(static_cast<std::uint32_t>(scripts.id));
+  packet.number(scripts.is_later ? 1 : 0);
+  packet.number(scripts.before.size());
   packet.number(question.names.size());
   for (const auto& [id, name] : question.names) {
     packet.number(static_cast<std::uint32_t>(id));
@@ -136,13 +136,15 @@ Question unpacked(const std::string& text) {
   PacketReader packet(text);
   Question question;
   TrialScripts& scripts = question.scripts;
-  for (auto* script : {&scripts.now, &scripts.then, &scripts.alone, &scripts.either})
-    *script = packet.text();
-  question.id = static_cast<std::int32_t>(packet.number());
+  for (auto* script : {&scripts.now, &scripts.then, &scripts.either}) *script = packet.text();
+  scripts.id = static_cast<std::int32_t>(packet.number());
+  scripts.is_later = packet.number() == 1;
+  const std::uint64_t before = packet.number();
   question.names.resize(packet.number(text.size()));
   for (auto& [id, name] : question.names) {
     id = static_cast<std::int32_t>(packet.number());
     name = packet.text();
+    if (scripts.before.size() < before) scripts.before.push_back(id);  // the first of all
   }
   return question;
 }
@@ -153,7 +155,7 @@ GuardedOutcome question_of(const Wish& wish, RulesTransaction& rules) {
   const auto now = MessageFilters::FilterList__::Create();
   now->filters = list->filters;
   if (const Refusal refusal = put(wish, rules)) return {refusal, ""};
-  Question question = {trial_scripts(now, list, wish.filter->id), wish.filter->id, {}};
+  Question question = {trial_scripts(now, list, wish.filter->id), {}};
   for (const auto& filter : list->filters) question.names.emplace_back(filter->id, filter->name);
   return {{}, packed(question)};
 }
@@ -208,7 +210,7 @@ class Examination {
     if (result.is_changed) ++progress_.changed;
     if (!result.is_caught) return;
     ++progress_.caught;
-    const bool is_taken = result.decider && *result.decider != question_.id;
+    const bool is_taken = result.decider && *result.decider != question_.scripts.id;
     if (is_taken) ++progress_.taken_earlier[*result.decider];
     if (progress_.examples >= most_examples) return;
     ++progress_.examples;
