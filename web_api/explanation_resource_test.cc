@@ -56,6 +56,7 @@ TEST_F(ExplanationResource, NeedsNoRules) {
   EXPECT_EQ(true, body["agrees"]);
   EXPECT_EQ("folders", body["place"]["kind"]);
   EXPECT_EQ(ordered_json({"INBOX"}), body["place"]["folders"]);
+  EXPECT_EQ("inbox (there are no rules)", body["place"]["text"]);
   EXPECT_EQ(ordered_json::array(), body["rules"]);
 }
 

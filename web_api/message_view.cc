@@ -29,6 +29,12 @@ const char* kind_of(const Plan& plan) {
   return plan.inbox_reason == Delivery::InboxReason::failure ? "failed" : "folders";
 }
 
+// A user who never had a rule has no script, and knows nothing of scripts.
+std::string reason_of(const Plan& plan) {
+  return plan.inbox_reason == Delivery::InboxReason::no_script ? "there are no rules"
+                                                               : Delivery::inbox_reason_text(plan);
+}
+
 }  // namespace
 
 ordered_json view_of(const ListedMessage& listed, const OpenedMessage& opened,
@@ -47,7 +53,7 @@ ordered_json place_of(const Plan& plan, Delivery::FolderDots dots) {
   for (const auto& mailbox : plan.mailboxes)
     folders.push_back(
         Refiling::readable_folder(Delivery::maildir_folder(mailbox, dots).value_or("")));
-  const std::string reason = Delivery::inbox_reason_text(plan);
+  const std::string reason = reason_of(plan);
   return {{"kind", kind_of(plan)},
           {"folders", folders},
           {"text", place_text(plan) + (reason.empty() ? "" : " (" + reason + ')')}};
