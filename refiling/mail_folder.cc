@@ -57,8 +57,8 @@ std::string readable_folder(const std::string& name) {
   return MessageFilters::readable_mailbox_name(mailbox);
 }
 
-int MailFolder::open(const std::string& maildir, const std::string& name) {
-  const Descriptor parent(::open(maildir.c_str(), directory_flags));
+int MailFolder::open(const std::string& maildir, const std::string& name, int above) {
+  const Descriptor parent(openat(above, maildir.c_str(), directory_flags));
   if (parent.get() < 0) return errno;
   folder_.emplace(openat(parent.get(), name.empty() ? "." : name.c_str(), directory_flags));
   if (fd() < 0) return errno;

@@ -2,6 +2,8 @@
 #ifndef QUARROW_REFILING_MAIL_FOLDER_H_
 #define QUARROW_REFILING_MAIL_FOLDER_H_
 
+#include <fcntl.h>
+
 #include <optional>
 #include <set>
 #include <string>
@@ -33,13 +35,20 @@ struct Place {
 // Functions give 0 or an errno.
 class MailFolder {
  public:
-  // Opens the folder `name` of the Maildir at `maildir`; "" is the inbox. No link is followed.
-  int open(const std::string& maildir, const std::string& name);
+  // Opens the folder `name` of the Maildir at `maildir`; "" is the inbox. No link is followed. A
+  // relative path begins at the open folder `above`.
+  int open(const std::string& maildir, const std::string& name, int above = AT_FDCWD);
 
   // Finds out which messages are there.
   int read();
 
   std::optional<Place> find(const std::string& unique) const;
+
+  // The messages by the unique parts of their names.
+  const std::unordered_map<std::string, Place>& messages() const { return messages_; }
+
+  // new/ or cur/, which holds a message in that place.
+  int part(const Place& place) const { return (place.is_new ? new_ : cur_)->get(); }
 
   // Gives the message `unique` a further name in `target`, which ends in `info`: EEXIST when that
   // is taken.
@@ -67,7 +76,6 @@ class MailFolder {
 
  private:
   int read_part(bool is_new);
-  int part(const Place& place) const { return (place.is_new ? new_ : cur_)->get(); }
   void forget(const std::string& unique, const Place& place);
   void remember(const std::string& unique, const Place& place);
 

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "administration/near_names.h"
@@ -38,6 +39,15 @@ std::vector<std::string> MailFolders::names() const {
   if (is_known_) readable.push_back(readable_folder(""));
   for (const auto& name : names_) readable.push_back(readable_folder(name));
   return readable;
+}
+
+std::optional<std::string> MailFolders::find(const std::string& name) const {
+  if (name == readable_folder("")) return "";
+  const auto found = std::find_if(names_.begin(), names_.end(), [&name](const std::string& each) {
+    return readable_folder(each) == name;
+  });
+  if (found == names_.end()) return std::nullopt;
+  return *found;
 }
 
 bool MailFolders::is_missing(const std::string& name, Delivery::FolderDots dots) const {

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -21,6 +22,10 @@ class MailFolders {
 
   // The names that people read, the inbox first; none of a Maildir of which nothing is known.
   std::vector<std::string> names() const;
+
+  // The folder that people read as `name`, as it is named on the disk: "" is the inbox, which any
+  // Maildir has. Nothing when there is no such folder.
+  std::optional<std::string> find(const std::string& name) const;
 
   // Whether the folder that a person names `name` is known not to be there. A name that can't be a
   // folder's is not.

@@ -39,6 +39,16 @@ TEST_F(MailFoldersTest, AreKnownByTheNamesThatPeopleWrite) {
   EXPECT_TRUE(folders.is_missing("a.c", FolderDots::listescape));
 }
 
+TEST_F(MailFoldersTest, AreFoundUnderTheirNamesOnTheDisk) {
+  const MailFolders folders(folder_.path());
+  EXPECT_EQ("", folders.find("INBOX"));
+  EXPECT_EQ(".Work.Reports", folders.find("Work/Reports"));
+  EXPECT_EQ(".Gr&APwA3w-e", folders.find("Grüße"));
+  EXPECT_EQ(".a\\2eb", folders.find("a.b"));
+  for (const char* name : {"Link", "File", "cur", "..", "", ".Work", "Work/", "../x", "inbox"})
+    EXPECT_EQ(std::nullopt, folders.find(name)) << name;
+}
+
 TEST_F(MailFoldersTest, AreListedBehindTheInbox) {
   const std::vector<std::string> all = {"INBOX", "Grüße", "Work", "Work/Reports", "a.b"};
   EXPECT_EQ(all, MailFolders(folder_.path()).names());

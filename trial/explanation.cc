@@ -89,7 +89,19 @@ bool is_same(const Evaluation& a, const Evaluation& b) {
                     [](const SieveAction& x, const SieveAction& y) { return is_same(x, y); });
 }
 
+// By ExplainedTest::Result and ExplainedRule::Result.
+const char* const test_words[] = {"holds", "does_not_hold", "failed"};
+const char* const rule_words[] = {"matches", "does_not_match", "failed", "disabled", "no_tests"};
+
 }  // namespace
+
+const char* result_word(ExplainedTest::Result result) {
+  return test_words[static_cast<std::size_t>(result)];
+}
+
+const char* result_word(ExplainedRule::Result result) {
+  return rule_words[static_cast<std::size_t>(result)];
+}
 
 std::vector<ComparedValue> compared_values(const Test& test, const FoundMessage& message,
                                            std::time_t received, IsolatedRuns& runs) {

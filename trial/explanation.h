@@ -57,6 +57,11 @@ struct Explanation {
   bool agrees = false;
 };
 
+// Words for programs: "holds", "does_not_hold", "failed"; and for rules "matches",
+// "does_not_match", "failed", "disabled", "no_tests".
+const char* result_word(ExplainedTest::Result result);
+const char* result_word(ExplainedRule::Result result);
+
 // The values that `test` compares in `message`, which was received at `received`.
 std::vector<ComparedValue> compared_values(const MessageFilters::Test& test,
                                            const FoundMessage& message, std::time_t received,

@@ -24,7 +24,7 @@ constexpr std::size_t small_file = 65536;
 
 int open_for_reading(const MailSource& source) {
   if (source.is_standard_input()) return fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
-  if (source.is_in_maildir) return open_regular(source.path, O_RDONLY);
+  if (source.is_in_maildir) return open_regular_at(source.folder, source.path, O_RDONLY);
   return open(source.path.c_str(), O_RDONLY | O_CLOEXEC);
 }
 

@@ -2,6 +2,8 @@
 #ifndef QUARROW_TRIAL_MAIL_SOURCES_H_
 #define QUARROW_TRIAL_MAIL_SOURCES_H_
 
+#include <fcntl.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -14,6 +16,7 @@ struct MailSource {
   std::uint64_t size = 0;  // in bytes; 0 where it is not known
   // It lies in a Maildir, whose owner may have put anything there.
   bool is_in_maildir = false;
+  int folder = AT_FDCWD;  // open, where a relative path of a message in a Maildir begins
 
   bool is_standard_input() const { return path == "-"; }
 };

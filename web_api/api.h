@@ -5,12 +5,19 @@
 #include <zvellparser.h>
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 
 #include "http/message.h"
 #include "quarrow/delivery/folder_dots.h"
 
 namespace Quarrow::WebApi {
+
+// How much mail one answer of a preview looks at, and all answers together.
+struct PreviewBounds {
+  std::chrono::milliseconds time{150};  // after which it looks at no further message
+  std::size_t messages = 5000;
+};
 
 // Whose rules they are, and where.
 struct Context {
@@ -19,6 +26,7 @@ struct Context {
   std::string catalogue;  // the path of the system's catalogue of fields
   Delivery::FolderDots dots = Delivery::FolderDots::inbox;  // as at delivery
   std::chrono::milliseconds patience{5000};  // with another process that changes the rules
+  PreviewBounds preview = {};
 };
 
 // Answers a request of the user. Work on their rules is done in a process of its own, which becomes

@@ -42,6 +42,19 @@ Http::Response undo_application(const Call& call);
 Http::Response export_filters(const Call& call);
 Http::Response import_filters(const Call& call);
 
+// preview_resource.cc
+Http::Response preview_filter(const Call& call);
+
+// messages_resource.cc
+Http::Response list_messages(const Call& call);
+Http::Response show_message(const Call& call);
+
+// explanation_resource.cc
+Http::Response explain_message(const Call& call);
+
+// statistics_resource.cc
+Http::Response show_statistics(const Call& call);
+
 }  // namespace Quarrow::WebApi
 
 #endif  // QUARROW_WEB_API_RESOURCES_H_

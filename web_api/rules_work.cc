@@ -1,4 +1,4 @@
-// A transaction in a guarded process, whose answer comes back as a packet.
+// A transaction in a guarded process.
 #include "web_api/rules_work.h"
 
 #include <utility>
@@ -9,7 +9,7 @@
 #include "administration/users.h"
 #include "message_filters/rules_revision.h"
 #include "message_filters/user_files.h"
-#include "system/packet.h"
+#include "web_api/guarded_answer.h"
 #include "web_api/refusal_problem.h"
 
 namespace Quarrow::WebApi {
@@ -22,32 +22,6 @@ using Administration::Refusal;
 using Administration::RulesHistory;
 using Administration::RulesTransaction;
 using nlohmann::ordered_json;
-
-std::string packed(const Http::Response& response) {
-  PacketWriter writer;
-  writer.number(static_cast<std::uint64_t>(response.status));
-  writer.number(response.headers.size());
-  for (const auto& header : response.headers) {
-    writer.text(header.first);
-    writer.text(header.second);
-  }
-  writer.text(response.body);
-  return std::move(writer.packet());
-}
-
-// The sender is this program, so that the packet is whole.
-Http::Response unpacked(const std::string& packet) {
-  PacketReader reader(packet);
-  Http::Response response;
-  response.status = static_cast<int>(reader.number());
-  response.headers.resize(reader.number(packet.size()));
-  for (auto& header : response.headers) {
-    header.first = reader.text();
-    header.second = reader.text();
-  }
-  response.body = reader.text();
-  return response;
-}
 
 // Puts the rules of that revision into `list`, if the history holds them.
 bool find_list(const RulesTransaction& rules, const std::string& revision,
@@ -150,10 +124,10 @@ Http::Response with_rules(const Call& call,
         const Refiling::MailFolders folders(
             in_folder(Administration::user_folder(user), maildir_name));
         const Surroundings surroundings = {folders, call.context.dots};
-        return {{}, packed(work({rules, surroundings}))};
+        return guarded(work({rules, surroundings}));
       },
       call.context.patience);
-  return outcome.refusal ? refused(outcome.refusal) : unpacked(outcome.answer);
+  return answer_of(outcome);
 }
 
 Http::Response with_rules_of_revision(const Call& call,

@@ -5,8 +5,8 @@
 #include <sstream>
 
 #include "administration/rule_text.h"
-#include "apps/quarrow/place_text.h"
 #include "delivery/journal_record.h"
+#include "delivery/place_text.h"
 #include "quarrow/delivery/delivery_plan.h"
 #include "system/printable.h"
 
@@ -22,17 +22,13 @@ using Trial::ExplainedRule;
 using Trial::ExplainedTest;
 using Trial::Explanation;
 
-// By ExplainedRule::Result, for a person and for a program.
+// By ExplainedRule::Result and ExplainedTest::Result, for a person.
 const char* const rule_texts[] = {"matches", "does not match", "fails", "disabled", "has no tests"};
-const char* const rule_words[] = {"matches", "does_not_match", "failed", "disabled", "no_tests"};
-
-// By ExplainedTest::Result.
 const char* const test_texts[] = {"yes", "no", "failed"};
-const char* const test_words[] = {"holds", "does_not_hold", "failed"};
 
 template <typename Result>
-const char* word_for(const char* const* words, Result result) {
-  return words[static_cast<std::size_t>(result)];
+const char* text_for(const char* const* texts, Result result) {
+  return texts[static_cast<std::size_t>(result)];
 }
 
 // Of several tests, how many must hold.
@@ -56,7 +52,7 @@ std::string value_text(const ComparedValue& value) {
 }
 
 void write_test(const ExplainedTest& test, std::ostream& out) {
-  out << "  " << word_for(test_texts, test.result) << ": "
+  out << "  " << text_for(test_texts, test.result) << ": "
       << printable(Administration::test_text(test.test)) << '\n';
   for (const auto& value : test.values)
     out << "      " << shown(value.field) << ": " << value_text(value) << '\n';
@@ -69,7 +65,7 @@ std::string rule_name(const Filter__& filter) {
 
 void write_rule(const ExplainedRule& rule, std::ostream& out) {
   const bool is_run = !rule.tests.empty();
-  out << "rule " << rule_name(*rule.filter) << ": " << word_for(rule_texts, rule.result)
+  out << "rule " << rule_name(*rule.filter) << ": " << text_for(rule_texts, rule.result)
       << (is_run ? relation_text(*rule.filter) : "") << '\n';
   for (const auto& test : rule.tests) write_test(test, out);
   if (rule.result != ExplainedRule::Result::matches) return;
@@ -97,7 +93,7 @@ ordered_json to_json(const ComparedValue& value) {
 
 ordered_json to_json(const ExplainedTest& test) {
   ordered_json out = {{"test", Administration::test_text(test.test)},
-                      {"result", word_for(test_words, test.result)},
+                      {"result", result_word(test.result)},
                       {"values", ordered_json::array()}};
   for (const auto& value : test.values) out["values"].push_back(to_json(value));
   if (!test.reason.empty()) out["reason"] = test.reason;
@@ -107,7 +103,7 @@ ordered_json to_json(const ExplainedTest& test) {
 ordered_json to_json(const ExplainedRule& rule) {
   ordered_json out = {{"id", rule.filter->id},
                       {"name", rule.filter->name},
-                      {"result", word_for(rule_words, rule.result)},
+                      {"result", result_word(rule.result)},
                       {"relation", rule.filter->relation},
                       {"tests", ordered_json::array()},
                       {"actions", ordered_json::array()}};

@@ -12,11 +12,10 @@
 #include "administration/guarded_process.h"
 #include "administration/users.h"
 #include "apps/quarrow/folder_owner.h"
-#include "apps/quarrow/place_text.h"
 #include "apps/quarrow/time_text.h"
 #include "delivery/delivery_journal.h"
+#include "delivery/place_text.h"
 #include "lmtp/delivery_record.h"
-#include "message_filters/mailbox_name.h"
 #include "message_filters/user_files.h"
 #include "system/packet.h"
 #include "system/printable.h"
@@ -27,7 +26,6 @@ namespace {
 using Administration::GuardedOutcome;
 using Administration::Refusal;
 using Delivery::JournalRecord;
-using Delivery::Plan;
 using Delivery::Report;
 using nlohmann::ordered_json;
 
@@ -72,26 +70,6 @@ JournalRecord record_of_log(const Lmtp::DeliveryRecord& logged) {
   std::istringstream actions(logged.action);
   for (std::string action; std::getline(actions, action, ',');) add_action(action, record);
   return record;
-}
-
-// The plan that would come to the same places.
-Plan plan_of(const JournalRecord& record) {
-  Plan plan;
-  for (const std::string& folder : record.folders)
-    plan.mailboxes.push_back(folder == "Inbox" ? "" : MessageFilters::imap_mailbox_name(folder));
-  if (record.status == Report::Status::rejected) plan.refusal = Plan::Refusal::reject;
-  if (record.status == Report::Status::discarded) plan.refusal = Plan::Refusal::discard;
-  plan.inbox_reason = record.inbox_reason;
-  plan.note = record.note;
-  return plan;
-}
-
-std::string past_place_text(const JournalRecord& record) {
-  const Plan plan = plan_of(record);
-  const std::string reason = inbox_reason_text(plan);
-  const bool is_left = record.status == Report::Status::temporary_failure;
-  return (is_left ? "left with the mail server" : place_text(plan)) +
-         (reason.empty() ? "" : " (" + reason + ')');
 }
 
 std::string past_rules_text(const PastDelivery& delivery) {
@@ -149,7 +127,7 @@ std::string past_deliveries_text(const std::vector<PastDelivery>& deliveries) {
     out << "delivery of "
         << (delivery.logged.empty() ? time_text(record.time) : shown(delivery.logged)) << '\n'
         << "  rule: " << (record.rule.empty() ? "none" : shown(record.rule)) << '\n'
-        << "  place: " << printable(past_place_text(record)) << '\n'
+        << "  place: " << printable(Delivery::past_place_text(record)) << '\n'
         << "  rules: " << shown(past_rules_text(delivery)) << '\n';
   }
   return out.str();

@@ -19,6 +19,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 
 try:
     import jsonschema
@@ -71,8 +72,10 @@ class Description:
                 for parameter in shared + self.operations[method, path].get("parameters", [])]
 
     def statuses(self):
-        """{(method, path, status)} that are named."""
+        """{(method, path, status)} that are named. Sessions are the server's, and so no part of the
+        program: tests/webd holds them against the document."""
         return {(method, path, int(status)) for (method, path), operation in self.operations.items()
+                if "session" not in operation.get("tags", ())
                 for status in operation["responses"] if status != "default"}
 
 
@@ -172,7 +175,9 @@ class Api:
 # Each operation once, with what it takes: the method, the target, and the body of a right request.
 READS = (("GET", "/rules"), ("GET", "/rules/1"), ("GET", "/fields"), ("GET", "/folders"),
          ("GET", "/history"), ("GET", "/history/{revision}"), ("GET", "/export"),
-         ("GET", "/application"))
+         ("GET", "/application"),
+         ("GET", "/messages"), ("GET", "/messages/{message}"),
+         ("GET", "/messages/{message}/explanation"), ("GET", "/statistics"))
 CHANGES = (("POST", "/rules", {**FILTER, "before": 1}),
            ("PUT", "/rules/1", {**FILTER, "name": "Other"}),
            ("PATCH", "/rules/1", {"enabled": False}),
@@ -188,10 +193,32 @@ CHANGES = (("POST", "/rules", {**FILTER, "before": 1}),
 # without a body and a revision
 ORDERS = (("POST", "/application/stop"), ("POST", "/application/undo"))
 CHECK = ("POST", "/rules/check", {"filter": FILTER})
+PREVIEW = ("POST", "/preview", {"filter": FILTER})
+
+# Files of the inbox. The unique part of the first one's name is the message that is asked for.
+UNIQUE = "1777896000.M1P2Q3.mx"
+MAIL = {f"cur/{UNIQUE}:2,S": "From: Bob <bob@example.org>\nSubject: The quarterly report\n"
+                             "Message-ID: <1@example.org>\n\nText\n",
+        "new/1777895000.M1P2Q3.mx": "Subject: other\nList-Id: <news.example.org>\n\n",
+        "new/1777894000.M1P2Q3.mx": ""}
+DELIVERY = {"time": int(time.time()) - 60, "message_id": "<1@example.org>", "status": "delivered",
+            "rule": "Reports", "folders": ["Reports"], "inbox_reason": "none", "note": "",
+            "revision": "0123456789ab"}
 
 
 def filled(value, revision):
-    return None if value is None else json.loads(json.dumps(value).replace("{revision}", revision))
+    """A target or a body, with what stands in braces filled in."""
+    return None if value is None else json.loads(
+        json.dumps(value).replace("{revision}", revision)
+        .replace("{message}", UNIQUE.encode().hex()))
+
+
+def put_mail(folder):
+    for part in ("cur", "new", "tmp"):
+        (folder / "Maildir" / part).mkdir(parents=True)
+    for name, text in MAIL.items():
+        (folder / "Maildir" / name).write_text(text)
+    (folder / ".delivery_journal").write_text(f"\x1e{json.dumps(DELIVERY)}\n")
 
 
 def ask_rightly(api):
@@ -200,7 +227,7 @@ def ask_rightly(api):
     tag = api.tag()
     revision = tag.strip('"')
     for method, target in READS:
-        api.ask(method, target.replace("{revision}", revision))
+        api.ask(method, filled(target, revision))
     for method, target, body in CHANGES:
         api.ask(method, target, filled(body, revision), api.tag(), idempotency_key=target)
         api.await_work()
@@ -211,17 +238,28 @@ def ask_rightly(api):
     api.ask("POST", "/import?from=sieve&mode=replace&dry_run=true&accept_loss=true",
             {"text": SIEVE})
     api.ask("POST", "/rules", FILTER, tag, idempotency_key="a")
+    ask_about_mail(api)
     list_of_all = json.loads(api.ask("GET", "/rules")["body"])
     api.ask("PUT", "/rules", list_of_all, api.tag())
     return revision
+
+
+def ask_about_mail(api):
+    first = json.loads(api.ask("GET", "/messages?folder=INBOX&count=1")["body"])
+    api.ask("GET", "/messages?cursor=" + first["cursor"])
+    last = json.loads(api.ask("GET", "/rules")["body"])["filters"][-1]["id"]
+    api.ask(*PREVIEW)
+    api.ask("POST", "/preview", {"filter": {**FILTER, "name": "Other"}, "folder": "INBOX"})
+    api.ask("POST", "/preview", {"filter": FILTER, "id": last, "before": 1})
+    api.ask("GET", "/statistics?days=7")
 
 
 def ask_wrongly(api, revision):
     """What no client should do; the operations that need no revision come without one."""
     tag = api.tag()
     for method, target in READS:
-        api.ask(method, target.replace("{revision}", revision) + "?other=1", right=False)
-    for method, target, body in (*CHANGES, CHECK):
+        api.ask(method, filled(target, revision) + "?other=1", right=False)
+    for method, target, body in (*CHANGES, CHECK, PREVIEW):
         body = filled(body, revision)
         api.ask(method, target + ("&" if "?" in target else "?") + "other=1", body, tag, right=False)
         if body is not None:
@@ -233,6 +271,7 @@ def ask_wrongly(api, revision):
         api.ask(method, target, filled(body, revision))
         api.await_work()
         api.ask(method, target, filled(body, revision), NO_REVISION)
+    api.ask("POST", "/preview", {"filter": FILTER, "cursor": "a"})
     api.ask("POST", "/import?from=sieve", {"text": SIEVE}, tag)
     api.ask("POST", "/import?from=sieve&mode=append", {"text": SIEVE + "redirect \"a@example.org\";"},
             tag)
@@ -241,13 +280,14 @@ def ask_wrongly(api, revision):
 def ask_all(api, revision, tag):
     """Each operation in a right form."""
     for method, target in READS:
-        api.ask(method, target.replace("{revision}", revision))
+        api.ask(method, filled(target, revision))
     for method, target, body in CHANGES:
         api.ask(method, target, filled(body, revision), tag)
         api.await_work()
     for method, target in ORDERS:
         api.ask(method, target)
     api.ask(*CHECK)
+    api.ask(*PREVIEW)
 
 
 def apply_rules(api, folder):
@@ -284,6 +324,7 @@ def main(program, docs):
     with tempfile.TemporaryDirectory() as root:
         folder = pathlib.Path(root, "example.org", "alice")
         folder.mkdir(parents=True)
+        put_mail(folder)
 
         def go(steps, **options):
             result, faults, places = run(program, root, description, steps, **options)

@@ -37,6 +37,15 @@ class ServerTest(DaemonTestCase):
         self.assertEqual(401, daemon.ask("GET", "/api/v1/session",
                                          {"X-Quarrow-User": "nobody@example.org"})[0])
 
+    def test_the_proxy_signs_users_in_and_out(self):
+        daemon = self.start(PROGRAM, "--trust-proxy-user")
+        proxy = {"X-Quarrow-User": ALICE}
+        for method in ("POST", "DELETE"):
+            self.assertEqual(403, daemon.ask(method, "/api/v1/session", proxy)[0])
+        self.assertEqual(403, daemon.ask("DELETE", "/api/v1/sessions", proxy)[0])
+        proxy["X-Quarrow-Token"] = json_of(daemon.ask("GET", "/api/v1/session", proxy))["token"]
+        self.assertEqual(204, daemon.ask("DELETE", "/api/v1/sessions", proxy)[0])
+
     def test_without_trust_the_name_is_nothing(self):
         daemon = self.start(PROGRAM, "--imap", "imap://127.0.0.1:1")
         self.assertEqual(401, daemon.ask("GET", "/api/v1/session", {"X-Quarrow-User": ALICE})[0])

@@ -19,6 +19,8 @@ PATIENCE = 60  # seconds until something that must happen counts as missing
 PAGE = pathlib.Path(__file__).resolve().parents[2] / "page"
 ALICE = "alice@example.org"
 BOB = "bob@example.org"
+DOCS = pathlib.Path(__file__).resolve().parents[2] / "docs"
+API = json.loads((DOCS / "openapi.json").read_text())
 
 
 def unprivileged_user():
@@ -48,6 +50,24 @@ def field(process, name):
         if line.startswith(name + ":"):
             return line.split()[1:]
     return None
+
+
+def check_session_answer(method, path, status, body, headers):
+    """Holds an answer about sessions against the description of the API."""
+    operation = API["paths"].get(path.removeprefix("/api/v1"), {}).get(method.lower(), {})
+    if "session" not in operation.get("tags", ()):
+        return
+    response = operation["responses"].get(str(status))
+    assert response, f"{method} {path}: the document does not name the status {status}"
+    if "$ref" in response:
+        response = API["components"]["responses"][response["$ref"].rpartition("/")[2]]
+    missing = [name for name in response.get("headers", {}) if name not in headers]
+    assert not missing, f"{method} {path}, {status}: without {missing}"
+    content = response.get("content", {})
+    assert list(content) == [kind for kind in [headers["Content-Type"]] if kind], headers
+    if status == 200:
+        name = content["application/json"]["schema"]["$ref"].rpartition("/")[2]
+        assert set(json.loads(body)) == set(API["components"]["schemas"][name]["properties"]), body
 
 
 class Connection(http.client.HTTPConnection):
@@ -122,7 +142,9 @@ class Daemon:
             with contextlib.suppress(BrokenPipeError):  # it was refused before it was sent
                 connection.request(method, path, body, headers or {})
             answer = connection.getresponse()
-            return answer.status, answer.read().decode(), answer.headers
+            text = answer.read().decode()
+            check_session_answer(method, path, answer.status, text, answer.headers)
+            return answer.status, text, answer.headers
 
     def log_text(self):
         return (self.folder / "log").read_text()

@@ -5,10 +5,10 @@
 #include <memory>
 #include <optional>
 
+#include "administration/loaded_rules.h"
 #include "administration/users.h"
 #include "apps/quarrow/commands/command.h"
 #include "apps/quarrow/commands/filter_command.h"
-#include "apps/quarrow/commands/loaded_rules.h"
 #include "apps/quarrow/commands/received_option.h"
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/explanation_output.h"
@@ -154,7 +154,7 @@ int explain(const Settings& settings, const Options& options) {
   if (const auto refusal = find_user(settings, options.user, user))
     return complain(settings, refusal);
   boost::shared_ptr<FilterList__> list;
-  if (const auto refusal = load_rules(user, list)) return complain(refusal);
+  if (const auto refusal = Administration::load_rules(user, list)) return complain(refusal);
   Trial::IsolatedRuns runs;
   Trial::MailSource source;
   const int status = find_source(options, user, runs, source);

@@ -10,10 +10,10 @@
 #include <system_error>
 #include <vector>
 
+#include "administration/loaded_rules.h"
 #include "administration/users.h"
 #include "apps/quarrow/commands/command.h"
 #include "apps/quarrow/commands/filter_command.h"
-#include "apps/quarrow/commands/loaded_rules.h"
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/journal_statistics.h"
 #include "apps/quarrow/match_report.h"
@@ -92,7 +92,7 @@ int stats(const Settings& settings, const Options& options) {
   if (const auto refusal = find_user(settings, options.user, user))
     return complain(settings, refusal);
   boost::shared_ptr<MessageFilters::FilterList__> list;
-  if (const auto refusal = load_rules(user, list)) return complain(refusal);
+  if (const auto refusal = Administration::load_rules(user, list)) return complain(refusal);
   if (list->filters.empty())
     return complain(options.user,
                     "no filters to count; add some with quarrow filter add " + options.user,

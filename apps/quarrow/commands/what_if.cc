@@ -19,7 +19,7 @@
 #include "apps/quarrow/complaint.h"
 #include "apps/quarrow/listing.h"
 #include "apps/quarrow/match_report.h"
-#include "apps/quarrow/place_text.h"
+#include "delivery/place_text.h"
 #include "message_filters/script_words.h"
 #include "message_filters/user_files.h"
 #include "system/descriptor.h"

@@ -1,13 +1,10 @@
 // The words for places.
-#include "apps/quarrow/place_text.h"
+#include "delivery/place_text.h"
 
 #include <gtest/gtest.h>
 
-namespace Quarrow::Command {
+namespace Quarrow::Delivery {
 namespace {
-
-using Delivery::InboxReason;
-using Delivery::Plan;
 
 Plan plan_of(const std::vector<std::string>& mailboxes, InboxReason reason = InboxReason::none,
              const std::string& note = "") {
@@ -41,4 +38,4 @@ TEST(PlaceText, TellsWhyItIsTheInbox) {
 }
 
 }  // namespace
-}  // namespace Quarrow::Command
+}  // namespace Quarrow::Delivery
