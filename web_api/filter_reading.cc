@@ -95,14 +95,6 @@ ordered_json& member(ordered_json& json, const char* name, ordered_json& other) 
 
 }  // namespace
 
-std::optional<std::int32_t> number_in(const ordered_json& json) {
-  if (!json.is_number_integer()) return std::nullopt;
-  const auto number = json.get<std::int64_t>();
-  const auto narrow = static_cast<std::int32_t>(number);
-  if (narrow != number || json.is_number_unsigned() != (number >= 0)) return std::nullopt;
-  return narrow;
-}
-
 std::string pointer_step(const std::string& text) {
   std::string step = "/";
   for (const char c : text) step += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);

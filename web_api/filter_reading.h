@@ -7,7 +7,6 @@
 #include <boost/shared_ptr.hpp>
 #include <cstdint>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,9 +32,6 @@ boost::shared_ptr<MessageFilters::Filter__> read_filter(const nlohmann::ordered_
 // The same for one test.
 MessageFilters::Test read_test(const nlohmann::ordered_json& json, const Reading& reading,
                                Mistakes& mistakes);
-
-// A number in a body; nothing for what is none of 32 bits.
-std::optional<std::int32_t> number_in(const nlohmann::ordered_json& json);
 
 // `text` as one step of a pointer (RFC 6901): "/a~1b" for "a/b".
 std::string pointer_step(const std::string& text);

@@ -28,8 +28,8 @@ std::vector<std::string> places_of(const RuleDeliveries& figures) {
   return places;
 }
 
-void add_row(const Value& id, const Value& name, const Value& enabled, const RuleDeliveries& figures,
-             ListingForm form, Listing& listing) {
+void add_row(const Value& id, const Value& name, const Value& enabled,
+             const RuleDeliveries& figures, ListingForm form, Listing& listing) {
   listing.add({id, name, enabled, figures.decided, time_of(figures, form), places_of(figures)});
 }
 
