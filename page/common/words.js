@@ -18,12 +18,22 @@ function wantedLanguage() {
   return wanted.find((name) => name in languages) ?? 'en';
 }
 
+/**
+ * Has the page speak these words.
+ * @param {string} name of their language
+ * @param {any} newWords
+ */
+export function useWords(name, newWords) {
+  language = name;
+  words = newWords;
+}
+
 /** Loads the words. Throws when the server does not give them. */
 export async function loadWords() {
-  language = wantedLanguage();
-  const response = await fetch(`words/${language}.json`);
-  if (!response.ok) throw new Error(`words/${language}.json: ${response.status}`);
-  words = await response.json();
+  const wanted = wantedLanguage();
+  const response = await fetch(`words/${wanted}.json`, { cache: 'no-cache' });
+  if (!response.ok) throw new Error(`words/${wanted}.json: ${response.status}`);
+  useWords(wanted, await response.json());
   document.documentElement.lang = language;
 }
 
@@ -37,6 +47,21 @@ export async function chooseLanguage(name) {
 }
 
 /**
+ * What the words have for a key, part of which may be a stranger's.
+ * @param {string} key
+ */
+const entry = (key) =>
+  key
+    .split('.')
+    .reduce((part, step) => (Object.hasOwn(Object(part), step) ? part[step] : undefined), words);
+
+/**
+ * Whether there is a text for the key.
+ * @param {string} key
+ */
+export const has = (key) => typeof entry(key) === 'string';
+
+/**
  * The words for a key such as "rules.title". Where they depend on a number, they are an object by
  * the language's plural forms ("one", "other"), and `values.count` is the number. A key without
  * words is a mistake of ours: it is shown itself.
@@ -45,7 +70,7 @@ export async function chooseLanguage(name) {
  * @returns {string}
  */
 function template(key, values) {
-  const found = key.split('.').reduce((part, step) => part?.[step], words);
+  const found = entry(key);
   if (typeof found === 'string') return found;
   const form = new Intl.PluralRules(language).select(Number(values.count));
   return found?.[form] ?? found?.other ?? key;
@@ -65,8 +90,10 @@ export function parts(key, values = {}) {
 }
 
 /** @param {any} value */
-const shown = (value) =>
-  typeof value === 'number' ? number(value) : value instanceof Node ? value : String(value ?? '');
+function shown(value) {
+  if (typeof value === 'number') return number(value);
+  return typeof value === 'object' && value !== null ? value : String(value ?? '');
+}
 
 /**
  * The same as a text.
@@ -88,3 +115,13 @@ export const time = (seconds) =>
   new Intl.DateTimeFormat(language, { dateStyle: 'medium', timeStyle: 'short' }).format(
     new Date(seconds * 1000),
   );
+
+/**
+ * A day that has no time; another text comes back as it is.
+ * @param {string} value such as "2026-05-01"
+ */
+export function day(value) {
+  const moment = new Date(`${value}T00:00:00Z`);
+  if (Number.isNaN(moment.getTime())) return value;
+  return new Intl.DateTimeFormat(language, { dateStyle: 'long', timeZone: 'UTC' }).format(moment);
+}
