@@ -1,0 +1,109 @@
+// Users go back to earlier rules, and take rules over from files.
+import assert from 'node:assert/strict';
+import { assertAccessible, assertFits, inEachLook, pageTest, signIn, users } from './browser.js';
+
+const script = (subject, folder) =>
+  `require ["fileinto"];\nif header :contains "subject" "${subject}" {\n  fileinto "${folder}";\n}\n`;
+const button = (page, name) => page.getByRole('button', { name, exact: true });
+
+async function open(page, view) {
+  await page.getByRole('link', { name: view, exact: true }).click();
+  await page.getByRole('heading', { name: view, exact: true }).waitFor();
+}
+
+async function lookAt(page, text, mode) {
+  await open(page, 'Advanced');
+  const file = { name: 'rules.sieve', mimeType: 'text/plain', buffer: Buffer.from(text) };
+  await page.getByLabel('File').setInputFiles(file);
+  await page.getByLabel(mode).check();
+  await button(page, 'Show what would be done').click();
+  await page.getByRole('heading', { name: 'What would be done' }).waitFor();
+}
+
+async function takeOver(page, text) {
+  await lookAt(page, text, 'are replaced by the new ones');
+  await button(page, 'Take these rules over').click();
+  await page.getByRole('status').filter({ hasText: 'were taken over' }).waitFor();
+}
+
+/** Waits until the list of rules is this one rule. */
+async function assertOnlyRule(page, text) {
+  await open(page, 'Rules');
+  await page.getByRole('list', { name: 'Rules' }).getByText(text).waitFor();
+  assert.equal(await page.getByRole('switch').count(), 1);
+}
+
+let looks = 0;
+
+inEachLook('history and files can be used by everyone', async (page) => {
+  looks += 1; // rules that are there already would not be taken over
+  await signIn(page, users.alice);
+  await takeOver(page, script(`look ${looks}`, 'One'));
+  await assertAccessible(page);
+  await assertFits(page);
+  await page.getByText('The script (Sieve)').click();
+  await page.getByText('fileinto "One"').waitFor();
+  await assertAccessible(page);
+  await assertFits(page);
+  await open(page, 'History');
+  await button(page, 'Show the rules of then').first().click();
+  await page.getByRole('heading', { name: 'The rules of then' }).waitFor();
+  await assertAccessible(page);
+  await assertFits(page);
+});
+
+pageTest('rules of a file are shown before they are taken over', async (page) => {
+  await signIn(page, users.alice);
+  await takeOver(page, script('old', 'Old'));
+  await lookAt(page, script('new', 'New'), 'are replaced by the new ones');
+  await page.getByRole('heading', { name: '1 rule is removed' }).waitFor();
+  await page.getByRole('heading', { name: '1 rule is added' }).waitFor();
+  await assertAccessible(page);
+  await assertOnlyRule(page, 'move it to Old');
+});
+
+pageTest('a change is undone, and made again', async (page) => {
+  await signIn(page, users.alice);
+  await takeOver(page, script('first', 'First'));
+  await takeOver(page, script('second', 'Second'));
+  await open(page, 'History');
+  await button(page, 'Undo the last change').click();
+  await page.getByRole('status').filter({ hasText: 'was undone' }).waitFor();
+  await assertOnlyRule(page, 'move it to First');
+  await open(page, 'History');
+  await button(page, 'Redo').click();
+  await page.getByRole('status').filter({ hasText: 'made again' }).waitFor();
+  await assertOnlyRule(page, 'move it to Second');
+});
+
+pageTest('earlier rules are restored in two steps', async (page) => {
+  await signIn(page, users.alice);
+  await takeOver(page, script('before', 'Before'));
+  await takeOver(page, script('after', 'After'));
+  await open(page, 'History');
+  await button(page, 'Show the rules of then').nth(1).click();
+  await button(page, 'Restore…').click();
+  await assertAccessible(page);
+  await button(page, 'Cancel').click();
+  await assertOnlyRule(page, 'move it to After');
+  await open(page, 'History');
+  await button(page, 'Show the rules of then').nth(1).click();
+  await button(page, 'Restore…').click();
+  await button(page, 'Restore these rules').click();
+  await page.getByRole('status').filter({ hasText: 'in use again' }).waitFor();
+  await assertOnlyRule(page, 'move it to Before');
+});
+
+pageTest('an export is a file that can be imported', async (page) => {
+  await signIn(page, users.alice);
+  await takeOver(page, script('kept', 'Kept'));
+  const [download] = await Promise.all([
+    page.waitForEvent('download'),
+    button(page, 'Download JSON').click(),
+  ]);
+  assert.equal(download.suggestedFilename(), 'filters.json');
+  await page.getByLabel('File').setInputFiles(await download.path());
+  await page.getByLabel('are replaced by the new ones').check();
+  await button(page, 'Show what would be done').click();
+  await page.getByRole('heading', { name: '1 rule stays as it is' }).waitFor();
+});
