@@ -111,7 +111,7 @@ class ConnectionTest : public ::testing::Test {
   int end_of_turned_away() {
     EXPECT_EQ(0, end_of_child([this] {
                    const StopSignal stop;
-                   const auto new_notes = [](Output output) {
+                   const auto new_notes = [](Output output, const OthersWait&) {
                      return std::make_unique<Notes>(-1, std::move(output));
                    };
                    turn_away(sockets_[1], new_notes, stop, {});
