@@ -52,6 +52,15 @@ inEachLook('history and files can be used by everyone', async (page) => {
   await assertFits(page);
 });
 
+pageTest('changes are told in the words of the page', async (page) => {
+  await signIn(page, users.alice);
+  await takeOver(page, script('told', 'Told'));
+  await open(page, 'History');
+  await page.getByText('now looks whether the subject contains “told”').waitFor();
+  await page.getByRole('combobox', { name: 'Language' }).selectOption('Deutsch');
+  await page.getByText('prüft jetzt, ob der Betreff „told“ enthält').waitFor();
+});
+
 pageTest('rules of a file are shown before they are taken over', async (page) => {
   await signIn(page, users.alice);
   await takeOver(page, script('old', 'Old'));
