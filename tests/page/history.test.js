@@ -116,3 +116,14 @@ pageTest('an export is a file that can be imported', async (page) => {
   await button(page, 'Show what would be done').click();
   await page.getByRole('heading', { name: '1 rule stays as it is' }).waitFor();
 });
+
+pageTest('a file without a known format asks for it', async (page) => {
+  await signIn(page, users.alice);
+  await open(page, 'Advanced');
+  const file = { name: 'notes', mimeType: 'text/plain', buffer: Buffer.from('To do\n') };
+  await page.getByLabel('File').setInputFiles(file);
+  await button(page, 'Show what would be done').click();
+  await page.getByRole('alert').filter({ hasText: 'Choose the format below.' }).waitFor();
+  const focused = await page.evaluate(() => document.activeElement.tagName);
+  assert.equal(focused, 'SELECT');
+});
