@@ -102,7 +102,7 @@ void be_broker(const Options& options, int introductions) {
   const WebServer::ChildMaker children(jobs, options.work.time);
   SigningIn::SignInSettings settings;
   settings.look_up = [&](const std::string& user) { return look_up(options, user); };
-  SigningAdmission admission(settings);
+  SigningAdmission admission(settings, options.trusts_proxy_user);
   WebServer::Broker(introductions, admission, children, options.work).run();
 }
 

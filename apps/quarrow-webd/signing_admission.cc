@@ -53,6 +53,7 @@ std::optional<Visitor> SigningAdmission::visitor(const std::string& session) {
 
 // There is no session to bind the token to; the proxy knows when it ends.
 std::optional<Visitor> SigningAdmission::visitor_of_proxy(const std::string& name) {
+  if (!trusts_proxy_user_) return std::nullopt;
   const auto lookup = look_up_(Delivery::user_spelling(name, Delivery::AddressCase::folded));
   if (lookup.result != Delivery::RecipientLookup::Result::found) return std::nullopt;
   return Visitor{lookup.user, proxy_key_.hash(lookup.user)};

@@ -13,8 +13,9 @@ namespace Quarrow::Webd {
 
 class SigningAdmission : public WebServer::Admission {
  public:
-  explicit SigningAdmission(const SigningIn::SignInSettings& settings)
-      : look_up_(settings.look_up), sign_in_(settings) {}
+  // Unless it `trusts_proxy_user`, no name comes in without a session, whatever a worker says.
+  SigningAdmission(const SigningIn::SignInSettings& settings, bool trusts_proxy_user)
+      : look_up_(settings.look_up), trusts_proxy_user_(trusts_proxy_user), sign_in_(settings) {}
 
   std::optional<WebServer::Visitor> visitor(const std::string& session) override;
   std::optional<WebServer::Visitor> visitor_of_proxy(const std::string& name) override;
@@ -30,6 +31,7 @@ class SigningAdmission : public WebServer::Admission {
   WebServer::Entrance entrance(const SigningIn::SignInOutcome& outcome);
 
   const SigningIn::UserLookup look_up_;
+  const bool trusts_proxy_user_;
   const SigningIn::SecretKey proxy_key_;  // for tokens of those who have no session here
   SigningIn::SignIn sign_in_;
 };

@@ -1,7 +1,7 @@
 // Taking rules over from a file: first what it would do, then the taking over.
 
 import { attempt } from '../changes/changing.js';
-import { ask } from '../common/api.js';
+import { ask, Problem } from '../common/api.js';
 import { el, newId, refill } from '../common/dom.js';
 import { announce } from '../common/notices.js';
 import { problemText } from '../common/problem_words.js';
@@ -118,7 +118,9 @@ export function importForm() {
       const answer = await ask('POST', `/import?${query}&dry_run=true`, { body });
       showReport(answer.report, query, text);
     } catch (problem) {
-      refuse(problemText(problem), file);
+      const isFormat = problem instanceof Problem && problem.errors[0]?.parameter === 'from';
+      if (isFormat) refuse(t('advanced.no_format'), format);
+      else refuse(problemText(problem), file);
     }
   };
 

@@ -11,6 +11,9 @@ let words = {};
 /** @type {string} such as "en" */
 export let language = 'en';
 
+/** The browser's variant of the language, such as "en-GB", for days and numbers. */
+let variant = 'en';
+
 /** The language that was chosen on this device, or else the first of the browser's that there is. */
 function wantedLanguage() {
   const chosen = localStorage.getItem(chosenKey);
@@ -25,6 +28,8 @@ function wantedLanguage() {
  */
 export function useWords(name, newWords) {
   language = name;
+  const wanted = globalThis.navigator?.languages ?? [];
+  variant = wanted.find((each) => each.split('-')[0] === name) ?? name;
   words = newWords;
 }
 
@@ -104,15 +109,15 @@ function shown(value) {
 export const t = (key, values = {}) => parts(key, values).join('');
 
 /** @param {number} value */
-export const number = (value) => new Intl.NumberFormat(language).format(value);
+export const number = (value) => new Intl.NumberFormat(variant).format(value);
 
 /** @param {number} seconds since 1970 */
 export const date = (seconds) =>
-  new Intl.DateTimeFormat(language, { dateStyle: 'medium' }).format(new Date(seconds * 1000));
+  new Intl.DateTimeFormat(variant, { dateStyle: 'medium' }).format(new Date(seconds * 1000));
 
 /** @param {number} seconds since 1970 */
 export const time = (seconds) =>
-  new Intl.DateTimeFormat(language, { dateStyle: 'medium', timeStyle: 'short' }).format(
+  new Intl.DateTimeFormat(variant, { dateStyle: 'medium', timeStyle: 'short' }).format(
     new Date(seconds * 1000),
   );
 
@@ -123,5 +128,5 @@ export const time = (seconds) =>
 export function day(value) {
   const moment = new Date(`${value}T00:00:00Z`);
   if (Number.isNaN(moment.getTime())) return value;
-  return new Intl.DateTimeFormat(language, { dateStyle: 'long', timeZone: 'UTC' }).format(moment);
+  return new Intl.DateTimeFormat(variant, { dateStyle: 'long', timeZone: 'UTC' }).format(moment);
 }

@@ -1,7 +1,7 @@
 // The states that the rules had, and ways back to them.
 
 import { attempt } from '../changes/changing.js';
-import { ask } from '../common/api.js';
+import { ask, Problem } from '../common/api.js';
 import { el, newId, refill } from '../common/dom.js';
 import { announce, complain } from '../common/notices.js';
 import { currentPlace, openHere } from '../common/place.js';
@@ -77,13 +77,20 @@ const ruleList = (filters) =>
  */
 function stateItem(state, before, isPresent, isOpen) {
   const contentId = newId();
-  const words = el('div', {}, sentenceList(state.changes, 'en'));
+  const isFirst = before === undefined && state.changes.length === 0;
+  const words = el('div', {}, !isFirst && sentenceList(state.changes, 'en'));
   const content = el('div', { id: contentId, class: 'state-content', hidden: true });
   const toggle = el('button', { type: 'button', 'aria-controls': contentId });
   const show = (/** @type {boolean} */ opened) => {
     content.hidden = !opened;
     toggle.setAttribute('aria-expanded', String(opened));
     toggle.textContent = t(opened ? 'history.hide' : 'history.show');
+  };
+
+  const tell = async () => {
+    if (!before) return;
+    const [old, filters] = [await filtersOf(before.revision), await filtersOf(state.revision)];
+    refill(words, sentenceList(differences(old, filters), language));
   };
 
   const open = async () => {
@@ -93,8 +100,7 @@ function stateItem(state, before, isPresent, isOpen) {
       const filters = await filtersOf(state.revision);
       refill(content, el('h3', {}, t('history.rules_then')), ruleList(filters));
       if (!isPresent) content.append(restoring(state, filters));
-      const old = before ? await filtersOf(before.revision) : null;
-      if (old) refill(words, sentenceList(differences(old, filters), language));
+      await tell();
     } catch (problem) {
       show(false);
       complain(problemText(problem), { label: t('app.try_again'), action: open });
@@ -109,19 +115,33 @@ function stateItem(state, before, isPresent, isOpen) {
   if (isOpen) open();
 
   const when = state.time === null ? t('history.unknown_time') : time(state.time);
-  return el(
+  const how = isFirst && state.how === 'found' ? 'history.first' : `history.how.${state.how}`;
+  const element = el(
     'li',
     { class: 'state' },
     el('h2', {}, when, isPresent && [' ', el('span', { class: 'mark' }, t('history.present'))]),
-    el(
-      'p',
-      { class: 'facts' },
-      [t(`history.how.${state.how}`), state.who].filter((text) => text !== '').join(' · '),
-    ),
+    el('p', { class: 'facts' }, [t(how), state.who].filter((text) => text !== '').join(' · ')),
     words,
     el('p', {}, toggle),
     content,
   );
+  return { element, tell };
+}
+
+/**
+ * Says in the user's language what the server says in English, one state after the other.
+ * @param {ReturnType<typeof stateItem>[]} items
+ */
+async function tellAll(items) {
+  for (const { element, tell } of items) {
+    if (!element.isConnected) return;
+    try {
+      await tell();
+    } catch (problem) {
+      if (!(problem instanceof Problem)) throw problem;
+      return; // the server's words stay
+    }
+  }
 }
 
 /**
@@ -207,9 +227,12 @@ export function showHistory(container) {
       const states = answer.states;
       const opened = states.findIndex(({ revision }) => revision === currentPlace().item);
       const hadFocus = list.contains(document.activeElement);
+      const items = states.map((state, at) =>
+        stateItem(state, states[at + 1], at === 0, at === opened),
+      );
       refill(
         list,
-        states.map((state, at) => stateItem(state, states[at + 1], at === 0, at === opened)),
+        items.map(({ element }) => element),
       );
       refill(
         remarks,
@@ -217,6 +240,7 @@ export function showHistory(container) {
       );
       status.textContent = states.length === 0 ? t('history.empty') : '';
       if (hadFocus) list.querySelector('button')?.focus();
+      await tellAll(items);
     } catch (problem) {
       shownRevision = '';
       status.textContent = '';

@@ -56,12 +56,14 @@ export function warningList(filter) {
   const warnings = filter.warnings ?? [];
   if (warnings.length === 0) return null;
   const items = warnings.map((warning) =>
-    el(
-      'li',
-      {},
-      el('strong', { class: 'unseen' }, t('rules.warning.mark')),
-      warningElement(filter, warning),
-    ),
+    warning.kind === 'missing_folder'
+      ? el('li', { class: 'remark' }, warningElement(filter, warning))
+      : el(
+          'li',
+          {},
+          el('strong', { class: 'unseen' }, t('rules.warning.mark')),
+          warningElement(filter, warning),
+        ),
   );
   return el('ul', { class: 'warnings' }, items);
 }

@@ -52,6 +52,15 @@ inEachLook('history and files can be used by everyone', async (page) => {
   await assertFits(page);
 });
 
+pageTest('changes are told in the words of the page', async (page) => {
+  await signIn(page, users.alice);
+  await takeOver(page, script('told', 'Told'));
+  await open(page, 'History');
+  await page.getByText('now looks whether the subject contains “told”').waitFor();
+  await page.getByRole('combobox', { name: 'Language' }).selectOption('Deutsch');
+  await page.getByText('prüft jetzt, ob der Betreff „told“ enthält').waitFor();
+});
+
 pageTest('rules of a file are shown before they are taken over', async (page) => {
   await signIn(page, users.alice);
   await takeOver(page, script('old', 'Old'));
@@ -106,4 +115,15 @@ pageTest('an export is a file that can be imported', async (page) => {
   await page.getByLabel('are replaced by the new ones').check();
   await button(page, 'Show what would be done').click();
   await page.getByRole('heading', { name: '1 rule stays as it is' }).waitFor();
+});
+
+pageTest('a file without a known format asks for it', async (page) => {
+  await signIn(page, users.alice);
+  await open(page, 'Advanced');
+  const file = { name: 'notes', mimeType: 'text/plain', buffer: Buffer.from('To do\n') };
+  await page.getByLabel('File').setInputFiles(file);
+  await button(page, 'Show what would be done').click();
+  await page.getByRole('alert').filter({ hasText: 'Choose the format below.' }).waitFor();
+  const focused = await page.evaluate(() => document.activeElement.tagName);
+  assert.equal(focused, 'SELECT');
 });

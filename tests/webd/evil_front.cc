@@ -64,6 +64,7 @@ std::string babble() {
 Call call_with(Call::Kind kind, const std::string& user) {
   Call call;
   call.kind = kind;
+  call.proxy_user = user;
   call.user = user;
   call.session = user;
   call.token = user;

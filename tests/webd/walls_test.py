@@ -106,7 +106,8 @@ class ServerTest(DaemonTestCase):
 
 class EvilWorkerTest(DaemonTestCase):
     def start_evil(self):
-        return self.start(EVIL_PROGRAM, "--trust-proxy-user")
+        # with --trust-proxy-user workers say who asks, and are believed
+        return self.start(EVIL_PROGRAM, "--imap", "imap://127.0.0.1:1")
 
     def attempt(self, daemon, deed, about=""):
         status, body, _ = daemon.ask("POST", "/" + deed, body=str(about))

@@ -54,6 +54,20 @@ describe('day', () => {
     assert.equal(day('2026-01-01'), 'January 1, 2026');
   });
 
+  it('is written as where the browser comes from', (context) => {
+    const languages = { value: ['fr-CH', 'en-GB', 'en-US'], configurable: true };
+    const browser = { value: Object.create({}, { languages }), configurable: true };
+    const before = Object.getOwnPropertyDescriptor(globalThis, 'navigator');
+    Object.defineProperty(globalThis, 'navigator', browser);
+    context.after(() =>
+      before
+        ? Object.defineProperty(globalThis, 'navigator', before)
+        : Reflect.deleteProperty(globalThis, 'navigator'),
+    );
+    useWords('en', {});
+    assert.equal(day('2026-01-31'), '31 January 2026');
+  });
+
   it('leaves a text that is no day', () => assert.equal(day('2026-13-01'), '2026-13-01'));
 });
 
