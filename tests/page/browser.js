@@ -144,7 +144,8 @@ export function pageTest(name, body, { look = looks.light, planned } = {}) {
       await body(await open(), open);
       assert.deepEqual(faults, []);
     } catch (error) {
-      for (const [at, page] of pages.entries()) await keepPicture(page, at ? `${name}-${at}` : name);
+      for (const [at, page] of pages.entries())
+        await keepPicture(page, at ? `${name}-${at}` : name);
       throw error;
     } finally {
       for (const page of pages) await page.context().close();

@@ -1,6 +1,14 @@
 // Users make rules and change them, and nothing that they typed is lost.
 import assert from 'node:assert/strict';
-import { assertAccessible, assertFits, failedRequest, inEachLook, pageTest, signIn, users } from './browser.js';
+import {
+  assertAccessible,
+  assertFits,
+  failedRequest,
+  inEachLook,
+  pageTest,
+  signIn,
+  users,
+} from './browser.js';
 import {
   action,
   assertTyped,
@@ -19,9 +27,7 @@ import {
   typeRule,
   value,
 } from './editor_page.js';
-import { beginWith, button, replaceRules, ruleOf } from './rules_page.js';
-
-const isFocused = (locator) => locator.evaluate((element) => element === document.activeElement);
+import { assertFocused, beginWith, button, ruleOf } from './rules_page.js';
 
 /** Waits until the field has the focus and says the mistake. */
 async function assertMistake(locator, text) {
@@ -39,14 +45,14 @@ async function assertMistake(locator, text) {
 pageTest('a rule is made from nothing, and names itself', async (page) => {
   await beginWith(page, []);
   await button(page, 'New rule').click();
-  assert.ok(await isFocused(field(condition(page, 1))));
+  await assertFocused(field(condition(page, 1)));
   await fillCondition(page, 1, ['Subject', 'contains', 'quarterly']);
   await folder(action(page, 1)).selectOption('Archive');
   assert.equal(await nameOfRule(page).inputValue(), 'Subject contains quarterly → Archive');
   await save(page);
   await sentenceInList(page, 'When the subject contains quarterly, move it to Archive.').waitFor();
   await page.getByRole('status').filter({ hasText: 'is saved.' }).waitFor();
-  assert.ok(await isFocused(button(page, 'Edit: Subject contains quarterly → Archive')));
+  await assertFocused(button(page, 'Edit: Subject contains quarterly → Archive'));
 });
 
 pageTest('a rule may move to a folder that is not there yet', async (page) => {
@@ -57,7 +63,10 @@ pageTest('a rule may move to a folder that is not there yet', async (page) => {
   await page.getByText('The folder Archive is there already.').waitFor();
   await newFolder(action(page, 1)).fill('Work/Reports');
   await save(page);
-  await sentenceInList(page, 'When the subject contains quarterly, move it to Work/Reports.').waitFor();
+  await sentenceInList(
+    page,
+    'When the subject contains quarterly, move it to Work/Reports.',
+  ).waitFor();
 });
 
 pageTest('a name that is typed stays, and an empty one makes itself again', async (page) => {
@@ -133,7 +142,11 @@ async function typeKind(page, number, { typed, header, matchCase }) {
 async function assertShown(page, number, { typed, header, matchCase = false }) {
   const part = condition(page, number);
   const chosen = (select) => select.evaluate((element) => element.selectedOptions[0].label);
-  const shown = [await chosen(field(part)), await chosen(comparator(part)), await value(part).inputValue()];
+  const shown = [
+    await chosen(field(part)),
+    await chosen(comparator(part)),
+    await value(part).inputValue(),
+  ];
   assert.deepEqual(shown, header ? [header, ...typed.slice(1)] : typed);
   assert.equal(await part.locator('[type=checkbox]').isChecked(), matchCase);
 }
@@ -193,7 +206,10 @@ inEachLook('mistakes are told at their fields, and mended there', async (page) =
   await assertMistake(newFolder(action(page, 1)), /can't have a dot/);
   await newFolder(action(page, 1)).fill('Release 1-2');
   await save(page);
-  await sentenceInList(page, 'When the message is from bob@example.org, move it to Release 1-2.').waitFor();
+  await sentenceInList(
+    page,
+    'When the message is from bob@example.org, move it to Release 1-2.',
+  ).waitFor();
 });
 
 pageTest('a new rule is put where the user wants it, and stays there', async (page) => {
@@ -264,7 +280,9 @@ pageTest(
     await beginWith(page, []);
     await typeRule(page, 'patient', 'Archived');
     await page.context().setOffline(true);
-    await assertSavedInTheEnd(page, /check your connection/, () => page.context().setOffline(false));
+    await assertSavedInTheEnd(page, /check your connection/, () =>
+      page.context().setOffline(false),
+    );
   },
   { planned: failedRequest },
 );

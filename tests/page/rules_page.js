@@ -46,6 +46,9 @@ export const rule = (page, name) =>
 export const button = (page, name) => page.getByRole('button', { name, exact: true });
 export const onOff = (page, name) => page.getByRole('switch', { name: `On: ${name}`, exact: true });
 
+/** Waits until an element has the focus. */
+export const assertFocused = (locator) => locator.and(locator.page().locator(':focus')).waitFor();
+
 /** Signs alice in, who has these rules and no others. */
 export async function beginWith(page, rules) {
   await signIn(page, users.alice);
