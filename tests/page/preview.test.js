@@ -1,21 +1,10 @@
 // While users type a rule, they see what it would catch of their mail.
 import assert from 'node:assert/strict';
-import { readdirSync, readFileSync } from 'node:fs';
 import { assertAccessible, assertFits, failedRequest, inEachLook, pageTest } from './browser.js';
 import { comeBack, condition, fillCondition, typeRule, value } from './editor_page.js';
+import { counted, mail } from './example_mail.js';
 import { beginWith, button, replaceRules, ruleOf } from './rules_page.js';
 
-// The mail in the inbox, each message with the header lines that a rule may look at.
-const folder = new URL('../../examples/mail/', import.meta.url);
-const mail = readdirSync(folder)
-  .filter((name) => name.endsWith('.eml'))
-  .map((name) => readFileSync(new URL(name, folder)))
-  .map((bytes) => {
-    const [head] = bytes.toString('latin1').split(/\r?\n\r?\n/);
-    return { size: bytes.length, lines: head.replace(/\r?\n[ \t]/g, ' ').split(/\r?\n/) };
-  });
-
-const counted = (isCaught) => mail.filter(isCaught).length;
 const has = (pattern) => (message) => message.lines.some((line) => pattern.test(line));
 const about = (word) => has(new RegExp(`^subject:.*${word}`, 'i'));
 
