@@ -317,3 +317,28 @@ pageTest(
   },
   { planned: failedRequest },
 );
+
+pageTest(
+  'a rule that was saved without an answer is not saved once more',
+  async (page) => {
+    await beginWith(page, []);
+    await typeRule(page, 'once', 'Archived');
+    const loseAnswer = async (route) => {
+      await route.fetch();
+      await route.fulfill({ status: 502 });
+    };
+    await page.route('**/api/v1/rules', (route) =>
+      route.request().method() === 'POST' ? loseAnswer(route) : route.continue(),
+    );
+    await save(page);
+    await page.getByRole('alert').filter({ hasText: 'could not be reached' }).waitFor();
+    await page.unroute('**/api/v1/rules');
+    await page.reload();
+    await assertTyped(page, 'once', 'Archived');
+    await button(page, 'Edit: Subject contains once → Archived').waitFor();
+    await save(page);
+    await assertFocused(button(page, 'Edit: Subject contains once → Archived'));
+    assert.equal((await storedFilters(page)).length, 1);
+  },
+  { planned: failedRequest },
+);
