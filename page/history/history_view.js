@@ -1,7 +1,7 @@
 // The states that the rules had, and ways back to them.
 
 import { attempt } from '../changes/changing.js';
-import { ask } from '../common/api.js';
+import { ask, Problem } from '../common/api.js';
 import { el, newId, refill } from '../common/dom.js';
 import { announce, complain } from '../common/notices.js';
 import { currentPlace, openHere } from '../common/place.js';
@@ -69,6 +69,37 @@ const ruleList = (filters) =>
       );
 
 /**
+ * Says a state's change in the user's language as soon as it is seen; in the server's words where
+ * that is impossible.
+ * @param {HTMLElement} place
+ * @param {State} state
+ * @param {State | undefined} before the state before it
+ */
+function sayWhenSeen(place, state, before) {
+  const say = async () => {
+    try {
+      const [old, filters] = await Promise.all([
+        before ? filtersOf(before.revision) : null,
+        filtersOf(state.revision),
+      ]);
+      if (old) return refill(place, sentenceList(differences(old, filters), language));
+    } catch (problem) {
+      if (!(problem instanceof Problem)) throw problem;
+    }
+    refill(place, sentenceList(state.changes, 'en'));
+  };
+  const eye = new IntersectionObserver(
+    (entries) => {
+      if (!entries.some(({ isIntersecting }) => isIntersecting)) return;
+      eye.disconnect();
+      say();
+    },
+    { rootMargin: '100%' },
+  );
+  eye.observe(place);
+}
+
+/**
  * One state: its change, and, when it is opened, its rules and the way back to them.
  * @param {State} state
  * @param {State | undefined} before the state before it
@@ -77,7 +108,8 @@ const ruleList = (filters) =>
  */
 function stateItem(state, before, isPresent, isOpen) {
   const contentId = newId();
-  const words = el('div', {}, sentenceList(state.changes, 'en'));
+  const words = el('div', { class: 'change' });
+  sayWhenSeen(words, state, before);
   const content = el('div', { id: contentId, class: 'state-content', hidden: true });
   const toggle = el('button', { type: 'button', 'aria-controls': contentId });
   const show = (/** @type {boolean} */ opened) => {
@@ -93,8 +125,6 @@ function stateItem(state, before, isPresent, isOpen) {
       const filters = await filtersOf(state.revision);
       refill(content, el('h3', {}, t('history.rules_then')), ruleList(filters));
       if (!isPresent) content.append(restoring(state, filters));
-      const old = before ? await filtersOf(before.revision) : null;
-      if (old) refill(words, sentenceList(differences(old, filters), language));
     } catch (problem) {
       show(false);
       complain(problemText(problem), { label: t('app.try_again'), action: open });

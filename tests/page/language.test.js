@@ -58,6 +58,8 @@ for (const name of ['narrow', 'dark']) {
       await open(page, 'Verlauf');
       const present = /^\d\d\.\d\d\.\d{4}, \d\d:\d\d derzeit gültig$/;
       await page.getByRole('heading', { name: present }).waitFor();
+      const change = page.getByRole('main').getByRole('listitem').first();
+      await change.getByText('„Quartalsberichte“ wurde an Stelle 1 hinzugefügt').waitFor();
       await assertShownWell(page);
       await open(page, 'Nachrichten');
       await page.getByText(`${mail.length} Nachrichten`).waitFor();
