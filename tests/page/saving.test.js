@@ -204,6 +204,22 @@ for (const [words, rules] of Object.entries({
     await assertRules(page, rules);
   });
 
+for (const [words, names] of Object.entries({
+  'Make my change as well': ['Baking'],
+  'Leave my change': ['Numbers', 'Baking'],
+}))
+  pageTest(`a rule is removed beside another one that was changed: ${words}`, async (page) => {
+    await beginWith(page, twoRules);
+    quarrow('filter', 'rename', alice, 'Cooking', 'Baking');
+    await rule(page, 'Numbers').locator('summary').click();
+    await button(page, 'Remove: Numbers').click();
+    await dialog(page).getByText('Your change: Remove “Numbers”').waitFor();
+    await answer(page, words);
+    await rule(page, 'Baking').waitFor();
+    await rule(page, 'Numbers').waitFor({ state: names.length === 1 ? 'detached' : 'visible' });
+    assert.deepEqual(await storedNames(page), names);
+  });
+
 pageTest('the rules change once more while the user thinks about it', async (page) => {
   await meetAnotherValue(page);
   quarrow('filter', 'rename', alice, 'Cooking', 'Baking');
