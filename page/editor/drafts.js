@@ -11,6 +11,7 @@ import { store } from '../common/store.js';
  * @property {string} before the number of the filter that a new one is tried before; '' for last
  * @property {Filter | null} began the saved filter that it began from
  * @property {string} revision of the rules that it began from
+ * @property {boolean} mayBeSaved whether it was sent, and no answer came
  * @property {number} time in seconds since 1970
  */
 

@@ -38,6 +38,23 @@ export const looks = {
   narrow: { colorScheme: 'light', viewport: { width: 320, height: 640 } },
 };
 
+/** Kills the web server; nothing serves the page's requests until it is started again. */
+export const killServer = () => control('kill');
+
+/** Starts the web server that was killed. */
+export const startServer = () => control('start');
+
+async function control(order) {
+  const answer = await fetch(`${process.env.PAGE_CONTROL}/${order}`, { method: 'POST' });
+  assert.ok(answer.ok, `${order}: ${answer.status}`);
+}
+
+/** Calls the `quarrow` command with arguments, as the mail server's administrator. */
+export function quarrow(...words) {
+  const [program, ...options] = JSON.parse(process.env.PAGE_COMMAND);
+  return execFileSync(program, [...options, ...words], { encoding: 'utf8' });
+}
+
 let browser;
 after(() => browser?.close());
 
@@ -71,12 +88,14 @@ function isRefusedRequest(message) {
   );
 }
 
-// The list of what goes wrong in the page from now on.
-function faultsOf(page) {
-  const faults = [];
+/** The console's error for a request that had no answer, or a server's failure for one. */
+export const failedRequest = /^Failed to load resource: (net::ERR_|.* status of 5\d\d )/;
+
+// Adds what goes wrong in the page from now on to the list.
+function noteFaults(page, faults, planned) {
   page.on('console', (message) => {
-    if (message.type() === 'error' && !isRefusedRequest(message))
-      faults.push(`console: ${message.text()}`);
+    if (message.type() !== 'error' || isRefusedRequest(message)) return;
+    if (!planned?.test(message.text())) faults.push(`console: ${message.text()}`);
   });
   page.on('pageerror', (error) => faults.push(`error: ${error.stack}`));
   page.on('request', (request) => {
@@ -84,7 +103,6 @@ function faultsOf(page) {
     if (url.origin !== address && !['data:', 'blob:'].includes(url.protocol))
       faults.push(`request to another origin: ${url}`);
   });
-  return faults;
 }
 
 async function keepPicture(page, name) {
@@ -93,31 +111,44 @@ async function keepPicture(page, name) {
   await page.screenshot({ path: join(process.env.PAGE_FAILURES, file), fullPage: true });
 }
 
+// Opens a blank page in a browser of its own, which knows nothing of the other ones.
+async function openBrowser(look) {
+  browser ??= await startBrowser();
+  const context = await browser.newContext({
+    locale: 'en-GB',
+    ...look,
+    baseURL: address,
+    ignoreHTTPSErrors: true,
+  });
+  context.setDefaultTimeout(patience);
+  return context.newPage();
+}
+
 /**
- * A test of the page: `body` gets a blank one, whose address is the server's. The test fails when
- * `body` throws, and when the page writes an error to the console, throws one, or asks another
- * server for anything. A picture of a page that failed is kept.
+ * A test of the page: `body` gets a blank one, whose address is the server's, and a function that
+ * opens one in another browser. The test fails when `body` throws, and when a page writes an error
+ * to the console that is not `planned`, throws one, or asks another server for anything. A picture
+ * of a page that failed is kept.
  */
-export function pageTest(name, body, { look = looks.light } = {}) {
+export function pageTest(name, body, { look = looks.light, planned } = {}) {
   test(name, async () => {
-    browser ??= await startBrowser();
-    const context = await browser.newContext({
-      ...look,
-      baseURL: address,
-      ignoreHTTPSErrors: true,
-      locale: 'en-GB',
-    });
-    context.setDefaultTimeout(patience);
-    const page = await context.newPage();
-    const faults = faultsOf(page);
+    const faults = [];
+    const pages = [];
+    const open = async () => {
+      const page = await openBrowser(look);
+      noteFaults(page, faults, planned);
+      pages.push(page);
+      return page;
+    };
     try {
-      await body(page);
+      await body(await open(), open);
       assert.deepEqual(faults, []);
     } catch (error) {
-      await keepPicture(page, name);
+      for (const [at, page] of pages.entries())
+        await keepPicture(page, at ? `${name}-${at}` : name);
       throw error;
     } finally {
-      await context.close();
+      for (const page of pages) await page.context().close();
     }
   });
 }

@@ -45,11 +45,13 @@ def fill_inbox(maildir, messages):
 
 def fill_inboxes(daemon):
     fill_inbox(daemon.home(ALICE) / "Maildir", example_mail())
+    fill_inbox(daemon.home(ALICE) / "Maildir" / ".Archive", [])
     fill_inbox(daemon.home(BOB) / "Maildir", real_mail())
 
 
 class Setting:
-    """What runs, and where: `address` of the page, `users` with their passwords."""
+    """What runs, and where: `address` of the page, `users` with their passwords, and `command`,
+    which begins each call of the `quarrow` command."""
 
     def __init__(self, stack, quarrow):
         """What it starts is stopped, and what it makes removed, when `stack` is closed."""
@@ -67,8 +69,9 @@ class Setting:
             options += ["--socket-group", nginx.GROUP]
         self.daemon = Daemon(PROGRAM, *options, prepare=fill_inboxes)
         stack.callback(self.daemon.close)
-        subprocess.run([quarrow, "--root", self.daemon.folder / "root", "init", "--catalogue",
-                        catalogue], stdout=subprocess.DEVNULL, check=True)
+        self.command = [quarrow, "--root", str(self.daemon.folder / "root")]
+        subprocess.run([*self.command, "init", "--catalogue", catalogue],
+                       stdout=subprocess.DEVNULL, check=True)
         (place / "nginx").mkdir()
         self.proxy = nginx.Nginx(place / "nginx", self.daemon.socket)
         self.proxy.start()
