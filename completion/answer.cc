@@ -46,4 +46,17 @@ void answer(CLI::App& app, const std::vector<std::string>& request, const Values
   write(offer, shell == "bash", request.back(), read_typed(request.back()), out);
 }
 
+void answer_for_options(CLI::App& app, const std::vector<std::string>& request, std::ostream& out) {
+  const std::string help = app.get_config_ptr()->get_description();
+  (void)app.set_config();  // the file is not for reading now
+  std::string file;
+  app.add_option("--config", file, help)->type_name("FILE");
+  const auto paths = [](const Cursor& cursor) -> Offer {
+    const std::string type = cursor.option->get_type_name();
+    if (type == "DIR") return {{}, Paths::folders};
+    return {{}, type == "FILE" || type == "SOCKET" ? Paths::files : Paths::none};
+  };
+  answer(app, request, paths, out);
+}
+
 }  // namespace Quarrow::Completion

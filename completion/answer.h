@@ -25,6 +25,10 @@ bool is_request(const std::vector<std::string>& arguments);
 void answer(CLI::App& app, const std::vector<std::string>& request, const Values& values,
             std::ostream& out);
 
+// The same for a program whose options alone tell what they take: a type "DIR" is a folder, "FILE"
+// and "SOCKET" are files. Its option --config names the file with more options, which is not read.
+void answer_for_options(CLI::App& app, const std::vector<std::string>& request, std::ostream& out);
+
 }  // namespace Quarrow::Completion
 
 #endif  // QUARROW_COMPLETION_ANSWER_H_

@@ -5,15 +5,11 @@
 
 #include <set>
 
+#include "signing_in/sign_in_test_support.h"
+
 namespace Quarrow::SigningIn {
 namespace {
 
-using std::chrono::hours;
-using std::chrono::minutes;
-using std::chrono::seconds;
-
-const Moment start = Moment(hours(1000));
-const std::string alice = "alice@example.org";
 const std::string bob = "bob@example.org";
 
 TEST(SessionStore, FindsASessionByItsIdentifier) {

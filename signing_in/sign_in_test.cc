@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "signing_in/check_process.h"
+#include "signing_in/sign_in_test_support.h"
 
 namespace Quarrow::SigningIn {
 namespace {
@@ -12,13 +13,6 @@ using Delivery::AddressCase;
 using Delivery::RecipientLookup;
 using Kind = SignInOutcome::Kind;
 using Result = PasswordVerdict::Result;
-using std::chrono::hours;
-using std::chrono::minutes;
-using std::chrono::seconds;
-
-const Moment start = Moment(hours(1000));
-const std::string alice = "alice@example.org";
-const std::string home = "192.0.2.1";
 
 // alice has a folder, and the folder of "broken" can't be looked at.
 RecipientLookup look_up(const std::string& user) {

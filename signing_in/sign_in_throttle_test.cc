@@ -3,16 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include "signing_in/sign_in_test_support.h"
+
 namespace Quarrow::SigningIn {
 namespace {
 
-using std::chrono::hours;
-using std::chrono::minutes;
-using std::chrono::seconds;
-
-const Moment start = Moment(hours(1000));
-const std::string alice = "alice@example.org";
-const std::string home = "192.0.2.1";
 const std::string cafe = "198.51.100.1";
 
 std::string address(int number) {

@@ -121,16 +121,7 @@ int run_lmtpd(int argc, char** argv) {
     return std::cout.flush() ? EX_OK : EX_IOERR;
   }
   Parsed parsed = parse_options(argc, argv);
-  switch (parsed.outcome) {
-    case Parsed::Outcome::help:
-      std::cout << parsed.text << std::flush;
-      return std::cout ? EX_OK : EX_IOERR;
-    case Parsed::Outcome::wrong:
-      std::cerr << program << ": " << parsed.text << "; see " << program << " --help\n";
-      return EX_USAGE;
-    case Parsed::Outcome::run:
-      break;
-  }
+  if (parsed.outcome != Parsed::Outcome::run) return Server::tell(parsed, program);
   return LmtpServer(argc, argv, std::move(parsed.options)).run();
 }
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <sstream>
 
 #include "completion/answer.h"
 #include "delivery/folder_name.h"
@@ -109,13 +108,6 @@ void declare(CLI::App& app, Options& options, Written& written) {
   declare_limits(app, options, written);
 }
 
-// The help or the version.
-std::string text_of(const CLI::App& app, const CLI::Success& success) {
-  std::ostringstream text;
-  (void)app.exit(success, text, text);
-  return text.str();
-}
-
 }  // namespace
 
 Parsed parse_options(int argc, const char* const* argv) {
@@ -124,20 +116,11 @@ Parsed parse_options(int argc, const char* const* argv) {
   Written written(parsed.options);
   CLI::App app("Takes mail over LMTP and files it by the recipients' rules.", "quarrow-lmtpd");
   declare(app, parsed.options, written);
-  try {
-    app.parse(argc, argv);
+  const auto finish = [&] {
     written.convert(parsed.options);
-    parsed.outcome = Parsed::Outcome::run;
-  } catch (const CLI::Success& success) {
-    parsed.outcome = Parsed::Outcome::help;
-    parsed.text = text_of(app, success);
-  } catch (const CLI::FileError& error) {
-    parsed.text = std::string("--config: ") + error.what();
-  } catch (const CLI::ConfigError& error) {
-    parsed.text = std::string("--config: ") + error.what();
-  } catch (const CLI::ParseError& error) {
-    parsed.text = error.what();
-  }
+    return std::string();
+  };
+  Server::read_command_line(app, argc, argv, finish, parsed);
   return parsed;
 }
 
@@ -146,18 +129,7 @@ void complete_options(const std::vector<std::string>& request, std::ostream& out
   Written written(options);
   CLI::App app("", "quarrow-lmtpd");
   declare(app, options, written);
-  const std::string help = app.get_config_ptr()->get_description();
-  (void)app.set_config();  // the file is not for reading now
-  std::string file;
-  app.add_option("--config", file, help)->type_name("FILE");
-  const auto paths = [](const Completion::Cursor& cursor) -> Completion::Offer {
-    const std::string type = cursor.option->get_type_name();
-    if (type == "DIR") return {{}, Completion::Paths::folders};
-    return {
-        {},
-        type == "FILE" || type == "SOCKET" ? Completion::Paths::files : Completion::Paths::none};
-  };
-  Completion::answer(app, request, paths, out);
+  Completion::answer_for_options(app, request, out);
 }
 
 }  // namespace Quarrow::Lmtpd

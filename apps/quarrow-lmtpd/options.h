@@ -10,6 +10,7 @@
 #include "lmtp/limits.h"
 #include "quarrow/delivery/evaluator.h"
 #include "quarrow/delivery/folder_dots.h"
+#include "server/command_line.h"
 #include "server/daemon.h"
 
 namespace Quarrow::Lmtpd {
@@ -30,12 +31,8 @@ struct Options {
 };
 
 // The outcome of reading the arguments.
-struct Parsed {
-  enum class Outcome { run, help, wrong };
-
-  Outcome outcome = Outcome::wrong;
-  Options options;   // for run
-  std::string text;  // for help: the text to print; for wrong: the reason
+struct Parsed : Server::CommandLine {
+  Options options;  // for run
 };
 
 // Reads the command line and the file that it names with --config, whose settings it overrides.

@@ -22,6 +22,7 @@
 
 #include "apps/quarrow-webd/signing_admission.h"
 #include "apps/quarrow-webd/web_options.h"
+#include "completion/answer.h"
 #include "delivery/recipient_lookup.h"
 #include "delivery/sandbox.h"
 #include "http/http_session.h"
@@ -215,17 +216,13 @@ class WebDaemon {
 };
 
 int run_webd(int argc, char** argv) {
-  Parsed parsed = parse_options(argc, argv);
-  switch (parsed.outcome) {
-    case Parsed::Outcome::help:
-      std::cout << parsed.text << std::flush;
-      return std::cout ? EX_OK : EX_IOERR;
-    case Parsed::Outcome::wrong:
-      std::cerr << program << ": " << parsed.text << "; see " << program << " --help\n";
-      return EX_USAGE;
-    case Parsed::Outcome::run:
-      break;
+  const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+  if (Completion::is_request(arguments)) {
+    complete_options(arguments, std::cout);
+    return std::cout.flush() ? EX_OK : EX_IOERR;
   }
+  Parsed parsed = parse_options(argc, argv);
+  if (parsed.outcome != Parsed::Outcome::run) return Server::tell(parsed, program);
   return WebDaemon(argc, argv, std::move(parsed.options)).run();
 }
 

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <sstream>
 
+#include "completion/answer.h"
 #include "delivery/folder_name.h"
 #include "server/daemon_options.h"
 
@@ -81,11 +81,32 @@ std::string fault_of(const Options& options) {
   return "";
 }
 
-// The help or the version.
-std::string text_of(const CLI::App& app, const CLI::Success& success) {
-  std::ostringstream text;
-  (void)app.exit(success, text, text);
-  return text.str();
+// Settings in the form in which they are written.
+struct Written {
+  explicit Written(Options& options)
+      : server(options.server),
+        seconds(std::chrono::ceil<std::chrono::seconds>(options.work.time).count()) {}
+
+  void convert(Options& options) const {
+    server.convert();
+    options.work.time = std::chrono::seconds(seconds);
+    options.work.calls_per_user = calls_per_user(options);
+  }
+
+  Server::DaemonOptions server;
+  std::int64_t seconds;
+};
+
+void declare(CLI::App& app, Options& options, Written& written) {
+  app.set_version_flag("--version", "quarrow-webd " QUARROW_VERSION);
+  app.set_config("--config", "", "File with more options, a line each: workers=4")
+      ->type_name("FILE");
+  app.allow_config_extras(CLI::config_extras_mode::error);
+  written.server.declare_sockets(app);
+  declare_users(app, options);
+  written.server.declare_records(app);
+  written.server.declare_clients(app);
+  declare_limits(app, options, written.seconds);
 }
 
 }  // namespace
@@ -97,37 +118,23 @@ Options::Options() : server{{"/run/quarrow-webd/socket"}} {
 
 Parsed parse_options(int argc, const char* const* argv) {
   Parsed parsed;
-  Options& options = parsed.options;
-  Server::DaemonOptions server(options.server);
-  std::int64_t seconds = std::chrono::ceil<std::chrono::seconds>(options.work.time).count();
+  Written written(parsed.options);
   CLI::App app("Serves the page where mail users look after their rules.", "quarrow-webd");
-  app.set_version_flag("--version", "quarrow-webd " QUARROW_VERSION);
-  app.set_config("--config", "", "File with more options, a line each: workers=4")
-      ->type_name("FILE");
-  app.allow_config_extras(CLI::config_extras_mode::error);
-  server.declare_sockets(app);
-  declare_users(app, options);
-  server.declare_records(app);
-  server.declare_clients(app);
-  declare_limits(app, options, seconds);
-  try {
-    app.parse(argc, argv);
-    server.convert();
-    options.work.time = std::chrono::seconds(seconds);
-    options.work.calls_per_user = calls_per_user(options);
-    parsed.text = fault_of(options);
-    if (parsed.text.empty()) parsed.outcome = Parsed::Outcome::run;
-  } catch (const CLI::Success& success) {
-    parsed.outcome = Parsed::Outcome::help;
-    parsed.text = text_of(app, success);
-  } catch (const CLI::FileError& error) {
-    parsed.text = std::string("--config: ") + error.what();
-  } catch (const CLI::ConfigError& error) {
-    parsed.text = std::string("--config: ") + error.what();
-  } catch (const CLI::ParseError& error) {
-    parsed.text = error.what();
-  }
+  declare(app, parsed.options, written);
+  const auto finish = [&] {
+    written.convert(parsed.options);
+    return fault_of(parsed.options);
+  };
+  Server::read_command_line(app, argc, argv, finish, parsed);
   return parsed;
+}
+
+void complete_options(const std::vector<std::string>& request, std::ostream& out) {
+  Options options;
+  Written written(options);
+  CLI::App app("", "quarrow-webd");
+  declare(app, options, written);
+  Completion::answer_for_options(app, request, out);
 }
 
 }  // namespace Quarrow::Webd

@@ -2,11 +2,14 @@
 #ifndef QUARROW_APPS_QUARROW_WEBD_WEB_OPTIONS_H_
 #define QUARROW_APPS_QUARROW_WEBD_WEB_OPTIONS_H_
 
+#include <ostream>
 #include <string>
+#include <vector>
 
 #include "http/limits.h"
 #include "message_filters/user_files.h"
 #include "quarrow/delivery/folder_dots.h"
+#include "server/command_line.h"
 #include "server/daemon.h"
 #include "signing_in/imap_sign_in.h"
 #include "web_server/limits.h"
@@ -29,16 +32,15 @@ struct Options {
 };
 
 // The outcome of reading the arguments.
-struct Parsed {
-  enum class Outcome { run, help, wrong };
-
-  Outcome outcome = Outcome::wrong;
-  Options options;   // for run
-  std::string text;  // for help: the text to print; for wrong: the reason
+struct Parsed : Server::CommandLine {
+  Options options;  // for run
 };
 
 // Reads the command line and the file that it names with --config, whose settings it overrides.
 Parsed parse_options(int argc, const char* const* argv);
+
+// Answers the script of a shell that completes a command line: see Completion::answer().
+void complete_options(const std::vector<std::string>& request, std::ostream& out);
 
 }  // namespace Quarrow::Webd
 

@@ -37,6 +37,7 @@ NAMESPACES = {
     "administration": "Quarrow::Administration",
     "apps/quarrow": "Quarrow::Command",
     "apps/quarrow-lmtpd": "Quarrow::Lmtpd",
+    "apps/quarrow-webd": "Quarrow::Webd",
     "completion": "Quarrow::Completion",
     "delivery": "Quarrow::Delivery",
     "doctor": "Quarrow::Doctor",

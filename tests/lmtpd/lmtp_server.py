@@ -4,7 +4,6 @@ import contextlib
 import os
 import pathlib
 import pwd
-import select
 import shutil
 import signal
 import smtplib
@@ -12,11 +11,12 @@ import socket
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
+from server_process import PATIENCE, children, unprivileged_user, until  # noqa: E402
+
 PROGRAM = os.path.abspath(sys.argv.pop(1))  # the first argument of the test
-PATIENCE = 60  # seconds until something that must happen counts as missing
 USERS = [f"user{number}@example.org" for number in range(5)]
 SCRIPT = b"""require ["fileinto", "reject"];
 if header :contains "subject" "work" { fileinto "Work"; stop; }
@@ -27,31 +27,10 @@ if header :contains "subject" "deep" { fileinto "A/B"; stop; }
 FOLDERS = {"work": ".Work", "deep": ".A.B", "other": ""}
 
 
-def unprivileged_user():
-    """The user that the server runs as: nobody where the superuser runs this test."""
-    return "nobody" if os.geteuid() == 0 else pwd.getpwuid(os.geteuid()).pw_name
-
-
-def until(condition, what):
-    """Waits until `condition()` gives something true, and gives that."""
-    end = time.monotonic() + PATIENCE
-    while time.monotonic() < end:
-        result = condition()
-        if result:
-            return result
-        select.select([], [], [], 0.01)  # the condition is looked at again
-    raise AssertionError("in vain: " + what)
-
-
 def free_port():
     with socket.socket() as probe:
         probe.bind(("127.0.0.1", 0))
         return probe.getsockname()[1]
-
-
-def children(process):
-    path = pathlib.Path(f"/proc/{process}/task/{process}/children")
-    return [int(word) for word in path.read_text().split()]
 
 
 def name_of(process):

@@ -6,42 +6,22 @@ import json
 import os
 import pathlib
 import pwd
-import select
 import shutil
 import signal
 import socket
 import subprocess
+import sys
 import tempfile
-import time
 import unittest
 
-PATIENCE = 60  # seconds until something that must happen counts as missing
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
+from server_process import PATIENCE, children, unprivileged_user, until  # noqa: E402
+
 PAGE = pathlib.Path(__file__).resolve().parents[2] / "page"
 ALICE = "alice@example.org"
 BOB = "bob@example.org"
 DOCS = pathlib.Path(__file__).resolve().parents[2] / "docs"
 API = json.loads((DOCS / "openapi.json").read_text())
-
-
-def unprivileged_user():
-    """The user that the server runs as: nobody where the superuser runs this test."""
-    return "nobody" if os.geteuid() == 0 else pwd.getpwuid(os.geteuid()).pw_name
-
-
-def until(condition, what):
-    """Waits until `condition()` gives something true, and gives that."""
-    end = time.monotonic() + PATIENCE
-    while time.monotonic() < end:
-        result = condition()
-        if result:
-            return result
-        select.select([], [], [], 0.01)  # the condition is looked at again
-    raise AssertionError("in vain: " + what)
-
-
-def children(process):
-    path = pathlib.Path(f"/proc/{process}/task/{process}/children")
-    return [int(word) for word in path.read_text().split()]
 
 
 def field(process, name):

@@ -3,17 +3,8 @@
 import assert from 'node:assert/strict';
 import { describe, it } from 'node:test';
 import { sentenceText, sizeText, testText } from '../../../page/sentences/sentence.js';
-import { useLanguage } from './page_words.mjs';
+import { test as testOf, useLanguage } from './page_words.mjs';
 
-const testOf = (type, field, comparator, value, more = {}) => ({
-  type,
-  field,
-  comparator,
-  value,
-  negative: false,
-  match_case: false,
-  ...more,
-});
 const not = { negative: true };
 const subject = testOf('string', 'subject', 'contains', 'quarterly');
 const notBoss = testOf('address', 'from', 'is', 'boss@example.org', not);

@@ -1,0 +1,30 @@
+"""What tests of the servers share: waiting, users and processes."""
+
+import os
+import pathlib
+import pwd
+import select
+import time
+
+PATIENCE = 60  # seconds until something that must happen counts as missing
+
+
+def unprivileged_user():
+    """The user that the server runs as: nobody where the superuser runs this test."""
+    return "nobody" if os.geteuid() == 0 else pwd.getpwuid(os.geteuid()).pw_name
+
+
+def until(condition, what):
+    """Waits until `condition()` gives something true, and gives that."""
+    end = time.monotonic() + PATIENCE
+    while time.monotonic() < end:
+        result = condition()
+        if result:
+            return result
+        select.select([], [], [], 0.01)  # the condition is looked at again
+    raise AssertionError("in vain: " + what)
+
+
+def children(process):
+    path = pathlib.Path(f"/proc/{process}/task/{process}/children")
+    return [int(word) for word in path.read_text().split()]
