@@ -64,18 +64,18 @@ async function startBrowser() {
 
 // The page tries requests that the server refuses, with 401 before a sign-in, for example. The
 // browser tells each of them as an error, and no page can prevent that.
-function isRefusedRequest(message) {
-  return (
-    message.location().url.startsWith(`${address}/api/`) &&
-    /^Failed to load resource: .* status of 4\d\d /.test(message.text())
-  );
+function isRefusedRequest(message, mayServerFail) {
+  const refusals = mayServerFail
+    ? /^Failed to load resource: /
+    : /^Failed to load resource: .* status of 4\d\d /;
+  return message.location().url.startsWith(`${address}/api/`) && refusals.test(message.text());
 }
 
 // The list of what goes wrong in the page from now on.
-function faultsOf(page) {
+function faultsOf(page, mayServerFail) {
   const faults = [];
   page.on('console', (message) => {
-    if (message.type() === 'error' && !isRefusedRequest(message))
+    if (message.type() === 'error' && !isRefusedRequest(message, mayServerFail))
       faults.push(`console: ${message.text()}`);
   });
   page.on('pageerror', (error) => faults.push(`error: ${error.stack}`));
@@ -96,10 +96,16 @@ async function keepPicture(page, name) {
 /**
  * A test of the page: `body` gets a blank one, whose address is the server's. The test fails when
  * `body` throws, and when the page writes an error to the console, throws one, or asks another
- * server for anything. A picture of a page that failed is kept.
+ * server for anything. A picture of a page that failed is kept. Where `mayServerFail`, requests may
+ * get no answer, or one that the server has failed. A `skip` is the reason for which the test is not
+ * run here.
  */
-export function pageTest(name, body, { look = looks.light } = {}) {
-  test(name, async () => {
+export function pageTest(
+  name,
+  body,
+  { look = looks.light, mayServerFail = false, skip = false } = {},
+) {
+  test(name, { skip }, async () => {
     browser ??= await startBrowser();
     const context = await browser.newContext({
       ...look,
@@ -109,7 +115,7 @@ export function pageTest(name, body, { look = looks.light } = {}) {
     });
     context.setDefaultTimeout(patience);
     const page = await context.newPage();
-    const faults = faultsOf(page);
+    const faults = faultsOf(page, mayServerFail);
     try {
       await body(page);
       assert.deepEqual(faults, []);

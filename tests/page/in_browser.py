@@ -39,7 +39,8 @@ def main(quarrow, tools, test_file, failures):
     with page_setting.page_setting(quarrow) as setting:
         environment = {**os.environ, "PAGE_TOOLS": tools, "PAGE_BROWSER": browser,
                        "PAGE_ADDRESS": setting.address, "PAGE_FAILURES": failures,
-                       "PAGE_USERS": json.dumps(setting.users)}
+                       "PAGE_USERS": json.dumps(setting.users),
+                       "PAGE_SERVER": json.dumps(setting.server(), default=str)}
         status = subprocess.run([node, "--test", test_file], env=environment,
                                 check=False).returncode
         if status != 0:

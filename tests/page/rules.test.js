@@ -1,48 +1,13 @@
 // Users read, switch, move, copy, remove and find their rules.
 import assert from 'node:assert/strict';
 import { assertAccessible, assertFits, inEachLook, pageTest, signIn, users } from './browser.js';
-
-const ruleOf = (name, value, target, more = {}) => ({
-  enabled: true,
-  name,
-  relation: 'allof',
-  tests: [
-    {
-      type: 'string',
-      field: 'subject',
-      comparator: 'contains',
-      value,
-      negative: false,
-      match_case: false,
-    },
-  ],
-  actions: [{ method: 'move', target }],
-  ...more,
-});
+import { replaceRules, ruleOf } from './own_rules.js';
 
 const threeRules = [
   ruleOf('Numbers', 'quarterly', 'Reports'),
   ruleOf('Cooking', 'recipe', 'Lists'),
   ruleOf('Bills', 'invoice', 'Invoices'),
 ];
-
-/** Puts rules in place of those that there are, as another program would. */
-const replaceRules = (page, filters) =>
-  page.evaluate(
-    async (body) => {
-      const { token } = await (await fetch('/api/v1/session')).json();
-      const { revision } = await (await fetch('/api/v1/rules')).json();
-      const headers = {
-        'Content-Type': 'application/json',
-        'If-Match': `"${revision}"`,
-        'X-Quarrow-Token': token,
-      };
-      const request = { method: 'PUT', headers, body: JSON.stringify(body) };
-      const response = await fetch('/api/v1/rules', request);
-      if (!response.ok) throw new Error(await response.text());
-    },
-    { filters },
-  );
 
 const rulesOf = (page) => page.getByRole('list', { name: 'Rules' });
 const rule = (page, name) =>
