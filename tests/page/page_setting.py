@@ -65,11 +65,11 @@ class Setting:
         self.quarrow = quarrow
         self.users = {"alice": {"user": ALICE, "password": dovecot.PASSWORD},
                       "bob": {"user": BOB, "password": dovecot.PASSWORD}}
-        imap = self._start_dovecot(stack, place)
+        self.imap = self._start_dovecot(stack, place)
         catalogue = place / "fields.xml"
         options = ["--page", PROJECT / "page", "--catalogue", catalogue,
-                   "--imap", f"imaps://localhost:{imap.tls_port}",
-                   "--imap-ca", imap.folder / "certificate"]
+                   "--imap", f"imaps://localhost:{self.imap.tls_port}",
+                   "--imap-ca", self.imap.folder / "certificate"]
         if nginx.GROUP:
             options += ["--socket-group", nginx.GROUP]
         self.daemon = Daemon(PROGRAM, *options, prepare=fill_inboxes)
@@ -94,10 +94,11 @@ class Setting:
 
     def server(self):
         """What a test needs that looks into the users' folders, or has the web server end and
-        begin: its `process`, `command` and `log`, and `quarrow`, the command."""
+        begin: its `process`, `command` and `log`, the port of Dovecot, and `quarrow`, the
+        command."""
         return {"process": self.daemon.process.pid, "command": self.daemon.command,
                 "log": self.daemon.folder / "log", "socket": self.daemon.socket,
-                "root": self.daemon.folder / "root",
+                "root": self.daemon.folder / "root", "imap_port": self.imap.tls_port,
                 "quarrow": self.quarrow}
 
     def logs(self):

@@ -69,10 +69,11 @@ const isServing = () =>
     request.on('error', () => resolve(false));
   });
 
-/** Starts the web server, with other values of some options, such as {'--imap': URL}. */
+/** Starts the web server, with further options, or other values, such as {'--imap': URL}. */
 export async function startServer(changes = {}) {
   const [program, ...options] = command;
-  const args = options.map((option, at) => changes[options[at - 1]] ?? option);
+  const kept = options.filter((option, at) => !(option in changes || options[at - 1] in changes));
+  const args = [...kept, ...Object.entries(changes).flat()];
   server = spawn(program, args, { stdio: ['ignore', 'ignore', openSync(log, 'a')] }).pid;
   await until(isServing, 'the server is ready');
 }
