@@ -288,7 +288,8 @@ Http::Response Broker::entrance_of(const Attempt& attempt, Verdict verdict) {
     case Entrance::Kind::wait:
       return entrance_delayed(entrance.wait);
     default:
-      return passing_problem(503, "Nobody can sign in at the moment. Try again later.");
+      return passing_problem(503, "Nobody can sign in at the moment. Try again later.",
+                             std::chrono::seconds(1), "no-sign-in");
   }
 }
 

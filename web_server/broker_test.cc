@@ -319,7 +319,9 @@ TEST_F(WebBroker, SlowsSignInsDown) {
 
 TEST_F(WebBroker, CountsACheckThatFailedAsUnavailable) {
   start({});
-  EXPECT_EQ(503, ask(sign_in("alice", "crash")).status);
+  const Http::Response response = ask(sign_in("alice", "crash"));
+  EXPECT_EQ(503, response.status);
+  EXPECT_NE(std::string::npos, response.body.find("urn:quarrow:problem:no-sign-in"));
   EXPECT_EQ("folded alice unavailable\n", content_of(notes()));
 }
 

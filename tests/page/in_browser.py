@@ -42,7 +42,8 @@ def main(quarrow, tools, test_file, failures):
         environment = {**os.environ, "PAGE_TOOLS": tools, "PAGE_BROWSER": browser,
                        "PAGE_ADDRESS": setting.address, "PAGE_FAILURES": failures,
                        "PAGE_USERS": json.dumps(setting.users), "PAGE_CONTROL": control,
-                       "PAGE_COMMAND": json.dumps(setting.command)}
+                       "PAGE_COMMAND": json.dumps(setting.command),
+                       "PAGE_SERVER": json.dumps(setting.server(), default=str)}
         status = subprocess.run([node, "--test", test_file], env=environment,
                                 check=False).returncode
         if status != 0:
