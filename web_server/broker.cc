@@ -233,9 +233,9 @@ void Broker::start_waiting() {
 }
 
 void Broker::start(Number number, Job job) {
-  std::optional<Child> child = children_.make();
+  std::optional<Child> child = children_.make(job.call);
   if (!child) {
-    if (children_.is_gone()) throw std::runtime_error("the maker of children is gone");
+    if (children_.is_gone()) throw std::runtime_error("a maker of children is gone");
     Server::log_error("no process can be made for a call");
     give_up(job);
     return answer(number, overloaded());
