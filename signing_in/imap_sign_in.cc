@@ -5,9 +5,11 @@
 
 #include <array>
 #include <memory>
+#include <regex>
 #include <string_view>
 
 #include "host/zvellparser/ascii_case.h"
+#include "system/loaded_library.h"
 #include "system/printable.h"
 
 namespace Quarrow::SigningIn {
@@ -15,19 +17,28 @@ namespace {
 
 using Result = PasswordVerdict::Result;
 
+// The functions that are used of libcurl. It brings forty libraries along, which would make each
+// fork of a process slower that has no use for them.
+struct Functions {
+  const LoadedLibrary library{"libcurl.so.4"};
+  decltype(&curl_global_init) const global_init = library["curl_global_init"];
+  decltype(&curl_easy_init) const init = library["curl_easy_init"];
+  decltype(&curl_easy_setopt) const set_option = library["curl_easy_setopt"];
+  decltype(&curl_easy_perform) const perform = library["curl_easy_perform"];
+  decltype(&curl_easy_strerror) const text_of = library["curl_easy_strerror"];
+  decltype(&curl_easy_cleanup) const clean_up = library["curl_easy_cleanup"];
+};
+
+// Throws std::runtime_error when libcurl is not there.
+const Functions& libcurl() {
+  static const Functions functions;
+  return functions;
+}
+
 struct CurlCleanup {
-  void operator()(CURL* curl) const { curl_easy_cleanup(curl); }
+  void operator()(CURL* curl) const { libcurl().clean_up(curl); }
 };
 using Curl = std::unique_ptr<CURL, CurlCleanup>;
-
-struct UrlCleanup {
-  void operator()(CURLU* url) const { curl_url_cleanup(url); }
-};
-using Url = std::unique_ptr<CURLU, UrlCleanup>;
-
-struct TextFree {
-  void operator()(char* text) const { curl_free(text); }
-};
 
 // What the server said, as far as it matters.
 struct Conversation {
@@ -71,7 +82,7 @@ bool set_up(CURL* curl, const ImapServer& server, const std::string& user,
             const std::string& password) {
   bool is_good = true;
   const auto set = [curl, &is_good](CURLoption option, auto value) {
-    is_good = curl_easy_setopt(curl, option, value) == CURLE_OK && is_good;
+    is_good = libcurl().set_option(curl, option, value) == CURLE_OK && is_good;
   };
   const long patience = static_cast<long>(server.patience.count());
   set(CURLOPT_URL, server.url.c_str());
@@ -109,52 +120,52 @@ PasswordVerdict verdict_of(CURLcode code, const Conversation& said, const std::s
   return unavailable(server, "the server does not offer to sign in by AUTH=PLAIN");
 }
 
-// Whether a user or a password may be sent.
 // Servers give up at lines of a few thousand bytes, and nobody types this much.
 constexpr std::size_t longest_text = 1024;
 
+// Whether a user or a password may be sent.
 bool is_sendable(const std::string& text) {
   return !text.empty() && text.size() <= longest_text && !has_control_characters(text);
-}
-
-// A part of the URL; empty where it has none.
-std::string part_of(CURLU* url, CURLUPart part) {
-  char* found = nullptr;
-  if (curl_url_get(url, part, &found, 0) != CURLUE_OK) return "";
-  const std::unique_ptr<char, TextFree> text(found);
-  return text.get();
 }
 
 }  // namespace
 
 std::string server_fault(const std::string& text) {
-  const Url url(curl_url());
-  if (!url || curl_url_set(url.get(), CURLUPART_URL, text.c_str(), 0) != CURLUE_OK)
-    return "not a URL";
-  const std::string scheme = part_of(url.get(), CURLUPART_SCHEME);
-  if (scheme != "imap" && scheme != "imaps") return "neither imaps:// nor imap://";
-  const std::string path = part_of(url.get(), CURLUPART_PATH);
-  for (const CURLUPart part :
-       {CURLUPART_USER, CURLUPART_PASSWORD, CURLUPART_OPTIONS, CURLUPART_QUERY, CURLUPART_FRAGMENT})
-    if (!part_of(url.get(), part).empty()) return "more than a host and a port";
-  return path.empty() || path == "/" ? "" : "more than a host and a port";
+  static const std::regex url("([A-Za-z]+)://([^/?#]*)(.*)");
+  static const std::regex place(R"((\[[0-9A-Fa-f:.]+\]|[A-Za-z0-9._-]+)(:\d{1,5})?)");
+  constexpr int highest_port = 65535;
+  std::smatch parts;
+  if (!std::regex_match(text, parts, url)) return "not a URL";
+  const std::string scheme = parts[1];
+  const std::string authority = parts[2];
+  const std::string path = parts[3];
+  if (!zvellparser::equal_ignoring_case(scheme, "imap") &&
+      !zvellparser::equal_ignoring_case(scheme, "imaps"))
+    return "neither imaps:// nor imap://";
+  if (authority.find('@') != std::string::npos || (!path.empty() && path != "/"))
+    return "more than a host and a port";
+  if (!std::regex_match(authority, parts, place)) return "not a URL";
+  const std::string port = parts[2];
+  return port.empty() || std::stoi(port.substr(1)) <= highest_port ? "" : "not a URL";
 }
+
+void prepare_for_imap() { (void)libcurl(); }
 
 PasswordVerdict imap_sign_in(const ImapServer& server, const std::string& user,
                              const std::string& password) {
   if (!is_sendable(user) || !is_sendable(password)) return {Result::wrong, ""};
-  if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
+  if (libcurl().global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
     return unavailable(server, "libcurl can't be used");
-  const Curl curl(curl_easy_init());
+  const Curl curl(libcurl().init());
   std::array<char, CURL_ERROR_SIZE> error{};
   Conversation said;
   if (!curl || !set_up(curl.get(), server, user, password) ||
-      curl_easy_setopt(curl.get(), CURLOPT_ERRORBUFFER, error.data()) != CURLE_OK ||
-      curl_easy_setopt(curl.get(), CURLOPT_HEADERFUNCTION, &note_line) != CURLE_OK ||
-      curl_easy_setopt(curl.get(), CURLOPT_HEADERDATA, &said) != CURLE_OK)
+      libcurl().set_option(curl.get(), CURLOPT_ERRORBUFFER, error.data()) != CURLE_OK ||
+      libcurl().set_option(curl.get(), CURLOPT_HEADERFUNCTION, &note_line) != CURLE_OK ||
+      libcurl().set_option(curl.get(), CURLOPT_HEADERDATA, &said) != CURLE_OK)
     return unavailable(server, "libcurl can't be set up");
-  const CURLcode code = curl_easy_perform(curl.get());
-  return verdict_of(code, said, error[0] != 0 ? error.data() : curl_easy_strerror(code), server);
+  const CURLcode code = libcurl().perform(curl.get());
+  return verdict_of(code, said, error[0] != 0 ? error.data() : libcurl().text_of(code), server);
 }
 
 }  // namespace Quarrow::SigningIn

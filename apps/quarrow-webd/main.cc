@@ -89,7 +89,13 @@ bool evaluates_mail(const WebServer::Call& call) {
   return call.kind == WebServer::Call::Kind::work && WebApi::evaluates_mail(call.request);
 }
 
+bool is_sign_in(const WebServer::Call& call) { return call.kind == WebServer::Call::Kind::sign_in; }
+
 bool is_work(const WebServer::Call& call) { return call.kind == WebServer::Call::Kind::work; }
+
+void prepare_for_sign_in(const Options& options) {
+  if (!options.imap.url.empty()) SigningIn::prepare_for_imap();
+}
 
 // Loads ICU and SQLite. A child that needs the configuration opens it anew.
 void prepare_for_rules(const Options& options) {
@@ -115,7 +121,8 @@ void be_broker(const Options& options, int introductions) {
                                         return work(options, owner, asked);
                                       });
                                 },
-                                {{evaluates_mail, Delivery::prepare_for_helpers},
+                                {{is_sign_in, [&] { prepare_for_sign_in(options); }},
+                                 {evaluates_mail, Delivery::prepare_for_helpers},
                                  {is_work, [&] { prepare_for_rules(options); }}}};
   const WebServer::ChildMaker children(jobs, options.work.time);
   SigningIn::SignInSettings settings;
