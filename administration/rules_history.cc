@@ -5,6 +5,7 @@
 #include <charconv>
 #include <iterator>
 #include <string_view>
+#include <utility>
 
 #include "message_filters/rules_revision.h"
 #include "system/printable.h"
@@ -141,12 +142,12 @@ RulesHistory::RulesHistory(const std::string& text) {
   HistoryReader reader(text);
   reader.expect(first_line);
   while (!reader.failed() && !reader.at_end()) {
-    const RulesState state = read_state(reader);
+    RulesState state = read_state(reader);
     if (reader.failed() || !is_sound(state)) {
       is_damaged_ = true;
       break;
     }
-    states_.push_back(state);
+    states_.push_back(std::move(state));  // a history may hold megabytes
   }
   is_damaged_ |= reader.failed();
   std::reverse(states_.begin(), states_.end());
@@ -171,6 +172,7 @@ const RulesState* RulesHistory::redone() const {
 
 std::string RulesHistory::text(std::size_t most_states) const {
   std::string text = first_line;
+  text.reserve(most_history_bytes);  // only what is written takes memory
   std::size_t count = 0;
   for (auto state = states_.rbegin(); state != states_.rend() && count < most_states; ++state) {
     const std::string next = text_of(*state);

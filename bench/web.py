@@ -1,23 +1,23 @@
 #!/usr/bin/env -S python3 -B
-"""Requests a second and their latency through quarrow-webd, its memory over 100,000 requests, and
-with the sessions of 10,000 users.
+"""Requests a second and their latency through quarrow-webd, how long a preview takes and delays
+others, the server's memory over many requests, and with the sessions of many users.
 
-usage: web.py BUILD_DIR [FOLDER]
-
-BUILD_DIR holds a release build, FOLDER messages in files (the examples unless given), TMPDIR says
-which disk. The requests go to the server's Unix socket, where a proxy would be; each of 64 users has
-20 rules, a connection, and one request under way at a time:
+BUILD_DIR holds a release build, TMPDIR says which disk. The requests go to the server's Unix socket,
+where a proxy would be; each of 64 users has 20 rules, a connection, and one request under way at a
+time:
 
   session  GET /session: the broker answers it, without a process for the user
   list     GET /rules
   save     PATCH /rules/1: a change that is on disk when it is answered
-  preview  POST /preview over an inbox of 500 messages; not measured where the server has none
+  preview  POST /preview, its first answer over an inbox of 500 messages
 
 Printed are the rates, the median and the 99th percentile of the latency, and how busy one processor
-was with this client: near 1, the client is what is slow. Memory is the proportional share (Pss) of
-all the server's processes. For the sessions, every user signs in once: the password is "checked" by
-an IMAP server of this script's own, which takes any, so that all of quarrow-webd's part is done.
+was with this client: near 1, the client is what is slow. Where there is a goal, it stands behind the
+figure, with "met" or "MISSED". Memory is the proportional share (Pss) of all the server's processes.
+For the sessions, every user signs in once: the password is "checked" by an IMAP server of this
+script's own, which takes any, so that all of quarrow-webd's part is done.
 """
+import argparse
 import asyncio
 import collections
 import contextlib
@@ -42,11 +42,18 @@ import peers
 
 CONNECTIONS = (1, 8, 64)
 USERS = [f"user{number}" for number in range(max(CONNECTIONS))]
-SECONDS = 8  # that a rate is measured for
-INBOX = 500  # messages
-REQUESTS = 100_000  # between two looks at the memory
-SESSIONS = 10_000
+LARGE_USER = "large"
+INBOX = 500  # messages of each user
+LARGE_INBOX = 5000
+PREVIEWS = 5  # of the large inbox
 AT_A_TIME = 16  # users who sign in
+
+# The goals, for a machine that does nothing else.
+MOST_SECONDS = {"list": 0.005, "save": 0.05, "preview": 0.2}  # the median of one at a time
+MOST_SPREAD = 10  # the 99th percentile of 8 at a time, in medians
+MOST_GROWTH = 1.1  # of the memory, over all requests
+MOST_FOR_LARGE = 2  # seconds for all answers of a preview
+MOST_DELAY = 0.1  # seconds that two previews of one user add for another user
 PREVIEWED = {"name": "Offers", "enabled": True, "relation": "allof",
              "tests": [{"type": "string", "field": "subject", "comparator": "contains",
                         "value": "offer", "negative": False, "match_case": False}],
@@ -162,26 +169,28 @@ class User(Client):
             self._revision = answer.headers["ETag"]
 
 
-def drive(users, kind, is_over):
-    """The latencies of requests, of which each user has one under way, until `is_over(done)`."""
-    latencies, begun = [], {}
+def drive(work, is_over):
+    """The latencies of each kind of request. `work` is pairs of a user and a kind: that user has one
+    such request under way after the other, until `is_over(done)`."""
+    latencies, begun = collections.defaultdict(list), {}
     with selectors.DefaultSelector() as selector:
 
-        def begin(user):
+        def begin(user, kind):
             begun[user] = time.perf_counter()
             user.begin(kind)
             # a new socket, where the server has ended the connection after so many requests
-            selector.register(user.sock, selectors.EVENT_READ, user)
+            selector.register(user.sock, selectors.EVENT_READ, (user, kind))
 
-        for user in users:
-            begin(user)
+        for user, kind in work:
+            begin(user, kind)
         while begun:
             for key, _ in selector.select(peers.TIME_LIMIT):
+                user, kind = key.data
                 selector.unregister(key.fileobj)
-                key.data.finish(kind)
-                latencies.append(time.perf_counter() - begun.pop(key.data))
-                if not is_over(len(latencies)):
-                    begin(key.data)
+                user.finish(kind)
+                latencies[kind].append(time.perf_counter() - begun.pop(user))
+                if not is_over(sum(map(len, latencies.values()))):
+                    begin(user, kind)
     return latencies
 
 
@@ -190,41 +199,91 @@ def own_time():
     return usage.ru_utime + usage.ru_stime
 
 
-def measure(users, kind):
+def high(latencies):
+    """The 99th percentile."""
+    return sorted(latencies)[len(latencies) * 99 // 100]
+
+
+def measure(users, kind, seconds):
     begin, spent = time.perf_counter(), own_time()
-    latencies = drive(users, kind, lambda _: time.perf_counter() - begin > SECONDS)
+    latencies = drive([(user, kind) for user in users],
+                      lambda _: time.perf_counter() - begin > seconds)[kind]
     duration = time.perf_counter() - begin
-    latencies.sort()
-    return Rate(len(latencies) / duration, statistics.median(latencies),
-                latencies[len(latencies) * 99 // 100], (own_time() - spent) / duration)
+    return Rate(len(latencies) / duration, statistics.median(latencies), high(latencies),
+                (own_time() - spent) / duration)
 
 
-def has_preview(user):
-    user.begin("preview")
-    return user.receive().status != 404
+def goal(text, is_met):
+    return f"   goal: {text}, {'met' if is_met else 'MISSED'}"
 
 
-def print_rates(path):
+def goal_of(kind, count, rate):
+    if count == 1 and kind in MOST_SECONDS:
+        return goal(f"median {MOST_SECONDS[kind] * 1e3:.0f} ms", rate.median <= MOST_SECONDS[kind])
+    if count == 8:
+        return goal(f"99 % within {MOST_SPREAD} medians", rate.high <= MOST_SPREAD * rate.median)
+    return ""
+
+
+def print_rates(path, seconds):
     with contextlib.ExitStack() as stack:
         users = [stack.enter_context(User(path, name)) for name in USERS]
-        kinds = ["session", "list", "save"] + ["preview"] * has_preview(users[0])
-        for kind in kinds:
+        for kind in ("session", "list", "save", "preview"):
             for count in CONNECTIONS:
-                rate = measure(users[:count], kind)
+                rate = measure(users[:count], kind, seconds)
                 print(f"{kind:8} {count:2} at a time {rate.rate:8.0f}/s   median "
                       f"{rate.median * 1e3:7.2f} ms   99 % {rate.high * 1e3:7.2f} ms   "
-                      f"client {rate.client:.2f}", flush=True)
-        if "preview" not in kinds:
-            print("preview  not measured: the server has none")
+                      f"client {rate.client:.2f}{goal_of(kind, count, rate)}", flush=True)
 
 
-def print_memory(server):
+def preview_all(user):
+    """The seconds that a preview takes with all its answers, and how many these are."""
+    begin = time.perf_counter()
+    cursor, answers = {}, 0
+    while cursor is not None:
+        answer = user.ask("POST", "preview", {"filter": PREVIEWED, **cursor})
+        if answer.status != 200:
+            raise RuntimeError(f"preview: {answer.status} {answer.text}")
+        found = json.loads(answer.text)
+        cursor = {"cursor": found["cursor"]} if found["cursor"] else None
+        answers += 1
+    if found["examined"] != LARGE_INBOX:
+        sys.exit(f"a preview came to an end after {found['examined']} messages")
+    return time.perf_counter() - begin, answers
+
+
+def print_large_preview(path):
+    with User(path, LARGE_USER) as user:
+        runs = [preview_all(user) for _ in range(PREVIEWS)]
+    median = statistics.median(duration for duration, _ in runs)
+    print(f"preview  {LARGE_INBOX} messages: median {median:.2f} s, in "
+          f"{statistics.median_high(answers for _, answers in runs)} answers"
+          f"{goal(f'{MOST_FOR_LARGE} s', median <= MOST_FOR_LARGE)}", flush=True)
+
+
+def print_delay(path, seconds):
+    with contextlib.ExitStack() as stack:
+        other = stack.enter_context(User(path, USERS[0]))
+        busy = [stack.enter_context(User(path, LARGE_USER)) for _ in range(2)]
+        alone = measure([other], "list", seconds)
+        end = time.perf_counter() + seconds
+        latencies = drive([(other, "list"), *((user, "preview") for user in busy)],
+                          lambda _: time.perf_counter() > end)["list"]
+    delay = high(latencies) - alone.high
+    print(f"list     beside two previews of another user: median "
+          f"{statistics.median(latencies) * 1e3:.2f} ms   99 % {high(latencies) * 1e3:.2f} ms, "
+          f"{alone.high * 1e3:.2f} ms without"
+          f"{goal(f'{MOST_DELAY * 1e3:.0f} ms more', delay <= MOST_DELAY)}", flush=True)
+
+
+def print_memory(server, requests):
     with contextlib.ExitStack() as stack:
         users = [stack.enter_context(User(server.socket, name)) for name in USERS[:8]]
         before = server.memory()
-        drive(users, "list", lambda done: done >= REQUESTS)
-        print(f"memory   {before:.1f} MB, {server.memory():.1f} MB after {REQUESTS} requests",
-              flush=True)
+        drive([(user, "list") for user in users], lambda done: done >= requests)
+        after = server.memory()
+    print(f"memory   {before:.1f} MB, {after:.1f} MB after {requests} requests"
+          f"{goal(f'{MOST_GROWTH:.1f} times as much', after <= MOST_GROWTH * before)}", flush=True)
 
 
 async def say_yes(reader, writer):
@@ -269,8 +328,8 @@ def sign_in(path, name, number):
         return answer.headers["Set-Cookie"].partition(";")[0]
 
 
-def print_sessions(server, root):
-    names = [f"session{number}@{peers.DOMAIN}" for number in range(SESSIONS)]
+def print_sessions(server, root, sessions):
+    names = [f"session{number}@{peers.DOMAIN}" for number in range(sessions)]
     for name in names:
         (root / peers.DOMAIN / name.partition("@")[0]).mkdir()
     peers.give_away(root)
@@ -278,43 +337,63 @@ def print_sessions(server, root):
     with multiprocessing.pool.ThreadPool(AT_A_TIME) as pool:
         cookies = pool.starmap(sign_in, [(server.socket, name, number)
                                          for number, name in enumerate(names)])
-    rate = SESSIONS / (time.perf_counter() - begin)
-    print(f"sessions {before:.1f} MB, {server.memory():.1f} MB with {SESSIONS}; "
+    rate = sessions / (time.perf_counter() - begin)
+    print(f"sessions {before:.1f} MB, {server.memory():.1f} MB with {sessions}; "
           f"{rate:.0f} sign-ins a second, {AT_A_TIME} at a time")
     for name, cookie in zip(names, cookies):
         with Client(server.socket, {"Cookie": cookie}) as client:
             if json.loads(client.ask("GET", "session").text).get("user") != name:
                 sys.exit(f"the session of {name} is lost")
-    print(f"         all {SESSIONS} are known still")
+    print(f"         all {sessions} are known still")
+
+
+def fill_inbox(home, mail, count):
+    inbox = home / "Maildir" / "cur"
+    for name in ("new", "tmp", "cur"):
+        (inbox.parent / name).mkdir(parents=True)
+    for number, message in enumerate(itertools.islice(itertools.cycle(mail), count)):
+        (inbox / f"{1777896000 + number}.M{number}.bench:2,S").write_bytes(message)
 
 
 def fill_root(build, folder, mail):
     """The root, with users of the same rules and mail."""
     quarrow = peers.Quarrow(build, folder)
+    first = quarrow.home(USERS[0])
     quarrow.add_user(USERS[0])
-    inbox = quarrow.home(USERS[0]) / "Maildir" / "cur"
-    for name in ("new", "tmp", "cur"):
-        (inbox.parent / name).mkdir(parents=True, exist_ok=True)
-    for number, message in enumerate(itertools.islice(itertools.cycle(peers.messages_of(mail)),
-                                                      INBOX)):
-        (inbox / f"{1777896000 + number}.M{number}.bench:2,S").write_bytes(message)
+    shutil.copytree(first, quarrow.home(LARGE_USER))
+    fill_inbox(quarrow.home(LARGE_USER), mail, LARGE_INBOX)
+    fill_inbox(first, mail, INBOX)
     for name in USERS[1:]:
-        shutil.copytree(quarrow.home(USERS[0]), quarrow.home(name))
+        shutil.copytree(first, quarrow.home(name))
     peers.give_away(quarrow.root)
     return quarrow.root
 
 
-def main(arguments):
-    if len(arguments) not in (1, 2):
-        sys.exit(__doc__)
-    build = pathlib.Path(arguments[0])
-    mail = pathlib.Path(arguments[1]) if len(arguments) == 2 else peers.EXAMPLE_MAIL
+def read_arguments():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("build", metavar="BUILD_DIR", type=pathlib.Path)
+    parser.add_argument("mail", metavar="FOLDER", type=pathlib.Path, nargs="?",
+                        default=peers.EXAMPLE_MAIL,
+                        help="messages in files; the examples unless given")
+    parser.add_argument("--seconds", type=float, default=8, help="that a rate is measured for (8)")
+    parser.add_argument("--requests", type=int, default=100_000,
+                        help="between two looks at the memory (100000)")
+    parser.add_argument("--sessions", type=int, default=10_000, help="users who sign in (10000)")
+    return parser.parse_args()
+
+
+def main():
+    arguments = read_arguments()
+    build = arguments.build
     with peers.temporary_folder() as name:
         folder = pathlib.Path(name)
-        root = fill_root(build, folder, mail)
+        root = fill_root(build, folder, peers.messages_of(arguments.mail))
         with Server(build, folder, root, "--trust-proxy-user") as server:
-            print_rates(server.socket)
-            print_memory(server)
+            print_rates(server.socket, arguments.seconds)
+            print_large_preview(server.socket)
+            print_delay(server.socket, arguments.seconds)
+            print_memory(server, arguments.requests)
         make_certificate(folder)
         listener = socket.create_server(("127.0.0.1", 0), backlog=100)
         imap = multiprocessing.Process(target=serve_imap, args=(listener, folder))
@@ -323,10 +402,10 @@ def main(arguments):
             with Server(build, folder, root, "--imap",
                         f"imaps://localhost:{listener.getsockname()[1]}",
                         "--imap-ca", folder / "certificate") as server:
-                print_sessions(server, root)
+                print_sessions(server, root, arguments.sessions)
         finally:
             imap.terminate()
 
 
 if __name__ == "__main__":
-    main(sys.argv[1:])
+    main()

@@ -40,6 +40,12 @@ namespace {
 constexpr int helper_socket = 3;
 constexpr int helper_file = 4;
 
+// Making it takes a millisecond.
+const SystemCallFilter& system_call_filter() {
+  static const SystemCallFilter filter(helper_socket, helper_file);
+  return filter;
+}
+
 // Only the first call in a process gives true.
 bool is_unprepared() {
   static bool prepared = false;
@@ -139,8 +145,9 @@ void serve(ScriptRunner& runner) {
   }
 }
 
-[[noreturn]] void be_helper(const SystemCallFilter& filter, const EvaluatorLimits& limits) {
-  (void)prctl(PR_SET_NAME, "quarrow-helper");  // for a list of processes
+[[noreturn]] void be_helper(const EvaluatorLimits& limits) {
+  (void)prctl(PR_SET_NAME, "quarrow-helper");             // for a list of processes
+  const SystemCallFilter& filter = system_call_filter();  // first, since it opens a file
   const MemoryFile script_file;
   if (script_file.fd() != helper_file || !filter.apply()) _exit(not_confined);
   ScriptRunner runner(script_file, limits.cached_scripts);
@@ -165,16 +172,15 @@ pid_t fork_sibling() {
 }
 
 // Becomes a helper in a process that the maker made.
-[[noreturn]] void start_work(int socket, pid_t evaluator, const SystemCallFilter& filter,
-                             const EvaluatorLimits& limits) {
+[[noreturn]] void start_work(int socket, pid_t evaluator, const EvaluatorLimits& limits) {
   if (!die_with(evaluator) || dup2(socket, helper_socket) < 0 ||
       close_range(helper_socket + 1, ~0U, 0) != 0)
     _exit(not_confined);
-  be_helper(filter, limits);
+  be_helper(limits);
 }
 
 // Makes a helper and sends it off. False when the evaluator is gone.
-bool make_helper(pid_t evaluator, const SystemCallFilter& filter, const EvaluatorLimits& limits) {
+bool make_helper(pid_t evaluator, const EvaluatorLimits& limits) {
   int ends[2] = {-1, -1};
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
     return send_descriptor(helper_socket, -1, -1);
@@ -182,7 +188,7 @@ bool make_helper(pid_t evaluator, const SystemCallFilter& filter, const Evaluato
   const Descriptor given(ends[1]);
   if (!set_time_limit(kept.get(), limits.time)) return send_descriptor(helper_socket, -1, -1);
   const pid_t helper = fork_sibling();
-  if (helper == 0) start_work(given.get(), evaluator, filter, limits);
+  if (helper == 0) start_work(given.get(), evaluator, limits);
   return send_descriptor(helper_socket, helper, kept.get());
 }
 
@@ -195,8 +201,8 @@ bool wait_for_order() {
 [[noreturn]] void be_maker(int control, pid_t evaluator, const EvaluatorLimits& limits) {
   (void)prctl(PR_SET_NAME, "quarrow-maker");
   if (!leave_everything(control, evaluator, limits)) _exit(not_confined);
-  const SystemCallFilter filter(helper_socket, helper_file);
-  while (make_helper(evaluator, filter, limits) && wait_for_order()) continue;
+  (void)system_call_filter();
+  while (make_helper(evaluator, limits) && wait_for_order()) continue;
   _exit(0);
 }
 
@@ -206,6 +212,7 @@ void prepare_for_helpers() {
   if (!is_unprepared()) return;
   prepare_with(all_charsets());
   evaluate_once();
+  (void)system_call_filter();
 }
 
 void prepare_for_message(std::string_view message) {
@@ -218,7 +225,7 @@ pid_t start_helper(int socket, const EvaluatorLimits& limits) {
   if (helper != 0) return helper;
   end_with([&] {
     if (!leave_everything(socket, evaluator, limits)) _exit(not_confined);
-    be_helper(SystemCallFilter(helper_socket, helper_file), limits);
+    be_helper(limits);
   });
 }
 

@@ -31,6 +31,8 @@ Response problem(int status, const std::string& detail, const std::vector<Mistak
   return problem_with(status, detail, ordered_json{{"errors", errors_of(mistakes)}});
 }
 
+std::string problem_type(const std::string& kind) { return "urn:quarrow:problem:" + kind; }
+
 Response problem_with(int status, const std::string& detail, const ordered_json& members) {
   ordered_json body = {{"type", "about:blank"},
                        {"title", status_name(status)},

@@ -22,7 +22,11 @@ struct Mistake {
 // that are not UTF-8 become U+FFFD.
 Response problem(int status, const std::string& detail, const std::vector<Mistake>& mistakes = {});
 
-// The same with the members of the object `members`, which replace ours of the same name.
+// The type of problems of a kind that their status does not tell, such as "no-room".
+std::string problem_type(const std::string& kind);
+
+// A problem without mistakes, and with the members of the object `members`, which replace ours of
+// the same name.
 Response problem_with(int status, const std::string& detail, const nlohmann::ordered_json& members);
 
 }  // namespace Quarrow::Http

@@ -160,4 +160,11 @@ Http::Response answer(const Context& context, const Http::Request& request) {
   }
 }
 
+bool evaluates_mail(const Http::Request& request) {
+  const auto begins_with = [&request](const std::string& path) {
+    return request.target.compare(0, path.size(), path) == 0;
+  };
+  return begins_with("/api/v1/preview") || begins_with("/api/v1/messages");
+}
+
 }  // namespace Quarrow::WebApi

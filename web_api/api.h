@@ -34,6 +34,11 @@ struct Context {
 // (RFC 9457); it throws nothing. The caller bounds the length of the request.
 Http::Response answer(const Context& context, const Http::Request& request);
 
+// Whether answering that request takes what Delivery::prepare_for_helpers loads: messages are
+// evaluated for it. It looks at the target's beginning alone, and may be wrong about one that is no
+// resource's.
+bool evaluates_mail(const Http::Request& request);
+
 }  // namespace Quarrow::WebApi
 
 #endif  // QUARROW_WEB_API_API_H_

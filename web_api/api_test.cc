@@ -80,6 +80,14 @@ TEST_F(ApiTest, TellsAUserWithoutAFolder) {
   EXPECT_FALSE(std::filesystem::exists(root_.file("example.org/carol")));
 }
 
+TEST(Api, TellsWhichRequestsHaveMailEvaluated) {
+  for (const char* const target :
+       {"/api/v1/preview", "/api/v1/messages?folder=INBOX", "/api/v1/messages/a/explanation"})
+    EXPECT_TRUE(evaluates_mail({"GET", target, {}, ""})) << target;
+  for (const char* const target : {"/api/v1/rules", "/api/v1/rules/1", "/api/v1/folders", "/", ""})
+    EXPECT_FALSE(evaluates_mail({"GET", target, {}, ""})) << target;
+}
+
 TEST_F(ApiTest, ReachesNoOtherUser) {
   std::filesystem::create_directories(root_.file("example.org/bob"));
   add({"Hers"});

@@ -127,7 +127,7 @@ Http::Response conflict(const Call& call, const std::string& reason) {
   const GuardedOutcome view = in_user_folder(call, view_of_work);
   if (view.refusal) return refused(view.refusal);
   return Http::problem_with(409, reason,
-                            {{"type", "urn:quarrow:problem:application-runs"},
+                            {{"type", Http::problem_type("application-runs")},
                              {"title", "The user's mail is being moved"},
                              {"application", ordered_json::parse(view.answer)}});
 }

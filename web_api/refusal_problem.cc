@@ -55,7 +55,7 @@ const Row rows[] = {
     {Kind::no_configuration, 500, "failure", failure.title},
     {Kind::damaged_configuration, 500, "failure", failure.title},
     {Kind::missing, 500, "failure", failure.title},
-    {Kind::not_permitted, 500, "failure", failure.title},
+    {Kind::not_permitted, 500, "unusable-folder", "The user's folder can't be used"},
     {Kind::not_made, 500, "failure", failure.title},
     {Kind::not_written, 500, "failure", failure.title},
     {Kind::crashed, 500, "failure", failure.title},
@@ -76,7 +76,7 @@ int status_of(Kind kind) { return row_of(kind).status; }
 
 Http::Response refused(const Refusal& refusal, ordered_json members) {
   const Row& row = row_of(refusal.kind);
-  members["type"] = std::string("urn:quarrow:problem:") + row.word;
+  members["type"] = Http::problem_type(row.word);
   members["title"] = row.title;
   Http::Response response = Http::problem_with(row.status, refusal.reason, members);
   if (row.status == 503) response.headers.emplace_back("retry-after", patience_of_clients);

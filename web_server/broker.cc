@@ -233,9 +233,9 @@ void Broker::start_waiting() {
 }
 
 void Broker::start(Number number, Job job) {
-  std::optional<Child> child = children_.make();
+  std::optional<Child> child = children_.make(job.call);
   if (!child) {
-    if (children_.is_gone()) throw std::runtime_error("the maker of children is gone");
+    if (children_.is_gone()) throw std::runtime_error("a maker of children is gone");
     Server::log_error("no process can be made for a call");
     give_up(job);
     return answer(number, overloaded());
@@ -288,7 +288,8 @@ Http::Response Broker::entrance_of(const Attempt& attempt, Verdict verdict) {
     case Entrance::Kind::wait:
       return entrance_delayed(entrance.wait);
     default:
-      return passing_problem(503, "Nobody can sign in at the moment. Try again later.");
+      return passing_problem(503, "Nobody can sign in at the moment. Try again later.",
+                             std::chrono::seconds(1), "no-sign-in");
   }
 }
 

@@ -74,6 +74,14 @@ class FakeAdmission : public Admission {
   for (;;) (void)pause();
 }
 
+// What was prepared in the process that made this one.
+std::string prepared = "nothing";
+
+Preparation preparation_for(const std::string& target) {
+  return {[target](const Call& call) { return call.request.target == target; },
+          [target] { prepared = target; }};
+}
+
 // The socket of a child, as it has it.
 constexpr int child_socket = 3;
 
@@ -81,6 +89,7 @@ Http::Response work(const std::string& user, const Http::Request& request) {
   const std::string& deed = request.target;
   if (deed == "/hang") hang();
   if (deed == "/crash") _exit(0);
+  if (deed.find("/prepared") == 0) return {200, {}, prepared};
   if (deed == "/throw") throw std::runtime_error("out of the child");
   if (deed == "/nonsense") {
     (void)send_packet(child_socket, "nonsense", Server::Clock::time_point::max());
@@ -110,7 +119,9 @@ class WebBroker : public testing::Test {
     broker_ = start_child([&] {
       const Descriptor others(ends[1]);
       introductions_.reset();
-      const ChildMaker children({check_password, work}, limits_.time);
+      const Jobs jobs = {
+          check_password, work, {preparation_for("/prepared/a"), preparation_for("/prepared/b")}};
+      const ChildMaker children(jobs, limits_.time);
       FakeAdmission admission(notes());
       Broker(others.get(), admission, children, limits_).run();
       return 0;
@@ -199,6 +210,13 @@ TEST_F(WebBroker, HasAChildAnswerForTheUser) {
   const Http::Response response = ask(call);
   EXPECT_EQ(200, response.status);
   EXPECT_EQ("alice@example.org GET /rules?x=1; body", response.body);
+}
+
+TEST_F(WebBroker, HasAChildThatIsPreparedForTheCall) {
+  start({});
+  EXPECT_EQ("/prepared/a", ask(call_for("/prepared/a")).body);
+  EXPECT_EQ("/prepared/b", ask(call_for("/prepared/b")).body);
+  EXPECT_EQ("nothing", ask(call_for("/prepared/otherwise")).body);
 }
 
 TEST_F(WebBroker, TakesCallsOfOneWorkerOneAfterTheOther) {
@@ -319,7 +337,9 @@ TEST_F(WebBroker, SlowsSignInsDown) {
 
 TEST_F(WebBroker, CountsACheckThatFailedAsUnavailable) {
   start({});
-  EXPECT_EQ(503, ask(sign_in("alice", "crash")).status);
+  const Http::Response response = ask(sign_in("alice", "crash"));
+  EXPECT_EQ(503, response.status);
+  EXPECT_NE(std::string::npos, response.body.find("urn:quarrow:problem:no-sign-in"));
   EXPECT_EQ("folded alice unavailable\n", content_of(notes()));
 }
 

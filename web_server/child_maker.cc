@@ -8,11 +8,15 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <exception>
 #include <system_error>
+#include <utility>
 
+#include "server/log.h"
 #include "system/descriptor_passing.h"
 #include "system/packet.h"
 #include "web_server/broker_call.h"
@@ -71,13 +75,25 @@ void make_child(int socket, const Jobs& jobs, std::chrono::milliseconds time) {
   (void)send_descriptor(own_socket, child, process.get());
 }
 
+// What can't be loaded here could not be loaded by a child.
+void run(const std::function<void()>& prepare) {
+  try {
+    prepare();
+  } catch (const std::exception& error) {
+    Server::log_error(error.what());
+    _exit(1);
+  }
+}
+
 // Signals that are meant for the server leave the maker alone: it ends with the broker.
-[[noreturn]] void be_maker(int control, const Jobs& jobs, std::chrono::milliseconds time) {
+[[noreturn]] void be_maker(int control, const std::function<void()>& prepare, const Jobs& jobs,
+                           std::chrono::milliseconds time) {
   (void)prctl(PR_SET_NAME, "quarrow-maker");
   for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGUSR1, SIGPIPE})
     (void)std::signal(signal, SIG_IGN);
   (void)std::signal(SIGCHLD, SIG_IGN);  // nobody asks how children ended
   if (!shed_descriptors(control)) _exit(1);
+  run(prepare);
   for (;;) {
     std::int64_t order = 0;
     const Descriptor socket(receive_descriptor(own_socket, order));
@@ -90,34 +106,51 @@ void make_child(int socket, const Jobs& jobs, std::chrono::milliseconds time) {
   throw std::system_error(errno, std::generic_category(), call);
 }
 
-}  // namespace
-
-ChildMaker::ChildMaker(const Jobs& jobs, std::chrono::milliseconds time) {
+// Gives the end of a connection to the process.
+std::unique_ptr<Descriptor> start_maker(const std::function<void()>& prepare, const Jobs& jobs,
+                                        std::chrono::milliseconds time) {
   int ends[2] = {-1, -1};
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
     throw_error_of("socketpair");
-  control_ = std::make_unique<Descriptor>(ends[0]);
+  auto control = std::make_unique<Descriptor>(ends[0]);
   const Descriptor given(ends[1]);
   const pid_t maker = fork();
   if (maker < 0) throw_error_of("fork");
-  if (maker == 0) be_maker(given.get(), jobs, time);
+  if (maker == 0) be_maker(given.get(), prepare, jobs, time);
+  return control;
 }
 
-std::optional<Child> ChildMaker::make() const {
+}  // namespace
+
+ChildMaker::ChildMaker(const Jobs& jobs, std::chrono::milliseconds time) {
+  std::vector<Preparation> preparations = jobs.preparations;
+  preparations.push_back({[](const Call& /*call*/) { return true; }, [] {}});
+  for (const auto& [suits, prepare] : preparations)
+    makers_.push_back({suits, start_maker(prepare, jobs, time)});
+}
+
+std::optional<Child> ChildMaker::make(const Call& call) const {
+  const int control = std::find_if(makers_.begin(), makers_.end(), [&call](const Maker& maker) {
+                        return maker.suits(call);
+                      })->control->get();  // the last one suits every call
   int ends[2] = {-1, -1};
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return std::nullopt;
   Child child = {std::make_unique<Descriptor>(ends[0]), nullptr};
   const Descriptor given(ends[1]);
   std::int64_t process = -1;
-  if (!send_descriptor(control_->get(), 0, given.get())) return std::nullopt;
-  child.process = std::make_unique<Descriptor>(receive_descriptor(control_->get(), process));
+  if (!send_descriptor(control, 0, given.get())) return std::nullopt;
+  child.process = std::make_unique<Descriptor>(receive_descriptor(control, process));
   if (child.process->get() < 0) return std::nullopt;
   return child;
 }
 
 bool ChildMaker::is_gone() const {
-  pollfd polled = {control_->get(), 0, 0};
-  return poll(&polled, 1, 0) > 0;
+  return std::any_of(
+      makers_.begin(), makers_.end(),
+      [](const Maker& maker) {
+        pollfd polled = {maker.control->get(), 0, 0};
+        return poll(&polled, 1, 0) > 0;
+      });
 }
 
 }  // namespace Quarrow::WebServer

@@ -20,8 +20,10 @@ constexpr std::chrono::hours life_of_cookie{24};
 const char session_cookie[] = "__Host-quarrow";
 
 Http::Response passing_problem(int status, const std::string& detail,
-                               std::chrono::seconds retry_after) {
-  Http::Response response = Http::problem(status, detail);
+                               std::chrono::seconds retry_after, const std::string& kind) {
+  Json members = Json::object();
+  if (!kind.empty()) members["type"] = Http::problem_type(kind);
+  Http::Response response = Http::problem_with(status, detail, members);
   response.headers.emplace_back("retry-after", std::to_string(retry_after.count()));
   return response;
 }

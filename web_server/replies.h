@@ -13,9 +13,11 @@ namespace Quarrow::WebServer {
 // The name of the cookie that holds the session.
 extern const char session_cookie[];
 
-// A problem that is over after that time.
+// A problem that is over after that time. Where the status alone does not tell its kind, `kind`
+// does: a word for its type.
 Http::Response passing_problem(int status, const std::string& detail,
-                               std::chrono::seconds retry_after = std::chrono::seconds(1));
+                               std::chrono::seconds retry_after = std::chrono::seconds(1),
+                               const std::string& kind = "");
 
 // Says who is signed in, and tells the token.
 Http::Response session_shown(const Visitor& visitor);

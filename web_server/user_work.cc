@@ -8,13 +8,18 @@
 #include "administration/users.h"
 #include "http/problem.h"
 #include "server/log.h"
+#include "web_server/replies.h"
 
 namespace Quarrow::WebServer {
 namespace {
 
+// Somebody has to look at it.
+constexpr std::chrono::minutes time_to_mend{10};
+
 Http::Response refused(const std::string& folder, const std::string& reason) {
   Server::log_error(folder + ": " + reason);
-  return Http::problem(503, "Your folder can't be used at the moment. Ask the administrator.");
+  return passing_problem(503, "Your folder can't be used at the moment. Ask the administrator.",
+                         time_to_mend, "unusable-folder");
 }
 
 }  // namespace

@@ -20,12 +20,15 @@
 #include <utility>
 #include <vector>
 
+#include "administration/root_setup.h"
 #include "apps/quarrow-webd/signing_admission.h"
 #include "apps/quarrow-webd/web_options.h"
 #include "completion/answer.h"
+#include "delivery/helper_process.h"
 #include "delivery/recipient_lookup.h"
 #include "delivery/sandbox.h"
 #include "http/http_session.h"
+#include "message_filters/mailbox_name.h"
 #include "server/counters.h"
 #include "server/daemon.h"
 #include "server/listener.h"
@@ -82,6 +85,18 @@ Http::Response work(const Options& options, const EmailAddress& user,
   return WebApi::answer({user, options.root, options.catalogue, options.folder_dots}, request);
 }
 
+bool evaluates_mail(const WebServer::Call& call) {
+  return call.kind == WebServer::Call::Kind::work && WebApi::evaluates_mail(call.request);
+}
+
+bool is_work(const WebServer::Call& call) { return call.kind == WebServer::Call::Kind::work; }
+
+// Loads ICU and SQLite. A child that needs the configuration opens it anew.
+void prepare_for_rules(const Options& options) {
+  (void)MessageFilters::imap_mailbox_name("\u00e4");
+  (void)Administration::open_configuration(options.root);
+}
+
 Delivery::RecipientLookup look_up(const Options& options, const std::string& user) {
   const Delivery::MountSign sign = {options.root, Delivery::MountSign::Kind::folder};
   return Delivery::look_up_recipient(user, sign);
@@ -99,7 +114,9 @@ void be_broker(const Options& options, int introductions) {
                                       [&](const EmailAddress& owner, const auto& asked) {
                                         return work(options, owner, asked);
                                       });
-                                }};
+                                },
+                                {{evaluates_mail, Delivery::prepare_for_helpers},
+                                 {is_work, [&] { prepare_for_rules(options); }}}};
   const WebServer::ChildMaker children(jobs, options.work.time);
   SigningIn::SignInSettings settings;
   settings.look_up = [&](const std::string& user) { return look_up(options, user); };

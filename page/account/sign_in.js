@@ -14,6 +14,7 @@ function refusalText(problem) {
     problem instanceof Problem ? problem : { status: 0, retryAfter: null };
   if (status === 401) return t('session.wrong');
   if (status === 403) return t('session.by_proxy');
+  if (status === 504) return t('problem.no_sign_in'); // whoever checks passwords did not answer
   if (status === 429 && retryAfter) return t('session.throttled', { time: waitText(retryAfter) });
   return problemText(problem);
 }

@@ -1,10 +1,11 @@
 // The way out, unless a proxy signs users in and out.
 
 import { currentUser, Problem, signOut } from '../common/api.js';
-import { el } from '../common/dom.js';
+import { el, newId } from '../common/dom.js';
 import { complain } from '../common/notices.js';
 import { problemText } from '../common/problem_words.js';
 import { t } from '../common/words.js';
+import { draftIds, dropAllDrafts } from '../editor/drafts.js';
 
 /** It stands in the tab's memory once the page has learnt that a proxy signs users in. */
 const proxyKey = 'quarrow.proxySignsIn';
@@ -28,15 +29,53 @@ async function isEnded(everywhere) {
 }
 
 /**
- * A button that ends the session; null where no session can be ended.
+ * Asks whether rules that are not saved may be dropped, in a dialog.
+ * @param {number} count of them
+ * @returns {Promise<boolean>}
+ */
+function askToDrop(count) {
+  return new Promise((resolve) => {
+    const titleId = newId();
+    const choice = (/** @type {string} */ className, /** @type {boolean} */ isAgreed) => {
+      const onclick = () => {
+        resolve(isAgreed);
+        dialog.close();
+      };
+      const words = isAgreed ? 'session.drop_and_sign_out' : 'session.stay';
+      return el('button', { type: 'button', class: className, onclick }, t(words));
+    };
+    const dialog = el(
+      'dialog',
+      { 'aria-labelledby': titleId },
+      el('h2', { id: titleId }, t('session.drop_title')),
+      el('p', {}, t('session.drop_count', { count })),
+      el('p', {}, t('session.drop_reason')),
+      el('div', { class: 'buttons' }, choice('danger', true), choice('', false)),
+    );
+    dialog.addEventListener('close', () => {
+      resolve(false);
+      dialog.remove();
+    });
+    document.body.append(dialog);
+    dialog.showModal();
+  });
+}
+
+/**
+ * A button that ends the session, and leaves nothing of the user's on the device; null where no session can be ended.
  * @param {boolean} everywhere ends the sessions of all devices
  * @returns {HTMLElement | null}
  */
 export function signOutButton(everywhere) {
   if (isSignedInByProxy()) return null;
   const onclick = async () => {
+    const count = draftIds().length;
+    if (count > 0 && !(await askToDrop(count))) return;
     try {
-      if (await isEnded(everywhere)) return location.reload();
+      if (await isEnded(everywhere)) {
+        dropAllDrafts();
+        return location.reload();
+      }
     } catch (problem) {
       return complain(problemText(problem), { label: t('app.try_again'), action: onclick });
     }

@@ -2,6 +2,7 @@
 
 import { Problem } from '../common/api.js';
 import { change, store, take } from '../common/store.js';
+import { areSame } from '../sentences/differences.js';
 import { isConflict, settleEdit } from './conflict.js';
 
 /**
@@ -45,16 +46,22 @@ function settled(edit, answer, current) {
   return { ...edit, id: began ? edit.id : undefined, before, began, revision };
 }
 
-/** @param {Edit} edit */
+/**
+ * Sends it. What is sent once more after a save without an answer may be among the known ones.
+ * @param {Edit} edit
+ * @returns {Promise<number | null>} the saved filter's number
+ */
 async function send({ id, filter, before, revision }) {
   if (id !== undefined) {
     await change('PUT', `/rules/${id}`, filter, revision);
     return id;
   }
   const known = new Set(store.rules.filters.map((each) => each.id));
-  const answer = await change('POST', '/rules', { ...filter, before }, revision);
-  const added = answer.filters.filter((/** @type {Filter} */ each) => !known.has(each.id));
-  return added.at(-1)?.id ?? null;
+  /** @type {{filters: Filter[]}} */
+  const { filters } = await change('POST', '/rules', { ...filter, before }, revision);
+  const added = filters.filter(({ id: number }) => !known.has(number));
+  const alike = filters.filter((each) => areSame(each, filter));
+  return (added.at(-1) ?? alike.at(-1))?.id ?? null;
 }
 
 /**

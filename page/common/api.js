@@ -21,6 +21,11 @@ export class Problem extends Error {
     return String(this.body.type ?? '').match(/^urn:quarrow:problem:(.+)$/)?.[1] ?? '';
   }
 
+  /** Whether what was asked may be done all the same: no answer of the server came. */
+  get mayBeDone() {
+    return [0, 502, 504].includes(this.status);
+  }
+
   /** @returns {{pointer?: string, parameter?: string, detail: string}[]} */
   get errors() {
     return this.body.errors ?? [];

@@ -92,9 +92,9 @@ export const reloadRules = () => inTurn(async () => take(await ask('GET', '/rule
 export const newKey = () => crypto.getRandomValues(new Uint32Array(4)).join('-');
 
 /**
- * Makes a change of the rules of `revision`; the same try is made again when the connection was
- * lost, since it may have been made or not. Throws a Problem: 412 when the rules have changed
- * meanwhile, with the present ones in its body.
+ * Makes a change of the rules of `revision`; the same try is made again when no answer came, since
+ * it may have been made or not. Throws a Problem: 412 when the rules have changed meanwhile, with
+ * the present ones in its body.
  * @param {string} method
  * @param {string} path
  * @param {any} [body] or a function that makes it of the rules as they are when the turn comes
@@ -109,7 +109,7 @@ export function change(method, path, body, revision) {
       key: newKey(),
     };
     const answer = await ask(method, path, details).catch((problem) => {
-      if (problem.status !== 0) throw problem;
+      if (!problem.mayBeDone) throw problem;
       return ask(method, path, details);
     });
     take(answer);

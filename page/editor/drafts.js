@@ -11,6 +11,7 @@ import { store } from '../common/store.js';
  * @property {string} before the number of the filter that a new one is tried before; '' for last
  * @property {Filter | null} began the saved filter that it began from
  * @property {string} revision of the rules that it began from
+ * @property {boolean} mayBeSaved whether it was sent, and no answer came
  * @property {number} time in seconds since 1970
  */
 
@@ -62,13 +63,20 @@ export function keepDraft(id, draft) {
 /** @param {string | number} id */
 export const dropDraft = (id) => localStorage.removeItem(keyOf(id));
 
+/** The keys of all drafts of the user. */
+const draftKeys = () => Object.keys(localStorage).filter((key) => key.startsWith(front()));
+
+/** Nothing that the user typed is left on this device. */
+export const dropAllDrafts = () => {
+  for (const key of draftKeys()) localStorage.removeItem(key);
+};
+
 /**
  * The numbers and names of all drafts.
  * @returns {string[]}
  */
 export const draftIds = () =>
-  Object.keys(localStorage)
-    .filter((key) => key.startsWith(front()))
+  draftKeys()
     .map((key) => key.slice(front().length))
     .filter((id) => readDraft(id) !== null)
     .sort();

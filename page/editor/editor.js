@@ -184,24 +184,29 @@ class Editor {
 
   /**
    * The user sees what the store has: their work is about these rules from now on, unless it is
-   * their very filter that somebody else changed.
+   * their very filter that somebody else changed, or they have it already from a save without an
+   * answer: the server knows that one by the rules that it was about.
    */
   #followStore() {
     fillChoice(this.place.input, placeOptions(), this.work.before);
     this.work.before = this.place.input.value;
     const saved = savedFilter(this.id);
-    const { began } = this.work;
-    if (this.id === undefined || (saved && began && areSame(saved, began)))
-      this.work.revision = store.rules.revision;
+    const { began, mayBeSaved } = this.work;
+    const isUntouched = this.id === undefined || (saved && began && areSame(saved, began));
+    if (isUntouched && !mayBeSaved) this.work.revision = store.rules.revision;
     this.#show();
   }
 
   #changed() {
     this.isChanged = true;
-    const seconds = Math.floor(Date.now() / 1000);
-    const isKept = keepDraft(this.key, { ...this.work, time: seconds });
-    refill(this.complaint, isKept ? '' : t('editor.not_kept'));
+    refill(this.complaint, this.#keep() ? '' : t('editor.not_kept'));
     this.#show();
+  }
+
+  /** Keeps the work on this device; false where there is no room. */
+  #keep() {
+    const seconds = Math.floor(Date.now() / 1000);
+    return keepDraft(this.key, { ...this.work, time: seconds });
   }
 
   #show() {
@@ -319,6 +324,8 @@ class Editor {
       this.#close(result.saved);
     } catch (error) {
       if (!(error instanceof Problem)) throw error;
+      this.work.mayBeSaved ||= error.mayBeDone;
+      this.#keep();
       this.#showProblem(error);
     }
   }

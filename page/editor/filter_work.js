@@ -49,6 +49,7 @@ export function beginWork(filter) {
     before: '',
     began: structuredClone(savedFilter(filter.id)),
     revision: store.rules.revision,
+    mayBeSaved: false,
     time: 0,
   };
 }

@@ -78,6 +78,7 @@ const facts = ({ changed, taken_earlier: earlier, failed }) => [
 export class PreviewPanel {
   /** @type {Question | null} */
   #question = null;
+  #asked = '';
   #running = new AbortController();
   #timer = 0;
   #timerToSpeak = 0;
@@ -101,11 +102,14 @@ export class PreviewPanel {
   }
 
   /**
-   * Shows what a filter catches, a moment later; null while it is not complete.
+   * Shows what a filter catches among the present rules, a moment later; null while it is not
+   * complete.
    * @param {Question | null} question
    */
   update(question) {
-    if (JSON.stringify(question) === JSON.stringify(this.#question)) return;
+    const asked = JSON.stringify([question, store.rules.revision]);
+    if (asked === this.#asked) return;
+    this.#asked = asked;
     this.#question = question;
     this.#restart();
   }

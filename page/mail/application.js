@@ -116,6 +116,7 @@ class ApplicationPanel {
     this.progressText = el('p', { class: 'hint' });
     this.details = el('div');
     this.startButton = this.#button('start', 'main', () => this.#start());
+    this.planButton = el('button', { type: 'submit' }, t('application.plan'));
     this.stopButton = this.#button('stop', '', () => this.#post('/application/stop'));
     this.undoButton = this.#button('undo', '', () => this.#post('/application/undo'));
     this.element = el(
@@ -154,17 +155,21 @@ class ApplicationPanel {
       this.folder.element,
       this.rule.element,
       this.since.element,
-      el('button', { type: 'submit' }, t('application.plan')),
+      this.planButton,
     );
     form.addEventListener('submit', (/** @type {Event} */ event) => {
       event.preventDefault();
       this.#plan();
     });
-    form.addEventListener('change', () => {
-      this.#planned = null;
-      this.startButton.hidden = true;
-    });
+    form.addEventListener('change', () => this.#forgetPlan());
     return form;
+  }
+
+  /** What it says is not what would happen any more. */
+  #forgetPlan() {
+    if (this.#shown?.state !== 'planned') return;
+    this.#planned = null;
+    this.#show(this.#shown);
   }
 
   /** @returns {Wanted} */
@@ -219,11 +224,10 @@ class ApplicationPanel {
       this.#show(application);
       refill(this.complaint, t('application.runs'));
     } else if (error.status === 412) {
-      this.#planned = null;
-      this.startButton.hidden = true;
+      this.#forgetPlan();
       if (current) take(current);
       refill(this.complaint, t('application.rules_changed'));
-      this.line.focus();
+      this.planButton.focus();
     } else {
       refill(this.complaint, problemText(error));
     }

@@ -28,7 +28,8 @@ function withoutQuotes(text) {
 
 /**
  * The sender's address in a From field; null when there is none, or several, or when it is not
- * certain which one it is: names are a stranger's text and may look like addresses.
+ * certain which one it is: names are a stranger's text and may look like addresses, and characters
+ * that turn a line show an address that is none.
  * @param {string | null} from
  * @returns {string | null}
  */
@@ -37,7 +38,8 @@ export function addressOf(from) {
   const insides = [...plain.matchAll(/<([^<>]*)>/g)].map((match) => match[1]);
   if (insides.length > 1 || (insides.length === 0 && /[<>]/.test(plain))) return null;
   const address = (insides[0] ?? plain).trim();
-  return /^[^\s@<>"(),:;\\]+@[^\s@<>"(),:;\\]+$/.test(address) ? address : null;
+  const isAddress = /^[^\s@<>"(),:;\\]+@[^\s@<>"(),:;\\]+$/.test(address);
+  return isAddress && !/\p{Bidi_Control}/u.test(address) ? address : null;
 }
 
 /**
@@ -49,18 +51,18 @@ export function addressOf(from) {
 export function listOf(list) {
   const identifier = list?.match(/<\s*([^<>\s]+)\s*>\s*$/);
   const text = identifier ? `<${identifier[1]}>` : (list ?? '').trim();
-  return text === '' || /["\\]/.test(text) ? null : text;
+  return text === '' || /["\\\p{Bidi_Control}]/u.test(text) ? null : text;
 }
 
 /**
  * The part of a subject that further messages are likely to have: without "Re:" and the like, and
- * the longest piece between characters that a value can't hold.
+ * the longest piece between characters that a value can't hold, or that would turn its line.
  * @param {string | null} subject
  * @returns {string | null}
  */
 export function subjectOf(subject) {
   const core = (subject ?? '').replace(/^(\s*(re|aw|fwd?|wg|antw)(\[\d+\])?\s*:)+/i, '');
-  const pieces = core.split(/["\\\p{Cc}]/u).map((piece) => piece.trim());
+  const pieces = core.split(/["\\\p{Cc}\p{Bidi_Control}]/u).map((piece) => piece.trim());
   return (
     pieces.reduce((longest, piece) => (piece.length > longest.length ? piece : longest)) || null
   );

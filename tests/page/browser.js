@@ -38,6 +38,23 @@ export const looks = {
   narrow: { colorScheme: 'light', viewport: { width: 320, height: 640 } },
 };
 
+/** Kills the web server; nothing serves the page's requests until it is started again. */
+export const killServer = () => control('kill');
+
+/** Starts the web server that was killed. */
+export const startServer = () => control('start');
+
+async function control(order) {
+  const answer = await fetch(`${process.env.PAGE_CONTROL}/${order}`, { method: 'POST' });
+  assert.ok(answer.ok, `${order}: ${answer.status}`);
+}
+
+/** Calls the `quarrow` command with arguments, as the mail server's administrator. */
+export function quarrow(...words) {
+  const [program, ...options] = JSON.parse(process.env.PAGE_COMMAND);
+  return execFileSync(program, [...options, ...words], { encoding: 'utf8' });
+}
+
 let browser;
 after(() => browser?.close());
 
@@ -64,18 +81,17 @@ async function startBrowser() {
 
 // The page tries requests that the server refuses, with 401 before a sign-in, for example. The
 // browser tells each of them as an error, and no page can prevent that.
-function isRefusedRequest(message) {
-  return (
-    message.location().url.startsWith(`${address}/api/`) &&
-    /^Failed to load resource: .* status of 4\d\d /.test(message.text())
-  );
+function isRefusedRequest(message, mayServerFail) {
+  const refusals = mayServerFail
+    ? /^Failed to load resource: /
+    : /^Failed to load resource: .* status of 4\d\d /;
+  return message.location().url.startsWith(`${address}/api/`) && refusals.test(message.text());
 }
 
-// The list of what goes wrong in the page from now on.
-function faultsOf(page) {
-  const faults = [];
+// Adds what goes wrong in the page from now on to the list.
+function noteFaults(page, faults, mayServerFail) {
   page.on('console', (message) => {
-    if (message.type() === 'error' && !isRefusedRequest(message))
+    if (message.type() === 'error' && !isRefusedRequest(message, mayServerFail))
       faults.push(`console: ${message.text()}`);
   });
   page.on('pageerror', (error) => faults.push(`error: ${error.stack}`));
@@ -84,7 +100,6 @@ function faultsOf(page) {
     if (url.origin !== address && !['data:', 'blob:'].includes(url.protocol))
       faults.push(`request to another origin: ${url}`);
   });
-  return faults;
 }
 
 async function keepPicture(page, name) {
@@ -93,31 +108,49 @@ async function keepPicture(page, name) {
   await page.screenshot({ path: join(process.env.PAGE_FAILURES, file), fullPage: true });
 }
 
+// Opens a blank page in a browser of its own, which knows nothing of the other ones.
+async function openBrowser(look) {
+  browser ??= await startBrowser();
+  const context = await browser.newContext({
+    locale: 'en-GB',
+    ...look,
+    baseURL: address,
+    ignoreHTTPSErrors: true,
+  });
+  context.setDefaultTimeout(patience);
+  return context.newPage();
+}
+
 /**
- * A test of the page: `body` gets a blank one, whose address is the server's. The test fails when
- * `body` throws, and when the page writes an error to the console, throws one, or asks another
- * server for anything. A picture of a page that failed is kept.
+ * A test of the page: `body` gets a blank one, whose address is the server's, and a function that
+ * opens one in another browser. The test fails when `body` throws, and when a page writes an error
+ * to the console, throws one, or asks another server for anything. A picture of a page that failed
+ * is kept. Where `mayServerFail`, requests may get no answer, or one that the server has failed. A
+ * `skip` is the reason for which the test is not run here.
  */
-export function pageTest(name, body, { look = looks.light } = {}) {
-  test(name, async () => {
-    browser ??= await startBrowser();
-    const context = await browser.newContext({
-      ...look,
-      baseURL: address,
-      ignoreHTTPSErrors: true,
-      locale: 'en-GB',
-    });
-    context.setDefaultTimeout(patience);
-    const page = await context.newPage();
-    const faults = faultsOf(page);
+export function pageTest(
+  name,
+  body,
+  { look = looks.light, mayServerFail = false, skip = false } = {},
+) {
+  test(name, { skip }, async () => {
+    const faults = [];
+    const pages = [];
+    const open = async () => {
+      const page = await openBrowser(look);
+      noteFaults(page, faults, mayServerFail);
+      pages.push(page);
+      return page;
+    };
     try {
-      await body(page);
+      await body(await open(), open);
       assert.deepEqual(faults, []);
     } catch (error) {
-      await keepPicture(page, name);
+      for (const [at, page] of pages.entries())
+        await keepPicture(page, at ? `${name}-${at}` : name);
       throw error;
     } finally {
-      await context.close();
+      for (const page of pages) await page.context().close();
     }
   });
 }

@@ -23,6 +23,11 @@ def example_mail():
     return [path.read_bytes() for path in sorted((PROJECT / "examples" / "mail").glob("*.eml"))]
 
 
+def without_envelope_line(message):
+    """The files of the corpus begin with a line of mbox files, which no mail server keeps."""
+    return message.partition(b"\n")[2] if message.startswith(b"From ") else message
+
+
 def real_mail():
     """Messages of the corpus; of the examples where it is absent, since it does not belong to the
     project."""
@@ -30,7 +35,8 @@ def real_mail():
         return example_mail()
     with tarfile.open(CORPUS) as corpus:
         files = [member for member in corpus if member.isfile()]
-        return [corpus.extractfile(member).read() for member in files[::EVERY]]
+        return [without_envelope_line(corpus.extractfile(member).read())
+                for member in files[::EVERY]]
 
 
 def fill_inbox(maildir, messages):
@@ -45,30 +51,34 @@ def fill_inbox(maildir, messages):
 
 def fill_inboxes(daemon):
     fill_inbox(daemon.home(ALICE) / "Maildir", example_mail())
+    fill_inbox(daemon.home(ALICE) / "Maildir" / ".Archive", [])
     fill_inbox(daemon.home(BOB) / "Maildir", real_mail())
 
 
 class Setting:
-    """What runs, and where: `address` of the page, `users` with their passwords."""
+    """What runs, and where: `address` of the page, `users` with their passwords, and `command`,
+    which begins each call of the `quarrow` command."""
 
     def __init__(self, stack, quarrow):
         """What it starts is stopped, and what it makes removed, when `stack` is closed."""
         place = pathlib.Path(stack.enter_context(
             tempfile.TemporaryDirectory(prefix="quarrow-page-")))
         place.chmod(0o755)
+        self.quarrow = quarrow
         self.users = {"alice": {"user": ALICE, "password": dovecot.PASSWORD},
                       "bob": {"user": BOB, "password": dovecot.PASSWORD}}
-        imap = self._start_dovecot(stack, place)
+        self.imap = self._start_dovecot(stack, place)
         catalogue = place / "fields.xml"
         options = ["--page", PROJECT / "page", "--catalogue", catalogue,
-                   "--imap", f"imaps://localhost:{imap.tls_port}",
-                   "--imap-ca", imap.folder / "certificate"]
+                   "--imap", f"imaps://localhost:{self.imap.tls_port}",
+                   "--imap-ca", self.imap.folder / "certificate"]
         if nginx.GROUP:
             options += ["--socket-group", nginx.GROUP]
         self.daemon = Daemon(PROGRAM, *options, prepare=fill_inboxes)
         stack.callback(self.daemon.close)
-        subprocess.run([quarrow, "--root", self.daemon.folder / "root", "init", "--catalogue",
-                        catalogue], stdout=subprocess.DEVNULL, check=True)
+        self.command = [quarrow, "--root", str(self.daemon.folder / "root")]
+        subprocess.run([*self.command, "init", "--catalogue", catalogue],
+                       stdout=subprocess.DEVNULL, check=True)
         (place / "nginx").mkdir()
         self.proxy = nginx.Nginx(place / "nginx", self.daemon.socket)
         self.proxy.start()
@@ -84,6 +94,15 @@ class Setting:
         server.start()
         stack.callback(server.stop)
         return server
+
+    def server(self):
+        """What a test needs that looks into the users' folders, or has the web server end and
+        begin: its `process`, `command` and `log`, the port of Dovecot, and `quarrow`, the
+        command."""
+        return {"process": self.daemon.process.pid, "command": self.daemon.command,
+                "log": self.daemon.folder / "log", "socket": self.daemon.socket,
+                "root": self.daemon.folder / "root", "imap_port": self.imap.tls_port,
+                "quarrow": self.quarrow}
 
     def logs(self):
         return {"web_server": self.daemon.log_text(), "nginx": self.proxy.log()}

@@ -1,24 +1,7 @@
 // Users read, switch, move, copy, remove and find their rules.
 import assert from 'node:assert/strict';
-import { assertAccessible, assertFits, inEachLook, pageTest, signIn, users } from './browser.js';
-
-const ruleOf = (name, value, target, more = {}) => ({
-  enabled: true,
-  name,
-  relation: 'allof',
-  tests: [
-    {
-      type: 'string',
-      field: 'subject',
-      comparator: 'contains',
-      value,
-      negative: false,
-      match_case: false,
-    },
-  ],
-  actions: [{ method: 'move', target }],
-  ...more,
-});
+import { assertAccessible, assertFits, inEachLook, pageTest } from './browser.js';
+import { beginWith, button, onOff, replaceRules, rule, ruleOf, rulesOf } from './rules_page.js';
 
 const threeRules = [
   ruleOf('Numbers', 'quarterly', 'Reports'),
@@ -26,38 +9,7 @@ const threeRules = [
   ruleOf('Bills', 'invoice', 'Invoices'),
 ];
 
-/** Puts rules in place of those that there are, as another program would. */
-const replaceRules = (page, filters) =>
-  page.evaluate(
-    async (body) => {
-      const { token } = await (await fetch('/api/v1/session')).json();
-      const { revision } = await (await fetch('/api/v1/rules')).json();
-      const headers = {
-        'Content-Type': 'application/json',
-        'If-Match': `"${revision}"`,
-        'X-Quarrow-Token': token,
-      };
-      const request = { method: 'PUT', headers, body: JSON.stringify(body) };
-      const response = await fetch('/api/v1/rules', request);
-      if (!response.ok) throw new Error(await response.text());
-    },
-    { filters },
-  );
-
-const rulesOf = (page) => page.getByRole('list', { name: 'Rules' });
-const rule = (page, name) =>
-  rulesOf(page)
-    .locator('> li')
-    .filter({ has: page.getByRole('heading', { name, exact: true }) });
-const button = (page, name) => page.getByRole('button', { name, exact: true });
-const onOff = (page, name) => page.getByRole('switch', { name: `On: ${name}`, exact: true });
-
-async function begin(page, rules = threeRules) {
-  await signIn(page, users.alice);
-  await replaceRules(page, rules);
-  await page.reload();
-  await page.getByRole('heading', { name: 'Rules', exact: true }).waitFor();
-}
+const begin = (page, rules = threeRules) => beginWith(page, rules);
 
 /** Waits until the rules stand in this order, on the page and when it is loaded anew. */
 async function assertOrder(page, names) {

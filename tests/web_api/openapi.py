@@ -292,8 +292,6 @@ def ask_all(api, revision, tag):
 
 def apply_rules(api, folder):
     """Has a message moved and brought back, and asks for more while another process moves mail."""
-    for part in ("cur", "new", "tmp"):
-        (folder / "Maildir" / part).mkdir(parents=True)
     (folder / "Maildir/new/1700000000.a").write_text("Subject: quarterly\n\n")
     api.ask("PUT", "/rules", {"filters": [{**FILTER, "id": 1}]}, api.tag())
     api.ask("POST", "/application", {}, api.tag(), idempotency_key="apply")

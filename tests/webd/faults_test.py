@@ -43,10 +43,19 @@ def family(process):
     return [process] + [each for child in offspring for each in family(child)]
 
 
-def kill(daemon):
-    for process in family(daemon.process.pid):
+def send(processes, number):
+    for process in processes:
         with contextlib.suppress(ProcessLookupError):
-            os.kill(process, signal.SIGKILL)
+            os.kill(process, number)
+
+
+def kill(daemon):
+    """Ends all processes of the server, which make no further ones meanwhile."""
+    stopped = []
+    while (found := family(daemon.process.pid)) != stopped:
+        stopped = found
+        send(stopped, signal.SIGSTOP)
+    send(stopped, signal.SIGKILL)
 
 
 class User:
@@ -85,27 +94,35 @@ class FaultTestCase(DaemonTestCase):
 
 
 class SavingAtOnceTest(FaultTestCase):
-    def save_all(self, user, names):
-        """Adds a filter for each name, on whatever the rules are then."""
-        for name in names:
-            etag = user.etag()
-            while True:
-                answer = user.change("POST", "/rules", filter_named(name), etag)
-                if answer[0] != 412:
-                    break
-                etag = answer[2]["ETag"]
-                self.assertEqual(etag.strip('"'), json_of(answer)["current"]["revision"])
-            self.assertEqual(201, answer[0], answer[1])
+    def save(self, user, method, path, body):
+        """Makes a change on whatever the rules are then."""
+        etag = user.etag()
+        while (answer := user.change(method, path, body, etag))[0] == 412:
+            etag = answer[2]["ETag"]
+            self.assertEqual(etag.strip('"'), json_of(answer)["current"]["revision"])
+        self.assertLess(answer[0], 300, answer[1])
+        return json_of(answer)["filters"]
 
     def test_two_browsers_save_a_hundred_times_and_nothing_is_lost(self):
+        """Each counts the name of its own rule up, and never sees one of the two go back."""
         users = [User(self.daemon) for _ in range(2)]
-        lists = [[f"{letter}{number}" for number in range(50)] for letter in "ab"]
+        for user in users:
+            self.save(user, "POST", "/rules", filter_named("0"))
+        numbers = [each["id"] for each in json_of(users[0].ask("GET", "/rules"))["filters"]]
+
+        def count_up(user, mine):
+            seen = {number: 0 for number in numbers}
+            for name in range(1, 51):
+                filters = self.save(user, "PUT", f"/rules/{mine}", filter_named(str(name)))
+                names = {each["id"]: int(each["name"]) for each in filters}
+                self.assertEqual(name, names[mine])
+                for number in numbers:
+                    self.assertGreaterEqual(names[number], seen[number])
+                seen = names
+
         with ThreadPoolExecutor(2) as pool:
-            list(pool.map(self.save_all, users, lists))
-        names = users[0].names()
-        self.assertEqual(sorted(lists[0] + lists[1]), sorted(names))
-        for mine in lists:
-            self.assertEqual(mine, [name for name in names if name in mine])
+            list(pool.map(count_up, users, numbers))
+        self.assertEqual(["50", "50"], users[0].names())
 
     def test_the_command_at_the_same_time(self):
         user = User(self.daemon)
@@ -121,7 +138,8 @@ class SavingAtOnceTest(FaultTestCase):
         mine = [f"w{number}" for number in range(20)]
         with ThreadPoolExecutor(1) as pool:
             by_command = pool.submit(add_by_command)
-            self.save_all(user, mine)
+            for name in mine:
+                self.save(user, "POST", "/rules", filter_named(name))
             by_command.result()
         self.assertEqual(sorted(mine + [f"c{number}" for number in range(20)]),
                          sorted(user.names()))

@@ -12,6 +12,7 @@ const draft = (id) => ({
   before: '',
   began: null,
   revision: '0123456789ab',
+  mayBeSaved: false,
   time: 1,
 });
 

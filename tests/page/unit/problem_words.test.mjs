@@ -17,6 +17,8 @@ describe('problemText', () => {
     [problemOf(409, 'limit-reached'), /as many rules as you may have/],
     [problemOf(404, 'no-such-filter'), /rule is not there any more/],
     [problemOf(422, 'not-valid', 'no folder'), /can't be taken: no folder/],
+    [problemOf(503, 'unusable-folder'), /mail folder can't be used.*Tell your mail provider/],
+    [problemOf(503, 'no-sign-in'), /Nobody can sign in/],
     [problemOf(500, 'failure', 'no space'), /can't do this now.*no space/],
     [problemOf(599, 'unheard-of', 'odd'), /can't do this now.*odd/],
     [problemOf(418, 'unheard-of', 'a teapot'), /refused.*a teapot/],

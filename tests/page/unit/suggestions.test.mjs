@@ -46,6 +46,7 @@ describe('addressOf', () => {
     'bob@example.org bob@example.org',
     'bob@@example.org',
     'undisclosed: ;',
+    '\u202Egro.elpmaxe@bob.example.net',
   ];
   for (const from of uncertain)
     it(`finds none for certain in ${from}`, () => assert.equal(addressOf(from), null));
@@ -58,6 +59,7 @@ describe('listOf', () => {
     ['"The <best> list" <dev.lists.example.org>', '<dev.lists.example.org>'],
     ['dev.lists.example.org', 'dev.lists.example.org'],
     ['a "list"', null],
+    ['\u202Egro.elpmaxe.tsil', null],
     ['', null],
     [null, null],
   ];
@@ -74,6 +76,7 @@ describe('subjectOf', () => {
     ['The "quarterly report" is there', 'quarterly report'],
     ['a\\longer piece', 'longer piece'],
     ['one\ttwo three', 'two three'],
+    ['turned \u202Efdp.exe', 'fdp.exe'],
     ['Re:', null],
     ['""', null],
     ['', null],
