@@ -2,6 +2,7 @@
 #include "administration/guarded_process.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -62,7 +63,14 @@ GuardedOutcome outcome_of(const std::function<GuardedOutcome()>& work) {
   }
 }
 
-[[noreturn]] void run_child(int pipe, const std::function<GuardedOutcome()>& work) {
+// Whoever ends the parent, at a deadline for example, ends the work.
+void end_with(pid_t parent) {
+  (void)prctl(PR_SET_PDEATHSIG, SIGKILL);  // without it the work ends by itself
+  if (getppid() != parent) _exit(1);       // it was too late for that
+}
+
+[[noreturn]] void run_child(int pipe, pid_t parent, const std::function<GuardedOutcome()>& work) {
+  end_with(parent);
   const rlimit no_core = {0, 0};
   (void)setrlimit(RLIMIT_CORE, &no_core);  // without it there is a core file at worst
   (void)std::signal(SIGABRT, SIG_DFL);     // the parent tells a failed assertion by it
@@ -97,9 +105,10 @@ GuardedOutcome run_guarded(const std::string& document,
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return no_process("pipe", errno);
   const Descriptor reading_end(ends[0]);
+  const pid_t parent = getpid();
   const pid_t child = fork();
   const int error = errno;
-  if (child == 0) run_child(ends[1], work);
+  if (child == 0) run_child(ends[1], parent, work);
   (void)close(ends[1]);  // so that reading ends with the child
   if (child < 0) return no_process("fork", error);
   const std::string packet = read_to_end(reading_end.get());

@@ -21,7 +21,8 @@ struct GuardedOutcome {
 // and gives what it returned. When the child was ended by a failed assertion, the document is
 // damaged; by another signal, or without an answer: it crashed. An exception of the work is the
 // refusal "unavailable". The child ends without flushing streams and without calling what the
-// program registered for its exit; the work's changes in memory are lost with it.
+// program registered for its exit; the work's changes in memory are lost with it. It is killed when
+// this process ends, unless it took on other rights.
 GuardedOutcome run_guarded(const std::string& document,
                            const std::function<GuardedOutcome()>& work);
 

@@ -10,6 +10,8 @@
 #include <stdexcept>
 
 #include "administration/administration_test_support.h"
+#include "system/child_process_test_support.h"
+#include "system/descriptor.h"
 
 namespace Quarrow::Administration {
 namespace {
@@ -45,6 +47,25 @@ TEST(GuardedProcess, LeavesThisProcessAsItIs) {
   });
   EXPECT_EQ(0, changed);
   EXPECT_NE(std::to_string(self), outcome.answer);
+}
+
+TEST(GuardedProcess, EndsWithTheOneThatWaitsForIt) {
+  int ends[2] = {-1, -1};
+  ASSERT_EQ(0, pipe(ends));
+  const Descriptor reading_end(ends[0]);
+  const pid_t waiting = start_child([&] {
+    (void)refusal_of([&]() -> GuardedOutcome {
+      EXPECT_EQ(1, write(ends[1], "b", 1));
+      for (;;) (void)pause();
+    });
+    return 0;
+  });
+  (void)close(ends[1]);
+  char begun = 0;
+  EXPECT_EQ(1, read(reading_end.get(), &begun, 1));
+  (void)kill(waiting, SIGKILL);
+  EXPECT_EQ(SIGKILL, wait_for(waiting).signal);
+  EXPECT_EQ(0, read(reading_end.get(), &begun, 1)) << "the end of all that could write";
 }
 
 TEST(GuardedProcess, TellsAFailedAssertionAsADamagedDocument) {
