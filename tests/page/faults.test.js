@@ -143,21 +143,25 @@ pageTest('damaged rules are told, and are not overwritten', async (page) => {
   const path = documentOf(alice);
   const whole = readFileSync(path);
   const damaged = whole.subarray(0, whole.length - 20);
+  const editor = await typeRule(page, 'On top');
   writeFileSync(path, damaged);
   try {
+    await button(page, 'Save the rule').click();
+    await alert(editor, 'Your stored rules are damaged').waitFor();
+    await assertTyped(editor, 'On top');
+    assert.deepEqual(readFileSync(path), damaged);
     await page.reload();
-    await page
-      .getByText(/damaged|Something is wrong with the stored rules/)
-      .first()
-      .waitFor();
+    await page.getByRole('heading', { name: "Your rules can't be shown" }).waitFor();
+    await alert(page, 'Your stored rules are damaged').waitFor();
     await assertAccessible(page);
     await withBob(page, assertServed);
-    assert.deepEqual(readFileSync(path), damaged);
   } finally {
     writeFileSync(path, whole);
   }
-  await page.reload();
-  await headings(page).getByText('Numbers', { exact: true }).waitFor();
+  await button(page, 'Try again').click();
+  await assertTyped(editor, 'On top');
+  await save(page, 'On top');
+  assert.deepEqual(await headings(page).allTextContents(), ['Numbers', 'On top']);
 });
 
 pageTest(

@@ -78,7 +78,8 @@ inEachLook('who signs out with unsaved rules is asked first, and may stay', asyn
   await page.getByRole('button', { name: 'Sign out' }).click();
   await page.keyboard.press('Escape');
   await page.reload();
-  await page.getByText('You began a rule that is not saved.').waitFor();
+  await page.getByLabel('Name of the rule').waitFor();
+  assert.equal(await page.getByLabel('Name of the rule').inputValue(), 'Of nobody else');
 });
 
 pageTest("what is not saved leaves the device with its user, and no other one's", async (page) => {
