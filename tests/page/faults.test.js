@@ -259,10 +259,12 @@ pageTest(
     await alert(editor, 'The server could not be reached.').waitFor();
     await assertTyped(editor, 'Patient');
     await startServer();
-    await button(page, 'Save the rule').click();
+    await page.evaluate(() => dispatchEvent(new Event('focus')));
     const dialog = page.getByRole('dialog', { name: 'Your session has ended' });
     await dialog.getByLabel('Password', { exact: true }).fill(alice.password);
     await button(dialog, 'Sign in').click();
+    await dialog.waitFor({ state: 'detached' });
+    await button(page, 'Save the rule').click();
     await headings(page).getByText('Patient', { exact: true }).waitFor();
     assert.equal(await headings(page).count(), 2);
   },
