@@ -77,7 +77,11 @@ class StateKeeper {
     return files_.write(state_);
   }
 
-  void expect(std::uint64_t total) { state_.total = total; }
+  // Told at once: whoever looks after an end before the next state knows of how many.
+  void expect(std::uint64_t total) {
+    state_.total = total;
+    tell();
+  }
 
   void count(PlannedMessage message) {
     for (auto& folder : message.folders) folder = readable_folder(folder);

@@ -4,7 +4,7 @@
 Usage: source_table.py PROJECT_FOLDER
 
 Each file that the table names must exist, and each source and header outside tests, measurements
-and examples must stand in it. Prints what differs, and exits with 1 then.
+and examples must stand in it, those of the page among them. Prints what differs, and exits with 1 then.
 """
 
 import pathlib
@@ -32,7 +32,8 @@ def named(page):
 def present(project):
     """The same of the sources."""
     found = set()
-    for path in [*project.rglob("*.cc"), *project.rglob("*.h")]:
+    page = [path for ending in ("js", "css", "html") for path in project.glob(f"page/**/*.{ending}")]
+    for path in [*project.rglob("*.cc"), *project.rglob("*.h"), *page]:
         folder = path.parent.relative_to(project)
         is_test = path.stem.endswith(("_test", "_test_support"))
         if folder.parts[0] not in ELSEWHERE and not is_test:
