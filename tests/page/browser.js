@@ -38,17 +38,6 @@ export const looks = {
   narrow: { colorScheme: 'light', viewport: { width: 320, height: 640 } },
 };
 
-/** Kills the web server; nothing serves the page's requests until it is started again. */
-export const killServer = () => control('kill');
-
-/** Starts the web server that was killed. */
-export const startServer = () => control('start');
-
-async function control(order) {
-  const answer = await fetch(`${process.env.PAGE_CONTROL}/${order}`, { method: 'POST' });
-  assert.ok(answer.ok, `${order}: ${answer.status}`);
-}
-
 /** Calls the `quarrow` command with arguments, as the mail server's administrator. */
 export function quarrow(...words) {
   const [program, ...options] = JSON.parse(process.env.PAGE_COMMAND);

@@ -13,7 +13,6 @@ import subprocess
 import sys
 
 import page_setting
-import server_control
 from set_up import skip
 
 BROWSERS = ("chromium-headless-shell", "chromium")
@@ -37,11 +36,10 @@ def main(quarrow, tools, test_file, failures):
     browser = find(BROWSERS, "Chromium")
     if not (pathlib.Path(tools) / "package-lock.installed").exists():
         skip(f"{tools} is not there; scripts/install-page-tools makes it")
-    with (page_setting.page_setting(quarrow) as setting,
-          server_control.server_control(setting.daemon) as control):
+    with page_setting.page_setting(quarrow) as setting:
         environment = {**os.environ, "PAGE_TOOLS": tools, "PAGE_BROWSER": browser,
                        "PAGE_ADDRESS": setting.address, "PAGE_FAILURES": failures,
-                       "PAGE_USERS": json.dumps(setting.users), "PAGE_CONTROL": control,
+                       "PAGE_USERS": json.dumps(setting.users),
                        "PAGE_COMMAND": json.dumps(setting.command),
                        "PAGE_SERVER": json.dumps(setting.server(), default=str)}
         status = subprocess.run([node, "--test", test_file], env=environment,

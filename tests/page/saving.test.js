@@ -4,11 +4,9 @@ import {
   assertAccessible,
   assertFits,
   inEachLook,
-  killServer,
   pageTest,
   quarrow,
   signIn,
-  startServer,
   users,
 } from './browser.js';
 import {
@@ -20,6 +18,7 @@ import {
   storedNames,
   typeRule,
 } from './editor_page.js';
+import { killServer, startServer } from './processes.js';
 import { assertFocused, beginWith, button, rule, ruleOf } from './rules_page.js';
 
 const alice = users.alice.user;
@@ -245,10 +244,13 @@ pageTest(
     } finally {
       await startServer();
     }
-    await save(page);
+    // the page may ask for the password before the user saves
+    await page.evaluate(() => dispatchEvent(new Event('focus')));
     const signingIn = page.getByRole('dialog', { name: 'Your session has ended' });
     await signingIn.getByLabel('Password', { exact: true }).fill(users.alice.password);
     await page.keyboard.press('Enter');
+    await signingIn.waitFor({ state: 'detached' });
+    await save(page);
     await sentenceInList(page, 'When the subject contains patient, move it to Archived.').waitFor();
     assert.equal((await storedNames(page)).length, twoRules.length + 1);
   },
