@@ -31,6 +31,8 @@ endif()
 add_library(quarrow_flags INTERFACE)
 target_compile_options(quarrow_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -UNDEBUG)
+include(Hardening)
+target_link_libraries(quarrow_flags INTERFACE quarrow_hardening)
 # Without the check of dynamic types: it makes a pipe to find out what memory can be read, and a
 # confined helper process may not.
 if(QUARROW_SANITIZE)

@@ -58,9 +58,10 @@ void Spool::close() {
   size_ = 0;
 }
 
-void Spool::empty_memory() const {
-  (void)lseek(memory_, 0, SEEK_SET);
-  (void)ftruncate(memory_, 0);
+void Spool::empty_memory() {
+  if (lseek(memory_, 0, SEEK_SET) == 0 && ftruncate(memory_, 0) == 0) return;
+  (void)::close(memory_);  // the next message gets a new one
+  memory_ = -1;
 }
 
 }  // namespace Quarrow::Lmtp

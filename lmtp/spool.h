@@ -39,11 +39,11 @@ class Spool {
 
  private:
   bool move_to_disk();
-  void empty_memory() const;
+  void empty_memory();
 
   const std::string folder_;
   const std::uint64_t most_in_memory_;
-  int memory_ = -1;  // made once, emptied for each message
+  int memory_ = -1;  // emptied for each message
   int fd_ = -1;      // memory_, or the file in the folder
   std::uint64_t size_ = 0;
 };

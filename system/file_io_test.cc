@@ -25,7 +25,7 @@ std::string long_text() {
 struct Pipe {
   Pipe() {
     int ends[2] = {-1, -1};
-    (void)pipe(ends);
+    EXPECT_EQ(0, pipe(ends));
     out = ends[0];
     in = ends[1];
   }

@@ -2,6 +2,7 @@
 #include "system/lasting_process.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -49,7 +50,7 @@ void report(const std::string& text) {
 [[noreturn]] void be_lasting(int pipe, const std::function<void(const Report&)>& work) {
   answer_signals();
   if (!shed_descriptors(pipe)) _exit(1);
-  (void)nice(lower_priority);  // work at the usual one is no fault
+  (void)setpriority(PRIO_PROCESS, 0, lower_priority);  // work at the usual one is no fault
   try {
     work(report);
   } catch (...) {
