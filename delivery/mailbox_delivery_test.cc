@@ -192,11 +192,11 @@ class JournaledDelivery : public MailboxDelivery {
     const auto evaluate = [&evaluation](int, std::uint64_t, std::time_t, const std::string&) {
       return evaluation;
     };
-    return deliver(alice, message_.file(), 7, "host", evaluate);
+    return deliver(alice, message_with_id_.file(), 7, "host", evaluate);
   }
   Journal journal() const { return read_journal(user_, std::time(nullptr)); }
 
-  const TestMessage message_{"A: b\nMessage-ID: <1@x>\n\nc\n", "Message-ID: <added@x>\n"};
+  const TestMessage message_with_id_{"A: b\nMessage-ID: <1@x>\n\nc\n", "Message-ID: <added@x>\n"};
 };
 
 TEST_F(JournaledDelivery, IsNotedWithItsTimeItsRuleAndTheRulesRevision) {

@@ -264,10 +264,9 @@ void Session::end_message() {
   const auto refusal = refusal_of_message();
   std::map<std::string, Reply> outcomes;
   for (const std::string& recipient : envelope_.recipients) {
-    const std::string spelling = handler_->spelling_of(recipient);
-    if (outcomes.count(spelling) == 0)
-      outcomes[spelling] = refusal ? *refusal : handler_->deliver(envelope_, recipient);
-    const Reply& outcome = outcomes[spelling];
+    const auto [entry, is_first] = outcomes.try_emplace(handler_->spelling_of(recipient));
+    Reply& outcome = entry->second;
+    if (is_first) outcome = refusal ? *refusal : handler_->deliver(envelope_, recipient);
     reply(outcome.code, outcome.status, outcome.text);
     flush();           // a client need not wait for, nor repeat, a delivery that is done
     if (over_) break;  // it is gone, and will repeat the recipients without a reply

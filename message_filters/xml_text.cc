@@ -269,7 +269,8 @@ class Rewriter {
 
 std::optional<std::string> readable_xml(const std::string& document) {
   if (document.size() > most_xml_bytes) return std::nullopt;
-  const std::string text = with_plain_line_ends(document.c_str());  // up to a NUL, as ezXML would
+  const std::string text =
+      with_plain_line_ends(document.substr(0, document.find('\0')));  // as ezXML would read it
   if (text.empty() || text[0] == '\xFE' || text[0] == '\xFF') return std::nullopt;
   if (has_internal_subset(text) || has_bad_character_reference(text)) return std::nullopt;
   return Rewriter(text).rewrite();

@@ -177,13 +177,13 @@ std::vector<MailSource> sources_for(const std::string& maildir, const Wish& wish
                                     std::optional<Trial::SourceFailure>& failure) {
   auto found = Trial::find_mail({folder_path(maildir, wish.folder)});
   if (!found.failures.empty()) failure = found.failures.front();
-  auto& sources = found.sources;
+  auto sources = std::move(found.sources);
   if (wish.since)
     sources.erase(
         std::remove_if(sources.begin(), sources.end(),
                        [&](const MailSource& source) { return received(source) < *wish.since; }),
         sources.end());
-  return std::move(sources);
+  return sources;
 }
 
 RefilingPlan plan_refiling(const std::string& maildir, const Wish& wish,
