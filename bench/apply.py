@@ -11,15 +11,16 @@ the ratios within a round.
 """
 import os
 import pathlib
-import statistics
 import subprocess
 import sys
 import tempfile
 import time
 
+import figures
 import peers
 
 USER = "alice"
+MOST_BESIDE_MATCH = 1.3  # of the time
 ADDRESS = f"{USER}@{peers.DOMAIN}"
 TEXT = ("Received: from mx.example.net by mx.example.org; Mon, 04 May 2026 12:00:00 +0000\n"
         "From: Person {0} <person{0}@example.net>\nTo: list{0}@example.org\n"
@@ -69,13 +70,13 @@ def main(build, count="100000", rounds="5"):
             if left > 0:
                 sys.exit(f"{left} messages were not moved")
             watch.run("apply", ADDRESS, "--undo", "--yes")
-    for program, runs in times.items():
-        print(f"quarrow {program}: {peers.summary([run[0] for run in runs])} seconds,"
-              f"{peers.summary([run[1] for run in runs])} of the processors")
-    for which, what in enumerate(["time", "processors' time"]):
-        ratio = statistics.median(apply[which] / match[which]
-                                  for apply, match in zip(times["apply"], times["match"]))
-        print(f"quarrow apply takes {ratio:.2f} of the {what} of quarrow match")
+    topic = f"filing {count} messages"
+    for which, unit in enumerate(["s", "CPU s"]):
+        for program, runs in times.items():
+            figures.show(topic, f"quarrow {program}", [run[which] for run in runs], unit)
+        figures.show_ratio(topic, f"apply / match, {unit}", [run[which] for run in times["apply"]],
+                           [run[which] for run in times["match"]],
+                           at_most=MOST_BESIDE_MATCH if which == 0 else None)
 
 
 if __name__ == "__main__":

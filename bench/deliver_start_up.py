@@ -3,8 +3,8 @@
 
 usage: deliver_start_up.py BUILD_DIR [MESSAGE]
 
-BUILD_DIR holds a release build; MESSAGE is a file that a rule files, an example unless given;
-TMPDIR says which disk.
+BUILD_DIR holds a release build; MESSAGE is a file that a rule files. Unless given, there are two,
+one of the examples and the same with encoded words in its header. TMPDIR says which disk.
 
 The programs deliver the message to a Maildir each, by the same 20 rules: Dovecot with its Sieve
 plugin and the script compiled ahead, maildrop by the rules in its own language. They do so 30
@@ -16,15 +16,17 @@ to the others, paired by round. Exits with 77, saying why, where the other progr
 import os
 import pathlib
 import re
-import statistics
 import subprocess
 import sys
 import time
 
+import figures
 import peers
 
 ROUNDS = 30
 USER = "alice"
+ENCODED_WORDS = (b"Comments: =?UTF-8?Q?Gr=C3=BC=C3=9Fe?= =?ISO-8859-15?B?YXVzIEv2bG4=?=\n"
+                 b"Cc: =?UTF-8?B?SsO8cmdlbg==?= <juergen@example.net>\n")
 SYNCHRONISES = re.compile(rb"\b(?:fsync|fdatasync|sync|syncfs|sync_file_range)\(")
 
 
@@ -77,10 +79,7 @@ def maildrop(folder):
     home = folder / "maildrop"
     home.mkdir()
     maildir = home / "Maildir"
-    for name in ["", *(folder for _, _, folder in peers.rules())]:
-        for part in ("cur", "new", "tmp"):
-            place = maildir / ("." + name.replace("/", ".") if name else "") / part
-            place.mkdir(parents=True)
+    peers.make_maildrop_folders(maildir)
     rules = home / "filter"
     rules.write_text(peers.maildrop_filter(maildir))
     rules.chmod(0o600)
@@ -101,34 +100,28 @@ def check(programs, message, trace):
         print(f"{name:17}synchronises {count} times a delivery")
 
 
-def compare(programs, message):
+def compare(topic, programs, message):
     times = {name: [] for name in programs}
     for _ in range(ROUNDS):
         for name, program in programs.items():
             times[name].append(program.deliver(message))
     for name, values in times.items():
-        print(f"{name:17}{peers.summary(values)} ms")
+        figures.show(topic, name, values, "ms")
     ours, *others = times
     for other in others:
-        ratios = [own / theirs for own, theirs in zip(times[ours], times[other])]
-        print(f"{ours} takes {statistics.median(ratios):.2f} of the time of {other}")
+        figures.show_ratio(topic, f"{ours} / {other}", times[ours], times[other], at_most=1)
 
 
-def main(arguments):
-    if len(arguments) not in (1, 2):
-        sys.exit(__doc__)
-    peers.skip_without(dovecot_core="/usr/lib/dovecot/dovecot-lda", dovecot_sieve="sievec",
-                       maildrop="maildrop")
-    source = arguments[1] if len(arguments) == 2 else peers.EXAMPLE_MAIL / "22-list.eml"
-    text = peers.numbered(0, pathlib.Path(source).read_bytes()).replace(b"\r\n", b"\n")
+def measure(build, topic, text):
+    print(f"\n{topic}")
     with peers.temporary_folder() as name:
         folder = pathlib.Path(name)
-        quarrow, dovecot = peers.Quarrow(pathlib.Path(arguments[0]), folder), peers.Dovecot(folder)
+        quarrow, dovecot = peers.Quarrow(build, folder), peers.Dovecot(folder)
         quarrow.add_user(USER)
         dovecot.add_user(USER, quarrow.script(USER))
         peers.give_away(quarrow.root)
         path = folder / "message"
-        path.write_bytes(text)
+        path.write_bytes(peers.numbered(0, text).replace(b"\r\n", b"\n"))
         (folder / "trace").mkdir()
         peers.give_away(folder / "trace")
         programs = {"quarrow deliver": quarrow_deliver(quarrow),
@@ -136,7 +129,21 @@ def main(arguments):
         peers.give_away(dovecot.folder / "home")
         with open(path, "rb") as message:
             check(programs, message, folder / "trace" / "calls")
-            compare(programs, message)
+            compare(topic, programs, message)
+
+
+def main(arguments):
+    if len(arguments) not in (1, 2):
+        sys.exit(__doc__)
+    peers.skip_without(dovecot_core="/usr/lib/dovecot/dovecot-lda", dovecot_sieve="sievec",
+                       maildrop="maildrop")
+    build = pathlib.Path(arguments[0])
+    if len(arguments) == 2:
+        measure(build, "one message, a process", pathlib.Path(arguments[1]).read_bytes())
+        return
+    text = (peers.EXAMPLE_MAIL / "22-list.eml").read_bytes()
+    measure(build, "one message, a process", text)
+    measure(build, "one message with encoded words, a process", ENCODED_WORDS + text)
 
 
 if __name__ == "__main__":

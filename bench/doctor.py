@@ -18,6 +18,8 @@ import sys
 import tempfile
 import time
 
+import figures
+
 RULE = "rule{rule}-word"
 
 
@@ -73,9 +75,10 @@ def measure(quarrow, form, what):
         took = time.perf_counter() - began
         output.seek(0)
         findings = sum(1 for _ in output)
-    print(f"{what}: {took:.1f} s, user {usage.ru_utime:.1f} s, system {usage.ru_stime:.1f} s, "
-          f"memory {usage.ru_maxrss / 1024:.0f} MiB, lines {findings}, "
-          f"status {process.returncode}")
+    print(f"\n{what}: {findings} lines, exit status {process.returncode}")
+    figures.show(what, "quarrow doctor", [took], "s")
+    figures.show(what, "quarrow doctor", [usage.ru_utime + usage.ru_stime], "CPU s")
+    figures.show(what, "quarrow doctor", [usage.ru_maxrss / 1024], "MiB")
 
 
 def main(build, count="10000", rules="20"):
@@ -85,10 +88,10 @@ def main(build, count="10000", rules="20"):
         root = pathlib.Path(folder)
         quarrow = [program, "--root", root]
         make_users(quarrow, root, int(count), int(rules))
-        measure(quarrow, "tab", f"users {count}, rules {rules}")
+        measure(quarrow, "tab", f"looking after {count} users with {rules} rules each")
         take_scripts(root)
         for form in ("tab", "json", "table"):
-            measure(quarrow, form, f"without scripts, {form}")
+            measure(quarrow, form, f"the same with a finding for each, {form}")
 
 
 main(*sys.argv[1:])

@@ -11,11 +11,11 @@ in milliseconds, and the ratios of `quarrow filter list` to the others, paired b
 """
 import contextlib
 import pathlib
-import statistics
 import subprocess
 import sys
 import time
 
+import figures
 import peers
 
 ROUNDS = 60
@@ -63,12 +63,12 @@ def compare(programs, environment):
     for _ in range(ROUNDS):
         for name, command in programs.items():
             times[name].append(run(command, environment)[0])
+    topic = "listing 20 filters, a process"
     for name, values in times.items():
-        print(f"{name:19}{peers.summary(values)} ms")
+        figures.show(topic, name, values, "ms")
     ours, *others = times
     for other in others:
-        ratios = [own / theirs for own, theirs in zip(times[ours], times[other])]
-        print(f"{ours} takes {statistics.median(ratios):.2f} of the time of {other}")
+        figures.show_ratio(topic, f"{ours} / {other}", times[ours], times[other])
 
 
 def main(arguments):

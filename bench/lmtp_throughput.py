@@ -28,6 +28,7 @@ import subprocess
 import sys
 import time
 
+import figures
 import peers
 
 ROUNDS = 15
@@ -35,6 +36,7 @@ DELIVERIES = 600  # in a round
 COUNTED_DELIVERIES = 100
 CONNECTIONS = (1, 8)
 WORKERS = 10
+LEAST_BESIDE = {"bare loop": 0.75, "dovecot": 1.5}  # of the other's rate
 USERS = [f"user{number}" for number in range(8)]
 FIRST_USER = "first"  # gets every message once, for the verdicts
 
@@ -160,10 +162,6 @@ def processor_time(server):
     return ticks / os.sysconf("SC_CLK_TCK")
 
 
-def print_ratios(name, ours, theirs):
-    print(f"  ours to {name:12}{peers.summary([own / other for own, other in zip(ours, theirs)])}")
-
-
 def compare(ours, dovecot, maildirs, load):
     """`ours` is the server."""
     addresses = [f"{user}@{peers.DOMAIN}" for user in USERS]
@@ -176,12 +174,14 @@ def compare(ours, dovecot, maildirs, load):
             for name, (kind, place, users) in targets.items():
                 rates[name].append(load.rate(kind, place, connections, users))
         spent = (processor_time(ours.process.pid) - before) / (ROUNDS * DELIVERIES)
-        print(f"{connections} connection{'s' * (connections > 1)}, deliveries a second")
+        topic = f"deliveries over {connections} connection{'s' * (connections > 1)}"
+        print(f"\n{topic}")
         for name, values in rates.items():
-            print(f"  {name:20}{peers.summary(values)}")
-        for name in ("bare loop", "dovecot"):
-            print_ratios(name, rates["quarrow-lmtpd"], rates[name])
-        print(f"  processor time      {spent * 1e6:9.0f} us for a delivery", flush=True)
+            figures.show(topic, name, values, "a second")
+        for name, goal in LEAST_BESIDE.items():
+            figures.show_ratio(topic, f"quarrow-lmtpd / {name}", rates["quarrow-lmtpd"],
+                               rates[name], at_least=goal)
+        figures.show(topic, "quarrow-lmtpd, processor time", [spent * 1e6], "us a delivery")
 
 
 def is_on_disk(call):
@@ -192,7 +192,8 @@ def is_on_disk(call):
 
 def count_calls(server, data):
     if not shutil.which("strace"):
-        return print("system calls not counted: strace is absent")
+        print("system calls not counted: strace is absent")
+        return
     trace = server.spool / "trace"
     with subprocess.Popen(["strace", "-f", "-p", str(server.process.pid), "-o", trace,
                            *(f"-p{worker}" for worker in server.workers())],
@@ -209,9 +210,9 @@ def count_calls(server, data):
         call = re.sub(r"^\d+ +", "", line)
         if is_on_disk(call):
             counts["new files" if call.startswith("openat") else "synchronisations"] += 1
-    print(", ".join(f"{name}: {counts[name] / COUNTED_DELIVERIES:.2f} for a delivery"
-                    for name in ("new files", "synchronisations")))
-    return None
+    for name in ("new files", "synchronisations"):
+        figures.show("what a delivery asks of the disk", name,
+                     [counts[name] / COUNTED_DELIVERIES], "a delivery")
 
 
 def main(arguments):

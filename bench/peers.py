@@ -5,7 +5,6 @@ import pathlib
 import pwd
 import re
 import shutil
-import statistics
 import subprocess
 import sys
 import tempfile
@@ -32,9 +31,9 @@ MIXTURE = (SUBJECT, SUBJECT, BEGINNING, SUBJECT, ADDRESS, SIZE, SUBJECT, BEGINNI
 LAST = ("address to_cc contains list", "/^(To|Cc):.*list/")
 
 
-def rules():
+def rules(count=RULES):
     """(test, maildrop's test, folder) for each rule, in their order."""
-    for number in range(RULES - 1):
+    for number in range(count - 1):
         test, expression = MIXTURE[number % len(MIXTURE)]
         word = f"qx{number}"
         yield test.format(word), expression.format(word), f"Folders/F{number}"
@@ -102,18 +101,26 @@ class Quarrow:
     def script(self, user):
         return self.home(user) / ".delivery_filter"
 
-    def add_user(self, user):
+    def add_user(self, user, count=RULES):
         self.run("user", "add", f"{user}@{DOMAIN}")
-        for number, (test, _, folder) in enumerate(rules()):
+        for number, (test, _, folder) in enumerate(rules(count)):
             self.run("filter", "add", f"{user}@{DOMAIN}", "--name", f"Rule number {number}",
                      "--if", test, "--then", f"move {folder}")
 
 
-def maildrop_filter(maildir):
+def maildrop_filter(maildir, count=RULES):
     """The rules in maildrop's language."""
     lines = [f"if ({expression})\n{{\n  to \"{maildir}/.{folder.replace('/', '.')}/\"\n}}\n"
-             for _, expression, folder in rules()]
+             for _, expression, folder in rules(count)]
     return "".join(lines) + f"to \"{maildir}/\"\n"
+
+
+def make_maildrop_folders(maildir, count=RULES):
+    """maildrop makes no folders."""
+    for name in ["", *(folder for _, _, folder in rules(count))]:
+        for part in ("cur", "new", "tmp"):
+            place = maildir / ("." + name.replace("/", ".") if name else "") / part
+            place.mkdir(parents=True)
 
 
 def numbered(number, text):
@@ -156,10 +163,6 @@ def check_verdicts(reference, **others):
                      f"{verdicts.get(first)!r} instead of {reference.get(first)!r}")
     away = sum(1 for folder in reference.values() if folder)
     print(f"equal verdicts about {len(reference)} messages, {away} of them filed by a rule")
-
-
-def summary(values):
-    return f"{statistics.median(values):9.2f} (least {min(values):.2f}, most {max(values):.2f})"
 
 
 DOVECOT = """
