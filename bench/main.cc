@@ -19,6 +19,7 @@ int main(int argc, char** argv) {
   reporter.print_ratios({{"Match/1", "BareInterpreter/1", 1.0},
                          {"Match/20", "BareInterpreter/20", 1.0},
                          {"Match/100", "BareInterpreter/100", 1.0},
+                         {"ParallelMatch/20/threads:2", "ParallelMatch/20/threads:1", 0.56},
                          {"ExecutionForm/20", "BareInterpreter/20", 0.6},
                          {"Isolated/20", "ParseAndMatch/20", 0},
                          {"ParseHeaders/20000", "ParseHeaders/20", 1.2},

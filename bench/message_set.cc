@@ -18,6 +18,13 @@ std::vector<std::filesystem::path> message_files() {
   return files;
 }
 
+}  // namespace
+
+const std::vector<BenchMessage>& bench_messages() {
+  static const std::vector<BenchMessage> messages = read_messages();
+  return messages;
+}
+
 std::vector<BenchMessage> read_messages() {
   std::vector<BenchMessage> messages;
   for (const auto& path : message_files()) {
@@ -25,13 +32,6 @@ std::vector<BenchMessage> read_messages() {
     const std::string text{std::istreambuf_iterator<char>(file), {}};
     messages.push_back({MimePart::parse(text.data(), text.size()), text.size(), path.string()});
   }
-  return messages;
-}
-
-}  // namespace
-
-const std::vector<BenchMessage>& bench_messages() {
-  static const std::vector<BenchMessage> messages = read_messages();
   return messages;
 }
 

@@ -17,6 +17,9 @@ struct BenchMessage {
 // The messages below the folder that --messages names, or else the examples, one a file. Read once.
 const std::vector<BenchMessage>& bench_messages();
 
+// The same messages, read anew.
+std::vector<BenchMessage> read_messages();
+
 // Takes --messages=FOLDER out of the arguments.
 void read_messages_option(int& argc, char** argv);
 

@@ -9,7 +9,8 @@ constexpr char median[] = "median";
 
 std::string name_of(const benchmark::BenchmarkReporter::Run& run) {
   const auto& name = run.run_name;
-  return name.function_name + (name.args.empty() ? "" : "/" + name.args);
+  return name.function_name + (name.args.empty() ? "" : "/" + name.args) +
+         (name.threads.empty() ? "" : "/" + name.threads);
 }
 
 double time_of(const benchmark::BenchmarkReporter::Run& run) {
@@ -44,7 +45,7 @@ void RatioReporter::print_ratios(const std::vector<Comparison>& comparisons) con
     std::printf("%-36s %-36s %8.2f ", comparison.ours.c_str(), comparison.theirs.c_str(),
                 ours->second / theirs->second);
     if (comparison.goal > 0)
-      std::printf("%6.1f\n", comparison.goal);
+      std::printf("%6.2f\n", comparison.goal);
     else
       std::printf("%6s\n", "-");
   }

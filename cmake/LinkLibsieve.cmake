@@ -1,10 +1,14 @@
-# quarrow_link_libsieve(target): gives a library its libsieve.
+# quarrow_add_libsieve(name copies): a library of copies of libsieve, to be linked.
 #
 # libsieve never gives back what a regular expression takes, writes past some of its blocks, and
 # answers a hostile address with gigabytes. So its archive is linked with the four allocation
 # functions renamed to those of a private heap (sieve_match/interpreter_heap.h), which bounds and
 # drops all that. Nothing else in it is changed: relinking with another build of libsieve takes
 # another libsieve.a, found through libsieve_ARCHIVE.
+#
+# libsieve keeps its state in globals. So the archive and the heap become one object, which is copied
+# with all its symbols made local but one: the table of its functions (sieve_match/libsieve_copy.h),
+# by its number. The linker then gives each copy globals of its own.
 
 if(QUARROW_PRIVATE_LIBSIEVE)
   if(NOT libsieve_ARCHIVE)
@@ -12,29 +16,56 @@ if(QUARROW_PRIVATE_LIBSIEVE)
       "libsieve.a was not found. Install libsieve2-dev, set libsieve_ARCHIVE, or link the shared "
       "library with -DQUARROW_PRIVATE_LIBSIEVE=OFF.")
   endif()
-  set(private_archive "${PROJECT_BINARY_DIR}/libsieve-private.a")
-  add_custom_command(
-    OUTPUT "${private_archive}"
-    COMMAND "${CMAKE_OBJCOPY}"
-      --redefine-sym malloc=quarrow_heap_malloc --redefine-sym calloc=quarrow_heap_calloc
-      --redefine-sym realloc=quarrow_heap_realloc --redefine-sym free=quarrow_heap_free
-      "${libsieve_ARCHIVE}" "${private_archive}"
-    DEPENDS "${libsieve_ARCHIVE}" VERBATIM)
-  add_custom_target(libsieve_private_archive DEPENDS "${private_archive}")
+  if(NOT QUARROW_INTERPRETERS MATCHES "^[1-9][0-9]*$")
+    message(FATAL_ERROR "QUARROW_INTERPRETERS is not a number from 1.")
+  endif()
 else()
   message(WARNING
     "QUARROW_PRIVATE_LIBSIEVE is off: libsieve runs in the program's own heap. Each regular "
     "expression costs some 5 KB that are never given back, and a hostile address header may "
     "overrun a block or take gigabytes. Recycle processes by size, and keep other users of "
-    "libsieve out of them.")
+    "libsieve out of them. Runs take turns.")
 endif()
 
-function(quarrow_link_libsieve target)
-  if(QUARROW_PRIVATE_LIBSIEVE)
-    add_dependencies(${target} libsieve_private_archive)
-    target_include_directories(${target} SYSTEM PRIVATE "${libsieve_INCLUDE_DIR}")
-    target_link_libraries(${target} PRIVATE "${private_archive}")
-  else()
-    target_link_libraries(${target} PRIVATE libsieve::shared)
-  endif()
+# The object that copies are made of: the archive, and the objects of the target `heap`.
+function(quarrow_make_libsieve_with_heap heap)
+  set(object "${CMAKE_CURRENT_BINARY_DIR}/libsieve-with-heap.o")
+  set(archive "${CMAKE_CURRENT_BINARY_DIR}/libsieve-private.a")
+  # Without groups of sections, which the linker would merge across copies.
+  add_custom_command(
+    OUTPUT "${object}"
+    COMMAND "${CMAKE_OBJCOPY}"
+      --redefine-sym malloc=quarrow_heap_malloc --redefine-sym calloc=quarrow_heap_calloc
+      --redefine-sym realloc=quarrow_heap_realloc --redefine-sym free=quarrow_heap_free
+      "${libsieve_ARCHIVE}" "${archive}"
+    COMMAND "${CMAKE_LINKER}" -r --force-group-allocation -o "${object}"
+      --whole-archive "${archive}" "$<TARGET_OBJECTS:${heap}>"
+    DEPENDS "${libsieve_ARCHIVE}" "$<TARGET_OBJECTS:${heap}>" COMMAND_EXPAND_LISTS VERBATIM)
+  set(libsieve_with_heap "${object}" PARENT_SCOPE)
+endfunction()
+
+function(quarrow_add_libsieve library copies)
+  foreach(number RANGE 1 ${copies})
+    math(EXPR number "${number} - 1")
+    list(APPEND names quarrow_libsieve_${number})
+    if(QUARROW_PRIVATE_LIBSIEVE)
+      set(copy "${CMAKE_CURRENT_BINARY_DIR}/${library}-${number}.o")
+      add_custom_command(
+        OUTPUT "${copy}"
+        COMMAND "${CMAKE_OBJCOPY}" --keep-global-symbol=quarrow_libsieve_${number}
+          --redefine-sym quarrow_libsieve_0=quarrow_libsieve_${number}
+          "${libsieve_with_heap}" "${copy}"
+        DEPENDS "${libsieve_with_heap}" VERBATIM)
+      list(APPEND objects "${copy}")
+    endif()
+  endforeach()
+  list(JOIN names ", " name_list)
+  list(TRANSFORM names PREPEND "&")
+  list(JOIN names ", " pointer_list)
+  configure_file(libsieve_copies.cc.in ${library}.cc @ONLY)
+  add_library(${library} STATIC "${CMAKE_CURRENT_BINARY_DIR}/${library}.cc" ${objects})
+  target_include_directories(${library} PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_include_directories(${library} SYSTEM PRIVATE "${libsieve_INCLUDE_DIR}")
+  target_link_libraries(${library} PRIVATE quarrow_flags)
+  set_target_properties(${library} PROPERTIES PREFIX "")
 endfunction()

@@ -3,25 +3,40 @@
 #include <pthread.h>
 
 #include "quarrow/evaluation.h"
-#include "sieve_match/interpreter_heap.h"
+#include "sieve_match/copy_pool.h"
 
 namespace Quarrow::interpreter {
 namespace {
 
-std::mutex process_lock;
+// Never destroyed: when a process ends, threads of it may still wait there.
+CopyPool& pool() {
+  static CopyPool& all_copies = *new CopyPool(libsieve_copy_count);
+  return all_copies;
+}
 
-// A child that is forked while another thread runs the interpreter would find it locked for ever.
-// So fork waits for the run to end. It must not be called from a callback.
-const int unlocked_in_children = pthread_atfork(
-    [] { process_lock.lock(); }, [] { process_lock.unlock(); }, [] { process_lock.unlock(); });
+// So fork waits for runs to end. It must not be called from a callback.
+const int unlocked_in_children =
+    pthread_atfork([] { pool().before_fork(); }, [] { pool().after_fork_in_parent(); },
+                   [] { pool().after_fork_in_child(); });
 
+thread_local std::size_t latest_copy = 0;
+thread_local const LibsieveCopy* in_use = nullptr;
 thread_local sieve2_values_t code_called_for = SIEVE2_VALUE_FIRST;
+
+// While such an object is alive, a callback runs and the heap's budget does not end the run.
+class CallbackScope {
+ public:
+  CallbackScope() { in_use->begin_callback(); }
+  ~CallbackScope() { in_use->end_callback(); }
+  CallbackScope(const CallbackScope&) = delete;
+  CallbackScope& operator=(const CallbackScope&) = delete;
+};
 
 // libsieve's callback for one code. It has a table entry of its own for each, because libsieve
 // itself does not tell.
 template <sieve2_values_t code>
 int on(sieve2_context_t* context, void* matcher) noexcept {
-  const interpreter_heap::CallbackScope scope;
+  const CallbackScope scope;
   const sieve2_values_t outer = code_called_for;
   code_called_for = code;
   const int result = SieveMatchImpl::sieve_callback(context, matcher);
@@ -58,48 +73,51 @@ char* libsieve_name(const char* name) { return const_cast<char*>(name); }
 
 }  // namespace
 
-Use::Use(sieve2_context_t*& context) : lock_(process_lock), context_(context) {
-  interpreter_heap::open();
-  created_ = sieve2_alloc(&context_);
+Use::Use(sieve2_context_t*& context)
+    : copy_(pool().take(latest_copy)), libsieve_(*libsieve_copies[copy_]), context_(context) {
+  latest_copy = copy_;
+  in_use = &libsieve_;
+  libsieve_.open_heap();
+  created_ = libsieve_.alloc(&context_);
   if (created_ != SIEVE2_OK) context_ = nullptr;
 }
 
 Use::~Use() {
-  if (context_ != nullptr) interpreter_heap::free_context(context_);
-  interpreter_heap::close();
+  if (context_ != nullptr) libsieve_.free_context(context_);
+  libsieve_.close_heap();
+  in_use = nullptr;
+  pool().give_back(copy_);
 }
 
 int Use::install_callbacks(bool with_trace) {
-  return sieve2_callbacks(context_, with_trace ? callback_table : callback_table + 1);
+  return libsieve_.callbacks(context_, with_trace ? callback_table : callback_table + 1);
 }
 
-int Use::validate(void* matcher) {
-  return interpreter_heap::run(sieve2_validate, context_, matcher);
-}
+int Use::validate(void* matcher) { return libsieve_.run(libsieve_.validate, context_, matcher); }
 
-int Use::execute(void* matcher) { return interpreter_heap::run(sieve2_execute, context_, matcher); }
+int Use::execute(void* matcher) { return libsieve_.run(libsieve_.execute, context_, matcher); }
 
 sieve2_values_t current_code() { return code_called_for; }
 
 const char* get_string(sieve2_context_t* context, const char* name) {
   if (context == nullptr) return nullptr;
-  return sieve2_getvalue_string(context, libsieve_name(name));
+  return in_use->get_string(context, libsieve_name(name));
 }
 
 void set_string(sieve2_context_t* context, const char* name, const char* value) {
   if (context == nullptr) return;
   // Refuses a null value, which then stays absent as it should.
-  (void)sieve2_setvalue_string(context, libsieve_name(name), const_cast<char*>(value));
+  (void)in_use->set_string(context, libsieve_name(name), const_cast<char*>(value));
 }
 
 void set_string_list(sieve2_context_t* context, const char* name, char** values) {
   if (context == nullptr) return;
-  (void)sieve2_setvalue_stringlist(context, libsieve_name(name), values);
+  (void)in_use->set_string_list(context, libsieve_name(name), values);
 }
 
 void set_int(sieve2_context_t* context, const char* name, int value) {
   if (context == nullptr) return;
-  (void)sieve2_setvalue_int(context, libsieve_name(name), value);
+  (void)in_use->set_int(context, libsieve_name(name), value);
 }
 
 }  // namespace Quarrow::interpreter

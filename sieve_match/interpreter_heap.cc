@@ -215,8 +215,8 @@ void free_context(sieve2_context_t*& context) {
 void close() { heap.close(); }
 
 int run(Task task, sieve2_context_t* context, void* user) { return heap.run(task, context, user); }
-CallbackScope::CallbackScope() { ++heap.callbacks; }
-CallbackScope::~CallbackScope() { --heap.callbacks; }
+void begin_callback() { ++heap.callbacks; }
+void end_callback() { --heap.callbacks; }
 
 }  // namespace Quarrow::interpreter_heap
 

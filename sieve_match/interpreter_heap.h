@@ -3,8 +3,8 @@
 // libsieve is linked with its allocation functions renamed to those of this heap. Every block is
 // handed out clean and with some bytes more than asked for, so that the interpreter's overruns hit
 // nothing and a byte that it forgets to set reads as zero; blocks that it forgets to free are gone
-// when the heap is closed; and a budget ends a run that would take gigabytes. The heap belongs to
-// the thread that holds the interpreter's lock.
+// when the heap is closed; and a budget ends a run that would take gigabytes. Each copy of libsieve
+// has its heap, which belongs to the thread that uses the copy.
 #ifndef QUARROW_SIEVE_MATCH_INTERPRETER_HEAP_H_
 #define QUARROW_SIEVE_MATCH_INTERPRETER_HEAP_H_
 
@@ -34,14 +34,9 @@ using Task = int (*)(sieve2_context_t* context, void* user);
 // budget. Only frames of libsieve are left behind by that end, never one of a callback.
 int run(Task task, sieve2_context_t* context, void* user);
 
-// While such an object is alive, a callback runs and the budget does not end the task.
-class CallbackScope {
- public:
-  CallbackScope();
-  ~CallbackScope();
-  CallbackScope(const CallbackScope&) = delete;
-  CallbackScope& operator=(const CallbackScope&) = delete;
-};
+// Between the two a callback runs, and the budget does not end the task.
+void begin_callback();
+void end_callback();
 
 }  // namespace Quarrow::interpreter_heap
 

@@ -13,7 +13,7 @@ void free_context(sieve2_context_t*& context) {
 }
 
 int run(Task task, sieve2_context_t* context, void* user) { return task(context, user); }
-CallbackScope::CallbackScope() = default;
-CallbackScope::~CallbackScope() = default;
+void begin_callback() {}
+void end_callback() {}
 
 }  // namespace Quarrow::interpreter_heap

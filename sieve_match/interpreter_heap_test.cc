@@ -147,11 +147,10 @@ int takes_and_frees(sieve2_context_t* /*context*/, void* user) {
 // Passes the budget in a callback, and then takes no more than a byte outside of it.
 int passes_it_in_a_callback(sieve2_context_t* /*context*/, void* user) {
   auto& steps = *static_cast<std::vector<std::string>*>(user);
-  {
-    const CallbackScope scope;
-    for (std::size_t taken = 0; taken <= budget; taken += 1 << 20) quarrow_heap_malloc(1 << 20);
-    steps.push_back("callback done");
-  }
+  begin_callback();
+  for (std::size_t taken = 0; taken <= budget; taken += 1 << 20) quarrow_heap_malloc(1 << 20);
+  steps.push_back("callback done");
+  end_callback();
   quarrow_heap_malloc(1);
   steps.push_back("byte taken");
   return 0;

@@ -5,10 +5,15 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <condition_variable>
+#include <future>
+#include <mutex>
 #include <random>
 #include <thread>
+#include <utility>
 
 #include "quarrow/evaluation.h"
+#include "sieve_match/interpreter.h"
 #include "tests/support/evaluation_test_support.h"
 
 namespace Quarrow {
@@ -51,6 +56,108 @@ TEST(ParallelMatchers, FourThreadsDoNotDisturbEachOther) {
   for (const auto& each : wrong) EXPECT_EQ(std::vector<std::string>(), each);
 }
 
+// A place where a number of threads wait until all of them are there.
+class Meeting {
+ public:
+  explicit Meeting(std::size_t awaited) : awaited_(awaited) {}
+
+  void join() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (--awaited_ == 0) complete_.notify_all();
+    complete_.wait(lock, [this] { return awaited_ == 0; });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable complete_;
+  std::size_t awaited_;
+};
+
+// A log that joins a meeting once, within a run of the interpreter.
+class LogThatMeets : public SieveLog {
+ public:
+  void Debug(const char* /*format*/, ...) override {
+    if (interpreter::current_code() != SIEVE2_DEBUG_TRACE || meeting == nullptr) return;
+    std::exchange(meeting, nullptr)->join();
+  }
+  void Error(const char* /*format*/, ...) override {}
+  void Warning(const char* /*format*/, ...) override {}
+  void SetComponent(const char* /*name*/) override {}
+
+  Meeting* meeting = nullptr;
+};
+
+// Runs a script in a thread; the run joins the meeting, if there is one, before it goes on.
+std::future<std::string> result_after(Meeting* meeting, const std::string& who) {
+  return std::async(
+      std::launch::async,
+      [meeting, who] {
+        auto* const log = new LogThatMeets;
+        const auto matcher = matcher_of(file_by_sender(who), log);
+        log->meeting = meeting;
+        return text_of(outcome(*matcher, "From: <" + who + "@example.org>\n\n"));
+      });
+}
+
+std::string name_of(std::size_t i) { return "user" + std::to_string(100 + i); }
+
+// What waits for ever has failed.
+class ParallelMatchersInCopies : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (interpreter::libsieve_copy_count < 2) GTEST_SKIP() << "built with one copy of libsieve";
+    alarm(300);
+  }
+  void TearDown() override { alarm(0); }
+};
+
+TEST_F(ParallelMatchersInCopies, AsManyRunAtOnce) {
+  Meeting meeting(interpreter::libsieve_copy_count);
+  std::vector<std::future<std::string>> results;
+  for (std::size_t i = 0; i < interpreter::libsieve_copy_count; ++i)
+    results.push_back(result_after(&meeting, name_of(i)));
+  for (std::size_t i = 0; i < results.size(); ++i)
+    EXPECT_EQ(filed_to(name_of(i)), results[i].get());
+}
+
+TEST_F(ParallelMatchersInCopies, WhoeverFindsAllInUseGetsTheirResultLater) {
+  Meeting all_in_use(interpreter::libsieve_copy_count + 1);
+  std::vector<std::future<std::string>> results;
+  for (std::size_t i = 0; i < interpreter::libsieve_copy_count; ++i)
+    results.push_back(result_after(&all_in_use, name_of(i)));
+  for (std::size_t i = 0; i < interpreter::libsieve_copy_count + 3; ++i)
+    results.push_back(result_after(nullptr, name_of(results.size())));
+  all_in_use.join();
+  for (std::size_t i = 0; i < results.size(); ++i)
+    EXPECT_EQ(filed_to(name_of(i)), results[i].get());
+}
+
+// In each copy, a context is the first that its heap holds. So its address tells the copy.
+sieve2_context_t* place_of_a_use() {
+  sieve2_context_t* context = nullptr;
+  const interpreter::Use use(context);
+  return context;
+}
+
+TEST_F(ParallelMatchersInCopies, AThreadGetsTheOneThatItHadBefore) {
+  std::promise<void> first_is_free;
+  std::future<bool> got_the_same;
+  sieve2_context_t* first = nullptr;
+  {
+    const interpreter::Use use(first);
+    std::promise<sieve2_context_t*> second;
+    got_the_same = std::async(std::launch::async, [&second, free = first_is_free.get_future()] {
+      sieve2_context_t* const before = place_of_a_use();
+      second.set_value(before);
+      free.wait();
+      return place_of_a_use() == before;
+    });
+    EXPECT_NE(first, second.get_future().get());
+  }
+  first_is_free.set_value();
+  EXPECT_TRUE(got_the_same.get());
+}
+
 TEST(ParallelMatchers, AChildForkedMeanwhileCanUseTheInterpreter) {
 #ifdef __SANITIZE_THREAD__
   GTEST_SKIP() << "a thread may hold the lock of ThreadSanitizer's own heap while another forks";
@@ -78,7 +185,6 @@ TEST(ParallelMatchers, TwentyComeAndGoInAnyOrder) {
   std::mt19937 random(20100512);
   const auto below = [&random](std::size_t limit) { return random() % limit; };
   std::vector<std::unique_ptr<SieveMatch>> matchers(20);
-  const auto name = [](std::size_t i) { return "user" + std::to_string(100 + i); };
   for (int step = 0; step < 400; ++step) {
     const std::size_t i = below(matchers.size());
     switch (below(6)) {
@@ -86,7 +192,7 @@ TEST(ParallelMatchers, TwentyComeAndGoInAnyOrder) {
         matchers[i].reset();
         break;
       case 1:
-        matchers[i] = matcher_of(file_by_sender(name(i)));
+        matchers[i] = matcher_of(file_by_sender(name_of(i)));
         break;
       case 2:
         EXPECT_EQ(nullptr, matcher_of("if header :is \"subject\" \"unterminated"));
@@ -94,8 +200,8 @@ TEST(ParallelMatchers, TwentyComeAndGoInAnyOrder) {
       default:
         if (matchers[i] == nullptr) continue;
         outcome(*matchers[i], "X-From: \"unterminated <a@b>, a@b@c, <@[x]:a@b>\n\n");
-        EXPECT_EQ(filed_to(name(i)),
-                  text_of(outcome(*matchers[i], "To: " + name(i) + "@example.org\n\n")));
+        EXPECT_EQ(filed_to(name_of(i)),
+                  text_of(outcome(*matchers[i], "To: " + name_of(i) + "@example.org\n\n")));
     }
   }
 }

@@ -1,5 +1,5 @@
-// Failures that no input brings about. The linker puts the functions __wrap_... below in place of
-// those they wrap.
+// Failures that no input brings about. The linker puts what is called __wrap_... below in place of
+// what it wraps. These tests have one thread, which uses the first copy of libsieve.
 
 #include <gtest/gtest.h>
 
@@ -7,6 +7,7 @@
 #include <cstddef>
 
 #include "quarrow/evaluation.h"
+#include "sieve_match/libsieve_copy.h"
 #include "tests/support/evaluation_test_support.h"
 
 namespace {
@@ -16,24 +17,39 @@ bool no_script_buffer = false;
 sieve2_values_t first_registered = SIEVE2_VALUE_FIRST;
 }  // namespace
 
+using Quarrow::interpreter::LibsieveCopy;
+
 extern "C" {
-int __real_sieve2_alloc(sieve2_context_t** context);
-int __real_sieve2_callbacks(sieve2_context_t* context, sieve2_callback_t* callbacks);
+extern const LibsieveCopy __real_quarrow_libsieve_0;
+extern const LibsieveCopy __wrap_quarrow_libsieve_0;
 void* __real_calloc(std::size_t count, std::size_t size);
-
-int __wrap_sieve2_alloc(sieve2_context_t** context) {
-  return no_context ? SIEVE2_ERROR_NOMEM : __real_sieve2_alloc(context);
-}
-
-int __wrap_sieve2_callbacks(sieve2_context_t* context, sieve2_callback_t* callbacks) {
-  first_registered = callbacks->value;
-  return no_callbacks ? SIEVE2_ERROR_UNSUPPORTED : __real_sieve2_callbacks(context, callbacks);
-}
 
 void* __wrap_calloc(std::size_t count, std::size_t size) {
   return no_script_buffer && count == 32769 ? nullptr : __real_calloc(count, size);
 }
 }
+
+namespace {
+
+int alloc_or_fail(sieve2_context_t** context) {
+  return no_context ? SIEVE2_ERROR_NOMEM : __real_quarrow_libsieve_0.alloc(context);
+}
+
+int callbacks_or_fail(sieve2_context_t* context, sieve2_callback_t* callbacks) {
+  first_registered = callbacks->value;
+  return no_callbacks ? SIEVE2_ERROR_UNSUPPORTED
+                      : __real_quarrow_libsieve_0.callbacks(context, callbacks);
+}
+
+LibsieveCopy that_may_fail(LibsieveCopy libsieve) {
+  libsieve.alloc = alloc_or_fail;
+  libsieve.callbacks = callbacks_or_fail;
+  return libsieve;
+}
+
+}  // namespace
+
+const LibsieveCopy __wrap_quarrow_libsieve_0 = that_may_fail(__real_quarrow_libsieve_0);
 
 namespace Quarrow {
 namespace {
