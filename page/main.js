@@ -7,6 +7,7 @@ import { currentUser, onSessionEnd, Problem } from './common/api.js';
 import { el, newId, refill } from './common/dom.js';
 import { complain } from './common/notices.js';
 import { currentPlace, keepScroll, restoreScroll } from './common/place.js';
+import { watchPresses } from './common/press.js';
 import { problemText } from './common/problem_words.js';
 import { load, reloadRules, store } from './common/store.js';
 import { chooseLanguage, language, languages, loadWords, t } from './common/words.js';
@@ -152,7 +153,7 @@ function failToStart(problem) {
     el('p', { role: 'alert' }, problemText(problem)),
     el('p', {}, again),
   );
-  again.addEventListener('click', start);
+  again.addEventListener('click', start, { once: true });
   again.focus();
 }
 
@@ -206,6 +207,7 @@ document.addEventListener('visibilitychange', refresh);
 addEventListener('online', refresh);
 onSessionEnd(() => signInAgain(store.user));
 keepScroll();
+watchPresses();
 try {
   await loadWords();
   await start();

@@ -73,6 +73,7 @@ function signInForm(user, onDone) {
 
   const submit = async (/** @type {Event} */ event) => {
     event.preventDefault();
+    if (button.hasAttribute('aria-disabled')) return;
     mistake.textContent = '';
     if (name.input.value.trim() === '') return refuse(t('session.no_user'), name.input);
     if (password.input.value === '') return refuse(t('session.no_password'), password.input);

@@ -51,11 +51,14 @@ function textPart(form) {
   };
   let shownRevision = '';
   const draw = async () => {
-    if (!element.open || shownRevision === store.rules.revision) return;
-    shownRevision = store.rules.revision;
+    const { revision } = store.rules;
+    if (!element.open || shownRevision === revision) return;
+    shownRevision = revision;
     try {
-      text.textContent = await textIn(form);
+      const newText = await textIn(form);
+      if (shownRevision === revision) text.textContent = newText;
     } catch (problem) {
+      if (shownRevision !== revision) return;
       shownRevision = '';
       complain(problemText(problem), { label: t('app.try_again'), action: draw });
     }

@@ -2,7 +2,7 @@
 
 import { attempt } from '../changes/changing.js';
 import { ask, Problem } from '../common/api.js';
-import { el, newId, refill } from '../common/dom.js';
+import { el, mayTakeFocus, newId, oneAtATime, refill } from '../common/dom.js';
 import { announce } from '../common/notices.js';
 import { problemText } from '../common/problem_words.js';
 import { change, store } from '../common/store.js';
@@ -99,13 +99,21 @@ export function importForm() {
   /** @param {any} input where to mend it @param {string} text */
   const refuse = (text, input) => {
     mistake.textContent = text;
-    input.focus();
+    if (mayTakeFocus(form)) input.focus();
+  };
+
+  let wanted = {};
+  /** A report, shown or on its way, is not about what is chosen any more. */
+  const forgetReport = () => {
+    wanted = {};
+    mistake.textContent = '';
+    refill(outcome);
   };
 
   const look = async (/** @type {Event} */ event) => {
     event.preventDefault();
-    mistake.textContent = '';
-    refill(outcome);
+    forgetReport();
+    const mine = wanted;
     const chosen = file.files[0];
     if (!chosen) return refuse(t('advanced.no_file'), file);
     const text = await textOf(chosen);
@@ -116,8 +124,9 @@ export function importForm() {
     try {
       const body = { text };
       const answer = await ask('POST', `/import?${query}&dry_run=true`, { body });
-      showReport(answer.report, query, text);
+      if (mine === wanted) showReport(answer.report, query, text);
     } catch (problem) {
+      if (mine !== wanted) return;
       const isFormat = problem instanceof Problem && problem.errors[0]?.parameter === 'from';
       if (isFormat) refuse(t('advanced.no_format'), format);
       else refuse(problemText(problem), file);
@@ -136,14 +145,21 @@ export function importForm() {
     const takeOver = () =>
       attempt(
         t('advanced.taking_over'),
-        () => change('POST', `/import?${query}&accept_loss=${hasLosses}`, { text }, revision),
+        () => change('POST', `/import?${query}&accept_loss=${hasLosses}`, { text }, () => revision),
         () => {
+          announce(t('advanced.taken_over'));
+          if (!title.isConnected) return;
+          const takesFocus = mayTakeFocus(outcome);
           refill(outcome);
           file.value = '';
-          announce(t('advanced.taken_over'));
-          file.focus();
+          if (takesFocus) file.focus();
         },
       );
+    const take = el(
+      'button',
+      { type: 'button', class: 'main', onclick: () => oneAtATime(take, takeOver) },
+      t(hasLosses ? 'advanced.take_over_lossy' : 'advanced.take_over'),
+    );
     const title = el('h3', { tabindex: '-1' }, t('advanced.report.title'));
     refill(
       outcome,
@@ -154,15 +170,11 @@ export function importForm() {
         el(
           'p',
           { class: 'buttons' },
-          el(
-            'button',
-            { type: 'button', class: 'main', onclick: takeOver },
-            t(hasLosses ? 'advanced.take_over_lossy' : 'advanced.take_over'),
-          ),
+          take,
           el('button', { type: 'button', onclick: dropReport }, t('app.cancel')),
         ),
     );
-    title.focus();
+    if (mayTakeFocus(form)) title.focus();
   };
   const dropReport = () => {
     refill(outcome);
@@ -171,7 +183,7 @@ export function importForm() {
 
   const form = el(
     'form',
-    { class: 'import', novalidate: true, onsubmit: look },
+    { class: 'import', novalidate: true, onsubmit: look, onchange: forgetReport },
     mistake,
     labelled(t('advanced.file'), file),
     labelled(t('advanced.format_label'), format),

@@ -13,7 +13,7 @@ import { isConflict, settleEdit } from './conflict.js';
  * @property {Filter} filter as it is to be saved
  * @property {number} [before] the filter that a new one is tried before
  * @property {Filter | null} began the filter as it was when the user began
- * @property {string} revision of the rules that the user saw
+ * @property {() => string} revision of the rules that the user sees when the turn comes
  */
 
 /**
@@ -38,7 +38,7 @@ function filterBehind(id) {
 function settled(edit, answer, current) {
   take(current);
   if (answer === 'theirs') return null;
-  const { revision } = current;
+  const revision = () => current.revision;
   const began = savedFilter(edit.id);
   if (answer === 'both')
     return { ...edit, id: undefined, before: filterBehind(edit.id), began: null, revision };

@@ -1,5 +1,7 @@
 // Requests to the server. The page uses nothing but this API.
 
+import { released } from './press.js';
+
 /**
  * What the server refuses, or that it could not be asked.
  */
@@ -77,12 +79,14 @@ async function send(method, path, { body, revision, key, signal }) {
 }
 
 /**
- * The text of an answer that may be cut off on its way.
+ * The text of an answer that may be cut off on its way. It does not come into a press.
  * @param {Response} response
  */
 async function textOf(response) {
   try {
-    return await response.text();
+    const text = await response.text();
+    await released();
+    return text;
   } catch (error) {
     throw new Problem(0, { detail: String(error) });
   }

@@ -47,6 +47,42 @@ export function refill(parent, ...children) {
   put(parent, ...children);
 }
 
+/**
+ * Puts elements into a parent in an order, without touching those that stand right.
+ * @param {HTMLElement} parent
+ * @param {HTMLElement[]} elements
+ */
+export function arrange(parent, elements) {
+  const focused = /** @type {HTMLElement | null} */ (document.activeElement);
+  for (const child of [...parent.children])
+    if (!elements.includes(/** @type {HTMLElement} */ (child))) child.remove();
+  elements.forEach((element, at) => {
+    if (parent.children[at] !== element) parent.insertBefore(element, parent.children[at] ?? null);
+  });
+  if (focused?.isConnected && document.activeElement !== focused) focused.focus();
+}
+
+/**
+ * Whether a late answer may move the focus: the user has left it in this place, or it is nowhere.
+ * @param {Element | null} place
+ */
+export function mayTakeFocus(place) {
+  const { activeElement, body } = document;
+  if (activeElement === null || activeElement === body) return true;
+  return place !== body && Boolean(place?.contains(activeElement));
+}
+
+/**
+ * Does a button's work, unless it is under way already.
+ * @param {HTMLElement} button
+ * @param {() => Promise<void>} work
+ */
+export async function oneAtATime(button, work) {
+  if (button.hasAttribute('aria-disabled')) return;
+  button.setAttribute('aria-disabled', 'true');
+  await work().finally(() => button.removeAttribute('aria-disabled'));
+}
+
 let lastId = 0;
 
 /** An identifier that no other element of the page has. */

@@ -98,14 +98,15 @@ export const newKey = () => crypto.getRandomValues(new Uint32Array(4)).join('-')
  * @param {string} method
  * @param {string} path
  * @param {any} [body] or a function that makes it of the rules as they are when the turn comes
- * @param {string} [revision] that of the rules that the user sees, unless they saw other ones
+ * @param {() => string} [revision] that of the rules that the user sees then, unless they saw other
+ *     ones
  * @returns {Promise<any>} the answer: the rules, and `changes`
  */
 export function change(method, path, body, revision) {
   return inTurn(async () => {
     const details = {
       body: typeof body === 'function' ? body() : body,
-      revision: revision ?? store.rules.revision,
+      revision: revision?.() ?? store.rules.revision,
       key: newKey(),
     };
     const answer = await ask(method, path, details).catch((problem) => {

@@ -38,7 +38,9 @@ export async function loadWords() {
   const wanted = wantedLanguage();
   const response = await fetch(`words/${wanted}.json`, { cache: 'no-cache' });
   if (!response.ok) throw new Error(`words/${wanted}.json: ${response.status}`);
-  useWords(wanted, await response.json());
+  const loaded = await response.json();
+  if (wanted !== wantedLanguage()) return; // another one was chosen meanwhile
+  useWords(wanted, loaded);
   document.documentElement.lang = language;
 }
 

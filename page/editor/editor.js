@@ -2,7 +2,7 @@
 
 import { savedFilter, saveFilter } from '../changes/saving.js';
 import { Problem } from '../common/api.js';
-import { el, newId, refill } from '../common/dom.js';
+import { el, mayTakeFocus, newId, refill } from '../common/dom.js';
 import { choice, fillChoice, formField } from '../common/form_field.js';
 import { announce } from '../common/notices.js';
 import { problemText } from '../common/problem_words.js';
@@ -25,8 +25,9 @@ import { emptyTest, TestRow } from './test_row.js';
  * @typedef {object} EditorOptions
  * @property {Filter} [filter] with an id it is that one that is edited; without it is a new one
  * @property {string} [draft] the name of a new one's draft
- * @property {(saved: number | null) => void} onClose called with the number of the saved filter, or
- *     null when the editor was closed without
+ * @property {(saved: number | null, takesFocus: boolean) => void} onClose called with the number of
+ *     the saved filter, or null when the editor was closed without, and whether the user's focus is
+ *     still there
  */
 
 const mostTests = 10;
@@ -82,6 +83,7 @@ class Editor {
     const kept = readDraft(this.key);
     this.work = kept ?? beginWork(filter);
     this.isChanged = kept !== null;
+    this.isSaveWanted = false;
     this.followStore = () => this.#followStore();
     const { filter: edited, before } = this.work;
     this.heading = el('h3', { id: newId(), tabindex: -1 });
@@ -295,8 +297,10 @@ class Editor {
     else refill(this.complaint, problemText(problem));
   }
 
+  /** Saves, once a save that is under way is done. */
   async #save() {
-    if (this.saveButton.hasAttribute('aria-disabled')) return;
+    this.isSaveWanted = this.saveButton.hasAttribute('aria-disabled');
+    if (this.isSaveWanted) return;
     const filter = bodyOf(this.work.filter);
     const mistakes = mistakesOf(filter).map(({ pointer, key, values }) => ({
       pointer,
@@ -305,29 +309,56 @@ class Editor {
     this.#showMistakes(mistakes);
     if (mistakes.length > 0) return;
     this.saveButton.setAttribute('aria-disabled', 'true');
-    await this.#send(filter).finally(() => this.saveButton.removeAttribute('aria-disabled'));
+    const isSaved = await this.#send(filter).finally(() =>
+      this.saveButton.removeAttribute('aria-disabled'),
+    );
+    if (isSaved && this.isSaveWanted) await this.#save();
   }
 
-  /** @param {Filter} filter */
+  /**
+   * @param {Filter} filter
+   * @returns {Promise<boolean>} whether it is saved, and the user has changed it since
+   */
   async #send(filter) {
-    const { began, revision } = this.work;
     try {
       const result = await saveFilter({
         id: this.id,
         filter,
         before: this.#before(),
-        began,
-        revision,
+        began: this.work.began,
+        revision: () => this.work.revision,
       });
-      if (!result) return;
-      if (result.saved !== null) announce(t('editor.saved', { name: filter.name }));
-      this.#close(result.saved);
+      if (!result) return false;
+      const { saved } = result;
+      if (saved !== null) announce(t('editor.saved', { name: filter.name }));
+      const isChangedSince = JSON.stringify(bodyOf(this.work.filter)) !== JSON.stringify(filter);
+      const goesOn = saved !== null && isChangedSince;
+      if (goesOn) this.#goOn(saved);
+      else this.#close(saved);
+      return goesOn;
     } catch (error) {
       if (!(error instanceof Problem)) throw error;
       this.work.mayBeSaved ||= error.mayBeDone;
       this.#keep();
       this.#showProblem(error);
+      return false;
     }
+  }
+
+  /**
+   * What the user typed while it was saved is on top of that.
+   * @param {number} saved
+   */
+  #goOn(saved) {
+    dropDraft(this.key);
+    this.id = saved;
+    this.key = saved;
+    this.place.element.remove();
+    const began = structuredClone(savedFilter(saved));
+    const { revision } = store.rules;
+    Object.assign(this.work, { before: '', began, revision, mayBeSaved: false });
+    refill(this.heading, t('editor.title', { name: began?.name ?? '' }));
+    this.#changed();
   }
 
   #askToDrop() {
@@ -359,7 +390,7 @@ class Editor {
     dropDraft(this.key);
     this.preview.stop();
     changes.removeEventListener('change', this.followStore);
-    this.onClose(saved);
+    this.onClose(saved, mayTakeFocus(this.element));
   }
 
   focus() {

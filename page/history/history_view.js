@@ -2,7 +2,7 @@
 
 import { attempt } from '../changes/changing.js';
 import { ask, Problem } from '../common/api.js';
-import { el, newId, refill } from '../common/dom.js';
+import { arrange, el, newId, oneAtATime, refill } from '../common/dom.js';
 import { announce, complain } from '../common/notices.js';
 import { currentPlace, openHere } from '../common/place.js';
 import { problemText } from '../common/problem_words.js';
@@ -73,14 +73,16 @@ const ruleList = (filters) =>
  * @param {State} state
  * @param {State | undefined} before the state before it
  * @param {boolean} isPresent
- * @param {boolean} isOpen
  */
-function stateItem(state, before, isPresent, isOpen) {
+function stateItem(state, before, isPresent) {
   const contentId = newId();
   const isFirst = before === undefined && state.changes.length === 0;
   const words = el('div', {}, !isFirst && sentenceList(state.changes, 'en'));
   const content = el('div', { id: contentId, class: 'state-content', hidden: true });
   const toggle = el('button', { type: 'button', 'aria-controls': contentId });
+  /** @type {ReturnType<typeof restoring> | null} */
+  let wayBack = null;
+  let isFilled = false;
   const show = (/** @type {boolean} */ opened) => {
     content.hidden = !opened;
     toggle.setAttribute('aria-expanded', String(opened));
@@ -93,13 +95,21 @@ function stateItem(state, before, isPresent, isOpen) {
     refill(words, sentenceList(differences(old, filters), language));
   };
 
+  const fill = async () => {
+    if (isFilled) return;
+    refill(content, el('p', { role: 'status' }, t('app.loading')));
+    const filters = await filtersOf(state.revision);
+    if (isFilled) return; // it was opened twice
+    isFilled = true;
+    wayBack = isPresent ? null : restoring(state, filters);
+    const title = el('h3', {}, t('history.rules_then'));
+    refill(content, title, ruleList(filters), wayBack?.element);
+  };
+
   const open = async () => {
     show(true);
-    refill(content, el('p', { role: 'status' }, t('app.loading')));
     try {
-      const filters = await filtersOf(state.revision);
-      refill(content, el('h3', {}, t('history.rules_then')), ruleList(filters));
-      if (!isPresent) content.append(restoring(state, filters));
+      await fill();
       await tell();
     } catch (problem) {
       show(false);
@@ -112,7 +122,6 @@ function stateItem(state, before, isPresent, isOpen) {
     else show(false);
   });
   show(false);
-  if (isOpen) open();
 
   const when = state.time === null ? t('history.unknown_time') : time(state.time);
   const how = isFirst && state.how === 'found' ? 'history.first' : `history.how.${state.how}`;
@@ -125,12 +134,32 @@ function stateItem(state, before, isPresent, isOpen) {
     el('p', {}, toggle),
     content,
   );
-  return { element, tell };
+  return { element, open, tell, followRules: () => wayBack?.followRules() };
+}
+
+/** @typedef {ReturnType<typeof stateItem>} StateItem */
+
+/**
+ * The items of the states, the first of which is the present one: those that are shown already,
+ * where they say the same still, since the user may be about to use them.
+ * @param {State[]} states
+ * @param {Map<string, StateItem>} shown
+ * @returns {Map<string, StateItem>}
+ */
+function itemsOf(states, shown) {
+  const items = new Map();
+  for (const [at, state] of states.entries()) {
+    const before = states[at + 1];
+    let key = JSON.stringify([state, before?.revision, at === 0]);
+    while (items.has(key)) key += ' and again';
+    items.set(key, shown.get(key) ?? stateItem(state, before, at === 0));
+  }
+  return items;
 }
 
 /**
  * Says in the user's language what the server says in English, one state after the other.
- * @param {ReturnType<typeof stateItem>[]} items
+ * @param {StateItem[]} items
  */
 async function tellAll(items) {
   for (const { element, tell } of items) {
@@ -148,9 +177,13 @@ async function tellAll(items) {
  * The way back to a state, in two steps: what it would change, and the change.
  * @param {State} state
  * @param {Filter[]} filters
+ * @returns {{element: HTMLElement, followRules: () => void}} the latter once the rules are others
  */
 function restoring(state, filters) {
   const element = el('div', { class: 'restoring' });
+  const whatChanges = el('div');
+  const followRules = () =>
+    refill(whatChanges, sentenceList(differences(store.rules.filters, filters), language));
   const rest = (/** @type {boolean} */ takesFocus) => {
     const button = el('button', { type: 'button', onclick: question }, t('history.restore'));
     refill(element, el('p', {}, button));
@@ -160,13 +193,17 @@ function restoring(state, filters) {
     attempt(
       t('history.restoring'),
       () => change('POST', '/history/restore', { revision: state.revision }),
-      () => announce(t('history.restored')),
+      () => {
+        announce(t('history.restored'));
+        rest(element.contains(document.activeElement));
+      },
     );
   const question = () => {
     const titleId = newId();
+    followRules();
     const sure = el(
       'button',
-      { type: 'button', class: 'main', onclick: restore },
+      { type: 'button', class: 'main', onclick: () => oneAtATime(sure, restore) },
       t('history.restore_now'),
     );
     refill(
@@ -175,7 +212,7 @@ function restoring(state, filters) {
         'div',
         { class: 'question', role: 'group', 'aria-labelledby': titleId },
         el('p', { id: titleId }, el('strong', {}, t('history.restore_sure'))),
-        sentenceList(differences(store.rules.filters, filters), language),
+        whatChanges,
         el('p', { class: 'buttons' }, [
           sure,
           el('button', { type: 'button', onclick: () => rest(true) }, t('app.cancel')),
@@ -185,7 +222,7 @@ function restoring(state, filters) {
     sure.focus();
   };
   rest(false);
-  return element;
+  return { element, followRules };
 }
 
 /**
@@ -218,30 +255,36 @@ export function showHistory(container) {
   );
 
   let shownRevision = '';
+  /** @type {Map<string, StateItem>} */
+  let shown = new Map();
   const draw = async () => {
-    if (shownRevision === store.rules.revision) return;
-    shownRevision = store.rules.revision;
+    const { revision } = store.rules;
+    if (shownRevision === revision) return;
+    shownRevision = revision;
+    for (const item of shown.values()) item.followRules();
     try {
       const answer = await ask('GET', '/history');
+      if (shownRevision !== revision) return; // the rules are others again
       /** @type {State[]} */
       const states = answer.states;
-      const opened = states.findIndex(({ revision }) => revision === currentPlace().item);
+      const opened = states.findIndex((state) => state.revision === currentPlace().item);
       const hadFocus = list.contains(document.activeElement);
-      const items = states.map((state, at) =>
-        stateItem(state, states[at + 1], at === 0, at === opened),
-      );
-      refill(
+      shown = itemsOf(states, shown);
+      const items = [...shown.values()];
+      arrange(
         list,
         items.map(({ element }) => element),
       );
+      items[opened]?.open();
       refill(
         remarks,
         answer.remarks.map((/** @type {string} */ text) => el('p', { class: 'remarks' }, text)),
       );
       status.textContent = states.length === 0 ? t('history.empty') : '';
-      if (hadFocus) list.querySelector('button')?.focus();
+      if (hadFocus && !list.contains(document.activeElement)) list.querySelector('button')?.focus();
       await tellAll(items);
     } catch (problem) {
+      if (shownRevision !== revision) return;
       shownRevision = '';
       status.textContent = '';
       complain(problemText(problem), { label: t('app.try_again'), action: draw });

@@ -1,7 +1,7 @@
 // Applying rules to mail that is there: first what would happen, then the filing, and its undo.
 
 import { ask, Problem } from '../common/api.js';
-import { el, newId, refill } from '../common/dom.js';
+import { el, mayTakeFocus, newId, refill } from '../common/dom.js';
 import { choice, formField } from '../common/form_field.js';
 import { moment } from '../common/message_line.js';
 import { announce } from '../common/notices.js';
@@ -29,6 +29,12 @@ const runningStates = ['planning', 'filing', 'undoing'];
 
 /** @param {Application} application */
 const isRunning = ({ state }) => runningStates.includes(state);
+
+/**
+ * @param {Wanted | null} one
+ * @param {Wanted | null} other
+ */
+const areSame = (one, other) => JSON.stringify(one) === JSON.stringify(other);
 
 /** Whether a rule does something with messages. @param {string} fate */
 const isDone = (fate) => fate === 'move' || fate === 'copy';
@@ -101,6 +107,10 @@ class ApplicationPanel {
   /** @type {Application | null} */
   #shown = null;
   #timer = 0;
+  /** How many requests there were: what an earlier one is answered does not count any more. */
+  #requests = 0;
+  /** What is asked for, until it is answered. */
+  #asked = '';
 
   /** @param {ApplicationOptions} options */
   constructor({ folder = 'INBOX', rule, onMoved = () => {} }) {
@@ -167,9 +177,8 @@ class ApplicationPanel {
 
   /** What it says is not what would happen any more. */
   #forgetPlan() {
-    if (this.#shown?.state !== 'planned') return;
     this.#planned = null;
-    this.#show(this.#shown);
+    if (this.#shown?.state === 'planned') this.#show(this.#shown);
   }
 
   /** @returns {Wanted} */
@@ -184,6 +193,8 @@ class ApplicationPanel {
 
   #plan() {
     const wanted = this.#wanted();
+    const isPlanning = this.#shown !== null && isRunning(this.#shown);
+    if (isPlanning && areSame(wanted, this.#planned)) return Promise.resolve();
     return this.#post('/application/plan', { body: wanted }, wanted);
   }
 
@@ -197,22 +208,34 @@ class ApplicationPanel {
   }
 
   /**
-   * Asks for work, and shows how it goes.
+   * Asks for work once, however often its button is pressed, and shows how it goes.
    * @param {string} path
    * @param {import('../common/api.js').Details} [details]
    * @param {Wanted | null} [planned] what the shown plan is about from now on
    */
   async #post(path, details = {}, planned = null) {
+    const asked = JSON.stringify([path, details.body]);
+    if (this.#asked === asked) return;
+    this.#asked = asked;
+    const request = this.#nextRequest();
     clearTimeout(this.#timer);
     refill(this.complaint);
     try {
       const application = await ask('POST', path, details);
-      this.#planned = planned;
+      if (request !== this.#requests) return;
+      this.#planned = areSame(planned, this.#wanted()) ? planned : null;
       this.#show(application);
       announce(this.line.textContent ?? '');
     } catch (error) {
-      this.#fail(error);
+      if (request === this.#requests) this.#fail(error);
+    } finally {
+      if (this.#asked === asked) this.#asked = '';
     }
+  }
+
+  #nextRequest() {
+    this.#requests += 1;
+    return this.#requests;
   }
 
   /** @param {unknown} error */
@@ -227,20 +250,24 @@ class ApplicationPanel {
       this.#forgetPlan();
       if (current) take(current);
       refill(this.complaint, t('application.rules_changed'));
-      this.planButton.focus();
+      if (mayTakeFocus(this.element)) this.planButton.focus();
     } else {
       refill(this.complaint, problemText(error));
+      if (this.#shown && isRunning(this.#shown)) this.#lookLater(pauseAfterFailure);
     }
   }
 
   /** Asks how far it is; goes on while something runs and the panel is on the page. */
   async #look() {
+    const request = this.#nextRequest();
     try {
       const application = await ask('GET', '/application');
+      if (request !== this.#requests) return;
       refill(this.complaint);
       this.#show(application);
     } catch (error) {
       if (!(error instanceof Problem)) throw error;
+      if (request !== this.#requests) return;
       refill(this.complaint, problemText(error));
       if (this.#shown) this.#lookLater(pauseAfterFailure);
     }

@@ -174,6 +174,7 @@ export class MessageRow {
       filter: filterFrom(test),
       draft: `message ${this.message.id} ${kind}`,
       onClose: (saved) => {
+        if (!editor.element.isConnected) return; // the panel shows something else by now
         if (saved === null) this.#leave();
         else showSaved(this.panel, saved, this.folder);
       },

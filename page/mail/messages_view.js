@@ -1,7 +1,7 @@
 // The view of messages: a folder's mail, the newest first.
 
 import { ask, Problem } from '../common/api.js';
-import { el, newId, refill } from '../common/dom.js';
+import { el, mayTakeFocus, newId, refill } from '../common/dom.js';
 import { choice, formField } from '../common/form_field.js';
 import { announce } from '../common/notices.js';
 import { problemText } from '../common/problem_words.js';
@@ -19,6 +19,8 @@ class MessagesView {
   /** @type {string | null} that of the last answer */
   #cursor = null;
   #running = new AbortController();
+  /** That of the request that is under way. @type {AbortSignal | null} */
+  #loading = null;
 
   /** @param {HTMLElement} container */
   constructor(container) {
@@ -60,7 +62,7 @@ class MessagesView {
       const isOpen = button.getAttribute('aria-expanded') === 'true';
       button.setAttribute('aria-expanded', String(!isOpen));
       const folder = this.folder.input.value;
-      const onMoved = () => this.#showFolder();
+      const onMoved = () => this.#followMail();
       refill(this.applicationPlace, !isOpen && applicationPanel({ folder, onMoved }));
     });
     return button;
@@ -93,6 +95,11 @@ class MessagesView {
     });
   }
 
+  /** The messages as they lie now, unless the user makes a rule from one of those shown. */
+  #followMail() {
+    if (!this.list.querySelector('form')) this.#showFolder();
+  }
+
   async #showFolder() {
     this.leave();
     this.#running = new AbortController();
@@ -103,16 +110,19 @@ class MessagesView {
   }
 
   async #showMore() {
+    const { signal } = this.#running;
     const before = this.list.children.length;
     await this.#load();
     const added = this.list.children.length - before;
-    if (added === 0) return;
+    if (signal.aborted || added === 0) return;
     announce(t('messages.shown_more', { count: added }));
-    this.list.children[before].querySelector('button')?.focus();
+    if (mayTakeFocus(this.moreButton)) this.list.children[before].querySelector('button')?.focus();
   }
 
   async #load() {
     const { signal } = this.#running;
+    if (this.#loading === signal) return;
+    this.#loading = signal;
     const folder = this.folder.input.value;
     const query = new URLSearchParams({ folder, count: String(batch) });
     if (this.#cursor !== null) query.set('cursor', this.#cursor);
@@ -123,6 +133,8 @@ class MessagesView {
       this.#show(answer);
     } catch (error) {
       if (!signal.aborted) this.#complain(error);
+    } finally {
+      if (this.#loading === signal) this.#loading = null;
     }
   }
 

@@ -1,7 +1,7 @@
 // The list of rules.
 
 import { attempt } from '../changes/changing.js';
-import { el, newId, refill } from '../common/dom.js';
+import { arrange, el, mayTakeFocus, newId, refill } from '../common/dom.js';
 import { announce, offer } from '../common/notices.js';
 import { currentPlace, openHere } from '../common/place.js';
 import { change, changes, store } from '../common/store.js';
@@ -103,21 +103,6 @@ function isFound(filter, searched) {
     .toLocaleLowerCase()
     .split(/\s+/)
     .every((word) => text.includes(word));
-}
-
-/**
- * Puts elements into a parent in an order, without touching those that stand right.
- * @param {HTMLElement} parent
- * @param {HTMLElement[]} elements
- */
-function arrange(parent, elements) {
-  const focused = /** @type {HTMLElement | null} */ (document.activeElement);
-  for (const child of [...parent.children])
-    if (!elements.includes(/** @type {HTMLElement} */ (child))) child.remove();
-  elements.forEach((element, at) => {
-    if (parent.children[at] !== element) parent.insertBefore(element, parent.children[at] ?? null);
-  });
-  if (focused?.isConnected && document.activeElement !== focused) focused.focus();
 }
 
 /**
@@ -233,12 +218,13 @@ export function showRules(container) {
       const filter = store.rules.filters[indexOf(id)];
       const name = t('rules.copy_of', { name: filter.name });
       const next = store.rules.filters[indexOf(id) + 1]?.id;
+      const place = document.activeElement;
       attempt(
         t('rules.duplicating', { name: filter.name }),
         () => add({ ...filter, name }, next),
         (added) => {
           announce(t('rules.duplicated', { name: filter.name, copy: name }));
-          focusRule(added);
+          if (mayTakeFocus(place)) focusRule(added);
         },
       );
     },
@@ -272,22 +258,32 @@ export function showRules(container) {
     const neighbour =
       store.rules.filters.slice(at + 1).find(isSeen) ??
       store.rules.filters.slice(0, at).reverse().find(isSeen);
+    const place = document.activeElement;
     attempt(
       t('rules.removing', { name }),
       () => change('DELETE', `/rules/${id}`),
       () => {
         const then = store.rules;
-        focusRule(Number(neighbour?.id));
-        offer(t('rules.removed', { name }), t('app.undo'), () =>
-          attempt(
-            t('rules.putting_back', { name }),
-            () => putBack(filter, next, then),
-            (back) => {
-              announce(t('rules.put_back', { name }));
-              focusRule(back);
-            },
-          ),
-        );
+        if (mayTakeFocus(place)) focusRule(Number(neighbour?.id));
+        offer(t('rules.removed', { name }), t('app.undo'), () => takeBack(filter, next, then));
+      },
+    );
+  };
+
+  /**
+   * @param {Filter} filter
+   * @param {number | undefined} next
+   * @param {import('../common/types.js').Rules} then
+   */
+  const takeBack = (filter, next, then) => {
+    const { name } = filter;
+    const place = document.activeElement;
+    attempt(
+      t('rules.putting_back', { name }),
+      () => putBack(filter, next, then),
+      (back) => {
+        announce(t('rules.put_back', { name }));
+        if (mayTakeFocus(place)) focusRule(back);
       },
     );
   };
@@ -311,12 +307,12 @@ export function showRules(container) {
     if (!row || !filter || row.element.classList.contains('edited')) return;
     const editor = openEditor({
       filter,
-      onClose: () => {
+      onClose: (_saved, takesFocus) => {
         row.hold(null);
         row.element.classList.remove('edited');
         openHere('');
         draw();
-        focusRule(id);
+        if (takesFocus) focusRule(id);
       },
     });
     row.element.classList.add('edited');
@@ -336,11 +332,12 @@ export function showRules(container) {
     if (!newPlace.hidden) return;
     const editor = openEditor({
       filter,
-      onClose: (saved) => {
+      onClose: (saved, takesFocus) => {
         newPlace.replaceChildren();
         newPlace.hidden = true;
         openHere('');
         draw();
+        if (!takesFocus) return;
         if (saved === null) newRuleButton().focus();
         else focusRule(saved);
       },
@@ -372,7 +369,16 @@ export function showRules(container) {
       ? ''
       : `${t('rules.found', { count: shown.length, total: filters.length })} ${t('rules.no_moving')}`;
     refill(notes, remarks());
-    refill(continued, newPlace.hidden && unsavedRules(editApart));
+    drawContinued();
+  };
+
+  let shownUnsaved = '';
+  const drawContinued = () => {
+    const unsaved = newPlace.hidden ? unsavedRules(editApart) : [];
+    const words = unsaved.map(({ textContent }) => textContent).join();
+    if (words === shownUnsaved) return; // the user may be about to use them
+    shownUnsaved = words;
+    refill(continued, unsaved);
   };
 
   /** Those that are gone stay only while they are edited: what was typed is not lost. */

@@ -6,6 +6,7 @@ import { chmodSync, readdirSync, readFileSync, rmSync, statSync, writeFileSync }
 import { join } from 'node:path';
 import { after, before } from 'node:test';
 import { assertAccessible, pageTest, sendSignIn, signIn, users } from './browser.js';
+import { holdAnswers } from './held_answers.js';
 import { deliver, homeOf, messageWith } from './mailboxes.js';
 import { PasswordRelay } from './password_relay.js';
 import { killServer, startServer } from './processes.js';
@@ -298,21 +299,12 @@ pageTest(
   async (page) => {
     await begin(page);
     await typeRule(page, 'Slow');
-    let release;
-    const released = new Promise((resolve) => {
-      release = resolve;
-    });
-    let requests = 0;
-    await page.route('**/api/v1/rules', async (route) => {
-      if (route.request().method() === 'POST') requests += 1;
-      await released;
-      await route.continue();
-    });
+    const answers = await holdAnswers(page, '**/api/v1/rules');
     await button(page, 'Save the rule').click();
     await button(page, 'Save the rule').click({ force: true }); // it is told to be disabled
-    release();
+    await answers.letGo();
     await headings(page).getByText('Slow', { exact: true }).waitFor();
-    assert.equal(requests, 1);
+    assert.equal(answers.count('POST'), 1);
     assert.equal(await headings(page).count(), 2);
   },
 );

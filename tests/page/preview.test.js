@@ -3,6 +3,7 @@ import assert from 'node:assert/strict';
 import { assertAccessible, assertFits, inEachLook, pageTest } from './browser.js';
 import { comeBack, condition, fillCondition, typeRule, value } from './editor_page.js';
 import { counted, mail } from './example_mail.js';
+import { holdAnswers } from './held_answers.js';
 import { beginWith, button, replaceRules, ruleOf } from './rules_page.js';
 
 const has = (pattern) => (message) => message.lines.some((line) => pattern.test(line));
@@ -73,19 +74,7 @@ pageTest('the number is said to those who hear the page', async (page) => {
 
 pageTest('an answer to what is typed no longer is never shown', async (page) => {
   await beginWith(page, []);
-  let letGo;
-  const held = new Promise((resolve) => {
-    letGo = resolve;
-  });
-  await page.route(
-    '**/api/v1/preview',
-    async (route) => {
-      const response = await route.fetch();
-      await held;
-      await route.fulfill({ response }).catch(() => {}); // the page has dropped it, as it should
-    },
-    { times: 1 },
-  );
+  const answers = await holdAnswers(page, '**/api/v1/preview', (at) => at === 0);
   const first = page.waitForRequest('**/api/v1/preview');
   await typeRule(page, 'report', 'Reports');
   const dropped = page.waitForEvent('requestfailed');
@@ -93,8 +82,7 @@ pageTest('an answer to what is typed no longer is never shown', async (page) => 
   await value(condition(page, 1)).fill('quarterly');
   await assertCatches(page, counted(about('quarterly')));
   assert.equal(await dropped, request);
-  letGo();
-  await page.unrouteAll({ behavior: 'wait' });
+  await answers.letGo();
   await assertCatches(page, counted(about('quarterly')));
 });
 
