@@ -112,6 +112,14 @@ TEST_F(InterpreterHeap, ResizingKeepsTheContentAndCleansTheRest) {
   EXPECT_EQ(block, same);
 }
 
+TEST_F(InterpreterHeap, ABlockThatCantGrowStaysAsItIs) {
+  char* block = static_cast<char*>(quarrow_heap_realloc(nullptr, 10));
+  std::memcpy(block, "0123456789", 10);
+  EXPECT_EQ(nullptr, quarrow_heap_realloc(block, budget + 1));
+  EXPECT_EQ(0, std::memcmp(block, "0123456789", 10));
+  EXPECT_EQ(block, quarrow_heap_realloc(block, 10));
+}
+
 TEST_F(InterpreterHeap, ACountTimesSizeBeyondAllMemoryGivesNothing) {
   EXPECT_EQ(nullptr, quarrow_heap_calloc(SIZE_MAX / 2, 3));
   char* block = static_cast<char*>(quarrow_heap_calloc(10, 10));

@@ -61,6 +61,7 @@ const struct {
                {none, {{"SENDER", "eve@example.net"}}, "eve@example.net"},
                {"<bob@example.net>", {}, "bob@example.net"},
                {"<bob@example.net", {}, "<bob@example.net"},
+               {"bob@example.net>", {}, "bob@example.net>"},
                {"<", {}, "<"},
                {"", {{"SENDER", "eve@example.net"}}, ""},
                {"<>", {}, ""},

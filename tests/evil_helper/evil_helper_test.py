@@ -11,8 +11,10 @@ import signal
 import sys
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "lmtpd"))
+for folder in ("lmtpd", "support"):
+    sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / folder))
 from lmtp_server import USERS, DaemonTestCase, Lmtp, children, is_running, until  # noqa: E402
+from refusing_kernel import refusing  # noqa: E402
 
 ENDED = "evaluation failed: the evaluation was ended by signal "
 FORBIDDEN = ["write", "unlink", "fork", "sibling", "execute", "connect", "kill", "trace",
@@ -119,8 +121,7 @@ class EvilHelperTest(DaemonTestCase):
         self.assertEqual("seen 1", self.attempt(daemon, "remember")[0])
 
     def test_without_landlock_the_log_warns(self):
-        launcher = [sys.executable, "-B", str(pathlib.Path(__file__).resolve().parent.parent
-                                              / "support" / "without_landlock.py")]
+        launcher = refusing("landlock")
         daemon = self.start(launcher=launcher)
         until(lambda: "warning: the kernel offers no Landlock" in daemon.log_text(), "the warning")
         self.assertEqual("done", self.attempt(daemon, "open", path="/etc/passwd")[0])

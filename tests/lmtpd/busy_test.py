@@ -7,9 +7,12 @@ import select
 import signal
 import socket
 import threading
+import time
 import unittest
 
 from lmtp_server import PATIENCE, USERS, DaemonTestCase, free_port, until
+
+START = b"LHLO x\r\nMAIL FROM:<>\r\nRCPT TO:<%s>\r\nDATA\r\n" % USERS[0].encode()
 
 
 class BusyTest(DaemonTestCase):
@@ -60,21 +63,51 @@ class BusyTest(DaemonTestCase):
 
         self.assertEqual(250, until(drop, "the other client is served"))
 
-    def test_ends_a_transaction_that_takes_too_long(self):
-        daemon = self.start("--transaction-time", "1")
-        client = self.rude(daemon)
+    def sends_until_given_up(self, client, drop):
+        """All that the server says to a client that goes on in small pieces."""
         heard = b""
 
         def is_given_up():
             nonlocal heard
             with contextlib.suppress(OSError):
-                client.sendall(b"NOOP\r\n")
+                client.sendall(drop)
             if select.select([client], [], [], 0.1)[0]:
                 heard += client.recv(65536)
             return b"\r\n421 4.4.2 " in heard
 
         until(is_given_up, "an end")
+        return heard
+
+    def test_ends_a_transaction_that_takes_too_long(self):
+        daemon = self.start("--transaction-time", "1")
+        heard = self.sends_until_given_up(self.rude(daemon), b"NOOP\r\n")
         self.assertLess(heard.count(b"\r\n250 "), 100)
+
+    def test_ends_a_message_that_comes_in_drops(self):
+        daemon = self.start("--transaction-time", "1")
+        client = self.rude(daemon)
+        client.sendall(START)
+        self.assertEqual(1, self.sends_until_given_up(client, b"x").count(b"\r\n354 "))
+        self.assertEqual([], daemon.messages(USERS[0]))
+
+    def test_ends_a_connection_that_is_silent(self):
+        daemon = self.start("--client-patience", "1")
+        clients = [self.rude(daemon) for _ in range(2)]
+        clients[1].sendall(START + b"Subject: other\r\n")
+        for client in clients:
+            self.assertRegex(self.all_that(client), rb"\r\n421 4\.4\.2 [^\r]*\r\n$")
+        self.assertEqual([], daemon.messages(USERS[0]))
+
+    def test_a_message_that_is_finished_gives_a_client_new_time(self):
+        patience = 10
+        daemon = self.start("--transaction-time", str(patience))
+        client = self.connect(daemon)
+        pause = patience / 5  # the client takes its time
+        self.assertEqual([], select.select([client.sock], [], [], pause)[0])
+        begun = time.monotonic()
+        self.assertEqual(250, client.deliver(USERS[:1], "other")[0][0])
+        self.assertIn(b"421 4.4.2 ", self.all_that(client.sock))
+        self.assertGreaterEqual(time.monotonic() - begun, patience)
 
     def test_serves_others_after_a_client_that_takes_no_answers(self):
         for option in ["--client-patience", "--busy-patience"]:

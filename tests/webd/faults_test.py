@@ -20,7 +20,7 @@ from concurrent.futures import ThreadPoolExecutor
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 from web_server import (ALICE, BOB, PATIENCE, Connection, DaemonTestCase,  # noqa: E402
-                        children, json_of)
+                        children, json_of, until)
 
 PROGRAM, QUARROW = (os.path.abspath(sys.argv.pop(1)) for _ in range(2))
 API = "/api/v1"
@@ -255,6 +255,36 @@ class HungPasswordServerTest(DaemonTestCase):
                 self.assertLess(len(answered), len(clients))
                 self.assertEqual({429}, {client.getresponse().status for client in answered})
             kill(daemon)
+
+
+class ImpatientServerTest(DaemonTestCase):
+    REQUEST = b"GET /api/v1/session HTTP/1.1\r\nHost: x\r\n"
+
+    def client(self, *options):
+        client = socket.socket(socket.AF_UNIX)
+        self.addCleanup(client.close)
+        client.settimeout(PATIENCE)
+        client.connect(self.start(PROGRAM, "--trust-proxy-user", *options).socket)
+        return client
+
+    def test_a_silent_client_is_cut_off(self):
+        for said, answer in ((b"", b""), (self.REQUEST, b"HTTP/1.1 408 ")):
+            client = self.client("--client-patience", "1")
+            client.sendall(said)
+            with client.makefile("rb") as answers:
+                self.assertTrue(answers.read().startswith(answer))
+
+    def test_a_client_that_sends_in_drops_is_cut_off(self):
+        client = self.client("--transaction-time", "1")
+        client.sendall(self.REQUEST + b"X: ")
+
+        def drop():
+            with contextlib.suppress(OSError):
+                client.sendall(b"x")
+            return select.select([client], [], [], 0.1)[0]
+
+        until(drop, "an end")
+        self.assertRegex(client.recv(4096), b"^HTTP/1.1 408 ")
 
 
 class SlowClientTest(FaultTestCase):
