@@ -67,7 +67,7 @@ TrialScripts trial_scripts(const ListPointer& now, const ListPointer& then, std:
   const ListPointer either = working(then, id);
   const ListPointer replaced = working(now, id);
   for (const auto& filter : replaced->filters) {
-    filter->name = "0";
+    filter->name.assign(1, '0');
     either->filters.push_back(filter);
   }
   if (!either->filters.empty()) scripts.either = script_of(either);
