@@ -1,9 +1,9 @@
 // Users have their rules sort the mail that they have already.
 import assert from 'node:assert/strict';
-import { assertAccessible, assertFits, inEachLook, pageTest, signIn, users } from './browser.js';
+import { assertAccessible, assertShownWell, pageTest, users } from './browser.js';
 import { messagePaths, messagesIn, messageWith, putMessages } from './mailboxes.js';
 import { filingProcesses, kill, killServer, startServer, until } from './processes.js';
-import { replaceRules, ruleOf } from './rules_page.js';
+import { beginWith, replaceRules, ruleOf } from './rules_page.js';
 
 const { alice, bob } = users;
 const button = (place, name) => place.getByRole('button', { name, exact: true });
@@ -17,9 +17,7 @@ async function openPanel(page) {
 
 /** The user has these rules, and looks at the panel for a folder. */
 async function begin(page, user, rules, folder = 'Inbox') {
-  await signIn(page, user);
-  await replaceRules(page, rules);
-  await page.reload();
+  await beginWith(page, rules, user);
   await openPanel(page);
   await panelOf(page).getByLabel('Mail in the folder').selectOption(folder);
 }
@@ -50,7 +48,7 @@ const listRule = {
   tests: [{ ...ruleOf('', '.', '').tests[0], field: 'list-id' }],
 };
 
-inEachLook(
+pageTest(
   'a plan counts what the rules would do with real mail, and moves nothing',
   async (page) => {
     const before = messagesIn(bob, 'INBOX').sort();
@@ -62,8 +60,7 @@ inEachLook(
     });
     assert.deepEqual(messagesIn(bob, 'INBOX').sort(), before);
     assert.deepEqual(messagesIn(bob, 'Sorted/Lists'), []);
-    await assertAccessible(page);
-    await assertFits(page);
+    await assertShownWell(page);
   },
 );
 
@@ -255,9 +252,7 @@ pageTest('a plan of rules that were changed since is not carried out', async (pa
 });
 
 pageTest('a rule that is edited offers nothing for the mail that is there', async (page) => {
-  await signIn(page, alice);
-  await replaceRules(page, [ruleOf('Reports', 'report', 'Reports')]);
-  await page.reload();
+  await beginWith(page, [ruleOf('Reports', 'report', 'Reports')]);
   await button(page, 'Edit: Reports').click();
   await page.getByLabel('Name of the rule').fill('All reports');
   await button(page, 'Save the rule').click();

@@ -13,7 +13,8 @@
 // the servers for the file: alice has the messages of examples/mail in her inbox, bob a lot of real
 // mail where it is at hand, and both have no rules at first. Tests of a file run one after the
 // other, each in a browser profile of its own, over the same servers: what one changes on the
-// server, the next one finds. ctest -L browser runs all files.
+// server, the next one finds. ctest -L browser runs all files; PAGE_SLOWNESS=6 slows their pages
+// down as a busy machine does.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { mkdirSync, readFileSync } from 'node:fs';
@@ -27,11 +28,12 @@ const axe = readFileSync(tools.resolve('axe-core/axe.min.js'), 'utf8');
 
 const address = process.env.PAGE_ADDRESS;
 const patience = 30_000; // milliseconds until something that must happen counts as missing
+const slowness = Number(process.env.PAGE_SLOWNESS ?? 1); // of the pages' processors
 
 /** Those who can sign in: {alice: {user, password}, bob: {user, password}}. */
 export const users = JSON.parse(process.env.PAGE_USERS);
 
-/** How browsers show the page, for inEachLook and the option `look` of pageTest. */
+/** How browsers show the page, for assertShownWell and the option `look` of pageTest. */
 export const looks = {
   light: { colorScheme: 'light', viewport: { width: 1280, height: 800 } },
   dark: { colorScheme: 'dark', viewport: { width: 1280, height: 800 } },
@@ -107,7 +109,12 @@ async function openBrowser(look) {
     ignoreHTTPSErrors: true,
   });
   context.setDefaultTimeout(patience);
-  return context.newPage();
+  const page = await context.newPage();
+  if (slowness > 1) {
+    const session = await context.newCDPSession(page);
+    await session.send('Emulation.setCPUThrottlingRate', { rate: slowness });
+  }
+  return page;
 }
 
 /**
@@ -144,12 +151,6 @@ export function pageTest(
   });
 }
 
-/** The same test for a light and a dark page, and for one of 320 pixels. */
-export function inEachLook(name, body) {
-  for (const [look, options] of Object.entries(looks))
-    pageTest(`${name}, ${look}`, body, { look: options });
-}
-
 /** Opens the page, fills the form in and sends it. What comes then is the caller's to wait for. */
 export async function sendSignIn(page, { user, password }) {
   await page.goto('/');
@@ -158,15 +159,37 @@ export async function sendSignIn(page, { user, password }) {
   await page.getByRole('button', { name: 'Sign in' }).click();
 }
 
-/** Signs a user in, and waits for their rules. */
-export async function signIn(page, user) {
+/** Signs a user in as they do it, and waits for their rules. */
+export async function signInByForm(page, user) {
   await sendSignIn(page, user);
+  await page.getByRole('heading', { name: 'Rules' }).waitFor();
+}
+
+/** The cookies of the session that each user has got last, by their name. */
+const sessions = new Map();
+
+/** Has the page's browser be in a session of the user: the last one, unless that has ended. */
+export async function beginSession(page, { user, password }) {
+  const context = page.context();
+  await context.addCookies(sessions.get(user) ?? []);
+  if ((await context.request.get('/api/v1/session')).ok()) return;
+  const data = { user, password };
+  const answer = await context.request.post('/api/v1/session', { data });
+  assert.ok(answer.ok(), await answer.text());
+  sessions.set(user, await context.cookies());
+}
+
+/** Opens the page of a user who is signed in, and waits for their rules. */
+export async function signIn(page, user) {
+  await beginSession(page, user);
+  await page.goto('/');
   await page.getByRole('heading', { name: 'Rules' }).waitFor();
 }
 
 /** Fails when axe finds something that keeps people from using the page as it is shown now. */
 export async function assertAccessible(page) {
-  await page.evaluate(axe); // the page's policy allows no script element
+  // the page's policy allows no script element
+  if (await page.evaluate(() => globalThis.axe === undefined)) await page.evaluate(axe);
   const { violations } = await page.evaluate(() => globalThis.axe.run());
   const found = violations.flatMap(({ id, help, nodes }) =>
     nodes.map(({ target, failureSummary }) => `${id}: ${help}: ${target}: ${failureSummary}`),
@@ -181,4 +204,16 @@ export async function assertFits(page) {
     document.documentElement.clientWidth,
   ]);
   assert.ok(needed <= given, `the page needs ${needed} pixels, and has ${given}`);
+}
+
+/** Fails unless everybody can use the page as it is shown now: light, dark, and on 320 pixels. */
+export async function assertShownWell(page) {
+  for (const { colorScheme, viewport } of Object.values(looks)) {
+    await page.emulateMedia({ colorScheme });
+    await page.setViewportSize(viewport);
+    await assertAccessible(page);
+    await assertFits(page);
+  }
+  await page.emulateMedia({ colorScheme: looks.light.colorScheme });
+  await page.setViewportSize(looks.light.viewport);
 }

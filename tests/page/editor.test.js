@@ -1,6 +1,6 @@
 // Users make rules and change them, and nothing that they typed is lost.
 import assert from 'node:assert/strict';
-import { assertAccessible, assertFits, inEachLook, pageTest, signIn, users } from './browser.js';
+import { assertAccessible, assertShownWell, pageTest, signInByForm, users } from './browser.js';
 import {
   action,
   assertTyped,
@@ -178,14 +178,13 @@ pageTest('conditions that the editor would not make stay as they are', async (pa
   assert.deepEqual((await storedFilters(page))[0].tests, tests);
 });
 
-inEachLook('mistakes are told at their fields, and mended there', async (page) => {
+pageTest('mistakes are told at their fields, and mended there', async (page) => {
   await beginWith(page, []);
   await button(page, 'New rule').click();
   await save(page);
   await assertMistake(value(condition(page, 1)), /Type an address/);
   await page.getByText('Choose a folder.').waitFor();
-  await assertAccessible(page);
-  await assertFits(page);
+  await assertShownWell(page);
   await value(condition(page, 1)).fill('bob');
   await comparator(condition(page, 1)).selectOption('is');
   await save(page);
@@ -244,7 +243,7 @@ pageTest('a rule is saved after all when the session was ended elsewhere', async
   await beginWith(page, []);
   await typeRule(page, 'patient', 'Archive');
   const other = await open();
-  await signIn(other, users.alice);
+  await signInByForm(other, users.alice);
   await other.getByRole('link', { name: 'Advanced' }).click();
   await button(other, 'Sign out everywhere').click();
   await button(other, 'Sign in').waitFor();

@@ -10,7 +10,7 @@ import { holdAnswers } from './held_answers.js';
 import { deliver, homeOf, messageWith } from './mailboxes.js';
 import { PasswordRelay } from './password_relay.js';
 import { killServer, startServer } from './processes.js';
-import { replaceRules, ruleOf } from './rules_page.js';
+import { beginWith, replaceRules, ruleOf } from './rules_page.js';
 
 const { alice, bob } = users;
 const button = (place, name) => place.getByRole('button', { name, exact: true });
@@ -26,9 +26,7 @@ after(() => relay.close());
 
 /** Alice has one rule, and sees it. */
 async function begin(page) {
-  await signIn(page, alice);
-  await replaceRules(page, [ruleOf('Numbers', 'quarterly', 'Reports')]);
-  await page.reload();
+  await beginWith(page, [ruleOf('Numbers', 'quarterly', 'Reports')]);
   await headings(page).getByText('Numbers', { exact: true }).waitFor();
 }
 

@@ -1,10 +1,17 @@
 // Users go back to earlier rules, and take rules over from files.
 import assert from 'node:assert/strict';
-import { assertAccessible, assertFits, inEachLook, pageTest, signIn, users } from './browser.js';
+import {
+  assertAccessible,
+  assertShownWell,
+  beginSession,
+  pageTest,
+  signIn,
+  users,
+} from './browser.js';
+import { beginWith, button, replaceRules, ruleOf } from './rules_page.js';
 
 const script = (subject, folder) =>
   `require ["fileinto"];\nif header :contains "subject" "${subject}" {\n  fileinto "${folder}";\n}\n`;
-const button = (page, name) => page.getByRole('button', { name, exact: true });
 
 async function open(page, view) {
   await page.getByRole('link', { name: view, exact: true }).click();
@@ -26,6 +33,13 @@ async function takeOver(page, text) {
   await page.getByRole('status').filter({ hasText: 'were taken over' }).waitFor();
 }
 
+/** Alice had one rule, and has another one now. */
+async function beginAfter(page, earlier, present) {
+  await beginSession(page, users.alice);
+  await replaceRules(page, [earlier]);
+  await beginWith(page, [present]);
+}
+
 /** Waits until the list of rules is this one rule. */
 async function assertOnlyRule(page, text) {
   await open(page, 'Rules');
@@ -33,23 +47,17 @@ async function assertOnlyRule(page, text) {
   assert.equal(await page.getByRole('switch').count(), 1);
 }
 
-let looks = 0;
-
-inEachLook('history and files can be used by everyone', async (page) => {
-  looks += 1; // rules that are there already would not be taken over
+pageTest('history and files can be used by everyone', async (page) => {
   await signIn(page, users.alice);
-  await takeOver(page, script(`look ${looks}`, 'One'));
-  await assertAccessible(page);
-  await assertFits(page);
+  await takeOver(page, script('one', 'One'));
+  await assertShownWell(page);
   await page.getByText('The script (Sieve)').click();
   await page.getByText('fileinto "One"').waitFor();
-  await assertAccessible(page);
-  await assertFits(page);
+  await assertShownWell(page);
   await open(page, 'History');
   await button(page, 'Show the rules of then').first().click();
   await page.getByRole('heading', { name: 'The rules of then' }).waitFor();
-  await assertAccessible(page);
-  await assertFits(page);
+  await assertShownWell(page);
 });
 
 pageTest('changes are told in the words of the page', async (page) => {
@@ -72,9 +80,7 @@ pageTest('rules of a file are shown before they are taken over', async (page) =>
 });
 
 pageTest('a change is undone, and made again', async (page) => {
-  await signIn(page, users.alice);
-  await takeOver(page, script('first', 'First'));
-  await takeOver(page, script('second', 'Second'));
+  await beginAfter(page, ruleOf('One', 'one', 'First'), ruleOf('One', 'one', 'Second'));
   await open(page, 'History');
   await button(page, 'Undo the last change').click();
   await page.getByRole('status').filter({ hasText: 'was undone' }).waitFor();
@@ -86,9 +92,7 @@ pageTest('a change is undone, and made again', async (page) => {
 });
 
 pageTest('earlier rules are restored in two steps', async (page) => {
-  await signIn(page, users.alice);
-  await takeOver(page, script('before', 'Before'));
-  await takeOver(page, script('after', 'After'));
+  await beginAfter(page, ruleOf('One', 'one', 'Before'), ruleOf('One', 'one', 'After'));
   await open(page, 'History');
   await button(page, 'Show the rules of then').nth(1).click();
   await button(page, 'Restore…').click();

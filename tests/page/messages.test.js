@@ -1,9 +1,9 @@
 // Users look at their mail: what it is, why it is where it is, and the rules that it suggests.
 import assert from 'node:assert/strict';
 import { renameSync, rmSync } from 'node:fs';
-import { assertAccessible, assertFits, inEachLook, pageTest, signIn, users } from './browser.js';
+import { assertAccessible, assertFits, assertShownWell, pageTest, users } from './browser.js';
 import { deliver, messagePaths, messageWith, putMessages } from './mailboxes.js';
-import { replaceRules, ruleOf } from './rules_page.js';
+import { beginWith, replaceRules, ruleOf } from './rules_page.js';
 
 const { alice } = users;
 const button = (place, name) => place.getByRole('button', { name, exact: true });
@@ -19,9 +19,7 @@ async function openFolder(page, folder) {
 
 /** Alice has these rules, and looks at a folder. */
 async function begin(page, rules, folder = 'Inbox') {
-  await signIn(page, alice);
-  await replaceRules(page, rules);
-  await page.reload();
+  await beginWith(page, rules);
   await openFolder(page, folder);
 }
 
@@ -145,7 +143,7 @@ const explainedRules = [
   },
 ];
 
-inEachLook('the deciding rule is named, test by test', async (page) => {
+pageTest('the deciding rule is named, test by test', async (page) => {
   await begin(page, explainedRules);
   const panel = await askWhy(page, 'Grüße aus Köln');
   await panel.getByText('rule 3, Greetings, decides: it goes to Greetings.').waitFor();
@@ -161,8 +159,7 @@ inEachLook('the deciding rule is named, test by test', async (page) => {
   await panel.getByText('Rule 1, Switched off: is switched off').waitFor();
   await panel.getByText('Rule 2, Numbers: does not match').click();
   await tests.getByText('the subject contains quarterly: does not hold').waitFor();
-  await assertAccessible(page);
-  await assertFits(page);
+  await assertShownWell(page);
 });
 
 pageTest('where no rule decides, the page says so, and shows what each one saw', async (page) => {

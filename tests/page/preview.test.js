@@ -1,6 +1,6 @@
 // While users type a rule, they see what it would catch of their mail.
 import assert from 'node:assert/strict';
-import { assertAccessible, assertFits, inEachLook, pageTest } from './browser.js';
+import { assertShownWell, pageTest } from './browser.js';
 import { comeBack, condition, fillCondition, typeRule, value } from './editor_page.js';
 import { counted, mail } from './example_mail.js';
 import { holdAnswers } from './held_answers.js';
@@ -15,12 +15,11 @@ const assertCatches = (page, count) => preview(page).getByText(catches(count)).w
 
 const bosses = ruleOf('Bosses', 'please hurry', 'Archive');
 
-inEachLook('the preview can be used by everyone', async (page) => {
+pageTest('the preview can be used by everyone', async (page) => {
   await beginWith(page, [bosses]);
   await typeRule(page, 'report', 'Reports');
   await assertCatches(page, counted(about('report')));
-  await assertAccessible(page);
-  await assertFits(page);
+  await assertShownWell(page);
 });
 
 pageTest('the preview counts the messages that a rule catches', async (page) => {

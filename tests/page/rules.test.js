@@ -1,6 +1,7 @@
 // Users read, switch, move, copy, remove and find their rules.
 import assert from 'node:assert/strict';
-import { assertAccessible, assertFits, inEachLook, pageTest } from './browser.js';
+import { assertAccessible, assertShownWell, pageTest } from './browser.js';
+import { storedNames } from './editor_page.js';
 import { beginWith, button, onOff, replaceRules, rule, ruleOf, rulesOf } from './rules_page.js';
 
 const threeRules = [
@@ -11,7 +12,7 @@ const threeRules = [
 
 const begin = (page, rules = threeRules) => beginWith(page, rules);
 
-/** Waits until the rules stand in this order, on the page and when it is loaded anew. */
+/** Waits until the rules stand in this order on the page. */
 async function assertOrder(page, names) {
   const places = names.map((name, at) =>
     rulesOf(page)
@@ -22,10 +23,10 @@ async function assertOrder(page, names) {
   assert.equal(await rulesOf(page).locator('> li').count(), names.length);
 }
 
+/** Waits until the rules stand in this order, on the page and on the server. */
 async function assertStored(page, names) {
   await assertOrder(page, names);
-  await page.reload();
-  await assertOrder(page, names);
+  assert.deepEqual(await storedNames(page), names);
 }
 
 const assertFocused = (page, name) =>
@@ -39,18 +40,16 @@ async function choose(page, name, action) {
   await button(page, `${action}: ${name}`).click();
 }
 
-inEachLook('rules can be used by everyone', async (page) => {
+pageTest('rules can be used by everyone', async (page) => {
   await begin(page);
   await rule(page, 'Bills').waitFor();
-  await assertAccessible(page);
-  await assertFits(page);
+  await assertShownWell(page);
 });
 
-inEachLook('a user without rules is asked to make one', async (page) => {
+pageTest('a user without rules is asked to make one', async (page) => {
   await begin(page, []);
   await button(page, 'New rule').waitFor();
-  await assertAccessible(page);
-  await assertFits(page);
+  await assertShownWell(page);
 });
 
 pageTest('a rule is a sentence, and markup in it is text', async (page) => {

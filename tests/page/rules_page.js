@@ -1,5 +1,6 @@
 // What tests of rules share: rules as the server takes them, and where they stand on the page.
-import { signIn, users } from './browser.js';
+import assert from 'node:assert/strict';
+import { beginSession, signIn, users } from './browser.js';
 
 /** A rule about the subject. */
 export const ruleOf = (name, value, target, more = {}) => ({
@@ -21,22 +22,14 @@ export const ruleOf = (name, value, target, more = {}) => ({
 });
 
 /** Puts rules in place of those that there are, as another program would. */
-export const replaceRules = (page, filters) =>
-  page.evaluate(
-    async (body) => {
-      const { token } = await (await fetch('/api/v1/session')).json();
-      const { revision } = await (await fetch('/api/v1/rules')).json();
-      const headers = {
-        'Content-Type': 'application/json',
-        'If-Match': `"${revision}"`,
-        'X-Quarrow-Token': token,
-      };
-      const request = { method: 'PUT', headers, body: JSON.stringify(body) };
-      const response = await fetch('/api/v1/rules', request);
-      if (!response.ok) throw new Error(await response.text());
-    },
-    { filters },
-  );
+export async function replaceRules(page, filters) {
+  const { request } = page.context();
+  const { token } = await (await request.get('/api/v1/session')).json();
+  const { revision } = await (await request.get('/api/v1/rules')).json();
+  const headers = { 'If-Match': `"${revision}"`, 'X-Quarrow-Token': token };
+  const response = await request.put('/api/v1/rules', { headers, data: { filters } });
+  assert.ok(response.ok(), await response.text());
+}
 
 export const rulesOf = (page) => page.getByRole('list', { name: 'Rules' });
 export const rule = (page, name) =>
@@ -49,10 +42,9 @@ export const onOff = (page, name) => page.getByRole('switch', { name: `On: ${nam
 /** Waits until an element has the focus. */
 export const assertFocused = (locator) => locator.and(locator.page().locator(':focus')).waitFor();
 
-/** Signs alice in, who has these rules and no others. */
-export async function beginWith(page, rules) {
-  await signIn(page, users.alice);
+/** Opens the page of a user, alice unless it is said, who has these rules and no others. */
+export async function beginWith(page, rules, user = users.alice) {
+  await beginSession(page, user);
   await replaceRules(page, rules);
-  await page.reload();
-  await page.getByRole('heading', { name: 'Rules', exact: true }).waitFor();
+  await signIn(page, user);
 }

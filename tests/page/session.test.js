@@ -1,6 +1,6 @@
 // Sessions that end while the page is in use.
 import assert from 'node:assert/strict';
-import { assertAccessible, assertFits, inEachLook, pageTest, signIn, users } from './browser.js';
+import { assertShownWell, pageTest, signIn, users } from './browser.js';
 
 const button = (page, name) => page.getByRole('button', { name, exact: true });
 const dialog = (page) => page.getByRole('dialog', { name: 'Your session has ended' });
@@ -15,10 +15,9 @@ async function loseSession(page) {
   await dialog(page).waitFor();
 }
 
-inEachLook('a session that ends is begun again on the spot', async (page) => {
+pageTest('a session that ends is begun again on the spot', async (page) => {
   await loseSession(page);
-  await assertAccessible(page);
-  await assertFits(page);
+  await assertShownWell(page);
   assert.equal(await page.getByLabel('Mail address').inputValue(), users.alice.user);
   await dialog(page).getByLabel('Password', { exact: true }).fill(users.alice.password);
   await page.keyboard.press('Enter');

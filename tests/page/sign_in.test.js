@@ -2,31 +2,30 @@
 import assert from 'node:assert/strict';
 import {
   assertAccessible,
-  assertFits,
-  inEachLook,
+  assertShownWell,
   pageTest,
   sendSignIn,
   signIn,
+  signInByForm,
   users,
 } from './browser.js';
 
 const signInButton = (page) => page.getByRole('button', { name: 'Sign in' });
 
-inEachLook('the sign-in can be used by everyone', async (page) => {
+pageTest('the sign-in can be used by everyone', async (page) => {
   await page.goto('/');
   await signInButton(page).waitFor();
-  await assertAccessible(page);
-  await assertFits(page);
+  await assertShownWell(page);
 });
 
 pageTest('a user signs in, and is signed in still when the page is loaded anew', async (page) => {
-  await signIn(page, users.alice);
+  await signInByForm(page, users.alice);
   await page.reload();
   await page.getByRole('heading', { name: 'Rules' }).waitFor();
 });
 
 pageTest('the session is out of reach for scripts, and other sites', async (page) => {
-  await signIn(page, users.alice);
+  await signInByForm(page, users.alice);
   const cookies = await page.context().cookies();
   const seen = cookies.map(({ name, httpOnly, secure, sameSite }) => [
     name,
@@ -68,10 +67,9 @@ async function leaveUnsaved(page) {
 
 const keptOnDevice = (page) => page.evaluate(() => JSON.stringify(localStorage));
 
-inEachLook('who signs out with unsaved rules is asked first, and may stay', async (page) => {
+pageTest('who signs out with unsaved rules is asked first, and may stay', async (page) => {
   await leaveUnsaved(page);
-  await assertAccessible(page);
-  await assertFits(page);
+  await assertShownWell(page);
   await page.getByRole('button', { name: 'Stay signed in' }).click();
   assert.equal(await page.getByLabel('Name of the rule').inputValue(), 'Of nobody else');
   assert.match(await keptOnDevice(page), /Of nobody else/);
