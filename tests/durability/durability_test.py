@@ -87,9 +87,10 @@ class CommandTest(FolderTestCase):
         self.assertIn(str(self.root / "quarrow.sqlite"), self.placed("config", "set", "grade", "5"))
 
     def test_the_folder_of_a_user(self):
-        calls = [call for process in self.follow("user", "add", "bob@new.example") for call in process]
+        processes = self.follow("user", "add", "bob@new.example")
         self.assertIn(str(self.root / "new.example" / "bob"),
-                      [path for call in calls if call.name == "mkdir" for path in call.paths()])
+                      [path for process in processes for call in process
+                       if call.name == "mkdir" for path in call.paths()])
 
     def test_a_message_and_the_folders_that_are_made_for_it(self):
         self.do(*ADD)

@@ -1,8 +1,8 @@
 """Small changes to C++ sources, such as a mistake could make.
 
-A change alters one statement of clang-format's layout, on one line, or on two where the statement of
-an `if` has a line of its own. Text in strings and comments stays as it is, and so do the constants
-of system calls: what they do when they are wrong is the kernel's affair.
+A change alters one statement of clang-format's layout, on one line, or on two where the statement
+of an `if` has a line of its own. Text in strings and comments stays as it is, and so do the
+constants of system calls: what they do when they are wrong is the kernel's affair.
 """
 
 import dataclasses
@@ -10,20 +10,21 @@ import re
 
 # Calls whose numbers are flags, modes and descriptors.
 SYSTEM_CALLS = re.compile(
-    r"\b(accept4|access|bind|chmod|chown|clone|close|close_range|connect|dup2?|fallocate|fchmod|fchown\w*|"
-    r"fcntl|fork|fstatat|ftruncate|futimens|getsockopt|kill|linkat|listen|lseek|madvise|memfd_create|"
-    r"mkdir(at)?|mkstemp|mmap|mprotect|munmap|open(at)?|pipe2?|poll|ppoll|prctl|pread|pwrite|recv\w*|"
-    r"renameat2?|send\w*|setrlimit|setsockopt|shutdown|sigaction|signal|socket(pair)?|syscall|"
-    r"unlink(at)?|waitpid|LANDLOCK_\w+|SCMP_\w+|_exit)\b")
+    r"\b(accept4|access|bind|chmod|chown|clone|close|close_range|connect|dup2?|fallocate|fchmod|"
+    r"fchown\w*|fcntl|fork|fstatat|ftruncate|futimens|getsockopt|kill|linkat|listen|lseek|madvise|"
+    r"memfd_create|mkdir(at)?|mkstemp|mmap|mprotect|munmap|open(at)?|pipe2?|poll|ppoll|prctl|pread|"
+    r"pwrite|recv\w*|renameat2?|send\w*|setrlimit|setsockopt|shutdown|sigaction|signal|"
+    r"socket(pair)?|syscall|unlink(at)?|waitpid|LANDLOCK_\w+|SCMP_\w+|_exit)\b")
 
 COMPARISONS = {" < ": " <= ", " <= ": " < ", " > ": " >= ", " >= ": " > ", " == ": " != ",
                " != ": " == "}
 
 # A call whose result nobody looks at: no blank in front of the parenthesis, as a declaration has.
-DROPPABLE = re.compile(r"\s+(\(void\))?(?!return\b|throw\b|delete\b|else\b|if\b|for\b|while\b|switch\b)"
+DROPPABLE = re.compile(r"\s+(\(void\))?(?!(?:return|throw|delete|else|if|for|while|switch)\b)"
                        r"[\w:>.\[\]*-]+\(.*\);")
 # The condition of an `if`, and what leaves the function behind it.
-CONDITION = re.compile(r"(\s*(?:\} else )?if )\((.*)\)( \{)?( (?:return|throw|continue|break)\b.*;)?")
+CONDITION = re.compile(r"(\s*(?:\} else )?if )\((.*)\)( \{)?"
+                       r"( (?:return|throw|continue|break)\b.*;)?")
 LEAVING = re.compile(r"\s+(return|throw)\b.*;")
 DECLARED = re.compile(r"(const )?[\w:]+(<[\w:, ]+>)?[&*]? [\w]+ = (.*)")
 RETURNS = {"true": "false", "false": "true", '""': '"x"', "nullptr": None}

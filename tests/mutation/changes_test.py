@@ -30,7 +30,8 @@ class ChangesTest(unittest.TestCase):
     def test_comparisons_are_changed(self):
         self.expect("comparison", [
             ("  while (a < b) ++a;", ["  while (a <= b) ++a;"]),
-            ("  return a == b && c >= d;", ["  return a == b && c > d;", "  return a != b && c >= d;"]),
+            ("  return a == b && c >= d;",
+             ["  return a == b && c > d;", "  return a != b && c >= d;"]),
             ('  say("a < b", \'<\');  // a == b', []),
             ("  std::vector<int> a << b;", [])])
 

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # copy.sh PROJECT COMMAND [ARGUMENT]...
 #
-# Runs a command in a copy of the project that vanishes with it, and where it can't hurt the machine:
-# it sees no processes but its own, has a /tmp of its own, and all else of the file system is only to
-# be read. The copy has the project's path.
+# Runs a command in a copy of the project that vanishes with it, and where it can't hurt the
+# machine: it sees no processes but its own, has a /tmp of its own, and all else of the file system
+# is only to be read. The copy has the project's path.
 set -euo pipefail
 
 if [[ ${1-} != --inside ]]; then
