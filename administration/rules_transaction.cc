@@ -145,6 +145,8 @@ Refusal RulesTransaction::check_replaced_script() const {
   std::string text;
   const int error = folder_.read(script_name, script_limit + 1, text);
   if (error == ENOENT || (error == 0 && is_made_script(text, filters_->filters))) return {};
+  if (error == EACCES)
+    return system_refusal(folder_.file(script_name), "nothing was changed", error);
   return {Kind::foreign_script, folder_.file(script_name),
           "was not made from filters, and a change would replace it"};
 }

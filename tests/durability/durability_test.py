@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """What the programs promise is on the disk by then: durability_test.py LMTPD QUARROW
 
-The system calls of the real programs are followed. Then each fsync in turn fails.
+The system calls of the real programs are followed. Then each fsync in turn fails, and so do locks.
 """
 
 import os
@@ -70,7 +70,7 @@ class CommandTest(FolderTestCase):
 
     def make_folder(self):
         for part in ["new", "cur", "tmp"]:
-            (self.home / "Maildir" / part).mkdir(parents=True)
+            (self.home / "Maildir" / part).mkdir(parents=True, exist_ok=True)
         (self.home / "Maildir" / "new" / "1.M1P1.mx").write_bytes(WORK)
 
     def test_rules_with_their_script_and_their_history(self):
@@ -87,9 +87,10 @@ class CommandTest(FolderTestCase):
         self.assertIn(str(self.root / "quarrow.sqlite"), self.placed("config", "set", "grade", "5"))
 
     def test_the_folder_of_a_user(self):
-        calls = [call for process in self.follow("user", "add", "bob@new.example") for call in process]
+        processes = self.follow("user", "add", "bob@new.example")
         self.assertIn(str(self.root / "new.example" / "bob"),
-                      [path for call in calls if call.name == "mkdir" for path in call.paths()])
+                      [path for process in processes for call in process
+                       if call.name == "mkdir" for path in call.paths()])
 
     def test_a_message_and_the_folders_that_are_made_for_it(self):
         self.do(*ADD)
@@ -127,6 +128,14 @@ class CommandTest(FolderTestCase):
         self.expect_failures(ADD, 6)
         self.expect_failures(("field", "add", ALICE, "string", "X-Kind"), 2)
         self.expect_failures(("user", "add", "bob@new.example"), 1)
+
+    def test_a_lock_that_fails_is_told(self):
+        for command in (ADD, ("filter", "list", ALICE), ("apply", ALICE, "--yes")):
+            with self.subTest(command[0]):
+                self.make_folder()
+                done = self.run_quarrow(*command, launcher=failing("flock", "ENOLCK"))
+                self.assertIn(done.returncode, (os.EX_TEMPFAIL, os.EX_IOERR))
+                self.assertRegex(done.stderr, b": can't be locked: No locks available\n$")
 
     def test_a_delivery_whose_fsync_fails_takes_another_folder_or_is_tried_again(self):
         self.do(*ADD)
