@@ -13,7 +13,7 @@
 namespace Quarrow::Delivery {
 namespace {
 
-const std::vector<const char*> charsets = {
+const std::vector<const char*> mail_charsets = {
     "US-ASCII",    "UTF-8",         "ISO-8859-1",  "ISO-8859-2",  "ISO-8859-3",  "ISO-8859-4",
     "ISO-8859-5",  "ISO-8859-6",    "ISO-8859-7",  "ISO-8859-8",  "ISO-8859-9",  "ISO-8859-10",
     "ISO-8859-11", "ISO-8859-13",   "ISO-8859-14", "ISO-8859-15", "ISO-8859-16", "CP1250",
@@ -65,25 +65,25 @@ std::optional<std::string_view> take_charset(std::string_view& header) {
 }
 
 // Our name of the charset that an encoded word names, with a language or without (RFC 2231); null
-// when `charsets` does not hold it.
+// when `mail_charsets` does not hold it.
 const char* known_charset(std::string_view named) {
   constexpr std::string_view registered = "windows-";  // "CP" in shorter names
   std::string name(named.substr(0, named.find('*')));
   if (strcasecmp(name.c_str(), "GB2312") == 0) name = "GBK";  // holds GB2312; GMime takes it
   if (strncasecmp(name.c_str(), registered.data(), registered.size()) == 0)
     name.replace(0, registered.size(), "CP");
-  const auto known = std::find_if(charsets.begin(), charsets.end(), [&name](const char* charset) {
-    return strcasecmp(charset, name.c_str()) == 0;
-  });
-  return known == charsets.end() ? nullptr : *known;
+  const auto known =
+      std::find_if(mail_charsets.begin(), mail_charsets.end(),
+                   [&name](const char* charset) { return strcasecmp(charset, name.c_str()) == 0; });
+  return known == mail_charsets.end() ? nullptr : *known;
 }
 
 }  // namespace
 
-const std::vector<const char*>& all_charsets() { return charsets; }
+const std::vector<const char*>& all_charsets() { return mail_charsets; }
 
 std::vector<const char*> charsets_for(std::string_view header) {
-  if (!std::all_of(header.begin(), header.end(), is_plain_byte)) return charsets;
+  if (!std::all_of(header.begin(), header.end(), is_plain_byte)) return mail_charsets;
   std::vector<const char*> needed;
   int words = 0;
   for (std::size_t at = 0; (at = header.find("=?")) != header.npos;) {
@@ -91,7 +91,7 @@ std::vector<const char*> charsets_for(std::string_view header) {
     if (needed.empty()) needed = fallback_charsets;
     const auto named = take_charset(header);
     const char* const known = named ? known_charset(*named) : nullptr;
-    if (known == nullptr || ++words > most_encoded_words) return charsets;
+    if (known == nullptr || ++words > most_encoded_words) return mail_charsets;
     if (std::find(needed.begin(), needed.end(), known) == needed.end()) needed.push_back(known);
   }
   return needed;

@@ -51,23 +51,23 @@ const int harmless_calls[] = {SCMP_SYS(access),          SCMP_SYS(brk),
 // A call that is allowed when one of its arguments is right.
 struct ConditionalCall {
   int number;
-  scmp_arg_cmp condition;
+  scmp_arg_cmp condition;  // the index of the argument, how it is compared, and with what
 };
 
 scmp_datum_t datum(int value) { return static_cast<scmp_datum_t>(value); }
 
 std::vector<ConditionalCall> conditional_calls(int socket, int writable_file) {
   const scmp_datum_t writing = datum(O_ACCMODE | O_CREAT | O_TRUNC | O_APPEND);
-  return {{SCMP_SYS(recvfrom), SCMP_A0(SCMP_CMP_EQ, datum(socket))},
-          {SCMP_SYS(sendto), SCMP_A0(SCMP_CMP_EQ, datum(socket))},
-          {SCMP_SYS(pwrite64), SCMP_A0(SCMP_CMP_EQ, datum(writable_file))},
-          {SCMP_SYS(ftruncate), SCMP_A0(SCMP_CMP_EQ, datum(writable_file))},
+  return {{SCMP_SYS(recvfrom), {0, SCMP_CMP_EQ, datum(socket), 0}},
+          {SCMP_SYS(sendto), {0, SCMP_CMP_EQ, datum(socket), 0}},
+          {SCMP_SYS(pwrite64), {0, SCMP_CMP_EQ, datum(writable_file), 0}},
+          {SCMP_SYS(ftruncate), {0, SCMP_CMP_EQ, datum(writable_file), 0}},
           // No other file can take the number of the writable file, or of the socket.
-          {SCMP_SYS(close), SCMP_A0(SCMP_CMP_GT, datum(std::max(socket, writable_file)))},
-          {SCMP_SYS(open), SCMP_A1(SCMP_CMP_MASKED_EQ, writing, O_RDONLY)},
-          {SCMP_SYS(openat), SCMP_A2(SCMP_CMP_MASKED_EQ, writing, O_RDONLY)},
-          {SCMP_SYS(mmap), SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)},
-          {SCMP_SYS(mprotect), SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)}};
+          {SCMP_SYS(close), {0, SCMP_CMP_GT, datum(std::max(socket, writable_file)), 0}},
+          {SCMP_SYS(open), {1, SCMP_CMP_MASKED_EQ, writing, O_RDONLY}},
+          {SCMP_SYS(openat), {2, SCMP_CMP_MASKED_EQ, writing, O_RDONLY}},
+          {SCMP_SYS(mmap), {2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0}},
+          {SCMP_SYS(mprotect), {2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0}}};
 }
 
 Filter rules(int socket, int writable_file) {

@@ -3,8 +3,9 @@
 
 Usage: source_table.py PROJECT_FOLDER
 
-Each file that the table names must exist, and each source and header outside tests, measurements
-and examples must stand in it, those of the page among them. Prints what differs, and exits with 1 then.
+Each file that the table names must exist, and each source and header outside tests, fuzz targets,
+measurements and examples must stand in it, those of the page among them. Prints what differs, and
+exits with 1 then.
 """
 
 import pathlib
@@ -12,7 +13,7 @@ import re
 import sys
 
 HEADING = "## Where each thing is"
-ELSEWHERE = {"bench", "build", "examples", "tests"}  # folders without a row
+ELSEWHERE = {"bench", "build", "examples", "fuzz", "tests"}  # folders without a row
 NAME = re.compile(r"`([\w/-]+)`")
 
 
