@@ -106,7 +106,9 @@ int store_as(const std::string& name, int tmp, int target, const MessageFile& me
     (void)unlinkat(tmp, name.c_str(), 0);
     return error;
   }
-  return sync(target);
+  const int error = sync(target);
+  if (error != 0) (void)unlinkat(target, name.c_str(), 0);  // it is stored again, here or elsewhere
+  return error;
 }
 
 // Stores `message` in the folder `directory`. ENOENT: the folder is not complete.
