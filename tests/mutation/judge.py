@@ -15,7 +15,7 @@ import subprocess
 import sys
 
 SKIPPED = 77
-LONGEST_TEST = 120  # in seconds; a test that takes longer hangs
+LONGEST_TEST = 300  # in seconds; a test that takes longer hangs, even on a busy machine
 LONGEST_BUILD = 600
 TESTS_AT_A_TIME = 3
 
@@ -41,16 +41,18 @@ def is_green(test):
 
 
 def first_red(tests, green):
-    """The first test that is red; the green ones are added to `green`."""
+    """The first test that is red, twice, for a busy machine makes some tests red by chance; the
+    green ones are added to `green`."""
     with concurrent.futures.ThreadPoolExecutor(TESTS_AT_A_TIME) as pool:
-        futures = {pool.submit(is_green, test): test["name"] for test in tests}
+        futures = {pool.submit(is_green, test): test for test in tests}
         for future in concurrent.futures.as_completed(futures):
-            if future.result():
-                green.append(futures[future])
+            test = futures[future]
+            if future.result() or is_green(test):
+                green.append(test["name"])
                 continue
             for other in futures:
                 other.cancel()
-            return futures[future]
+            return test["name"]
     return None
 
 
