@@ -111,6 +111,8 @@ class ApplicationPanel {
   #requests = 0;
   /** What is asked for, until it is answered. */
   #asked = '';
+  /** Whether it is complained that nobody knows how far it is. */
+  #isLost = false;
 
   /** @param {ApplicationOptions} options */
   constructor({ folder = 'INBOX', rule, onMoved = () => {} }) {
@@ -220,6 +222,7 @@ class ApplicationPanel {
     const request = this.#nextRequest();
     clearTimeout(this.#timer);
     refill(this.complaint);
+    this.#isLost = false;
     try {
       const application = await ask('POST', path, details);
       if (request !== this.#requests) return;
@@ -263,11 +266,13 @@ class ApplicationPanel {
     try {
       const application = await ask('GET', '/application');
       if (request !== this.#requests) return;
-      refill(this.complaint);
+      if (this.#isLost) refill(this.complaint); // others are left to be read
+      this.#isLost = false;
       this.#show(application);
     } catch (error) {
       if (!(error instanceof Problem)) throw error;
       if (request !== this.#requests) return;
+      this.#isLost = true;
       refill(this.complaint, problemText(error));
       if (this.#shown) this.#lookLater(pauseAfterFailure);
     }
@@ -299,6 +304,7 @@ class ApplicationPanel {
 
   /** @param {Application['state']} state */
   #end(state) {
+    refill(this.complaint);
     announce(this.line.textContent ?? '');
     if (state === 'planned') return;
     this.onMoved();

@@ -192,10 +192,12 @@ pageTest(
     await planOf(tab);
     await inTheMiddle(page, what, async (work) => {
       await fileNow(tab);
-      await panelOf(tab)
+      const refusal = panelOf(tab)
         .getByRole('alert')
-        .getByText('The rules are being applied already.')
-        .waitFor();
+        .getByText('The rules are being applied already.');
+      await refusal.waitFor();
+      for (let polls = 0; polls < 2; polls += 1) await tab.waitForResponse('**/api/v1/application');
+      assert.equal(await refusal.count(), 1, 'it can be read');
       await says(tab, 'Filing…');
       await page.reload();
       await openPanel(page);
