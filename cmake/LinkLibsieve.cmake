@@ -3,8 +3,9 @@
 # libsieve never gives back what a regular expression takes, writes past some of its blocks, and
 # answers a hostile address with gigabytes. So its archive is linked with the four allocation
 # functions renamed to those of a private heap (sieve_match/interpreter_heap.h), which bounds and
-# drops all that, and its reader of scripts behind one of ours. Nothing else in it is changed: relinking with another build of libsieve takes
-# another libsieve.a, found through libsieve_ARCHIVE.
+# drops all that, and with a function of ours in front of the one that reads scripts
+# (sieve_match/parsed_script.h). Nothing else in it is changed: relinking with another build of
+# libsieve takes another libsieve.a, found through libsieve_ARCHIVE.
 #
 # libsieve keeps its state in globals. So the archive and the heap become one object, which is copied
 # with all its symbols made local but one: the table of its functions (sieve_match/libsieve_copy.h),
