@@ -4,46 +4,13 @@
 #include <benchmark/benchmark.h>
 #include <quarrow/evaluation.h>
 
-#include <fstream>
-#include <iterator>
-#include <memory>
 #include <thread>
+#include <vector>
 
-#include "bench/bare_interpreter.h"
+#include "bench/match_subjects.h"
 #include "bench/message_set.h"
-#include "bench/mixed_rules.h"
 
 namespace {
-
-using Quarrow::SieveMatch;
-
-struct Compiled {
-  std::unique_ptr<SieveMatch> matcher;
-  std::string script;
-};
-
-Compiled compile(int rules) {
-  const TempFile file("");
-  mixed_rules(rules, 1)->SaveToSieve(file.name(), true);
-  std::ifstream stream(file.name());
-  return {std::unique_ptr<SieveMatch>(SieveMatch::Create(file.name(), nullptr)),
-          {std::istreambuf_iterator<char>(stream), {}}};
-}
-
-std::vector<BareMessage> bare_messages() {
-  std::vector<BareMessage> bare;
-  for (const BenchMessage& message : bench_messages()) {
-    bare.emplace_back();
-    bare.back().size = static_cast<int>(message.size);
-    for (const char* name : {"subject", "from", "to", "cc", "list-id"}) {
-      const Header header = message.part->headers().find(name);
-      if (header.isNull()) continue;
-      bare.back().headers.push_back({name, stringToUtf8(header.value(), nullptr).data(), {}});
-    }
-    for (auto& header : bare.back().headers) header.list[0] = header.value.data();
-  }
-  return bare;
-}
 
 // Both must give the same actions before their times are compared.
 bool agree(const Compiled& compiled, std::vector<BareMessage>& bare) {

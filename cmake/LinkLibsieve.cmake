@@ -3,8 +3,9 @@
 # libsieve never gives back what a regular expression takes, writes past some of its blocks, and
 # answers a hostile address with gigabytes. So its archive is linked with the four allocation
 # functions renamed to those of a private heap (sieve_match/interpreter_heap.h), which bounds and
-# drops all that. Nothing else in it is changed: relinking with another build of libsieve takes
-# another libsieve.a, found through libsieve_ARCHIVE.
+# drops all that, and with a function of ours in front of the one that reads scripts
+# (sieve_match/parsed_script.h). Nothing else in it is changed: relinking with another build of
+# libsieve takes another libsieve.a, found through libsieve_ARCHIVE.
 #
 # libsieve keeps its state in globals. So the archive and the heap become one object, which is copied
 # with all its symbols made local but one: the table of its functions (sieve_match/libsieve_copy.h),
@@ -27,10 +28,13 @@ else()
     "libsieve out of them. Runs take turns.")
 endif()
 
-# The object that copies are made of: the archive, and the objects of the target `heap`.
+# The object that copies are made of: the archive, and the objects of the target `heap`, which has a
+# function of its own in front of the one that reads scripts (sieve_match/parsed_script.h).
 function(quarrow_make_libsieve_with_heap heap)
   set(object "${CMAKE_CURRENT_BINARY_DIR}/libsieve-with-heap.o")
   set(archive "${CMAKE_CURRENT_BINARY_DIR}/libsieve-private.a")
+  set(joined "${CMAKE_CURRENT_BINARY_DIR}/libsieve-joined.o")
+  set(script "${PROJECT_SOURCE_DIR}/cmake/libsieve.ld")
   # Without groups of sections, which the linker would merge across copies.
   add_custom_command(
     OUTPUT "${object}"
@@ -38,9 +42,12 @@ function(quarrow_make_libsieve_with_heap heap)
       --redefine-sym malloc=quarrow_heap_malloc --redefine-sym calloc=quarrow_heap_calloc
       --redefine-sym realloc=quarrow_heap_realloc --redefine-sym free=quarrow_heap_free
       "${libsieve_ARCHIVE}" "${archive}"
-    COMMAND "${CMAKE_LINKER}" -r --force-group-allocation -o "${object}"
-      --whole-archive "${archive}" "$<TARGET_OBJECTS:${heap}>"
-    DEPENDS "${libsieve_ARCHIVE}" "$<TARGET_OBJECTS:${heap}>" COMMAND_EXPAND_LISTS VERBATIM)
+    COMMAND "${CMAKE_LINKER}" -r -T "${script}" --wrap=libsieve_sieve_parse_buffer
+      -o "${joined}" --whole-archive "${archive}"
+    COMMAND "${CMAKE_LINKER}" -r --force-group-allocation
+      -o "${object}" "${joined}" "$<TARGET_OBJECTS:${heap}>"
+    DEPENDS "${libsieve_ARCHIVE}" "${script}" "$<TARGET_OBJECTS:${heap}>"
+    COMMAND_EXPAND_LISTS VERBATIM)
   set(libsieve_with_heap "${object}" PARENT_SCOPE)
 endfunction()
 

@@ -90,12 +90,19 @@ Use::~Use() {
 }
 
 int Use::install_callbacks(bool with_trace) {
+  with_trace_ = with_trace;
   return libsieve_.callbacks(context_, with_trace ? callback_table : callback_table + 1);
 }
 
-int Use::validate(void* matcher) { return libsieve_.run(libsieve_.validate, context_, matcher); }
+int Use::validate(SieveMatchImpl* matcher) {
+  libsieve_.expect_script(nullptr, matcher);
+  return libsieve_.run(libsieve_.validate, context_, matcher);
+}
 
-int Use::execute(void* matcher) { return libsieve_.run(libsieve_.execute, context_, matcher); }
+int Use::execute(SieveMatchImpl* matcher) {
+  libsieve_.expect_script(with_trace_ ? nullptr : matcher->script, matcher);
+  return libsieve_.run(libsieve_.execute, context_, matcher);
+}
 
 sieve2_values_t current_code() { return code_called_for; }
 

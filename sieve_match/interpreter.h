@@ -12,6 +12,10 @@
 
 #include "sieve_match/libsieve_copy.h"
 
+namespace Quarrow {
+class SieveMatchImpl;
+}  // namespace Quarrow
+
 namespace Quarrow::interpreter {
 
 // One use of the interpreter, in one thread: from construction to destruction it has a copy of
@@ -34,16 +38,17 @@ class Use {
   // request.
   int install_callbacks(bool with_trace);
 
-  // Reads the script, or runs it; the callbacks get `matcher`. A run that passes the heap's
-  // budget ends with SIEVE2_ERROR_NOMEM.
-  int validate(void* matcher);
-  int execute(void* matcher);
+  // Reads the matcher's script, or runs it; the callbacks get `matcher`. A run that passes the
+  // heap's budget ends with SIEVE2_ERROR_NOMEM.
+  int validate(SieveMatchImpl* matcher);
+  int execute(SieveMatchImpl* matcher);
 
  private:
   const std::size_t copy_;
   const LibsieveCopy& libsieve_;
   sieve2_context_t*& context_;
   int created_;
+  bool with_trace_ = false;
 };
 
 // The code that libsieve is calling back for in this thread; SIEVE2_VALUE_FIRST outside of

@@ -1,5 +1,5 @@
 // An arena with free lists by size: a block comes off the list of its size, or off the unused end
-// of the arena. Closing the heap forgets the lists and starts again at the front.
+// of the arena, which is clean. Closing the heap cleans what was used.
 
 #include "sieve_match/interpreter_heap.h"
 
@@ -55,6 +55,13 @@ struct FreeBlock {
   FreeBlock* next;
 };
 
+// What stands in front of the blocks. Cleaned, it is that of an empty heap but for `end`.
+struct alignas(alignment) Notes {
+  char* end;  // of what has been handed out so far
+  std::size_t in_use;
+  std::array<FreeBlock*, class_count> free;
+};
+
 struct SizeClass {
   std::uint32_t index;
   std::size_t capacity;
@@ -78,20 +85,27 @@ class Heap {
  public:
   void open() {
     if (arena_ == nullptr) map_arena();
+    if (arena_ != nullptr) notes()->end = arena_ + sizeof(Notes);
     static char nothing_read_yet[] = "";
     libsieve_addrlval = nothing_read_yet;
   }
 
   void close() {
-    const std::size_t used = static_cast<std::size_t>(end_ - arena_);
+    if (arena_ == nullptr) return;
+    const std::size_t used = static_cast<std::size_t>(notes()->end - arena_);
+    std::memset(arena_, 0, std::min(used, kept_size));
     if (used > kept_size) (void)madvise(arena_ + kept_size, used - kept_size, MADV_DONTNEED);
-    end_ = arena_;
-    in_use_ = 0;
-    free_.fill(nullptr);
+  }
+
+  Memory memory() const {
+    if (arena_ == nullptr) return {nullptr, nullptr};
+    return {reinterpret_cast<std::uint64_t*>(arena_),
+            reinterpret_cast<std::uint64_t*>(notes()->end)};
   }
 
   void* allocate(std::size_t size) {
-    if (size > budget || in_use_ + size > budget) {
+    if (arena_ == nullptr) return nullptr;
+    if (size > budget || notes()->in_use + size > budget) {
       end_task();
       if (size > budget) return nullptr;
     }
@@ -100,8 +114,7 @@ class Heap {
     if (block == nullptr) block = fresh(wanted);
     if (block == nullptr) return nullptr;
     block->in_use = 1;
-    in_use_ += block->capacity;
-    clean(block);
+    notes()->in_use += block->capacity;
     return block + 1;
   }
 
@@ -121,10 +134,10 @@ class Heap {
     Block* block = head_of(data);
     if (block->in_use == 0) return;
     block->in_use = 0;
-    in_use_ -= block->capacity;
+    notes()->in_use -= block->capacity;
     FreeBlock* freed = reinterpret_cast<FreeBlock*>(block);
-    freed->next = free_[block->size_class];
-    free_[block->size_class] = freed;
+    freed->next = notes()->free[block->size_class];
+    notes()->free[block->size_class] = freed;
   }
 
   int run(Task task, sieve2_context_t* context, void* user) {
@@ -139,6 +152,7 @@ class Heap {
   }
 
   int callbacks = 0;  // how many are running
+  std::uint64_t callbacks_begun = 0;
 
  private:
   static Block* head_of(void* data) { return static_cast<Block*>(data) - 1; }
@@ -147,36 +161,29 @@ class Heap {
     void* pages = mmap(nullptr, arena_size, PROT_READ | PROT_WRITE,
                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (pages == MAP_FAILED) return;  // sieve2_alloc gets no memory then, and says so
-    arena_ = end_ = untouched_ = static_cast<char*>(pages);
+    arena_ = static_cast<char*>(pages);
   }
 
-  // Memory that was never handed out is zero as the kernel gives it, and is only taken when it is
-  // used.
-  void clean(Block* block) {
-    char* const data = reinterpret_cast<char*>(block + 1);
-    char* const end = data + block->capacity;
-    if (data < untouched_)
-      std::memset(data, 0, static_cast<std::size_t>(std::min(end, untouched_) - data));
-    untouched_ = std::max(untouched_, end);
-  }
+  Notes* notes() const { return reinterpret_cast<Notes*>(arena_); }
 
   Block* recycled(const SizeClass& wanted) {
-    FreeBlock* block = free_[wanted.index];
+    FreeBlock* const block = notes()->free[wanted.index];
     if (block == nullptr) return nullptr;
-    free_[wanted.index] = block->next;
+    notes()->free[wanted.index] = block->next;
+    std::memset(&block->head + 1, 0, wanted.capacity);
     return &block->head;
   }
 
+  // Memory that was never handed out is only taken when it is used.
   Block* fresh(const SizeClass& wanted) {
     const std::size_t size = sizeof(Block) + wanted.capacity;
-    const std::size_t used = static_cast<std::size_t>(end_ - arena_);
-    if (arena_ == nullptr) return nullptr;
+    const std::size_t used = static_cast<std::size_t>(notes()->end - arena_);
     if (size > arena_size - used) {
       end_task();
       return nullptr;
     }
-    Block* block = reinterpret_cast<Block*>(end_);
-    end_ += size;
+    Block* block = reinterpret_cast<Block*>(notes()->end);
+    notes()->end += size;
     block->size_class = wanted.index;
     block->capacity = wanted.capacity;
     return block;
@@ -188,10 +195,6 @@ class Heap {
   }
 
   char* arena_ = nullptr;
-  char* end_ = nullptr;        // of what has been handed out so far
-  char* untouched_ = nullptr;  // behind what was ever handed out
-  std::size_t in_use_ = 0;
-  std::array<FreeBlock*, class_count> free_{};
   bool task_runs_ = false;
   sigjmp_buf task_end_;
 };
@@ -215,8 +218,16 @@ void free_context(sieve2_context_t*& context) {
 void close() { heap.close(); }
 
 int run(Task task, sieve2_context_t* context, void* user) { return heap.run(task, context, user); }
-void begin_callback() { ++heap.callbacks; }
+Memory memory() { return heap.memory(); }
+
+void begin_callback() {
+  ++heap.callbacks;
+  ++heap.callbacks_begun;
+}
+
 void end_callback() { --heap.callbacks; }
+
+std::uint64_t callback_count() { return heap.callbacks_begun; }
 
 }  // namespace Quarrow::interpreter_heap
 

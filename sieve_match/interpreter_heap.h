@@ -12,6 +12,8 @@
 
 #include <sieve2.h>  // needs NULL from the line above
 
+#include <cstdint>
+
 namespace Quarrow::interpreter_heap {
 
 // The most that may be in use at a time, in bytes. A message with 50,000 recipients needs some 22
@@ -27,6 +29,15 @@ void free_context(sieve2_context_t*& context);
 // Drops all that is left, and gives the memory that an unusual message took back to the system.
 void close();
 
+// All that the heap consists of while it is open: the blocks and its notes about them. Behind it
+// there is clean memory. Whoever writes the words back that it had at an earlier moment of this use
+// has the heap as it was then.
+struct Memory {
+  std::uint64_t* begin;
+  std::uint64_t* end;
+};
+Memory memory();
+
 // sieve2_validate or sieve2_execute.
 using Task = int (*)(sieve2_context_t* context, void* user);
 
@@ -37,6 +48,9 @@ int run(Task task, sieve2_context_t* context, void* user);
 // Between the two a callback runs, and the budget does not end the task.
 void begin_callback();
 void end_callback();
+
+// How many callbacks have begun, ever.
+std::uint64_t callback_count();
 
 }  // namespace Quarrow::interpreter_heap
 

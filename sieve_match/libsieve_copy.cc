@@ -4,6 +4,7 @@
 #include "sieve_match/libsieve_copy.h"
 
 #include "sieve_match/interpreter_heap.h"
+#include "sieve_match/parsed_script.h"
 
 extern "C" {
 extern const Quarrow::interpreter::LibsieveCopy quarrow_libsieve_0;
@@ -23,5 +24,6 @@ const Quarrow::interpreter::LibsieveCopy quarrow_libsieve_0 = {
     Quarrow::interpreter_heap::run,
     Quarrow::interpreter_heap::begin_callback,
     Quarrow::interpreter_heap::end_callback,
+    Quarrow::parsed_script::expect,
 };
 }

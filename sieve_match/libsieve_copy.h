@@ -32,6 +32,9 @@ struct LibsieveCopy {
              void* user);
   void (*begin_callback)();
   void (*end_callback)();
+
+  // That of sieve_match/parsed_script.h.
+  void (*expect_script)(const char* script, const void* user);
 };
 
 // The copies that the program has, at least one.

@@ -51,7 +51,7 @@ bool load_script(SieveMatchImpl& matcher) {
 }
 
 // One run of the interpreter for `matcher`; libsieve's error code.
-int use_interpreter(SieveMatchImpl& matcher, int (interpreter::Use::*task)(void*)) {
+int use_interpreter(SieveMatchImpl& matcher, int (interpreter::Use::*task)(SieveMatchImpl*)) {
   interpreter::Use use(matcher.context);
   if (use.created() != SIEVE2_OK) return use.created();
   const int installed = use.install_callbacks(matcher.log != nullptr);
