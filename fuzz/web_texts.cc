@@ -1,5 +1,5 @@
 // Texts in requests to the web server: each line of the input as a target, as cookies, as text that
-// a client gives back, and as the cursor of a preview.
+// a client gives back, as the cursor of a preview, as a revision, and as the client's address.
 #include <cstdio>
 
 #include "fuzz/expectation.h"
@@ -7,8 +7,10 @@
 #include "fuzz/target.h"
 #include "http/cookies.h"
 #include "http/target.h"
+#include "signing_in/client_network.h"
 #include "system/printable.h"
 #include "system/utf8.h"
+#include "web_api/call.h"
 #include "web_api/opaque_text.h"
 #include "web_api/preview_progress.h"
 
@@ -79,6 +81,22 @@ void try_cursor(const std::string& cursor) {
   expect_equal(again, cursor_of(same, question), "and is the same");
 }
 
+void try_revision(const std::string& line) {
+  Http::Request request;
+  request.headers = {{"if-match", line}};
+  std::string revision;
+  if (!WebApi::read_if_match(request, revision)) return;
+  request.headers = {{"if-match", '"' + revision + '"'}};
+  std::string again;
+  expect(WebApi::read_if_match(request, again), "a revision can be read again");
+  expect_equal(revision, again, "and is the same");
+}
+
+void try_client(const std::string& line) {
+  const std::string network = SigningIn::client_network(line);
+  expect_equal(network, SigningIn::client_network(network), "a network is in itself");
+}
+
 void try_lines(const std::string& input) {
   for (const std::string& line : lines_of(input)) {
     try_target(line);
@@ -86,6 +104,8 @@ void try_lines(const std::string& input) {
     try_opaque(line);
     try_cursor(line);
     try_cursor(WebApi::opaque_text(line));
+    try_revision(line);
+    try_client(line);
   }
 }
 

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <type_traits>
 
 namespace Quarrow::Refiling {
 namespace {
@@ -31,9 +33,14 @@ ordered_json json_or_null(const std::optional<Value>& value) {
   return value ? ordered_json(*value) : ordered_json();
 }
 
+// A whole number of the type `Value`. The JSON library takes any number, and leaves it undefined
+// what becomes of one that is too large.
 template <typename Value>
-std::optional<Value> value_or_nothing(const ordered_json& json) {
-  if (json.is_null()) return std::nullopt;
+Value number_in(const ordered_json& json) {
+  constexpr auto most = static_cast<std::uint64_t>(std::numeric_limits<Value>::max());
+  const bool fits = json.is_number_unsigned() ? json.get<std::uint64_t>() <= most
+                                              : std::is_signed_v<Value> && json.is_number_integer();
+  if (!fits) throw std::invalid_argument("number");
   return json.get<Value>();
 }
 
@@ -53,7 +60,7 @@ PlanSummary counts_in(const ordered_json& rows) {
   PlanSummary counts;
   for (const auto& row : rows) {
     const Fate fate = value_of<Fate>(row.at("fate"), fate_words);
-    counts[{row.at("rule"), fate, row.at("folder")}] = row.at("count");
+    counts[{row.at("rule"), fate, row.at("folder")}] = number_in<std::uint64_t>(row.at("count"));
   }
   return counts;
 }
@@ -62,14 +69,14 @@ RefilingState state_of(const ordered_json& json) {
   RefilingState state;
   state.stage = value_of<Stage>(json.at("state"), stage_words);
   state.folder = json.at("folder");
-  state.rule = value_or_nothing<std::string>(json.at("rule"));
+  if (!json.at("rule").is_null()) state.rule = json.at("rule").get<std::string>();
   state.revision = json.at("revision");
-  state.started = json.at("started");
-  state.ended = value_or_nothing<std::time_t>(json.at("ended"));
-  state.done = json.at("done");
-  state.total = json.at("total");
+  state.started = number_in<std::time_t>(json.at("started"));
+  if (!json.at("ended").is_null()) state.ended = number_in<std::time_t>(json.at("ended"));
+  state.done = number_in<std::uint64_t>(json.at("done"));
+  state.total = number_in<std::uint64_t>(json.at("total"));
   state.counts = counts_in(json.at("counts"));
-  state.failures = json.at("failures");
+  state.failures = number_in<std::uint64_t>(json.at("failures"));
   state.failure_examples = json.at("failure_examples").get<std::vector<std::string>>();
   state.reason = json.at("reason");
   state.key = json.at("key");

@@ -99,5 +99,25 @@ TEST(RefilingState, IsInNoOtherText) {
   }
 }
 
+TEST(RefilingState, HasWholeNumbersThatFit) {
+  const ordered_json json = ordered_json::parse(text_of(full_state()));
+  const auto is_read = [](const ordered_json& state) { return state_in(state.dump()).has_value(); };
+  for (const char* const member : {"started", "ended", "done", "total", "failures"}) {
+    for (const auto& wrong : {ordered_json(1e300), ordered_json(1.5), ordered_json(true)}) {
+      ordered_json state = json;
+      state[member] = wrong;
+      EXPECT_FALSE(is_read(state)) << member << ": " << wrong;
+    }
+    ordered_json state = json;
+    state[member] = -1;
+    EXPECT_EQ(std::string(member) == "started" || std::string(member) == "ended", is_read(state));
+    state[member] = UINT64_MAX;
+    EXPECT_NE(std::string(member) == "started" || std::string(member) == "ended", is_read(state));
+  }
+  ordered_json state = json;
+  state["counts"][0]["count"] = 1e30;
+  EXPECT_FALSE(is_read(state));
+}
+
 }  // namespace
 }  // namespace Quarrow::Refiling
