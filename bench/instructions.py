@@ -15,6 +15,9 @@ import re
 import subprocess
 import sys
 
+import figures
+
+MOST_OF_FORM = 0.6  # of the bare interpreter's, by 20 rules
 
 def instructions(command):
     """The instructions of a whole process, and what it printed."""
@@ -39,11 +42,14 @@ def main():
     options = parser.parse_args()
     program = f"{options.build}/bench/match_rounds"
     folder = [f"--messages={options.folder}"] if options.folder else []
+    topic = f"instructions a message, by {options.rules} rules"
     bare = thousands_a_message(program, "bare", options.rules, folder)
-    print(f"bare    {bare:8.1f}")
+    figures.show(topic, "bare interpreter", [bare], "thousand")
     for what in ("stored", "form"):
-        figure = thousands_a_message(program, what, options.rules, folder)
-        print(f"{what:7} {figure:8.1f} {figure / bare:6.3f}", flush=True)
+        ours = thousands_a_message(program, what, options.rules, folder)
+        goal = MOST_OF_FORM if what == "form" and options.rules == "20" else None
+        figures.show(topic, what, [ours], "thousand")
+        figures.show_ratio(topic, f"{what} / bare interpreter", [ours], [bare], at_most=goal)
 
 
 try:
