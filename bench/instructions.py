@@ -19,6 +19,7 @@ import figures
 
 MOST_OF_FORM = 0.6  # of the bare interpreter's, by 20 rules
 
+
 def instructions(command):
     """The instructions of a whole process, and what it printed."""
     done = subprocess.run(
