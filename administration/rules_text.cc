@@ -23,6 +23,12 @@ bool begins_with(const std::string& text, const std::string& beginning) {
   return text.compare(0, beginning.size(), beginning) == 0;
 }
 
+// Throws where memory is short: a stream only drops the rest of the text.
+class MemoryText : public std::ostringstream {
+ public:
+  MemoryText() { exceptions(std::ios::badbit); }
+};
+
 // Keeps standard error quiet for its lifetime.
 class SilencedErrors {
  public:
@@ -46,13 +52,13 @@ class SilencedErrors {
 }  // namespace
 
 std::string document_text(const boost::shared_ptr<FilterList__>& list) {
-  std::ostringstream text;
+  MemoryText text;
   auto document = MessageFilters::filter_list_to_xml(list);
   return document && write_xml(std::move(document), text) ? text.str() : "";
 }
 
 std::string script_text(const boost::shared_ptr<FilterList__>& list, bool include_disabled) {
-  std::ostringstream text;
+  MemoryText text;
   return write_script(list, include_disabled, text) ? text.str() : "";
 }
 

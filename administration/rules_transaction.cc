@@ -270,7 +270,8 @@ std::vector<RulesDifference> RulesTransaction::changes() const {
   return rules_differences(*list_of(document_), *filters_->filters);
 }
 
-Refusal RulesTransaction::check_commit(const CommitConsent& consent) const {
+// Nothing is written but the texts that were checked here.
+Refusal RulesTransaction::make_texts(const CommitConsent& consent, RulesTexts& texts) const {
   if (!folder_.is_open()) return system_refusal(folder_.path(), "nothing was changed", ENOENT);
   if (const Refusal refusal = check_revision(consent.if_revision)) return refusal;
   if (const Refusal refusal = check_writable(folder_)) return refusal;
@@ -280,7 +281,13 @@ Refusal RulesTransaction::check_commit(const CommitConsent& consent) const {
   Refusal refusal = consent.accept_loss ? Refusal() : check_loss();
   if (!refusal && !consent.replace_script) refusal = check_replaced_script();
   if (refusal) return refusal;
-  return check_texts(document_text(filters_->filters), script_text(filters_->filters, false));
+  texts = {document_text(filters_->filters), script_text(filters_->filters, false), ""};
+  return check_texts(texts.document, texts.script);
+}
+
+Refusal RulesTransaction::check_commit(const CommitConsent& consent) const {
+  RulesTexts texts;
+  return make_texts(consent, texts);
 }
 
 // The history's new text; empty where it has to stay as it is.
@@ -303,8 +310,8 @@ std::string RulesTransaction::history_with(const RulesState& state, std::size_t 
 }
 
 Refusal RulesTransaction::commit(const CommitConsent& consent) {
-  if (const Refusal refusal = check_commit(consent)) return refusal;
-  RulesTexts texts = {document_text(filters_->filters), script_text(filters_->filters, false), ""};
+  RulesTexts texts;
+  if (const Refusal refusal = make_texts(consent, texts)) return refusal;
   if (texts.document != document_) {
     const std::string who = consent.author.empty() ? login_name(user_) : consent.author;
     texts.history = history_with(make_state(texts.document, origin_, std::time(nullptr), who),

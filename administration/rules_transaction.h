@@ -20,6 +20,8 @@
 
 namespace Quarrow::Administration {
 
+struct RulesTexts;
+
 // The paths of the rules document and of the Sieve script of the user `address`.
 std::string rules_document(const std::string& address);
 std::string rules_script(const std::string& address);
@@ -118,6 +120,7 @@ class RulesTransaction {
   Refusal load();
   Refusal read_document(std::string& text) const;
   Refusal check_replaced_script() const;
+  Refusal make_texts(const CommitConsent& consent, RulesTexts& texts) const;
   Refusal check_texts(const std::string& document, const std::string& script) const;
   Refusal take_state(const RulesState& state, Origin origin);
   std::string history_with(const RulesState& state, std::size_t most_states);

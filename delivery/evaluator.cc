@@ -64,7 +64,12 @@ Evaluator::Evaluator(const EvaluatorLimits& limits)
   start();
 }
 
-Evaluator::~Evaluator() { (void)stop(); }
+Evaluator::~Evaluator() {
+  try {
+    (void)stop();
+  } catch (const std::bad_alloc&) {  // in the text, which nobody wants here
+  }
+}
 
 Evaluation Evaluator::evaluate(int message_fd, std::uint64_t size, std::time_t received,
                                const std::string& script_path) {

@@ -75,6 +75,9 @@ class Storing {
 
  private:
   bool store(const Target& target) {
+    Report stored = report_;  // made ahead: behind the storing, memory must not be short
+    stored.folders.push_back(target.mailbox);
+    add_text(target.action, ",", stored.action);
     const auto result = store_.store(target.folder, message_);
     if (target.folder.empty()) inbox_ = result ? Inbox::has_it : Inbox::failed;
     if (!result) {
@@ -83,8 +86,7 @@ class Storing {
                   report_);
       return false;
     }
-    report_.folders.push_back(target.mailbox);
-    add_text(target.action, ",", report_.action);
+    report_ = std::move(stored);
     return true;
   }
 

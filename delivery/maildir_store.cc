@@ -2,6 +2,7 @@
 #include "quarrow/delivery/maildir_store.h"
 
 #include <fcntl.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cinttypes>
 #include <climits>
 #include <cstdio>
 #include <ctime>
@@ -25,7 +27,7 @@ namespace {
 constexpr int directory_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr int new_file_flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
-// A name is taken only after a clock was set back, or where process ids come from several hosts.
+// More than are ever taken: part of a name is random.
 constexpr int most_names_tried = 100;
 
 // A longer list of subscriptions is not one that a mail client wrote.
@@ -213,12 +215,19 @@ int store_in_folder(const std::string& maildir, const std::string& folder, const
 
 }  // namespace
 
+// A name that is free in new/ may be that of a message that a mail client moved to cur/: a clock
+// that was set back, or another machine of that name, must not give it again. So part of it is
+// random.
 std::string unique_text() {
   static std::atomic<unsigned long> count{0};
   timespec now{};
   (void)clock_gettime(CLOCK_REALTIME, &now);
+  std::uint64_t number = 0;
+  (void)getrandom(&number, sizeof number, 0);  // so few bytes are always given
+  std::array<char, 17> random{};
+  (void)std::snprintf(random.data(), random.size(), "%016" PRIx64, number);
   return std::to_string(now.tv_sec) + ".M" + std::to_string(now.tv_nsec / 1000) + 'P' +
-         std::to_string(getpid()) + 'Q' + std::to_string(++count);
+         std::to_string(getpid()) + 'Q' + std::to_string(++count) + 'R' + random.data();
 }
 
 MaildirStore::MaildirStore(std::string maildir, const std::string& host_name, UniqueText unique)

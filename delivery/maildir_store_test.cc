@@ -171,7 +171,9 @@ TEST_F(MaildirStoreTest, NamesFilesAsTheFormatWantsThem) {
     EXPECT_TRUE(store(c.host).store("", message.file()));
     const std::string name = names_in(path("new")).at(0);
     const std::size_t host = std::min(name.size(), name.find('.', name.find('.') + 1));
-    EXPECT_EQ("#.M#P#Q#", without_numbers(name.substr(0, host)));
+    const std::size_t random = name.find('R');
+    EXPECT_EQ("#.M#P#Q#", without_numbers(name.substr(0, random)));
+    EXPECT_EQ(16U, name.substr(random + 1, host - random - 1).size()) << name;
     EXPECT_NE(std::string::npos, name.find('P' + std::to_string(getpid()) + 'Q')) << name;
     EXPECT_EQ('.' + c.want + ",S=8", name.substr(host));
   }
@@ -377,6 +379,15 @@ TEST_F(MaildirStoreTest, TakesMessagesFromSeveralProcesses) {
 }
 
 TEST(UniqueText, DiffersWithEachCall) { EXPECT_NE(unique_text(), unique_text()); }
+
+// Two machines may have all else alike.
+TEST(UniqueText, IsRandomBehindTheCount) {
+  const auto random = [] {
+    const std::string text = unique_text();
+    return text.substr(text.find('R'));
+  };
+  EXPECT_NE(random(), random());
+}
 
 TEST(HostName, IsNotEmpty) { EXPECT_NE("", host_name()); }
 

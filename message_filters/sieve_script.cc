@@ -83,8 +83,7 @@ bool write_script(const boost::shared_ptr<FilterList__>& list, bool include_disa
     if (!write_filter(filter, out)) return false;
     out << '\n';
   }
-  out << ScriptWords::end;
-  return true;
+  return static_cast<bool>(out << ScriptWords::end);  // a stream drops what memory is short for
 }
 
 boost::shared_ptr<FilterList__> list_to_try(const Test& test) {

@@ -196,6 +196,12 @@ TEST_F(SieveScript, NeedsAFolderToWriteTo) {
 
 TEST_F(SieveScript, DoesNotNoticeAFullDisk) { EXPECT_TRUE(list_->SaveToSieve("/dev/full", false)); }
 
+TEST_F(SieveScript, IsNotSaidToBeWrittenWhereAStreamTookAPart) {
+  std::ostringstream short_of_memory;
+  short_of_memory.setstate(std::ios::badbit);
+  EXPECT_FALSE(write_script(list_, false, short_of_memory));
+}
+
 TEST_F(SieveScript, OfAListThatNobodyOwnsThrows) {
   FilterList__ list;
   EXPECT_THROW((void)list.SaveToSieve(path_, false), boost::bad_weak_ptr);

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "message_filters/xml_text.h"
 #include "system/descriptor.h"
@@ -45,6 +46,13 @@ std::optional<std::string> read_document(const std::string& path) {
 }
 
 bool holds_nul(const std::string& text) { return text.find('\0') != std::string::npos; }
+
+// To ezXML, no text is an attribute that is removed.
+char* copy_for_ezxml(const std::string& text) {
+  char* const copy = strdup(text.c_str());
+  if (!copy) throw std::bad_alloc();
+  return copy;
+}
 
 }  // namespace
 
@@ -122,12 +130,13 @@ ezxml* add_xml_child(ezxml* parent, const char* name, const std::string& text) {
   if (holds_nul(text)) return nullptr;
   ezxml* const child = add_xml_child(parent, name);
   if (!child) return nullptr;
-  return ezxml_set_flag(ezxml_set_txt(child, strdup(text.c_str())), EZXML_TXTM);
+  return ezxml_set_flag(ezxml_set_txt(child, copy_for_ezxml(text)), EZXML_TXTM);
 }
 
 ezxml* set_xml_attribute(ezxml* element, const char* name, const std::string& value) {
   if (!element || holds_nul(value)) return nullptr;
-  return ezxml_set_attr(ezxml_set_flag(element, EZXML_DUP), strdup(name), strdup(value.c_str()));
+  return ezxml_set_attr(ezxml_set_flag(element, EZXML_DUP), copy_for_ezxml(name),
+                        copy_for_ezxml(value));
 }
 
 bool write_xml(XmlTree document, std::ostream& out) {

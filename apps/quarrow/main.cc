@@ -6,6 +6,7 @@
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -220,7 +221,12 @@ int complete(const std::vector<std::string>& request) {
 
 int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
-  const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
-  if (Quarrow::Completion::is_request(arguments)) return Quarrow::Command::complete(arguments);
-  return Quarrow::Command::run_quarrow(arguments);
+  try {
+    const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    if (Quarrow::Completion::is_request(arguments)) return Quarrow::Command::complete(arguments);
+    return Quarrow::Command::run_quarrow(arguments);
+  } catch (const std::bad_alloc&) {  // a mail server keeps the message
+    std::cerr << "quarrow: out of memory\n";
+    return EX_TEMPFAIL;
+  }
 }

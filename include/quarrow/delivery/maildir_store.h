@@ -9,7 +9,8 @@
 
 namespace Quarrow::Delivery {
 
-// The time, this process and a count of calls: "1777896000.M52P7131Q1".
+// The time, this process, a count of calls and a random number:
+// "1777896000.M52P7131Q1R9c2e51a07bd3f468".
 std::string unique_text();
 
 // A Maildir++ and its folders. Any number of processes and threads may store at the same time.
@@ -23,17 +24,17 @@ class MaildirStore {
     explicit operator bool() const { return reason.empty(); }
   };
 
-  // Gives the part that makes a file name unique on this host: "time.MmicroPpidQcount".
+  // Gives the part that makes a file name unique on this host: "time.MmicroPpidQcountRrandom".
   using UniqueText = std::function<std::string()>;
 
   // `maildir` is the path of the Maildir; its parent exists. `host_name` becomes a part of the
-  // messages' file names. If a text from `unique` is taken nevertheless, for example after the
-  // clock was set back, no message is harmed: the next text is tried.
+  // messages' file names. If a text from `unique` is taken nevertheless, no message is harmed:
+  // the next text is tried.
   MaildirStore(std::string maildir, const std::string& host_name, UniqueText unique = unique_text);
 
-  // Stores `message` as a new file, named time.MmicroPpidQcount.host,S=size, in `folder`, a name
-  // from maildir_folder. On success it is on disk, fsynced, its place in the folder included.
-  // After a failure nothing of it is in tmp/, nor in new/, unless the last fsync failed.
+  // Stores `message` as a new file, named time.MmicroPpidQcountRrandom.host,S=size, in `folder`, a
+  // name from maildir_folder. On success it is on disk, fsynced, its place in the folder included.
+  // After a failure nothing of it is in tmp/, nor in new/, unless removing it fails as well.
   //
   // Missing parts of the Maildir and the folder are made for the owner alone. A folder that is made
   // here is added to the Maildir's file "subscriptions", a line each: "A.B", or, where the file
