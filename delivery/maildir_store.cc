@@ -223,7 +223,7 @@ std::string unique_text() {
   timespec now{};
   (void)clock_gettime(CLOCK_REALTIME, &now);
   std::uint64_t number = 0;
-  (void)getrandom(&number, sizeof number, 0);  // so few bytes are always given
+  if (getrandom(&number, sizeof number, 0) < 0) number = 0;  // the rest of the name must do then
   std::array<char, 17> random{};
   (void)std::snprintf(random.data(), random.size(), "%016" PRIx64, number);
   return std::to_string(now.tv_sec) + ".M" + std::to_string(now.tv_nsec / 1000) + 'P' +
