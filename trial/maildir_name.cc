@@ -11,7 +11,8 @@ namespace {
 constexpr std::size_t fewest_digits = 9;
 constexpr std::size_t most_digits = 11;
 
-const char our_name[] = R"(\d+\.M\d+P\d+Q\d+\.[^,]*,S=\d+(:.*)?)";
+// Without the random number are messages that were delivered by earlier versions.
+const char our_name[] = R"(\d+\.M\d+P\d+Q\d+(R[0-9a-f]+)?\.[^,]*,S=\d+(:.*)?)";
 
 std::string file_name(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 

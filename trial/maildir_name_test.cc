@@ -14,6 +14,8 @@ const struct {
     {"new/1777896000.M52P7131Q1.mx.example.org,S=8", 1777896000, true},
     {"cur/1777896000.M52P7131Q1.mx.example.org,S=8:2,S", 1777896000, true},
     {"1777896000.M52P7131Q1.localhost,S=8", 1777896000, true},
+    {"1777896000.M52P7131Q1R9c2e51a07bd3f468.localhost,S=8:2,S", 1777896000, true},
+    {"1777896000.M52P7131Q1Rx.localhost,S=8", 1777896000, false},
     {"1777896000.M52P7131Q1.localhost,S=8,W=9:2,", 1777896000, false},
     {"1777896000.M52P7131.localhost,S=8,W=9:2,S", 1777896000, false},
     {"1777896000.7131_1.localhost", 1777896000, false},

@@ -73,19 +73,18 @@ def transcript(line, result):
     return out
 
 
-def copy_messages(source, target, shell):
+def copy_messages(source, target):
     if not source.is_dir():
         return
     shutil.copytree(source, target)
-    shell.own(target)
     for path in target.rglob("*"):
-        shell.own(path)
         os.utime(path, (MESSAGE_TIME, MESSAGE_TIME))
 
 
 def play(scenario, shell):
-    shell.own(shell.folder)
-    copy_messages(scenario / "mail", shell.folder / "mail", shell)
+    copy_messages(scenario / "mail", shell.folder / "mail")
+    for path in [shell.folder, *shell.folder.rglob("*")]:
+        shell.own(path)
     prepared = shell.run(SET_UP)
     if prepared.returncode != 0 or prepared.stderr:
         sys.exit("the scenario could not begin:\n"
