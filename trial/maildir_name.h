@@ -8,8 +8,9 @@
 
 namespace Quarrow::Trial {
 
-// The time of delivery in the name of the file at `path`: "1777896000.M52P7131Q1R9c2e51a07bd3f468.host,S=8". None
-// when it is not named as messages in a Maildir are.
+// The time of delivery in the name of the file at `path`:
+// "1777896000.M52P7131Q1R9c2e51a07bd3f468.host,S=8". None when it is not named as messages in a
+// Maildir are.
 std::optional<std::time_t> time_in_name(const std::string& path);
 
 // Whether the file at `path` is named as our delivery names files.
