@@ -4,55 +4,17 @@ behind it.
 
 usage: calls_test.py QUARROW_LMTPD QUARROW LIBRARIES [--long] [unittest arguments]
 """
-import contextlib
 import pathlib
-import shutil
 import sys
-import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
-from setting import IS_LONG, USER, Sandboxes, copy_folder, done, library, run  # noqa: E402
+from setting import IS_LONG, Sandboxes  # noqa: E402
 
 import faulty_calls  # noqa: E402
 import operations  # noqa: E402
 import traced_calls  # noqa: E402
-
-
-class Sandbox:
-    """A root that is made anew for each attempt."""
-
-    def __init__(self, folder):
-        self.root = folder / "root"
-        self.calls = faulty_calls.FaultyCalls(library("faulty_calls"), self.root)
-
-    def fill(self, template):
-        shutil.rmtree(self.root, ignore_errors=True)
-        copy_folder(template, self.root)
-
-    def attempt(self, operation, template, fault=None):
-        """The command, on a copy of the template."""
-        self.fill(template)
-        self.calls.arm(fault)
-        result = run(self.root, *arguments_of(operation, self.root), message=operation.message,
-                     environment=self.calls.environment())
-        return operations.Ending(result.returncode, result.stderr)
-
-
-def arguments_of(operation, root):
-    return [str(root / word) if word == "fields.xml" else word for word in operation.arguments]
-
-
-@contextlib.contextmanager
-def prepared(operation):
-    """A root that has what is there before."""
-    with tempfile.TemporaryDirectory() as folder:
-        template = pathlib.Path(folder) / "root"
-        template.mkdir()
-        done(template, "init", "--catalogue", template / "fields.xml")
-        done(template, "user", "add", USER)
-        operation.prepare(template)
-        yield template
+from sandbox import Sandbox, arguments_of, prepared  # noqa: E402
 
 
 class Calls(unittest.TestCase):

@@ -29,6 +29,8 @@
 #include <string>
 #include <string_view>
 
+#include "control_file.h"
+
 namespace {
 
 enum class Fault : std::int32_t { none, error, kill_before, kill_behind, half_write };
@@ -45,19 +47,9 @@ struct Control {
 
 constexpr std::size_t most_recorded = std::size_t{4} << 20U;
 
-Control* map_control() {
-  const char* const path = std::getenv("FAULTS_CONTROL");
-  if (path == nullptr) return nullptr;
-  const long file = syscall(SYS_openat, AT_FDCWD, path, O_RDWR | O_CLOEXEC, 0);
-  if (file < 0) return nullptr;
-  void* const place = mmap(nullptr, sizeof(Control) + most_recorded, PROT_READ | PROT_WRITE,
-                           MAP_SHARED, static_cast<int>(file), 0);
-  (void)syscall(SYS_close, file);
-  return place == MAP_FAILED ? nullptr : static_cast<Control*>(place);
-}
-
 Control*& control() {
-  static Control* mapped = map_control();
+  static auto* mapped = static_cast<Control*>(
+      Quarrow::map_control_file("FAULTS_CONTROL", sizeof(Control) + most_recorded));
   return mapped;
 }
 

@@ -74,18 +74,13 @@ class FaultyCalls:
         os.chmod(self.path, 0o666)
         with open(self.path, "r+b") as file:
             self.shared = mmap.mmap(file.fileno(), 0)
-        self.library = library
-
-    def close(self):
-        self.shared.close()
-        os.unlink(self.path)
+        # Sanitizers want to be the first library, but only where they would miss something.
+        options = filter(None, (os.environ.get("ASAN_OPTIONS"), "verify_asan_link_order=0"))
+        self.added = {"LD_PRELOAD": library, "FAULTS_CONTROL": self.path,
+                      "FAULTS_FOLDER": self.folder, "ASAN_OPTIONS": ":".join(options)}
 
     def environment(self):
-        """Sanitizers want to be the first library, but only where they would miss something."""
-        options = ":".join(filter(None, (os.environ.get("ASAN_OPTIONS"),
-                                         "verify_asan_link_order=0")))
-        return {**os.environ, "LD_PRELOAD": self.library, "FAULTS_CONTROL": self.path,
-                "FAULTS_FOLDER": self.folder, "ASAN_OPTIONS": options}
+        return {**os.environ, **self.added}
 
     def arm(self, fault=None):
         """Counts and records from here on."""

@@ -10,7 +10,7 @@ from setting import USER, add_rule, done, home, message, run
 HISTORY = ".delivery_filter.history"
 JOURNAL = ".delivery_journal"
 FIELDS = ".delivery_filter.custom.xml"
-TIMES_OF_STATES = re.compile(rb"^(state \w+) \d+ ", re.MULTILINE)
+TIMES_AND_NAMES = re.compile(rb"^(state \w+) \d+ (\w+ \d+) .*", re.MULTILINE)
 BODY = "".join(f"line {number}\n" for number in range(20000))
 
 
@@ -36,12 +36,12 @@ class Rules:
         files = {path.name: path.read_bytes() for path in home(root).iterdir() if path.is_file()}
         files.pop(".delivery_filter.lock", None)
         if HISTORY in files:
-            files[HISTORY] = TIMES_OF_STATES.sub(rb"\1 ", files[HISTORY])
+            files[HISTORY] = TIMES_AND_NAMES.sub(rb"\1 \2", files[HISTORY])
         return {"listing": (listed.returncode, listed.stdout), **files}
 
     def faults(self, root, ending, old, new):
         """What is wrong; nothing where all is well."""
-        yield from wrong_script(root, old, new)
+        yield from wrong_script(root, ending, old, new)
         state = self.state(root)
         is_new = state == new or ending.complaint and without_history(state) == without_history(new)
         if not is_new and state != old:
@@ -52,11 +52,13 @@ class Rules:
             yield "no complaint"
 
 
-def wrong_script(root, old, new):
+def wrong_script(root, ending, old, new):
     """Before the next process: mail may come in at any moment."""
     script = home(root) / ".delivery_filter"
     found = script.read_bytes() if script.exists() else None
-    if found not in (old.get(script.name), new.get(script.name)):
+    possible = [new.get(script.name)] if ending.status == 0 else \
+        [old.get(script.name), new.get(script.name)]
+    if found not in possible:
         yield f"another script: {found}"
 
 
@@ -132,7 +134,8 @@ class Delivery:
             yield f"exit status {ending.status}"  # the mail server would give the message up
         if not is_told(ending):
             yield "no complaint"
-        yield from self.faults_of_next(root, copies)
+        if None not in copies:
+            yield from self.faults_of_next(root, copies)
 
     def wrong_places(self, ending, copies):
         """The inbox stands for folders that can't be written, and for rules that can't be read."""

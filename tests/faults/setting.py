@@ -20,6 +20,7 @@ QUARROW, LIBRARIES = (os.path.abspath(sys.argv.pop(1)) for _ in range(2))
 IS_LONG = "--long" in sys.argv
 if IS_LONG:
     sys.argv.remove("--long")
+IS_SANITIZED = b"__asan_init" in pathlib.Path(QUARROW).read_bytes()
 USER = "alice@example.org"
 
 
