@@ -14,10 +14,13 @@ CopyPool& pool() {
   return all_copies;
 }
 
-// So fork waits for runs to end. It must not be called from a callback.
-const int unlocked_in_children =
-    pthread_atfork([] { pool().before_fork(); }, [] { pool().after_fork_in_parent(); },
-                   [] { pool().after_fork_in_child(); });
+// So fork waits for runs to end. It must not be called from a callback. The pool is made ahead: a
+// fork must not fail where memory is short.
+const int unlocked_in_children = [] {
+  (void)pool();
+  return pthread_atfork([] { pool().before_fork(); }, [] { pool().after_fork_in_parent(); },
+                        [] { pool().after_fork_in_child(); });
+}();
 
 thread_local std::size_t latest_copy = 0;
 thread_local const LibsieveCopy* in_use = nullptr;
