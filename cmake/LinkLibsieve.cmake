@@ -28,6 +28,10 @@ else()
     "libsieve out of them. Runs take turns.")
 endif()
 
+# Those of GNU, with whichever compiler: another linker may know no such groups.
+find_program(QUARROW_LD ld.bfd REQUIRED)
+find_program(QUARROW_OBJCOPY objcopy REQUIRED)
+
 # The object that copies are made of: the archive, and the objects of the target `heap`, which has a
 # function of its own in front of the one that reads scripts (sieve_match/parsed_script.h).
 function(quarrow_make_libsieve_with_heap heap)
@@ -38,13 +42,13 @@ function(quarrow_make_libsieve_with_heap heap)
   # Without groups of sections, which the linker would merge across copies.
   add_custom_command(
     OUTPUT "${object}"
-    COMMAND "${CMAKE_OBJCOPY}"
+    COMMAND "${QUARROW_OBJCOPY}"
       --redefine-sym malloc=quarrow_heap_malloc --redefine-sym calloc=quarrow_heap_calloc
       --redefine-sym realloc=quarrow_heap_realloc --redefine-sym free=quarrow_heap_free
       "${libsieve_ARCHIVE}" "${archive}"
-    COMMAND "${CMAKE_LINKER}" -r -T "${script}" --wrap=libsieve_sieve_parse_buffer
+    COMMAND "${QUARROW_LD}" -r -T "${script}" --wrap=libsieve_sieve_parse_buffer
       -o "${joined}" --whole-archive "${archive}"
-    COMMAND "${CMAKE_LINKER}" -r --force-group-allocation
+    COMMAND "${QUARROW_LD}" -r --force-group-allocation
       -o "${object}" "${joined}" "$<TARGET_OBJECTS:${heap}>"
     DEPENDS "${libsieve_ARCHIVE}" "${script}" "$<TARGET_OBJECTS:${heap}>"
     COMMAND_EXPAND_LISTS VERBATIM)
@@ -59,7 +63,7 @@ function(quarrow_add_libsieve library copies)
       set(copy "${CMAKE_CURRENT_BINARY_DIR}/${library}-${number}.o")
       add_custom_command(
         OUTPUT "${copy}"
-        COMMAND "${CMAKE_OBJCOPY}" --keep-global-symbol=quarrow_libsieve_${number}
+        COMMAND "${QUARROW_OBJCOPY}" --keep-global-symbol=quarrow_libsieve_${number}
           --redefine-sym quarrow_libsieve_0=quarrow_libsieve_${number}
           "${libsieve_with_heap}" "${copy}"
         DEPENDS "${libsieve_with_heap}" VERBATIM)
