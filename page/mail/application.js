@@ -36,6 +36,15 @@ const isRunning = ({ state }) => runningStates.includes(state);
  */
 const areSame = (one, other) => JSON.stringify(one) === JSON.stringify(other);
 
+/**
+ * Whether work came to its end in between; a short one may be over before it is first seen.
+ * @param {Application} before
+ * @param {Application} now
+ */
+const hasEndedSince = (before, now) =>
+  !isRunning(now) &&
+  (isRunning(before) || now.state !== before.state || now.started !== before.started);
+
 /** Whether a rule does something with messages. @param {string} fate */
 const isDone = (fate) => fate === 'move' || fate === 'copy';
 
@@ -286,7 +295,7 @@ class ApplicationPanel {
 
   /** @param {Application} application */
   #show(application) {
-    const hasEnded = this.#shown !== null && isRunning(this.#shown) && !isRunning(application);
+    const hasEnded = this.#shown !== null && hasEndedSince(this.#shown, application);
     this.#shown = application;
     const { state } = application;
     const isOldPlan = state === 'planned' && this.#planned === null;

@@ -82,6 +82,26 @@ pageTest('mail is filed as planned, and comes back by "Undo"', async (page) => {
   await page.getByText(`${before.length} messages`, { exact: true }).waitFor();
 });
 
+pageTest('the messages follow work that is over before it is first seen', async (page) => {
+  putMessages(alice, 'INBOX', [messageWith('Subject: quick one')]);
+  const { length } = messagesIn(alice, 'INBOX');
+  await begin(page, alice, [ruleOf('Quick', 'quick one', 'Quick')]);
+  await planOf(page);
+  await fileNow(page);
+  await says(page, `Done: ${length} messages were looked at`);
+  await page.getByText(`${length - 1} messages`, { exact: true }).waitFor();
+  await page.route('**/api/v1/application/undo', async (route) => {
+    await route.fetch();
+    let response;
+    do response = await page.request.get('/api/v1/application');
+    while ((await response.json()).state === 'undoing');
+    await route.fulfill({ response });
+  });
+  await undo(page);
+  await says(page, 'Undone: the messages are where they were.');
+  await page.getByText(`${length} messages`, { exact: true }).waitFor();
+});
+
 pageTest(
   'copies, what stays, and mail to throw away are told apart, and one rule goes alone',
   async (page) => {
