@@ -119,13 +119,20 @@ class SieveFilter:
         return self.warm()
 
 
+def without_regex(script):
+    """The same script for a program without regular expressions: ours say how a subject begins."""
+    script = re.sub(r':regex ("[^"]*") "\^([^"]*)"', r':matches \1 "\2*"', script)
+    return script.replace('"regex", ', "")
+
+
 class Mailutils:
     """mailutils' sieve over an mbox file."""
 
     def __init__(self, folder, script, messages):
         self.home = folder / "mailutils"
         self.home.mkdir()
-        self.script = script
+        self.script = self.home / "script"
+        self.script.write_text(without_regex(script.read_text()))
         self.mbox = self.home / "mbox"
         self.mbox.write_bytes(b"".join(
             b"From sender@example.net Mon May  4 12:00:00 2026\n" +
@@ -224,7 +231,12 @@ def measure(build, messages, count):
         sieve_filter = SieveFilter(dovecot, quarrow.script(USER), messages)
         ours = Ours(build, quarrow, sieve_filter.maildir)
         verdicts, runs = others(folder, count, quarrow.script(USER), messages)
-        peers.check_verdicts(ours.verdicts(), dovecot=sieve_filter.verdicts(), **verdicts)
+        reference = ours.verdicts()
+        if "maildrop" in verdicts:
+            first = {number: folder for number, folder in reference.items()
+                     if number < MAILDROP_MESSAGES}
+            peers.check_verdicts(first, maildrop=verdicts.pop("maildrop"))
+        peers.check_verdicts(reference, dovecot=sieve_filter.verdicts(), **verdicts)
         for command in (ours.evaluate, ours.match):
             cpu_seconds(command, ours.home)
         compare(topic, count, {
