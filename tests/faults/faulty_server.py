@@ -93,6 +93,11 @@ class Server:
         self.faults.disarm()
         return replies
 
+    def goes_on(self, attempt):
+        """Whether the next message is delivered, without a fault."""
+        lmtp_server.until(self.daemon.answers, "the server answers")
+        return set(self.try_attempt(attempt).values()) == {2}
+
     def copies(self, recipient):
         """[(folder, content)]"""
         maildir = self.daemon.home(recipient) / "Maildir"

@@ -12,7 +12,6 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 from setting import IS_LONG, Sandboxes  # noqa: E402
 
 import faulty_calls  # noqa: E402
-import lmtp_server  # noqa: E402
 from faulty_server import ATTEMPTS, GONE, server_with_faulty_calls  # noqa: E402
 
 
@@ -60,8 +59,7 @@ def wrong(server, attempt, fault):
         if folders not in wanted.get(reply, ()) or \
                 not all(attempt.is_whole(content) for _, content in copies):
             yield f"{fault}: {replies}, stored for {recipient}: {folders}"
-    lmtp_server.until(server.daemon.answers, "the server answers")
-    if set(server.try_attempt(attempt).values()) != {2}:
+    if not server.goes_on(attempt):
         yield f"{fault}: the next message is refused"
 
 
