@@ -14,7 +14,7 @@ import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from server_process import PATIENCE, children, unprivileged_user, until  # noqa: E402
+from server_process import PATIENCE, children, name_of, unprivileged_user, until  # noqa: E402
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))  # the first argument of the test
 USERS = [f"user{number}@example.org" for number in range(5)]
@@ -31,12 +31,6 @@ def free_port():
     with socket.socket() as probe:
         probe.bind(("127.0.0.1", 0))
         return probe.getsockname()[1]
-
-
-def name_of(process):
-    with contextlib.suppress(OSError):
-        return pathlib.Path(f"/proc/{process}/comm").read_text().strip()
-    return None
 
 
 def is_running(process):

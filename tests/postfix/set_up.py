@@ -15,6 +15,9 @@ import tempfile
 import postfix
 import users
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
+from server_process import children  # noqa: E402
+
 SERVICE_USER = "nobody"
 WORKERS = 8
 SESSIONS = 10  # in which one kind of mail is sent at a time
@@ -80,14 +83,6 @@ class LmtpServer:
     def kill(self):
         self._process.kill()
         self._process.wait()
-
-
-def children(process):
-    try:
-        text = pathlib.Path(f"/proc/{process}/task/{process}/children").read_text()
-    except (FileNotFoundError, ProcessLookupError):
-        return []
-    return [int(word) for word in text.split()]
 
 
 class MailSystem:

@@ -1,5 +1,6 @@
 """What tests of the servers share: waiting, users and processes."""
 
+import contextlib
 import os
 import pathlib
 import pwd
@@ -26,5 +27,15 @@ def until(condition, what):
 
 
 def children(process):
-    path = pathlib.Path(f"/proc/{process}/task/{process}/children")
-    return [int(word) for word in path.read_text().split()]
+    """Its children; none once it has ended. One that ends meanwhile may still be among them."""
+    with contextlib.suppress(OSError):
+        path = pathlib.Path(f"/proc/{process}/task/{process}/children")
+        return [int(word) for word in path.read_text().split()]
+    return []
+
+
+def name_of(process):
+    """What the process calls itself; None once it has ended."""
+    with contextlib.suppress(OSError):
+        return pathlib.Path(f"/proc/{process}/comm").read_text().strip()
+    return None

@@ -36,11 +36,7 @@ def filter_named(name):
 
 def family(process):
     """A process and all that come from it."""
-    try:
-        offspring = children(process)
-    except OSError:
-        return [process]
-    return [process] + [each for child in offspring for each in family(child)]
+    return [process] + [each for child in children(process) for each in family(child)]
 
 
 def send(processes, number):

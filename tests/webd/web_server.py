@@ -15,7 +15,7 @@ import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from server_process import PATIENCE, children, unprivileged_user, until  # noqa: E402
+from server_process import PATIENCE, children, name_of, unprivileged_user, until  # noqa: E402
 
 PAGE = pathlib.Path(__file__).resolve().parents[2] / "page"
 ALICE = "alice@example.org"
@@ -104,16 +104,14 @@ class Daemon:
         return self.folder / "root" / domain / local
 
     def named(self, name):
-        with contextlib.suppress(OSError):
-            return [child for child in children(self.process.pid)
-                    if pathlib.Path(f"/proc/{child}/comm").read_text().strip() == name]
-        return []
+        return [child for child in children(self.process.pid) if name_of(child) == name]
 
     def workers(self):
-        return self.named(pathlib.Path(f"/proc/{self.process.pid}/comm").read_text().strip())
+        return self.named(name_of(self.process.pid))
 
     def broker(self):
-        process, = self.named("quarrow-broker")
+        # the kernel's list of children may lack one for a moment, when another one ends
+        process, = until(lambda: self.named("quarrow-broker"), "there is a broker")
         return process
 
     def ask(self, method, path, headers=None, body=None):
