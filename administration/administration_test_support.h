@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>
+#include <zvellparser.h>
 #include <zvelluser.h>
 
 #include <csignal>
@@ -20,6 +21,8 @@
 namespace Quarrow::Administration {
 
 using Kind = Refusal::Kind;
+
+inline const EmailAddress alice("alice@example.org");
 
 inline void expect_refusal(Kind kind, const std::string& object, const std::string& reason,
                            const Refusal& refusal) {

@@ -3,10 +3,10 @@
 
 #include <cstddef>
 
+#include "administration/decimal_digits.h"
+
 namespace Quarrow::Administration {
 namespace {
-
-const char decimal_digits[] = "0123456789";
 
 // The numbers in `value` as texts; empty when more than one character stands between two of them.
 std::vector<std::string> numbers_in(const std::string& value) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "administration/rules_text.h"
+#include "tests/support/repeated_test_support.h"
 
 namespace Quarrow::Administration {
 namespace {
@@ -23,12 +24,6 @@ std::string filter_element(const std::string& tests,
 std::string loss_of(const std::string& filters) {
   const std::string document = "<filters>" + filters + "</filters>";
   return document_loss(document, list_of(document));
-}
-
-std::string repeated(const std::string& text, int count) {
-  std::string all;
-  for (int done = 0; done < count; ++done) all += text;
-  return all;
 }
 
 const std::string plain = filter_element(test_element());

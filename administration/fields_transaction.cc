@@ -26,7 +26,7 @@ using MessageFilters::Test;
 
 const std::string draft_name = std::string(custom_fields_name) + ".new";
 
-std::string quoted(const std::string& name) { return '"' + shortened(name) + '"'; }
+std::string quoted_short(const std::string& name) { return '"' + shortened(name) + '"'; }
 
 // A test of the field, with a comparator and a value that go with its type.
 Test test_of(const Field& field) {
@@ -51,8 +51,9 @@ Test test_of(const Field& field) {
 // Refuses a field that no test can name.
 Refusal check_field(const Field& field) {
   if (!Field::is_valid_type(field.type))
-    return {Kind::wrong_rule, "type",
-            "unknown type " + quoted(field.type) + "; the types are string, address, size, date"};
+    return {
+        Kind::wrong_rule, "type",
+        "unknown type " + quoted_short(field.type) + "; the types are string, address, size, date"};
   if (field.name.empty()) return {Kind::wrong_rule, "name", "a field needs a name"};
   Refusal refusal = check_test(test_of(field));
   refusal.reason = refusal.reason.substr(0, refusal.reason.find("; type "));  // a test to type
@@ -98,7 +99,7 @@ Refusal FieldsTransaction::add(const std::string& type, const std::string& name)
   const Field field{type, name, true};
   if (const Refusal refusal = check_field(field)) return refusal;
   if (fields_.add_field(field)) return {};
-  return {Kind::wrong_rule, address_.address(), "has a field " + quoted(name) + " already"};
+  return {Kind::wrong_rule, address_.address(), "has a field " + quoted_short(name) + " already"};
 }
 
 Refusal FieldsTransaction::remove(const std::string& name) {
@@ -109,10 +110,10 @@ Refusal FieldsTransaction::remove(const std::string& name) {
       own.push_back(field.name);
     else if (field.name == name)
       return {Kind::wrong_rule, address_.address(),
-              quoted(name) + " is the system's field, which stays"};
+              quoted_short(name) + " is the system's field, which stays"};
   const std::string question = did_you_mean(name, own);
   return {Kind::wrong_rule, address_.address(),
-          "no field " + quoted(name) + (question.empty() ? "" : "; " + question)};
+          "no field " + quoted_short(name) + (question.empty() ? "" : "; " + question)};
 }
 
 Refusal FieldsTransaction::check_commit() const {

@@ -11,8 +11,6 @@
 namespace Quarrow::Administration {
 namespace {
 
-const EmailAddress alice("alice@example.org");
-
 class Fields : public testing::Test {
  protected:
   Fields() {

@@ -14,8 +14,6 @@ namespace {
 using MessageFilters::make_rule;
 using MessageFilters::subject_test;
 
-const EmailAddress alice("alice@example.org");
-
 // A root below which alice has a folder.
 class RootOfAlice : public TemporaryRoot {
  public:

@@ -18,7 +18,6 @@ namespace {
 using MessageFilters::make_rule;
 using MessageFilters::subject_test;
 
-const EmailAddress alice("alice@example.org");
 const EmailAddress bob("bob@example.org");
 
 // Both files of a user.
@@ -168,8 +167,8 @@ TEST_P(InterruptedCommit, SynchronisesEachStepBeforeTheNext) {
 }
 
 std::string name_of(const testing::TestParamInfo<OldRules>& row) {
-  static const char* const names[] = {"NoRules", "Rules", "RulesWithoutHistory"};
-  return names[static_cast<std::size_t>(row.param)];
+  static const char* const file_names[] = {"NoRules", "Rules", "RulesWithoutHistory"};
+  return file_names[static_cast<std::size_t>(row.param)];
 }
 
 INSTANTIATE_TEST_SUITE_P(With, InterruptedCommit,

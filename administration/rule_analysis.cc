@@ -15,7 +15,7 @@
 namespace Quarrow::Administration {
 namespace {
 
-using Kind = RuleRemark::Kind;
+using RemarkKind = RuleRemark::Kind;
 using MessageFilters::Comparator;
 using MessageFilters::Field;
 using MessageFilters::Filter__;
@@ -180,7 +180,7 @@ std::string list_of_filters(const std::vector<std::int32_t>& ids) {
 RuleRemark shadowed(std::int32_t id, std::vector<std::int32_t> earlier) {
   const std::string before = list_of_filters(earlier);
   const std::string verb = earlier.size() == 1 ? " takes" : " together take";
-  return {Kind::shadowed, id, std::move(earlier),
+  return {RemarkKind::shadowed, id, std::move(earlier),
           "never runs: " + before + " in front of it" + verb + " every message that it would take",
           "put it in front of " + before + ", or remove it"};
 }
@@ -190,7 +190,7 @@ void remark_on_condition(const std::vector<Rule>& rules, std::size_t index,
   const Rule& rule = rules[index];
   const std::int32_t id = rule.filter->id;
   if (never_holds(rule.to_run))
-    return remarks.push_back({Kind::contradiction,
+    return remarks.push_back({RemarkKind::contradiction,
                               id,
                               {},
                               "never runs: its tests exclude each other",
@@ -198,7 +198,7 @@ void remark_on_condition(const std::vector<Rule>& rules, std::size_t index,
   if (auto earlier = takers_of_all(rules, index); !earlier.empty())
     return remarks.push_back(shadowed(id, std::move(earlier)));
   if (never_holds(rule.to_pass))
-    remarks.push_back({Kind::takes_all,
+    remarks.push_back({RemarkKind::takes_all,
                        id,
                        {},
                        "takes every message: one of its tests always holds",
@@ -216,7 +216,7 @@ void remark_on_tests(const Filter__& filter, std::vector<RuleRemark>& remarks) {
     Test better = test;
     better.field.type = Field::ADDRESS;
     remarks.push_back(
-        {Kind::whole_addresses,
+        {RemarkKind::whole_addresses,
          filter.id,
          {},
          '"' + shortened(test_text(test)) + "\" compares all that is in the header, names included",

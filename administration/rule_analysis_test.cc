@@ -19,7 +19,7 @@ using MessageFilters::Filter__;
 using MessageFilters::FilterList__;
 using MessageFilters::make_action;
 using MessageFilters::make_filter;
-using Kind = RuleRemark::Kind;
+using RemarkKind = RuleRemark::Kind;
 
 Condition test_of(const std::string& text) {
   Condition test;
@@ -328,12 +328,12 @@ class RemarksAgainstRuns {
  private:
   void check(const RuleRemark& remark, const std::string& decided,
              const std::vector<std::string>& rules, const std::string& message) {
-    if (remark.kind == Kind::contradiction || remark.kind == Kind::shadowed) {
+    if (remark.kind == RemarkKind::contradiction || remark.kind == RemarkKind::shadowed) {
       ++silent;
       EXPECT_EQ(std::string::npos, decided.find(std::to_string(remark.filter)))
           << shown(rules, message) << decided;
     }
-    if (remark.kind == Kind::takes_all) {
+    if (remark.kind == RemarkKind::takes_all) {
       ++takes_all;
       EXPECT_EQ(std::string::npos, decided.find("[]")) << shown(rules, message) << decided;
     }

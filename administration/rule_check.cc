@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "administration/date_value.h"
+#include "administration/decimal_digits.h"
 #include "administration/folder_check.h"
 #include "administration/nearest_word.h"
 #include "administration/rule_fields.h"
@@ -36,13 +37,11 @@ using MessageFilters::Test;
 // The Sieve interpreter counts a message's size in a 32-bit int: more KiB than these wrap around.
 constexpr long largest_size = 2097151;
 
-const char decimal_digits[] = "0123456789";
-
 Refusal wrong(const std::string& part, const std::string& reason) {
   return {Kind::wrong_rule, part, reason};
 }
 
-std::string quoted(const std::string& text) { return '"' + shortened(text) + '"'; }
+std::string quoted_short(const std::string& text) { return '"' + shortened(text) + '"'; }
 
 // The text of `test` to type instead of a wrong one.
 std::string typed(const Test& test) { return "; type " + shortened(test_text(test)); }
@@ -88,11 +87,11 @@ Refusal check_field(const Test& test) {
   }
   if (test.field.type == Field::DATE && field != FieldNames::received_date) {
     better.field.name = FieldNames::received_date;
-    return wrong("field", quoted(field) + " is no date that rules know" + typed(better));
+    return wrong("field", quoted_short(field) + " is no date that rules know" + typed(better));
   }
   if (test.field.type == Field::ADDRESS && !holds_addresses(field)) {
     better.field.type = Field::STRING;
-    return wrong("field", quoted(field) + " does not hold addresses" + typed(better));
+    return wrong("field", quoted_short(field) + " does not hold addresses" + typed(better));
   }
   if (test.field.type != Field::STRING) return {};
   if (is_name(field, "body"))
@@ -110,7 +109,7 @@ Refusal unknown_field(const Test& test) {
     names.push_back(field.type == Field::DATE ? field_words(field.name) : field.name);
   Test better = test;
   better.field.type = holds_addresses(test.field.name) ? Field::ADDRESS : Field::STRING;
-  return wrong("field", "unknown field " + quoted(test.field.name) + "; the fields are " +
+  return wrong("field", "unknown field " + quoted_short(test.field.name) + "; the fields are " +
                             joined(names) + ", and any header behind a type" + typed(better) +
                             did_you_mean(nearest_phrase(test.field.name, field_phrases()).words));
 }
@@ -229,7 +228,7 @@ Refusal check_date(const Test& test) {
 // Refuses a test that compiles, or might, but would never do what the user meant.
 Refusal check_texts(const Test& test) {
   if (!is_header_name(test.field.name))
-    return wrong("field", quoted(test.field.name) +
+    return wrong("field", quoted_short(test.field.name) +
                               " is no header name; no blanks, quotes, colons or accents");
   if (const Refusal refusal = check_text("value", "the value", test.value)) return refusal;
   if (const Refusal refusal = check_field(test)) return refusal;
@@ -264,7 +263,7 @@ Refusal check_name(const std::string& name) {
 
 Refusal check_relation(const std::string& relation) {
   if (Filter__::is_valid_relation(relation)) return {};
-  return wrong("relation", "unknown relation " + quoted(relation) + "; the relations are " +
+  return wrong("relation", "unknown relation " + quoted_short(relation) + "; the relations are " +
                                joined({Filter__::ALLOF, Filter__::ANYOF}));
 }
 
@@ -283,34 +282,34 @@ Refusal check_words(const Test& test) {
   const std::string& type = test.field.type;
   if (type.empty()) return unknown_field(test);
   if (!Field::is_valid_type(type))
-    return wrong("type", "unknown type " + quoted(type) + "; the types are " +
+    return wrong("type", "unknown type " + quoted_short(type) + "; the types are " +
                              joined(type_words()) + did_you_mean(nearest_word(type, type_words())));
   if (test.field.name.empty())
     return wrong("field", "the field is missing, such as subject or from");
   if (!Comparator::is_valid_op(test.comparator))
     return wrong(
         "comparator",
-        "unknown comparator " + quoted(test.comparator) + "; the comparators of " + type + " are " +
-            joined(comparators_of(type)) +
+        "unknown comparator " + quoted_short(test.comparator) + "; the comparators of " + type +
+            " are " + joined(comparators_of(type)) +
             did_you_mean(nearest_phrase(test.comparator, comparator_phrases(type)).meaning));
   if (test.value.empty())
     return wrong("value", "the value is missing; it is the text behind the comparator");
   if (needs_escapes(test.value))
     return wrong("value",
                  "a value can't hold a backslash or a double quote; test for the text beside it");
-  return wrong("comparator", quoted(test.comparator) + " does not go with " + type +
+  return wrong("comparator", quoted_short(test.comparator) + " does not go with " + type +
                                  "; its comparators are " + joined(comparators_of(type)) +
                                  advice_on_comparator(test));
 }
 
 Refusal check_words(const Action& action) {
   if (!Action::is_valid_method(action.method))
-    return wrong("method", "unknown action " + quoted(action.method) + "; the actions are " +
+    return wrong("method", "unknown action " + quoted_short(action.method) + "; the actions are " +
                                joined({Action::MOVE, Action::COPY, Action::DELETE}) +
                                advice_on_action(action.method));
   if (!action.is_valid())
-    return wrong("target",
-                 quoted(action.method) + " needs a folder, such as " + action.method + " Reports");
+    return wrong("target", quoted_short(action.method) + " needs a folder, such as " +
+                               action.method + " Reports");
   return {};
 }
 

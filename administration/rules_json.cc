@@ -46,7 +46,7 @@ ordered_json to_json(const Filter__& filter) {
   return out;
 }
 
-Refusal wrong(const std::string& place, const std::string& reason) {
+Refusal wrong_value(const std::string& place, const std::string& reason) {
   return {Kind::wrong_json, place, reason};
 }
 
@@ -61,7 +61,7 @@ std::string item(const std::string& list, std::size_t index) {
 }
 
 Refusal of_type(const std::string& place, const std::string& wanted) {
-  return wrong(place, "must be " + wanted);
+  return wrong_value(place, "must be " + wanted);
 }
 
 // The members of one object, taken by their names. What is wrong first is kept; a member that is
@@ -84,7 +84,8 @@ class Members {
   std::string optional_text(const char* name) {
     if (refusal_ || !object_.contains(name)) return "";
     const std::string value = text(name);
-    if (!refusal_ && value.empty()) refuse(wrong(place_of(name), "empty; leave the member out"));
+    if (!refusal_ && value.empty())
+      refuse(wrong_value(place_of(name), "empty; leave the member out"));
     return value;
   }
 
@@ -96,7 +97,8 @@ class Members {
   Refusal end() {
     if (refusal_) return refusal_;
     for (const auto& member : object_.items())
-      if (taken_.count(member.key()) == 0) return wrong(place_of(member.key()), "unknown member");
+      if (taken_.count(member.key()) == 0)
+        return wrong_value(place_of(member.key()), "unknown member");
     return {};
   }
 
@@ -117,7 +119,7 @@ class Members {
     taken_.insert(name);
     if (refusal_) return {};
     const auto found = object_.find(name);
-    if (found == object_.end()) return refuse(wrong(place_of(name), "missing")), Value();
+    if (found == object_.end()) return refuse(wrong_value(place_of(name), "missing")), Value();
     if (!fits(*found)) return refuse(of_type(place_of(name), wanted)), Value();
     return found->template get<Value>();
   }
@@ -189,7 +191,7 @@ Refusal read_list(const ordered_json& json, FilterList__& list) {
     const auto filter = Filter__::Create();
     if (const Refusal refusal = read(place, value, *filter)) return refusal;
     if (list.find_filter(filter->id))
-      return wrong(place + ".id", std::to_string(filter->id) + " is another filter's number");
+      return wrong_value(place + ".id", std::to_string(filter->id) + " is another filter's number");
     (void)list.append(filter);  // it is valid, and has a number
   }
   return {};

@@ -15,8 +15,6 @@
 
 namespace Quarrow::Administration {
 
-inline const EmailAddress alice("alice@example.org");
-
 // The refusal of adding a rule with a test of the subject for `value`, and of the commit.
 inline Refusal add_rule(RulesTransaction& rules, const std::string& value = "word") {
   const Refusal refusal =

@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <optional>
 
+#include "administration/decimal_digits.h"
 #include "host/zvellparser/ascii_case.h"
 
 namespace Quarrow::Administration {
 namespace {
 
-const char decimal_digits[] = "0123456789";
 constexpr std::size_t most_digits = 9;      // what a long holds on every system
 constexpr std::size_t most_written = 7;     // the largest size has as many in KB
 constexpr std::size_t most_behind_dot = 2;  // a dot before three may separate thousands

@@ -27,8 +27,8 @@ constexpr std::int64_t bytes_per_kibibyte = 1024;
 
 constexpr std::size_t date_digits = 8;
 
-bool is_number(const std::string& text, std::size_t most_digits) {
-  return !text.empty() && text.size() <= most_digits && text == MessageFilters::digits_only(text);
+bool is_number(const std::string& text, std::size_t bound) {
+  return !text.empty() && text.size() <= bound && text == MessageFilters::digits_only(text);
 }
 
 std::string in_small_letters(std::string text) {

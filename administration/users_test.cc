@@ -15,8 +15,6 @@ namespace fs = std::filesystem;
 
 constexpr uid_t nobody = 65534;
 
-const EmailAddress alice("alice@example.org");
-
 class UsersTest : public testing::Test {
  protected:
   UserSetup add(const std::string& address) const {

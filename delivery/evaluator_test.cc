@@ -78,7 +78,7 @@ void kill_with_message(pid_t helper) {
   (void)kill(helper, SIGKILL);
 }
 
-const char* const scripts[] = {
+const char* const tried_scripts[] = {
     ordinary_script,
     "keep;",
     "discard;",
@@ -104,7 +104,7 @@ class EvaluatorOfEitherKind : public EvaluatorTest, public testing::WithParamInt
 
 TEST_P(EvaluatorOfEitherKind, GivesWhatMatchGives) {
   Evaluator evaluator(GetParam() ? EvaluatorLimits() : lasting());
-  for (const std::string script : scripts) {
+  for (const std::string script : tried_scripts) {
     for (const std::string& message : messages) {
       const Evaluation got = evaluate(evaluator, script, message);
       EXPECT_EQ(Outcome::done, got.outcome) << got.reason;
@@ -120,7 +120,7 @@ TEST_F(EvaluatorTest, NamesTheHeaderWhoseAddressesCantBeRead) {
   Evaluator evaluator;
   const Evaluation got =
       evaluate(evaluator, "if address :all :is [\"from\", \"subject\"] \"a\" { discard; }",
-               "From: a@b@c\nSubject: two words\n\n");
+               "From: a@b@c\nSubject: two charset_words\n\n");
   EXPECT_EQ("MatchResult [error=PARSE_ADDRESS]", text_of(got.result));
   EXPECT_EQ("subject", got.reason);
   EXPECT_EQ("evaluation: an address could not be read: subject", plan_for(got).note);
@@ -162,17 +162,18 @@ TEST_F(EvaluatorTest, NamesTheFilterThatDecided) {
   EXPECT_EQ("", evaluate(evaluator, "Subject: other\n\n").rule);
 }
 
-const char* const words[] = {"=?koi8-r?q?=D0=D2?=",      "=?windows-1251?q?=EF=F0?=",
-                             "=?iso-8859-2?q?=B1=E6?=",  "=?iso-2022-jp?b?GyRCRnxLXBsoQg==?=",
-                             "=?shift_jis?b?k/qWew==?=", "=?gb18030?b?xOO6ww==?=",
-                             "=?big5?b?p0GmbQ==?=",      "=?euc-kr?b?vsiz5w==?=",
-                             "=?iso-8859-15?q?=A4?=",    "=?windows-1252?q?=80?=",
-                             "=?no-such?q?=E4?=",        "raw \xe4\xf6"};
+const char* const charset_words[] = {
+    "=?koi8-r?q?=D0=D2?=",      "=?windows-1251?q?=EF=F0?=",
+    "=?iso-8859-2?q?=B1=E6?=",  "=?iso-2022-jp?b?GyRCRnxLXBsoQg==?=",
+    "=?shift_jis?b?k/qWew==?=", "=?gb18030?b?xOO6ww==?=",
+    "=?big5?b?p0GmbQ==?=",      "=?euc-kr?b?vsiz5w==?=",
+    "=?iso-8859-15?q?=A4?=",    "=?windows-1252?q?=80?=",
+    "=?no-such?q?=E4?=",        "raw \xe4\xf6"};
 
 // A helper can't load the data of a charset: they have to be there before.
 TEST_F(EvaluatorTest, DecodesCharsetsAsMatchDoes) {
   Evaluator evaluator;
-  for (const char* const word : words) {
+  for (const char* const word : charset_words) {
     const Buffer decoded = stringToUtf8(word, nullptr);
     const std::string script = "require [\"fileinto\"]; if header :is \"subject\" \"" +
                                std::string(decoded.data(), decoded.size()) +

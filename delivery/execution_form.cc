@@ -19,7 +19,7 @@ namespace {
 // Begins the folder of the action that stands for a branch, whose index follows, or for the
 // script's end, which counts as the branch behind the last. No folder's encoded name (RFC 3501,
 // section 5.1.3) holds a control byte.
-constexpr std::string_view mark = "\x01";
+constexpr std::string_view branch_mark = "\x01";
 
 // The characters that :matches takes for more than themselves. The interpreter has no way to write
 // them for themselves: its backslash stands for a backslash and hides the next character.
@@ -211,7 +211,7 @@ class Deriver {
   }
 
   void add_mark(std::size_t index) {
-    form_.script.append("fileinto \"").append(mark);
+    form_.script.append("fileinto \"").append(branch_mark);
     form_.script += std::to_string(index) + "\";";
   }
 
@@ -230,10 +230,10 @@ class Deriver {
 // action stands for itself.
 std::optional<std::size_t> index_of(const ExecutionForm& form, const SieveAction& action) {
   if (form.branches.empty() || action.type != SieveAction::FILEINTO) return std::nullopt;
-  if (action.mailbox.compare(0, mark.size(), mark) != 0) return std::nullopt;
+  if (action.mailbox.compare(0, branch_mark.size(), branch_mark) != 0) return std::nullopt;
   const char* const end = action.mailbox.data() + action.mailbox.size();
   std::size_t index = form.branches.size() + 1;
-  (void)std::from_chars(action.mailbox.data() + mark.size(), end, index);
+  (void)std::from_chars(action.mailbox.data() + branch_mark.size(), end, index);
   if (index > form.branches.size()) return std::nullopt;
   return index;
 }

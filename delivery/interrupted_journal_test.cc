@@ -14,18 +14,19 @@
 namespace Quarrow::Delivery {
 namespace {
 
-constexpr std::time_t now = 1777896000;
+constexpr std::time_t time_of_records = 1777896000;
 
 JournalRecord record_called(const std::string& id) {
   JournalRecord record;
-  record.time = now;
+  record.time = time_of_records;
   record.message_id = id;
   return record;
 }
 
 std::vector<std::string> ids_in(const std::string& folder) {
   std::vector<std::string> ids;
-  for (const auto& record : read_journal(folder, now).records) ids.push_back(record.message_id);
+  for (const auto& record : read_journal(folder, time_of_records).records)
+    ids.push_back(record.message_id);
   return ids;
 }
 

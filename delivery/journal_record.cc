@@ -17,7 +17,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr char separator = '\x1e';
+constexpr char record_start = '\x1e';
 
 // By Report::Status and by InboxReason.
 const char* const status_words[] = {"delivered", "rejected", "discarded", "retry"};
@@ -88,13 +88,13 @@ std::string journal_text(const JournalRecord& record) {
                        {"inbox_reason", inbox_reason_word(record.inbox_reason)},
                        {"note", record.note},
                        {"revision", record.revision}};
-  return separator + object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+  return record_start + object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
 std::vector<JournalRecord> journal_records(std::string_view sequence) {
   std::vector<JournalRecord> records;
   while (!sequence.empty()) {
-    const std::size_t end = std::min(sequence.find(separator), sequence.size());
+    const std::size_t end = std::min(sequence.find(record_start), sequence.size());
     const std::string_view text = sequence.substr(0, end);
     sequence.remove_prefix(std::min(end + 1, sequence.size()));
     if (text.empty() || text.back() != '\n') continue;

@@ -21,7 +21,7 @@ JournalRecord make_record(const std::string& id) {
   return record;
 }
 
-std::vector<std::string> ids_in(const std::string& sequence) {
+std::vector<std::string> ids_of(const std::string& sequence) {
   std::vector<std::string> ids;
   for (const JournalRecord& record : journal_records(sequence)) ids.push_back(record.message_id);
   return ids;
@@ -79,7 +79,7 @@ TEST(JournalRecord, StaysOneRecordWhateverItsTextsAre) {
     EXPECT_EQ(0U, written.rfind('\x1e')) << text;
     EXPECT_EQ(written.size() - 1, written.find('\n')) << text;
     EXPECT_EQ((Ids{text == "<\xff\xfe>" ? "<\xef\xbf\xbd\xef\xbf\xbd>" : text, "<2@x>"}),
-              ids_in(written + journal_text(make_record("<2@x>"))));
+              ids_of(written + journal_text(make_record("<2@x>"))));
   }
 }
 
@@ -89,9 +89,9 @@ TEST(JournalRecord, IsNotReadWhereItIsCutOff) {
   const std::string cut = journal_text(make_record("<2@x>"));
   for (std::size_t size = 0; size < cut.size(); ++size) {
     const std::string part = cut.substr(0, size);
-    EXPECT_EQ(Ids{"<1@x>"}, ids_in(first + part)) << part;
-    EXPECT_EQ((Ids{"<1@x>", "<3@x>"}), ids_in(first + part + last)) << part;
-    EXPECT_EQ(Ids{"<3@x>"}, ids_in(cut.substr(cut.size() - size, size - 1) + last)) << part;
+    EXPECT_EQ(Ids{"<1@x>"}, ids_of(first + part)) << part;
+    EXPECT_EQ((Ids{"<1@x>", "<3@x>"}), ids_of(first + part + last)) << part;
+    EXPECT_EQ(Ids{"<3@x>"}, ids_of(cut.substr(cut.size() - size, size - 1) + last)) << part;
   }
 }
 
@@ -106,7 +106,7 @@ TEST(JournalRecord, IsWhatHasATimeAndAnOutcome) {
                                 "\x1e{\"time\":1,\"status\":\"lost\"}\n",
                                 "\x1e{\"time\":1,\"status\":7}\n",
                                 "\x1e{\"time\":1}\n"};
-  for (const char* text : others) EXPECT_EQ(Ids{}, ids_in(text)) << text;
+  for (const char* text : others) EXPECT_EQ(Ids{}, ids_of(text)) << text;
   const auto records = journal_records(
       "\x1e{\"time\":1,\"status\":\"retry\",\"rule\":7,\"folders\":[1,\"A\"],\"more\":{}}\n");
   ASSERT_EQ(1U, records.size());
@@ -116,7 +116,7 @@ TEST(JournalRecord, IsWhatHasATimeAndAnOutcome) {
 }
 
 TEST(JournalRecord, OutlivesDeepNesting) {
-  EXPECT_EQ(Ids{}, ids_in('\x1e' + std::string(1000000, '[') + '\n'));
+  EXPECT_EQ(Ids{}, ids_of('\x1e' + std::string(1000000, '[') + '\n'));
 }
 
 TEST(JournalRecord, TellsWhatADeliveryReports) {

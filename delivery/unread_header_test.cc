@@ -7,7 +7,7 @@
 namespace Quarrow::Delivery {
 namespace {
 
-std::string found(const std::string& script) {
+std::string found_by(const std::string& script) {
   const std::string text =
       "From: a@example.org\nSubject: two words\nX-Foo: a@b@c\nX-Bar: b@example.org\n\n";
   const MemoryFile file;
@@ -17,7 +17,7 @@ std::string found(const std::string& script) {
 const struct {
   const char* script;
   const char* want;
-} scripts[] = {
+} asked_scripts[] = {
     {"if address :all :is \"x-foo\" \"a\" { keep; }", "x-foo"},
     {"if address :all :is [\"from\", \"X-Bar\", \"X-Foo\"] \"a\" { keep; }", "X-Foo"},
     {"if address :comparator \"i;octet\" :is [\"Subject\"] [\"a\", \"b\"] { keep; }", "Subject"},
@@ -30,7 +30,7 @@ const struct {
 };
 
 TEST(UnreadHeader, IsTheOneThatAnAddressTestCantRead) {
-  for (const auto& c : scripts) EXPECT_EQ(c.want, found(c.script)) << c.script;
+  for (const auto& c : asked_scripts) EXPECT_EQ(c.want, found_by(c.script)) << c.script;
 }
 
 }  // namespace

@@ -17,6 +17,8 @@
 
 namespace Quarrow::Doctor {
 
+inline const EmailAddress alice("alice@example.org");
+
 // A file that only its owner reads and writes.
 inline void write_private(const std::string& path, const std::string& text) {
   write_file(path, text);

@@ -17,8 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 using Files = std::map<std::string, std::string>;
 
-const EmailAddress alice("alice@example.org");
-
 class InterruptedRepair : public testing::Test {
  protected:
   // Leaves the user with a script of other rules, and with what a stopped change left.

@@ -16,8 +16,6 @@ namespace {
 namespace fs = std::filesystem;
 using Administration::TemporaryRoot;
 
-const EmailAddress alice("alice@example.org");
-
 class RepairTest : public testing::Test {
  protected:
   std::string path(const std::string& name) const { return folder_ + '/' + name; }

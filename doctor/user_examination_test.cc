@@ -11,8 +11,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const EmailAddress alice("alice@example.org");
-
 class UserExamination : public testing::Test {
  protected:
   static Examination repairing(bool dry_run) {

@@ -48,7 +48,7 @@ TEST(Target, HasSegmentsAndParameters) {
   }
 }
 
-const std::string refused[] = {
+const std::string refused_targets[] = {
     // other forms
     "", "*", "rules", "?a", "http://x/", "https://x/rules", "x:443", "//x/rules", "/http://x/",
     // segments that are empty, or lead elsewhere
@@ -66,7 +66,7 @@ const std::string refused[] = {
     "/[a]", "/?a=\"b\""};
 
 TEST(Target, RefusesWhatCouldBeReadInTwoWays) {
-  for (const auto& text : refused) EXPECT_FALSE(parse_target(text)) << text;
+  for (const auto& text : refused_targets) EXPECT_FALSE(parse_target(text)) << text;
 }
 
 }  // namespace

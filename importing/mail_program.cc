@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "importing/plain_pattern.h"
+#include "importing/text_front.h"
 #include "message_filters/field_names.h"
 #include "message_filters/mailbox_name.h"
 
@@ -22,12 +23,6 @@ std::string in_small_letters(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
                  [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
   return text;
-}
-
-bool take_front(std::string_view& text, std::string_view part) {
-  if (text.substr(0, part.size()) != part) return false;
-  text.remove_prefix(part.size());
-  return true;
 }
 
 bool is_name_character(char c) {

@@ -118,9 +118,9 @@ class Tokens {
   std::size_t line_ = 1;
 };
 
-class Importer {
+class MaildropImporter {
  public:
-  Importer(std::vector<Token> tokens, ImportedRules& rules)
+  MaildropImporter(std::vector<Token> tokens, ImportedRules& rules)
       : tokens_(std::move(tokens)), rules_(rules) {}
 
   void read() {
@@ -334,7 +334,7 @@ Refusal read_maildrop(const std::string& text, ImportedRules& rules) {
   if (!all)
     return {Refusal::Kind::wrong_rule, "line " + std::to_string(tokens.line()),
             "a text or a pattern does not end"};
-  Importer(*all, rules).read();
+  MaildropImporter(*all, rules).read();
   return {};
 }
 

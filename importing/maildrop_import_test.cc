@@ -8,14 +8,15 @@
 namespace Quarrow::Importing {
 namespace {
 
-std::string told_of(const std::string& text) { return told(RulesFormat::maildrop, text); }
+std::string told_of_maildrop(const std::string& text) { return told(RulesFormat::maildrop, text); }
 
 std::string told_of_test(const std::string& test) {
-  return told_of("if (" + test + ")\n{\n  to \"Maildir/.A/\"\n}\n");
+  return told_of_maildrop("if (" + test + ")\n{\n  to \"Maildir/.A/\"\n}\n");
 }
 
 std::string told_of_block(const std::string& block) {
-  return told_of("if (/^Subject:.*x/) { " + block + " }\nif (/^Subject:.*y/) { to \"B/\" }\n");
+  return told_of_maildrop("if (/^Subject:.*x/) { " + block +
+                          " }\nif (/^Subject:.*y/) { to \"B/\" }\n");
 }
 
 const char second[] = "2 Rule of line 2: string subject contains y; -> move B\n";
@@ -27,17 +28,17 @@ TEST(ReadMaildrop, TakesRulesOver) {
       "B\n"
       "9 Rule of line 9: any: string x-a is b; string x-c begin_with d/e; -> move C\n"
       "12 Rule of line 12: size greater 0; -> move INBOX\n",
-      told_of("# mail\n"
-              "if (/^List-Id:.*dev/:h)\n"
-              "{\n"
-              "  # lists\n"
-              "  to \"$HOME/Maildir/.Lists.Dev/\";\n"
-              "}\n"
-              "if (/^(To|Cc):.*a@b\\.c/:D && !/^Subject:.*x/) {\n"
-              "to Maildir/.B/ }\n"
-              "elsif (/^X-A: b$/ || \\\n (/^X-C: *d\\/e/))\n"
-              "  to \"Maildir/.C/\"\n"
-              "else { to \"$DEFAULT\" }\n"));
+      told_of_maildrop("# mail\n"
+                       "if (/^List-Id:.*dev/:h)\n"
+                       "{\n"
+                       "  # lists\n"
+                       "  to \"$HOME/Maildir/.Lists.Dev/\";\n"
+                       "}\n"
+                       "if (/^(To|Cc):.*a@b\\.c/:D && !/^Subject:.*x/) {\n"
+                       "to Maildir/.B/ }\n"
+                       "elsif (/^X-A: b$/ || \\\n (/^X-C: *d\\/e/))\n"
+                       "  to \"Maildir/.C/\"\n"
+                       "else { to \"$DEFAULT\" }\n"));
 }
 
 TEST(ReadMaildrop, LeavesOutRulesWithTestsThatHaveNoEqual) {
@@ -50,7 +51,8 @@ TEST(ReadMaildrop, LeavesOutRulesWithTestsThatHaveNoEqual) {
   EXPECT_EQ(
       second + std::string("1 Rule of line 1 loses the condition has no equal; the rule is left "
                            "out\n"),
-      told_of("if (lookup(/a/, \"b\")) { to \"A/\" }\nif (/^Subject:.*y/) { to \"B/\" }\n"));
+      told_of_maildrop(
+          "if (lookup(/a/, \"b\")) { to \"A/\" }\nif (/^Subject:.*y/) { to \"B/\" }\n"));
 }
 
 TEST(ReadMaildrop, TellsStatementsThatHaveNoEqual) {
@@ -69,7 +71,7 @@ TEST(ReadMaildrop, TellsStatementsThatHaveNoEqual) {
       "5 Rule of line 5: string subject contains x; -> move A\n"
       "1  loses \"exception\" has no equal; it is left out\n"
       "4  loses \"A=b\" has no equal; it is left out\n",
-      told_of("exception {\n to \"B/\"\n}\nA=b\nif (/^Subject:.*x/) to \"A/\"\n"));
+      told_of_maildrop("exception {\n to \"B/\"\n}\nA=b\nif (/^Subject:.*x/) to \"A/\"\n"));
 }
 
 TEST(ReadMaildrop, RefusesTextsThatDoNotEnd) {
@@ -87,8 +89,9 @@ TEST(ReadMaildrop, StandsAnyText) {
       {"(", ")", "{", "}", "\"", "/", "!", "&&", "||", "\\\n", "\n", ";", "to ", "if ", "elsif ",
        "else ", "#", "'"});
   std::string deep(100000, '(');
-  EXPECT_NE(std::string::npos, told_of("if " + deep + "\n").find("no equal"));
-  EXPECT_NE(std::string::npos, told_of("if (" + std::string(100000, '!') + "\n").find("no equal"));
+  EXPECT_NE(std::string::npos, told_of_maildrop("if " + deep + "\n").find("no equal"));
+  EXPECT_NE(std::string::npos,
+            told_of_maildrop("if (" + std::string(100000, '!') + "\n").find("no equal"));
 }
 
 }  // namespace

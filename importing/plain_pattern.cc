@@ -7,6 +7,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "importing/text_front.h"
+
 namespace Quarrow::Importing {
 namespace {
 
@@ -18,13 +20,6 @@ std::optional<PlainPattern> pattern_of(bool open_start, bool open_end, const std
   if (text.empty()) return std::nullopt;
   if (open_start) return PlainPattern{open_end ? Comparator::CONTAINS : Comparator::ENDWITH, text};
   return PlainPattern{open_end ? Comparator::BEGINWITH : Comparator::IS, text};
-}
-
-// Takes `part` off the front of `text`, or off its end; whether it was there.
-bool take_front(std::string_view& text, std::string_view part) {
-  if (text.substr(0, part.size()) != part) return false;
-  text.remove_prefix(part.size());
-  return true;
 }
 
 // The text of a regular expression without operators; nothing for another one.

@@ -85,9 +85,9 @@ std::optional<Condition> condition_of(std::string text, bool match_case) {
   return condition && is_negative ? negated(*condition) : condition;
 }
 
-class Importer {
+class ProcmailImporter {
  public:
-  Importer(std::vector<Line> lines, ImportedRules& rules)
+  ProcmailImporter(std::vector<Line> lines, ImportedRules& rules)
       : lines_(std::move(lines)), rules_(rules) {}
 
   void read() {
@@ -197,7 +197,7 @@ class Importer {
 }  // namespace
 
 Refusal read_procmail(const std::string& text, ImportedRules& rules) {
-  Importer(lines_of(text), rules).read();
+  ProcmailImporter(lines_of(text), rules).read();
   return {};
 }
 

@@ -8,12 +8,12 @@
 namespace Quarrow::Importing {
 namespace {
 
-std::string told_of(const std::string& text) { return told(RulesFormat::procmail, text); }
+std::string told_of_procmail(const std::string& text) { return told(RulesFormat::procmail, text); }
 
 // What becomes of a recipe between its first line and its action.
 std::string told_of_recipe(const std::string& flags, const std::string& condition,
                            const std::string& action) {
-  return told_of(":0" + flags + "\n* ^Subject:.*x\n" + condition + action + "\n");
+  return told_of_procmail(":0" + flags + "\n* ^Subject:.*x\n" + condition + action + "\n");
 }
 
 TEST(ReadProcmail, TakesRecipesOver) {
@@ -22,21 +22,21 @@ TEST(ReadProcmail, TakesRecipesOver) {
       "10 Rule of line 10: case string to_cc contains a@b.c; not case string subject contains X; "
       "size greater 10; -> move b\n"
       "15 Rule of line 15: size greater 0; -> move INBOX\n",
-      told_of("# mail\n"
-              "MAILDIR=$HOME/Maildir\n"
-              "LOGFILE=log\n"
-              "\n"
-              ":0:\n"
-              "* ^List-Id:.*\\\n"
-              "  dev\n"
-              ".Lists.Dev/\n"
-              "\n"
-              ":0 D: b.lock\n"
-              "* ^(To|Cc):.*a@b\\.c\n"
-              "* ! ^Subject:.*X\n"
-              "*>10240\n"
-              "$MAILDIR/b/\n"
-              ":0\n$DEFAULT\n"));
+      told_of_procmail("# mail\n"
+                       "MAILDIR=$HOME/Maildir\n"
+                       "LOGFILE=log\n"
+                       "\n"
+                       ":0:\n"
+                       "* ^List-Id:.*\\\n"
+                       "  dev\n"
+                       ".Lists.Dev/\n"
+                       "\n"
+                       ":0 D: b.lock\n"
+                       "* ^(To|Cc):.*a@b\\.c\n"
+                       "* ! ^Subject:.*X\n"
+                       "*>10240\n"
+                       "$MAILDIR/b/\n"
+                       ":0\n$DEFAULT\n"));
 }
 
 TEST(ReadProcmail, LeavesOutRecipesWithConditionsThatHaveNoEqual) {
@@ -75,9 +75,10 @@ TEST(ReadProcmail, SkipsBlocksAndTellsOtherLines) {
       "8 Rule of line 8: string subject contains y; -> move b\n"
       "1  loses \"INCLUDERC=other\" has no equal\n"
       "3 Rule of line 2 loses a block has no equal; the rule is left out\n",
-      told_of("INCLUDERC=other\n:0\n{\n:0\n* ^Subject:.*x\na/\n}\n:0\n* ^Subject:.*y\nb/\n"));
+      told_of_procmail(
+          "INCLUDERC=other\n:0\n{\n:0\n* ^Subject:.*x\na/\n}\n:0\n* ^Subject:.*y\nb/\n"));
   EXPECT_EQ("1 Rule of line 1 loses a recipe without an action; the rule is left out\n",
-            told_of(":0\n* ^Subject:.*x\n"));
+            told_of_procmail(":0\n* ^Subject:.*x\n"));
 }
 
 TEST(ReadProcmail, StandsAnyText) {

@@ -12,7 +12,7 @@ namespace {
 
 using MessageFilters::Action;
 
-const char inbox[] = "INBOX";
+const char inbox_name[] = "INBOX";
 
 // The tags of "fileinto" that change nothing here: folders are made when they are needed.
 bool is_harmless_tag(const std::string& tag) { return tag == "create"; }
@@ -77,7 +77,7 @@ class Block {
   std::string folder_of(const SieveText& text) const {
     const std::string name =
         MessageFilters::readable_mailbox_name(strings_ == SieveStrings::raw ? text.raw : text.text);
-    return zvellparser::equal_ignoring_case(name, inbox) ? inbox : name;
+    return zvellparser::equal_ignoring_case(name, inbox_name) ? inbox_name : name;
   }
 
   // A script that does nothing else keeps a message (RFC 5228, section 2.10.2).
@@ -86,7 +86,7 @@ class Block {
     const bool is_kept = is_kept_ || is_kept_by_itself_;
     for (const auto& folder : folders_)
       all.push_back({all.empty() && is_kept ? Action::COPY : Action::MOVE, folder, ""});
-    if (all.empty() && is_kept) all.push_back({Action::MOVE, inbox, ""});
+    if (all.empty() && is_kept) all.push_back({Action::MOVE, inbox_name, ""});
     if (all.empty()) all.push_back({Action::DELETE, "", ""});
     return all;
   }

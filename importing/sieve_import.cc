@@ -52,9 +52,9 @@ bool is_branch(const SieveNode& command) {
   return command.name == "if" || command.name == "elsif" || command.name == "else";
 }
 
-class Importer {
+class SieveImporter {
  public:
-  Importer(SieveStrings strings, ImportedRules& rules) : strings_(strings), rules_(rules) {}
+  SieveImporter(SieveStrings strings, ImportedRules& rules) : strings_(strings), rules_(rules) {}
 
   void read(const std::vector<SieveNode>& commands) {
     auto at = commands.begin();
@@ -168,7 +168,7 @@ Refusal read_sieve(const std::string& script, ImportedRules& rules) {
     return {Refusal::Kind::wrong_rule, "line " + std::to_string(fault.line),
             "no Sieve script: " + fault.reason};
   const bool is_own = script.find(own_mark) != std::string::npos;
-  Importer(is_own ? SieveStrings::raw : SieveStrings::decoded, rules).read(*commands);
+  SieveImporter(is_own ? SieveStrings::raw : SieveStrings::decoded, rules).read(*commands);
   return {};
 }
 

@@ -8,14 +8,14 @@
 namespace Quarrow::Importing {
 namespace {
 
-std::string told_of(const std::string& script) { return told(RulesFormat::sieve, script); }
+std::string told_of_sieve(const std::string& script) { return told(RulesFormat::sieve, script); }
 
 // What becomes of a script with this test, and of one with these actions.
-std::string told_of_test(const std::string& test) {
-  return told_of("if " + test + " { fileinto \"A\"; stop; }");
+std::string told_of_sieve_test(const std::string& test) {
+  return told_of_sieve("if " + test + " { fileinto \"A\"; stop; }");
 }
 std::string told_of_actions(const std::string& actions) {
-  return told_of("if header :is \"x\" \"y\" { " + actions + " }\nkeep;");
+  return told_of_sieve("if header :is \"x\" \"y\" { " + actions + " }\nkeep;");
 }
 
 TEST(ReadSieve, TakesNamesFromTheCommentsOfFrontEnds) {
@@ -25,21 +25,21 @@ TEST(ReadSieve, TakesNamesFromTheCommentsOfFrontEnds) {
       "14 Big: size greater 1024; -> move Trash\n"
       "18 Last: string subject begin_with Re:; -> move Re\n"
       "20 Rule of line 20: not string x-a is b; -> move C\n",
-      told_of("require [\"fileinto\", \"copy\", \"imap4flags\"];\n"
-              "# rule:[Lists]\n"
-              "if allof (header :contains \"list-id\" \"dev\")\n"
-              "{ fileinto \"Lists/Dev\"; stop; }\n"
-              "# no name\n"
-              "## Filter: From boss\n"
-              "# made by a front end\n"
-              "if anyof (address :all :is \"From\" \"a@b.c\",\n"
-              "          header :contains \"subject\" [\"x\"]) {\n"
-              "  fileinto :copy :create \"Boss\";\n  stop;\n}\n"
-              "# Rule: Big\nif size :over 1M { fileinto \"Trash\"; stop; }\n"
-              "# something else\n\n"
-              "# RULE: Last\n"
-              "if header :matches \"subject\" \"Re:*\" { fileinto \"Re\"; stop; }\n"
-              "\nif not header :is \"X-A\" \"b\" { fileinto \"C\"; stop; }\n"));
+      told_of_sieve("require [\"fileinto\", \"copy\", \"imap4flags\"];\n"
+                    "# rule:[Lists]\n"
+                    "if allof (header :contains \"list-id\" \"dev\")\n"
+                    "{ fileinto \"Lists/Dev\"; stop; }\n"
+                    "# no name\n"
+                    "## Filter: From boss\n"
+                    "# made by a front end\n"
+                    "if anyof (address :all :is \"From\" \"a@b.c\",\n"
+                    "          header :contains \"subject\" [\"x\"]) {\n"
+                    "  fileinto :copy :create \"Boss\";\n  stop;\n}\n"
+                    "# Rule: Big\nif size :over 1M { fileinto \"Trash\"; stop; }\n"
+                    "# something else\n\n"
+                    "# RULE: Last\n"
+                    "if header :matches \"subject\" \"Re:*\" { fileinto \"Re\"; stop; }\n"
+                    "\nif not header :is \"X-A\" \"b\" { fileinto \"C\"; stop; }\n"));
 }
 
 TEST(ReadSieve, TakesTestsOverThatMeanTheSame) {
@@ -62,7 +62,8 @@ TEST(ReadSieve, TakesTestsOverThatMeanTheSame) {
        "not date zvx-received-date before 2026-05-01; "},
       {"currentdate :is \"date\" \"2026-05-01\"", "date zvx-received-date is 2026-05-01; "}};
   for (const auto& c : cases)
-    EXPECT_EQ(std::string("1 Rule of line 1: ") + c.filter + "-> move A\n", told_of_test(c.test))
+    EXPECT_EQ(std::string("1 Rule of line 1: ") + c.filter + "-> move A\n",
+              told_of_sieve_test(c.test))
         << c.test;
 }
 
@@ -95,7 +96,7 @@ TEST(ReadSieve, LeavesOutRulesWithTestsThatHaveNoEqual) {
        "a value can't hold a backslash or a double quote; test for the text beside it"}};
   for (const auto& c : cases)
     EXPECT_EQ("1 Rule of line 1 loses " + std::string(c.reason) + "; the rule is left out\n",
-              told_of_test(c.test))
+              told_of_sieve_test(c.test))
         << c.test;
 }
 
@@ -103,7 +104,7 @@ TEST(ReadSieve, TellsEveryTestThatHasNoEqual) {
   EXPECT_EQ(
       "1 Rule of line 1 loses the test \"exists\" has no equal; the rule is left out\n"
       "2 Rule of line 1 loses the test \"body\" has no equal; the rule is left out\n",
-      told_of_test("anyof (exists \"a\", header \"a\" \"b\",\nnot body :contains \"c\")"));
+      told_of_sieve_test("anyof (exists \"a\", header \"a\" \"b\",\nnot body :contains \"c\")"));
 }
 
 TEST(ReadSieve, TakesActionsOverThatMeanTheSame) {
@@ -156,40 +157,41 @@ TEST(ReadSieve, KeepsAMessageWhereAnActionHasNoEqual) {
 TEST(ReadSieve, TellsWhereARuleWouldGoOn) {
   const char start[] = "if header \"x\" \"y\" { fileinto \"A\"; }\n";
   const char filter[] = "1 Rule of line 1: string x is y; -> move A\n";
-  EXPECT_EQ(filter, told_of(start));
+  EXPECT_EQ(filter, told_of_sieve(start));
   EXPECT_EQ(filter + std::string("2 Rule of line 2: string z is y; -> move B\n"),
-            told_of(start + std::string("elsif header \"z\" \"y\" { fileinto \"B\"; }")));
+            told_of_sieve(start + std::string("elsif header \"z\" \"y\" { fileinto \"B\"; }")));
   EXPECT_EQ(filter + std::string("2 Rule of line 2: size greater 0; -> move B\n"),
-            told_of(start + std::string("else { fileinto \"B\"; }")));
+            told_of_sieve(start + std::string("else { fileinto \"B\"; }")));
   EXPECT_EQ(
       filter + std::string("2 Rule of line 2: string z is y; -> move B\n"
                            "1 Rule of line 1 loses messages go on to the rules behind it, for want "
                            "of a \"stop\"; here the first filter that matches decides\n"),
-      told_of(start + std::string("if header \"z\" \"y\" { fileinto \"B\"; }")));
+      told_of_sieve(start + std::string("if header \"z\" \"y\" { fileinto \"B\"; }")));
 }
 
 TEST(ReadSieve, TakesCommandsOutsideOfConditionsForARule) {
   EXPECT_EQ("2 Rule of line 2: size greater 0; -> move A\n",
-            told_of("require \"fileinto\";\nfileinto \"A\";"));
-  EXPECT_EQ("", told_of("keep;"));
-  EXPECT_EQ("", told_of("stop; fileinto \"A\"; if true { discard; }"));
+            told_of_sieve("require \"fileinto\";\nfileinto \"A\";"));
+  EXPECT_EQ("", told_of_sieve("keep;"));
+  EXPECT_EQ("", told_of_sieve("stop; fileinto \"A\"; if true { discard; }"));
 }
 
 TEST(ReadSieve, LeavesOutRulesWithConditionsInTheirBlocks) {
   EXPECT_EQ(
       "1 Rule of line 1 loses conditions inside a block have no equal\n"
       "1 Rule of line 1 loses the rule with that block is left out\n",
-      told_of("if header \"a\" \"b\" { if header \"c\" \"d\" { stop; } keep; }"));
+      told_of_sieve("if header \"a\" \"b\" { if header \"c\" \"d\" { stop; } keep; }"));
 }
 
 TEST(ReadSieve, TakesRulesOverThatAreSwitchedOff) {
-  EXPECT_EQ("2 Off: disabled: any: string a is b; string c is d; -> move A\n",
-            told_of("# rule:[Off]\nif false # anyof (header \"a\" \"b\", header \"c\" \"d\")\n"
+  EXPECT_EQ(
+      "2 Off: disabled: any: string a is b; string c is d; -> move A\n",
+      told_of_sieve("# rule:[Off]\nif false # anyof (header \"a\" \"b\", header \"c\" \"d\")\n"
                     "{ fileinto \"A\"; stop; }"));
-  EXPECT_EQ("", told_of("if false { discard; }"));
+  EXPECT_EQ("", told_of_sieve("if false { discard; }"));
   EXPECT_EQ(
       "1 Rule of line 1 loses a rule that is switched off, without its test; it is left out\n",
-      told_of("if false # (later)\n{ discard; }"));
+      told_of_sieve("if false # (later)\n{ discard; }"));
 }
 
 TEST(ReadSieve, RefusesWhatIsNoScript) {

@@ -8,40 +8,40 @@
 namespace Quarrow::Importing {
 namespace {
 
-using Kind = SieveToken::Kind;
+using TokenKind = SieveToken::Kind;
 
-constexpr std::size_t most_levels = 32;     // of blocks and tests inside each other
-constexpr std::size_t most_nodes = 20000;   // commands and tests of one script
-constexpr std::size_t most_texts = 100000;  // strings of one script
+constexpr std::size_t most_block_levels = 32;  // of blocks and tests inside each other
+constexpr std::size_t most_nodes = 20000;      // commands and tests of one script
+constexpr std::size_t most_texts = 100000;     // strings of one script
 
 class Parser {
  public:
   Parser(const std::string& text, std::size_t line) : tokens_(text, line), token_(tokens_.next()) {}
 
   bool commands(std::vector<SieveNode>& nodes, bool in_block) {
-    while (token_.kind == Kind::word) {
+    while (token_.kind == TokenKind::word) {
       nodes.emplace_back();
       if (!command(nodes.back())) return false;
     }
-    return in_block ? take("}") : token_.kind == Kind::end || fail("a command is missing");
+    return in_block ? take("}") : token_.kind == TokenKind::end || fail("a command is missing");
   }
 
   bool test(SieveNode& node) { return name(node, "a test is missing") && arguments(node) && up(); }
 
-  bool is_at_end() const { return token_.kind == Kind::end; }
+  bool is_at_end() const { return token_.kind == TokenKind::end; }
   const SieveFault& fault() const { return fault_; }
 
  private:
   bool fail(const std::string& reason) {
     if (!fault_.reason.empty()) return false;
-    fault_ = {token_.line, token_.kind == Kind::fault ? token_.text : reason};
+    fault_ = {token_.line, token_.kind == TokenKind::fault ? token_.text : reason};
     return false;
   }
 
   void advance() { token_ = tokens_.next(); }
 
   bool is(const char* punctuation) const {
-    return token_.kind == Kind::punctuation && token_.text == punctuation;
+    return token_.kind == TokenKind::punctuation && token_.text == punctuation;
   }
 
   bool take(const char* punctuation) {
@@ -57,8 +57,8 @@ class Parser {
 
   // Goes down a level; up() is its opposite.
   bool name(SieveNode& node, const char* missing) {
-    if (token_.kind != Kind::word) return fail(missing);
-    if (++level_ > most_levels) return fail("blocks or tests are too deep inside each other");
+    if (token_.kind != TokenKind::word) return fail(missing);
+    if (++level_ > most_block_levels) return fail("blocks or tests are too deep inside each other");
     if (++nodes_ > most_nodes) return fail("there are too many commands");
     node.line = token_.line;
     node.name = token_.text;
@@ -76,10 +76,10 @@ class Parser {
   }
 
   bool arguments(SieveNode& node) {
-    while (token_.kind == Kind::tag || token_.kind == Kind::number || token_.kind == Kind::text ||
-           is("["))
+    while (token_.kind == TokenKind::tag || token_.kind == TokenKind::number ||
+           token_.kind == TokenKind::text || is("["))
       if (!argument(node)) return false;
-    if (token_.kind == Kind::word) {
+    if (token_.kind == TokenKind::word) {
       node.tests.emplace_back();
       return test(node.tests.back());
     }
@@ -90,10 +90,10 @@ class Parser {
     node.arguments.emplace_back();
     SieveArgument& argument = node.arguments.back();
     if (is("[")) return text_list(argument);
-    if (token_.kind == Kind::text) return text(argument);
+    if (token_.kind == TokenKind::text) return text(argument);
     if (++nodes_ > most_nodes) return fail("there are too many arguments");
     argument.kind =
-        token_.kind == Kind::tag ? SieveArgument::Kind::tag : SieveArgument::Kind::number;
+        token_.kind == TokenKind::tag ? SieveArgument::Kind::tag : SieveArgument::Kind::number;
     argument.tag = token_.text;
     argument.number = token_.number;
     advance();
@@ -101,7 +101,7 @@ class Parser {
   }
 
   bool text(SieveArgument& argument) {
-    if (token_.kind != Kind::text) return fail("a text is missing");
+    if (token_.kind != TokenKind::text) return fail("a text is missing");
     if (++texts_ > most_texts) return fail("there are too many texts");
     argument.kind = SieveArgument::Kind::texts;
     argument.texts.push_back({token_.text, token_.raw});

@@ -7,7 +7,7 @@
 namespace Quarrow::Importing {
 namespace {
 
-using Kind = SieveToken::Kind;
+using TokenKind = SieveToken::Kind;
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
@@ -15,14 +15,14 @@ bool is_letter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')
 
 char small(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-SieveToken token_of(Kind kind, const std::string& text = "") {
+SieveToken token_of(TokenKind kind, const std::string& text = "") {
   SieveToken token;
   token.kind = kind;
   token.text = text;
   return token;
 }
 
-SieveToken fault_of(const std::string& reason) { return token_of(Kind::fault, reason); }
+SieveToken fault_of(const std::string& reason) { return token_of(TokenKind::fault, reason); }
 
 // How many bits further a number's unit makes it; -1 for no unit.
 int bits_of(char unit) {
@@ -45,7 +45,7 @@ SieveToken SieveTokens::next() {
   const bool is_fine = skip_blanks_and_comments();
   const std::size_t line = line_;
   SieveToken found = is_fine ? token() : fault_of("a comment does not end");
-  if (found.kind == Kind::fault) place_ = script_.size();
+  if (found.kind == TokenKind::fault) place_ = script_.size();
   found.line = line;
   found.comment = comment_;
   return found;
@@ -60,7 +60,7 @@ SieveToken SieveTokens::token() {
   if (is_letter(c) || c == ':') return word();
   ++place_;
   if (std::string("()[]{},;").find(c) != std::string::npos)
-    return token_of(Kind::punctuation, std::string(1, c));
+    return token_of(TokenKind::punctuation, std::string(1, c));
   return fault_of("a character that does not belong here");
 }
 
@@ -88,7 +88,7 @@ void SieveTokens::take_comment(std::size_t start, std::size_t end) {
 }
 
 SieveToken SieveTokens::quoted() {
-  SieveToken found = token_of(Kind::text);
+  SieveToken found = token_of(TokenKind::text);
   for (++place_; place_ < script_.size() && script_[place_] != '"'; ++place_) {
     if (script_[place_] == '\\' && place_ + 1 < script_.size()) found.raw += script_[place_++];
     if (script_[place_] == '\n') ++line_;
@@ -109,7 +109,7 @@ bool SieveTokens::is_multi_line() const {
 
 // Lines up to one that is a dot; of lines that begin with a dot, it is doubled.
 SieveToken SieveTokens::multi_line() {
-  SieveToken found = token_of(Kind::text);
+  SieveToken found = token_of(TokenKind::text);
   std::size_t end = script_.find('\n', place_);
   while (end != std::string::npos) {
     ++line_;
@@ -129,7 +129,7 @@ SieveToken SieveTokens::multi_line() {
 
 SieveToken SieveTokens::number() {
   constexpr std::uint64_t most = std::numeric_limits<std::uint32_t>::max();
-  SieveToken found = token_of(Kind::number);
+  SieveToken found = token_of(TokenKind::number);
   for (; is_digit(at(place_)); ++place_)
     found.number = std::min(most + 1, found.number * 10 + static_cast<unsigned>(at(place_) - '0'));
   if (found.number > most) return fault_of("a number is too large");
@@ -143,7 +143,7 @@ SieveToken SieveTokens::number() {
 SieveToken SieveTokens::word() {
   const bool is_tag = at(place_) == ':';
   if (is_tag) ++place_;
-  SieveToken found = token_of(is_tag ? Kind::tag : Kind::word);
+  SieveToken found = token_of(is_tag ? TokenKind::tag : TokenKind::word);
   for (; is_letter(at(place_)) || is_digit(at(place_)); ++place_) found.text += small(at(place_));
   return found.text.empty() ? fault_of("a colon without a tag") : found;
 }

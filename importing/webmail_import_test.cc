@@ -17,7 +17,7 @@ std::string entry(const Properties& properties) {
   return text + "</entry>\n";
 }
 
-std::string told_of(const std::string& entries) {
+std::string told_of_webmail(const std::string& entries) {
   return told(RulesFormat::webmail,
               "<?xml version='1.0' encoding='UTF-8'?>"
               "<feed xmlns='http://www.w3.org/2005/Atom' "
@@ -30,23 +30,23 @@ const char words[] =
 
 TEST(ReadWebmail, TakesAddressesAndLabelsOver) {
   EXPECT_EQ("3 Rule 1: address from is a@b.c; -> move Work/X\n",
-            told_of(entry({{"from", "a@b.c"},
-                           {"label", "Work/X"},
-                           {"shouldArchive", "true"},
-                           {"shouldStar", "false"},
-                           {"sizeOperator", "s_sl"},
-                           {"sizeUnit", "s_smb"}})));
+            told_of_webmail(entry({{"from", "a@b.c"},
+                                   {"label", "Work/X"},
+                                   {"shouldArchive", "true"},
+                                   {"shouldStar", "false"},
+                                   {"sizeOperator", "s_sl"},
+                                   {"sizeUnit", "s_smb"}})));
   EXPECT_EQ("3 Rule 1: any: address to_cc is a@b.c; address to_cc is d@e.f; -> copy &\n",
-            told_of(entry({{"to", "a@b.c OR d@e.f"}, {"label", "&amp;"}})));
+            told_of_webmail(entry({{"to", "a@b.c OR d@e.f"}, {"label", "&amp;"}})));
   EXPECT_EQ("3 Rule 1: address from is a@b.c; -> delete\n",
-            told_of(entry({{"from", "a@b.c"}, {"shouldTrash", "true"}})));
+            told_of_webmail(entry({{"from", "a@b.c"}, {"shouldTrash", "true"}})));
 }
 
 TEST(ReadWebmail, TellsThatWordsOfASubjectAreOthersHere) {
   EXPECT_EQ(std::string("3 Rule 1: string subject contains a; string subject contains b; -> copy "
                         "L\n") +
                 words,
-            told_of(entry({{"subject", "a b"}, {"label", "L"}})));
+            told_of_webmail(entry({{"subject", "a b"}, {"label", "L"}})));
 }
 
 TEST(ReadWebmail, LeavesOutRulesWithTestsThatHaveNoEqual) {
@@ -67,7 +67,7 @@ TEST(ReadWebmail, LeavesOutRulesWithTestsThatHaveNoEqual) {
                {{{"label", "L"}}, "an entry without a test"}};
   for (const auto& c : cases)
     EXPECT_EQ(std::string("3 Rule 1 loses ") + c.reason + "; the rule is left out\n",
-              told_of(entry(c.properties)))
+              told_of_webmail(entry(c.properties)))
         << c.reason;
 }
 
@@ -76,7 +76,8 @@ TEST(ReadWebmail, TellsActionsThatHaveNoEqual) {
       "3 Rule 1: address from is a@b.c; -> move INBOX\n"
       "3 Rule 1 loses \"forwardTo\" has no equal; it is left out\n"
       "3 Rule 1 loses \"shouldArchive\" has no equal without a label; it is left out\n",
-      told_of(entry({{"from", "a@b.c"}, {"forwardTo", "d@e.f"}, {"shouldArchive", "true"}})));
+      told_of_webmail(
+          entry({{"from", "a@b.c"}, {"forwardTo", "d@e.f"}, {"shouldArchive", "true"}})));
 }
 
 TEST(ReadWebmail, TellsThatOneFilterDecidesHere) {
@@ -85,7 +86,7 @@ TEST(ReadWebmail, TellsThatOneFilterDecidesHere) {
       "3 Rule 1: address from is a@b.c; -> copy L\n"
       "7 Rule 2: address from is a@b.c; -> copy L\n"
       "0  loses all filters that match are applied there; here the first that matches decides\n",
-      told_of(one + one));
+      told_of_webmail(one + one));
 }
 
 TEST(ReadWebmail, RefusesWhatIsNoFeed) {

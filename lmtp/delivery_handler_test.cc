@@ -11,7 +11,7 @@ namespace {
 
 using Delivery::Evaluation;
 
-const std::string user = "alice@example.org";
+const std::string alice = "alice@example.org";
 
 Evaluation done(const std::vector<std::pair<unsigned int, std::string>>& actions) {
   Evaluation evaluation;
@@ -40,7 +40,7 @@ class DeliveryHandlerTest : public ::testing::Test {
   }
 
   Reply deliver(const Evaluation& evaluation, const std::string& message,
-                const std::string& recipient = user) {
+                const std::string& recipient = alice) {
     DeliveryHandler handler(
         {folder_.path(), folder_.path(), "mx.example.org", "+-"},
         [&](int, std::uint64_t, std::time_t, const std::string&) { return evaluation; }, metrics_);
@@ -70,7 +70,7 @@ class DeliveryHandlerTest : public ::testing::Test {
 };
 
 TEST_F(DeliveryHandlerTest, KnowsUsersByTheirFolders) {
-  EXPECT_EQ(250, check(user).code);
+  EXPECT_EQ(250, check(alice).code);
   for (const char* const stranger : {"bob@example.org", "alice@example.net", "alice", "a b@c"}) {
     const Reply reply = check(stranger);
     EXPECT_EQ(550, reply.code) << stranger;
@@ -97,12 +97,12 @@ TEST_F(DeliveryHandlerTest, TellsRecipientsApartAsUsersAreLookedUp) {
     return handler.spelling_of(recipient);
   };
   using Delivery::AddressCase;
-  EXPECT_EQ(spelling_of(user, AddressCase::folded),
+  EXPECT_EQ(spelling_of(alice, AddressCase::folded),
             spelling_of("Alice@EXAMPLE.org", AddressCase::folded));
-  EXPECT_NE(spelling_of(user, AddressCase::kept),
+  EXPECT_NE(spelling_of(alice, AddressCase::kept),
             spelling_of("Alice@EXAMPLE.org", AddressCase::kept));
   for (const char* const other : {"alice+lists@example.org", "bob@example.org"})
-    EXPECT_NE(spelling_of(user, AddressCase::folded), spelling_of(other, AddressCase::folded));
+    EXPECT_NE(spelling_of(alice, AddressCase::folded), spelling_of(other, AddressCase::folded));
 }
 
 TEST_F(DeliveryHandlerTest, AUserWhoseNameHasADelimiterComesFirst) {
@@ -115,7 +115,7 @@ TEST_F(DeliveryHandlerTest, BouncesNothingWhileTheUsersDiskIsMissing) {
   const std::string gone = folder_.path() + "/not-mounted";
   mailuser_set_root(gone);
   DeliveryHandler handler({gone, folder_.path(), "mx.example.org"}, nullptr, metrics_);
-  EXPECT_EQ(451, handler.check_recipient(user).code);
+  EXPECT_EQ(451, handler.check_recipient(alice).code);
 }
 
 TEST_F(DeliveryHandlerTest, AsksToTryAgainWhereAFileIsInPlaceOfAUsersFolder) {
@@ -202,7 +202,7 @@ TEST_F(DeliveryHandlerTest, RunsAUsersRulesOnceForSeveralAddressesOfTheUser) {
         return Evaluation();
       },
       metrics_);
-  const Envelope envelope{"c", "", false, {user, "alice+a@example.org", "alice+b@example.org"}};
+  const Envelope envelope{"c", "", false, {alice, "alice+a@example.org", "alice+b@example.org"}};
   for (const int want : {1, 2}) {
     ASSERT_TRUE(handler.open_message());
     for (const std::string& recipient : envelope.recipients)
@@ -227,7 +227,7 @@ TEST_F(DeliveryHandlerTest, LogsWhoseRulesWereAsked) {
   EXPECT_NE(std::string::npos, log_of("alice+lists@example.org")
                                    .find("user=alice@example.org recipient=alice+lists@example.org "
                                          "msgid="));
-  EXPECT_NE(std::string::npos, log_of(user).find("user=alice@example.org msgid="));
+  EXPECT_NE(std::string::npos, log_of(alice).find("user=alice@example.org msgid="));
   EXPECT_NE(std::string::npos, log_of("bob@example.org").find("user=bob@example.org msgid="));
 }
 
@@ -249,7 +249,7 @@ TEST_F(DeliveryHandlerTest, FilesIntoFoldersThatThePluginListescapeReadsOnReques
       },
       metrics_);
   ASSERT_TRUE(handler.open_message());
-  EXPECT_EQ(250, handler.deliver({"c", "", false, {user}}, user).code);
+  EXPECT_EQ(250, handler.deliver({"c", "", false, {alice}}, alice).code);
   EXPECT_NE("", stored(".v1\\2e2/new"));
 }
 
@@ -294,7 +294,7 @@ TEST_F(DeliveryHandlerTest, AsksToTryAgainWhenMemoryIsOut) {
       },
       metrics_);
   ASSERT_TRUE(handler.open_message());
-  EXPECT_EQ(451, handler.deliver({"c", "", false, {user}}, user).code);
+  EXPECT_EQ(451, handler.deliver({"c", "", false, {alice}}, alice).code);
 }
 
 }  // namespace

@@ -81,8 +81,8 @@ TEST_F(InspectionTest, NamesASpoolThatNoFileCanBeMadeIn) {
 }
 
 TEST_F(InspectionTest, NamesTheFolderOfAUserThatCantBeWritten) {
-  const std::string alice = make("example.org/alice", 0555);
-  EXPECT_EQ(alice + ": Permission denied\n", faults());
+  const std::string home = make("example.org/alice", 0555);
+  EXPECT_EQ(home + ": Permission denied\n", faults());
 }
 
 TEST_F(InspectionTest, NamesAMaildirThatCantBeWritten) {

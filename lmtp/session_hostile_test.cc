@@ -8,8 +8,6 @@ namespace Quarrow::Lmtp {
 namespace {
 
 constexpr std::size_t mebibyte = 1048576;
-const std::string start = "LHLO x\r\nMAIL FROM:<s@example.net>\r\n";
-const std::string ready = start + "RCPT TO:<a@example.org>\r\nDATA\r\n";
 
 std::string ending_of(const std::string& replies, std::size_t length) {
   return replies.size() < length ? replies : replies.substr(replies.size() - length);

@@ -8,10 +8,6 @@
 namespace Quarrow::Lmtp {
 namespace {
 
-const std::string hello = "LHLO client.example.org\r\n";
-const std::string start = hello + "MAIL FROM:<s@example.net>\r\n";
-const std::string ready = start + "RCPT TO:<a@example.org>\r\nDATA\r\n";
-
 TEST(Session, GreetsWithItsName) {
   TestSession test;
   test.session.greet();

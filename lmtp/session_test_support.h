@@ -10,8 +10,14 @@
 #include <vector>
 
 #include "lmtp/session.h"
+#include "tests/support/repeated_test_support.h"
 
 namespace Quarrow::Lmtp {
+
+// What a client says first, in front of its recipients, and in front of the message.
+inline const std::string hello = "LHLO client.example.org\r\n";
+inline const std::string start = hello + "MAIL FROM:<s@example.net>\r\n";
+inline const std::string ready = start + "RCPT TO:<a@example.org>\r\nDATA\r\n";
 
 // Knows every user at example.org but "nobody", "later" (try again) and "full" (delivery fails);
 // "refuses" rejects by a rule. "A" is another spelling of "a".
@@ -86,12 +92,6 @@ class TestSession {
           return true;
         }) {}
 };
-
-inline std::string repeated(const std::string& text, std::size_t times) {
-  std::string out;
-  for (std::size_t i = 0; i < times; ++i) out += text;
-  return out;
-}
 
 }  // namespace Quarrow::Lmtp
 

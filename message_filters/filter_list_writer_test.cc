@@ -84,7 +84,7 @@ TEST_F(FilterListWriter, WritesAnEmptyList) {
   EXPECT_FALSE(FilterList__::LoadFromXML(path_));
 }
 
-const std::string nul("a\0b", 3);
+const std::string with_nul("a\0b", 3);
 
 const struct {
   const char* what;
@@ -99,11 +99,11 @@ const struct {
     {"comparator", [](Filter__& filter) { filter.tests.front().comparator = "x"; }},
     {"value", [](Filter__& filter) { filter.tests.front().value.clear(); }},
     {"last action", [](Filter__& filter) { filter.actions.push_back(make_action("copy")); }},
-    {"NUL in the name", [](Filter__& filter) { filter.name = nul; }},
-    {"NUL in a field", [](Filter__& filter) { filter.tests.front().field.name = nul; }},
-    {"NUL in a value", [](Filter__& filter) { filter.tests.front().value = nul; }},
-    {"NUL in a target", [](Filter__& filter) { filter.actions.front().target = nul; }},
-    {"NUL in an operand", [](Filter__& filter) { filter.actions.front().value = nul; }},
+    {"NUL in the name", [](Filter__& filter) { filter.name = with_nul; }},
+    {"NUL in a field", [](Filter__& filter) { filter.tests.front().field.name = with_nul; }},
+    {"NUL in a value", [](Filter__& filter) { filter.tests.front().value = with_nul; }},
+    {"NUL in a target", [](Filter__& filter) { filter.actions.front().target = with_nul; }},
+    {"NUL in an operand", [](Filter__& filter) { filter.actions.front().value = with_nul; }},
     {"too many tests",
      [](Filter__& filter) { filter.tests.resize(most_xml_children + 1, subject_test()); }},
     {"too many actions", [](Filter__& filter) {

@@ -9,23 +9,23 @@ namespace {
 const struct {
   const char* folder;
   const char* want;
-} names[] = {{"", ""},
-             {"Inbox", "Inbox"},
-             {"a/b/c", "a/b/c"},
-             {"Work/", "Work/"},
-             {"/Work", "/Work"},
-             {"/", "/"},
-             {"R&D", "R&-D"},
-             {"B\xC3\xBC"
-              "cher/\xC3\xA9t\xC3\xA9",
-              "B&APw-cher/&AOk-t&AOk-"}};
+} mailbox_names[] = {{"", ""},
+                     {"Inbox", "Inbox"},
+                     {"a/b/c", "a/b/c"},
+                     {"Work/", "Work/"},
+                     {"/Work", "/Work"},
+                     {"/", "/"},
+                     {"R&D", "R&-D"},
+                     {"B\xC3\xBC"
+                      "cher/\xC3\xA9t\xC3\xA9",
+                      "B&APw-cher/&AOk-t&AOk-"}};
 
 TEST(ImapMailboxName, ConvertsLevelByLevel) {
-  for (const auto& c : names) EXPECT_EQ(c.want, imap_mailbox_name(c.folder)) << c.folder;
+  for (const auto& c : mailbox_names) EXPECT_EQ(c.want, imap_mailbox_name(c.folder)) << c.folder;
 }
 
 TEST(ReadableMailboxName, IsTheFolderAgain) {
-  for (const auto& c : names) EXPECT_EQ(c.folder, readable_mailbox_name(c.want));
+  for (const auto& c : mailbox_names) EXPECT_EQ(c.folder, readable_mailbox_name(c.want));
   EXPECT_EQ("\xE6\x97\xA5\xE6\x9C\xAC", readable_mailbox_name("&ZeVnLA-"));
   EXPECT_EQ("\xF0\x9F\x93\xA7", readable_mailbox_name("&2D3c5w-"));
   EXPECT_EQ(

@@ -134,12 +134,13 @@ const struct {
   const char* relation;
   const char* name;
   bool valid;
-} filters[] = {{true, "anyof", "a", true}, {true, "allof", "a", true}, {true, "ALLOF", "a", false},
-               {true, "", "a", false},     {true, "anyof", "", false}, {false, "anyof", "a", false},
-               {true, "anyof", " ", true}};
+} filter_cases[] = {{true, "anyof", "a", true},  {true, "allof", "a", true},
+                    {true, "ALLOF", "a", false}, {true, "", "a", false},
+                    {true, "anyof", "", false},  {false, "anyof", "a", false},
+                    {true, "anyof", " ", true}};
 
 TEST(FilterCheck, NeedsActionsARelationAndAName) {
-  for (const auto& c : filters) {
+  for (const auto& c : filter_cases) {
     const auto filter = make_filter(c.name);
     filter->relation = c.relation;
     if (!c.actions) filter->actions.clear();

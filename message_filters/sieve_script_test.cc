@@ -156,16 +156,16 @@ TEST_F(SieveScript, FoldersAreInImapEncodingAndDeleteIgnoresItsTarget) {
 const struct {
   const char* what;
   void (*spoil)(Filter__&);
-} faults[] = {{"no name", [](Filter__& filter) { filter.name.clear(); }},
-              {"no action", [](Filter__& filter) { filter.actions.clear(); }},
-              {"relation", [](Filter__& filter) { filter.relation = "noneof"; }},
-              {"test", [](Filter__& filter) { filter.tests.emplace_back(); }},
-              {"only test", [](Filter__& filter) { filter.tests.front().value = "\\"; }},
-              {"method", [](Filter__& filter) { filter.actions.front().method = "keep"; }},
-              {"action", [](Filter__& filter) { filter.actions.push_back(make_action("move")); }}};
+} spoiled[] = {{"no name", [](Filter__& filter) { filter.name.clear(); }},
+               {"no action", [](Filter__& filter) { filter.actions.clear(); }},
+               {"relation", [](Filter__& filter) { filter.relation = "noneof"; }},
+               {"test", [](Filter__& filter) { filter.tests.emplace_back(); }},
+               {"only test", [](Filter__& filter) { filter.tests.front().value = "\\"; }},
+               {"method", [](Filter__& filter) { filter.actions.front().method = "keep"; }},
+               {"action", [](Filter__& filter) { filter.actions.push_back(make_action("move")); }}};
 
 TEST_F(SieveScript, OneInvalidRuleLeavesTheOldFileAlone) {
-  for (const auto& c : faults) {
+  for (const auto& c : spoiled) {
     write_file(path_, "old");
     list_->filters.clear();
     list_->append(boss_filter());

@@ -23,7 +23,7 @@ static void PrintTo(const Field& field, std::ostream* os) {
 
 namespace {
 
-const std::string declaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+const std::string xml_declaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
 const EmailAddress bob("bob@example.org");
 
 Field make_field(const std::string& type, const std::string& name, bool customized = true) {
@@ -161,7 +161,7 @@ TEST_F(UserFields, PersistWritesTheCustomizedFields) {
   fields_->fields = {make_field("string", "Subject", false), make_field("string", "X-Project"),
                      make_field("address", "Reply-To"), make_field("bad", "", false)};
   ASSERT_TRUE(fields_->persist());
-  EXPECT_EQ(declaration +
+  EXPECT_EQ(xml_declaration +
                 "<fields version=\"1.0\"><field type=\"string\">X-Project</field>"
                 "<field type=\"address\">Reply-To</field></fields>",
             content_of(custom_file()));
@@ -171,7 +171,7 @@ TEST_F(UserFields, PersistWritesTheCustomizedFields) {
 TEST_F(UserFields, PersistOfNoFieldReplacesTheOldFile) {
   write_file(custom_file(), std::string(1000, 'x'));
   ASSERT_TRUE(fields_->persist());
-  EXPECT_EQ(declaration + "<fields version=\"1.0\"></fields>", content_of(custom_file()));
+  EXPECT_EQ(xml_declaration + "<fields version=\"1.0\"></fields>", content_of(custom_file()));
 }
 
 TEST_F(UserFields, PersistEscapesAndLoadReadsItBack) {
@@ -222,7 +222,8 @@ TEST_F(UserFields, PersistDoesNotNoticeFailuresBehindTheOpening) {
   std::filesystem::create_directories(custom_file() + "/x");  // neither removed nor replaced
   EXPECT_TRUE(fields_->persist());
   EXPECT_TRUE(std::filesystem::is_directory(custom_file()));
-  EXPECT_EQ(declaration + "<fields version=\"1.0\"></fields>", content_of(custom_file() + ".tmp"));
+  EXPECT_EQ(xml_declaration + "<fields version=\"1.0\"></fields>",
+            content_of(custom_file() + ".tmp"));
 }
 
 // With a system catalogue of the test's own.
@@ -276,7 +277,7 @@ TEST_F(Catalogues, ClearedFieldsAreGoneTheNextTime) {
   const auto fields = UserFields__::Create(bob);
   fields->clear_customized_fields();
   EXPECT_TRUE(fields->persist());
-  EXPECT_EQ(declaration + "<fields version=\"1.0\"></fields>", content_of(custom_file()));
+  EXPECT_EQ(xml_declaration + "<fields version=\"1.0\"></fields>", content_of(custom_file()));
   EXPECT_EQ(Fields{subject_}, loaded());
 }
 

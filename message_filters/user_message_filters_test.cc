@@ -33,7 +33,7 @@ int create_path(const std::string& path, int mode) {
 namespace Quarrow::MessageFilters {
 namespace {
 
-const EmailAddress bob("bob@example.org");
+const EmailAddress owner("bob@example.org");
 
 Test refused_test() { return make_test("size", "size", "greater", "many"); }
 
@@ -43,12 +43,12 @@ class UserFilters : public testing::Test {
     mailuser_set_root(folder_.path());
     std::filesystem::create_directories(std::filesystem::path(document()).parent_path());
     directory_step = {0, "not called", 0};
-    filters_ = UserMessageFilters__::Create(bob);
+    filters_ = UserMessageFilters__::Create(owner);
   }
   ~UserFilters() override { cmdb.system = nullptr; }
 
-  static std::string document() { return user_filter_path(bob, FILTER_XML); }
-  static std::string script() { return user_filter_path(bob, FILTER_SIEVE); }
+  static std::string document() { return user_filter_path(owner, FILTER_XML); }
+  static std::string script() { return user_filter_path(owner, FILTER_SIEVE); }
 
   void set_grade(std::uint32_t grade) {
     record_.capacity_grade = grade;
@@ -82,7 +82,7 @@ TEST_F(UserFilters, StartEmptyWithoutAUsableDocument) {
   for (const char* content :
        {"(missing)", "", "<filters>", "<filters version=\"1.0\"></filters>"}) {
     if (content != std::string("(missing)")) write_file(document(), content);
-    const auto filters = UserMessageFilters__::Create(bob);
+    const auto filters = UserMessageFilters__::Create(owner);
     EXPECT_EQ("bob@example.org", filters->address.address());
     ASSERT_TRUE(filters->filters) << content;
     EXPECT_TRUE(filters->filters->filters.empty()) << content;
@@ -91,7 +91,7 @@ TEST_F(UserFilters, StartEmptyWithoutAUsableDocument) {
 
 TEST_F(UserFilters, DocumentThatCannotBeSurvivedEndsTheProcess) {
   write_file(document(), "<filters><filter/></filters>");
-  EXPECT_DEATH((void)UserMessageFilters__::Create(bob), "px != 0");
+  EXPECT_DEATH((void)UserMessageFilters__::Create(owner), "px != 0");
 }
 
 TEST_F(UserFilters, LimitFollowsTheGrade) {
@@ -221,7 +221,7 @@ TEST_F(UserFilters, PersistWritesDocumentAndScript) {
   EXPECT_EQ("(no file)", content_of(script() + ".tmp"));
   EXPECT_EQ(std::string::npos, content_of(script()).find("off"));
 
-  const auto again = UserMessageFilters__::Create(bob)->filters;
+  const auto again = UserMessageFilters__::Create(owner)->filters;
   ASSERT_EQ(2u, again->filters.size());
   EXPECT_TRUE(again->find_filter("on")->enabled);
   EXPECT_FALSE(again->find_filter("off")->enabled);

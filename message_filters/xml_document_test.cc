@@ -11,16 +11,11 @@
 
 #include "message_filters/xml_text.h"
 #include "quarrow/filter_list.h"
+#include "tests/support/repeated_test_support.h"
 #include "tests/support/temporary_folder_test_support.h"
 
 namespace Quarrow::MessageFilters {
 namespace {
-
-std::string repeated(const std::string& text, std::size_t count) {
-  std::string all;
-  for (std::size_t i = 0; i < count; ++i) all += text;
-  return all;
-}
 
 class XmlFile : public testing::Test {
  protected:

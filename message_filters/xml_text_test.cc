@@ -5,15 +5,10 @@
 
 #include <algorithm>
 
+#include "tests/support/repeated_test_support.h"
+
 namespace Quarrow::MessageFilters {
 namespace {
-
-std::string repeated(const std::string& text, std::size_t count) {
-  std::string all;
-  all.reserve(text.size() * count);
-  for (std::size_t i = 0; i < count; ++i) all += text;
-  return all;
-}
 
 // A row of `count` elements, the last of which holds `inner`.
 std::string row(std::size_t count, const std::string& inner) {

@@ -13,15 +13,15 @@
 namespace Quarrow::Refiling {
 namespace {
 
-const std::vector<Refiled> wish = {{"a", {".A"}}, {"b", {".A", ".B"}}, {"c", {".B"}, true}};
-const Lines before = {"/cur/a:2,S", "/new/b", "/new/c"};
+const std::vector<Refiled> all_moves = {{"a", {".A"}}, {"b", {".A", ".B"}}, {"c", {".B"}, true}};
+const Lines untouched = {"/cur/a:2,S", "/new/b", "/new/c"};
 const Lines after = {".A/cur/a:2,S", ".A/new/b", ".B/new/b", ".B/new/c", "/new/c"};
 
 // With keywords, so that these are killed as well.
 class InterruptedRefiling : public testing::Test {
  protected:
   static void fill(const TemporaryMaildir& maildir) {
-    for (const std::string& path : before) maildir.put(path.substr(1));
+    for (const std::string& path : untouched) maildir.put(path.substr(1));
     maildir.put("cur/k:2,a");
     write_file(maildir.folder("dovecot-keywords"), "0 Work\n");
     maildir.make(".B");
@@ -29,7 +29,7 @@ class InterruptedRefiling : public testing::Test {
   }
 
   static std::vector<Refiled> wish_with_keyword() {
-    std::vector<Refiled> all = wish;
+    std::vector<Refiled> all = all_moves;
     all.push_back({"k", {".B"}});
     return all;
   }
@@ -102,7 +102,7 @@ TEST_F(InterruptedRefiling, IsUndone) {
       [](const TemporaryMaildir& maildir) {
         const Lines failures = maildir.undo();
         EXPECT_TRUE(failures.empty() || failures == Lines({"nothing to undo"})) << failures[0];
-        EXPECT_EQ(with(before, "/cur/k:2,a"), maildir.messages());
+        EXPECT_EQ(with(untouched, "/cur/k:2,a"), maildir.messages());
       });
 }
 
@@ -112,7 +112,7 @@ TEST_F(InterruptedRefiling, AnUndoIsCompletedByTheNextOne) {
       [](const TemporaryMaildir& maildir) {
         const Lines failures = maildir.undo();
         EXPECT_TRUE(failures.empty() || failures == Lines({"nothing to undo"})) << failures[0];
-        EXPECT_EQ(with(before, "/cur/k:2,a"), maildir.messages());
+        EXPECT_EQ(with(untouched, "/cur/k:2,a"), maildir.messages());
       });
 }
 

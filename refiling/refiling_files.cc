@@ -15,7 +15,7 @@ namespace {
 using Administration::Refusal;
 using Administration::system_refusal;
 
-constexpr mode_t for_owner = 0600;
+constexpr mode_t state_mode = 0600;
 
 // More than a state has with the longest names of 100 filters.
 constexpr std::size_t most_bytes = std::size_t{4} << 20U;
@@ -27,14 +27,14 @@ struct flock whole_file() {
   return lock;
 }
 
-std::string draft_name() { return std::string(state_name) + ".new"; }
+std::string state_draft_name() { return std::string(state_name) + ".new"; }
 
 }  // namespace
 
 Refusal RefilingFiles::lock() {
   const std::string path = folder_.file(work_lock_name);
   lock_ = std::make_unique<Descriptor>(
-      open_regular_at(folder_.fd(), work_lock_name, O_RDWR | O_CREAT, for_owner));
+      open_regular_at(folder_.fd(), work_lock_name, O_RDWR | O_CREAT, state_mode));
   if (lock_->get() < 0)
     return {Administration::kind_of_error(errno), path, reason_for_no_file(errno)};
   struct flock lock = whole_file();
@@ -68,10 +68,10 @@ RefilingState RefilingFiles::written() const {
 }
 
 Refusal RefilingFiles::write(const RefilingState& state) const {
-  int error = folder_.write_new(draft_name(), text_of(state));
-  if (error == 0) error = folder_.rename(draft_name(), state_name);
+  int error = folder_.write_new(state_draft_name(), text_of(state));
+  if (error == 0) error = folder_.rename(state_draft_name(), state_name);
   if (error == 0) return {};
-  folder_.remove(draft_name());
+  folder_.remove(state_draft_name());
   return system_refusal(folder_.file(state_name), "can't be written", error);
 }
 

@@ -14,16 +14,16 @@
 namespace Quarrow::Server {
 namespace {
 
-using Number = std::uint64_t;
-static_assert(std::atomic<Number>::is_always_lock_free, "processes share no lock");
+using PackedConnection = std::uint64_t;
+static_assert(std::atomic<PackedConnection>::is_always_lock_free, "processes share no lock");
 
 constexpr std::size_t most_connections = 4000;
-constexpr std::size_t size_of_table = most_connections * sizeof(std::atomic<Number>);
+constexpr std::size_t size_of_table = most_connections * sizeof(std::atomic<PackedConnection>);
 
 constexpr Origin from_this_host = 1;
 
-pid_t process_in(Number place) { return static_cast<pid_t>(place >> 32U); }
-Origin origin_in(Number place) { return static_cast<Origin>(place); }
+pid_t process_in(PackedConnection place) { return static_cast<pid_t>(place >> 32U); }
+Origin origin_in(PackedConnection place) { return static_cast<Origin>(place); }
 
 // Never one of the two that stand for themselves.
 Origin origin_of_network(const void* address, std::size_t size) {
@@ -70,9 +70,9 @@ void OpenConnections::hide_from_children() const {
 }
 
 void OpenConnections::add(pid_t process, Origin origin) {
-  const Number taken = static_cast<Number>(process) << 32U | origin;
+  const PackedConnection taken = static_cast<PackedConnection>(process) << 32U | origin;
   for (Place* place = places_; place != places_ + most_connections; ++place) {
-    Number free = 0;
+    PackedConnection free = 0;
     if (place->compare_exchange_strong(free, taken)) return;
   }
 }
@@ -89,7 +89,7 @@ std::size_t OpenConnections::count() const {
 
 std::size_t OpenConnections::count_from(Origin origin) const {
   const auto is_from = [origin](const Place& place) {
-    const Number taken = place;
+    const PackedConnection taken = place;
     return taken != 0 && origin_in(taken) == origin;
   };
   return static_cast<std::size_t>(std::count_if(places_, places_ + most_connections, is_from));

@@ -4,15 +4,10 @@
 
 #include "quarrow/evaluation.h"
 #include "tests/support/evaluation_test_support.h"
+#include "tests/support/repeated_test_support.h"
 
 namespace Quarrow {
 namespace {
-
-std::string repeated(const std::string& text, int times) {
-  std::string all;
-  for (int i = 0; i < times; ++i) all += text;
-  return all;
-}
 
 // X-From is read as an address, but is none of the headers that the message parser mends.
 const char* const address_script =

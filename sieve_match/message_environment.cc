@@ -53,10 +53,10 @@ bool icaseless::operator()(const std::string& a, const std::string& b) const {
 
 int SieveMatchImpl::GetScript(sieve2_context* ctx) {
   const char* script_path = interpreter::get_string(ctx, "path");
-  const char* script_name = interpreter::get_string(ctx, "name");
-  if (script_path == nullptr || script_name == nullptr) return SIEVE2_ERROR_BADARGS;
+  const char* asked_name = interpreter::get_string(ctx, "name");
+  if (script_path == nullptr || asked_name == nullptr) return SIEVE2_ERROR_BADARGS;
   // Only the user's own script is served, which goes by no name.
-  if (*script_path != '\0' || *script_name != '\0') return SIEVE2_ERROR_UNSUPPORTED;
+  if (*script_path != '\0' || *asked_name != '\0') return SIEVE2_ERROR_UNSUPPORTED;
   interpreter::set_string(ctx, "script", script);
   return SIEVE2_OK;
 }

@@ -20,11 +20,11 @@ using Result = PasswordVerdict::Result;
 using std::chrono::milliseconds;
 using std::chrono::minutes;
 
-const std::string user = "alice@example.org";
+const std::string asked_user = "alice@example.org";
 
 PasswordVerdict verdict_of(const PasswordCheck& check, milliseconds deadline = minutes(5)) {
   std::string password = "secret";
-  return CheckProcess(check, user, password, deadline).verdict();
+  return CheckProcess(check, asked_user, password, deadline).verdict();
 }
 
 // Never returns, and lets no signal but the deadline's end it.
@@ -54,7 +54,7 @@ TEST(CheckProcess, ThePasswordIsWipedHere) {
   std::string password = "a password that is too long for the text object itself";
   const char* const place = password.data();
   const std::size_t size = password.size();
-  const CheckProcess process(hang, user, password, minutes(5));
+  const CheckProcess process(hang, asked_user, password, minutes(5));
   EXPECT_TRUE(password.empty());
   EXPECT_EQ(std::string(size, '\0'), std::string(place, size));
 }
@@ -68,7 +68,7 @@ TEST(CheckProcess, ItsDescriptorTellsWhenItIsDone) {
     return PasswordVerdict{read(0, &byte, 1) == 1 ? Result::right : Result::wrong, ""};
   };
   std::string password = "secret";
-  CheckProcess process(wait_at_gate, user, password, minutes(5));
+  CheckProcess process(wait_at_gate, asked_user, password, minutes(5));
   pollfd polled = {process.descriptor(), POLLIN, 0};
   EXPECT_EQ(0, poll(&polled, 1, 0));
   ASSERT_EQ(1, write(gate[1], "x", 1));
@@ -137,7 +137,7 @@ TEST(CheckProcess, LeavesNoCoreFile) {
 TEST(CheckProcess, NobodyIsLeftBehind) {
   const ProcessEnd end = end_of_child([] {
     std::string password = "secret";
-    { const CheckProcess given_up(hang, user, password, minutes(5)); }
+    { const CheckProcess given_up(hang, asked_user, password, minutes(5)); }
     (void)verdict_of(hang, milliseconds(1));
     return waitpid(-1, nullptr, WNOHANG) < 0 && errno == ECHILD ? 0 : 1;
   });
@@ -155,7 +155,7 @@ TEST(CheckProcess, EndsWithItsParent) {
       (void)!write(1, "x", 1);
       return hang(name, given);
     };
-    const CheckProcess process(announce, user, password, std::chrono::hours(24));
+    const CheckProcess process(announce, asked_user, password, std::chrono::hours(24));
     for (;;) (void)pause();
     return 0;
   });

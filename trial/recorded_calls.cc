@@ -10,10 +10,10 @@
 namespace Quarrow::Trial {
 namespace {
 
-enum Kind : std::uint64_t { end, result, not_evaluated, failure, progress };
+enum CallKind : std::uint64_t { end, evaluated, not_evaluated, source_failed, progress };
 
 struct Call {
-  Kind kind = end;
+  CallKind kind = end;
   std::string object;
   std::string reason;
   std::uint64_t number = 0;  // of bytes, or the kind of a failure
@@ -23,12 +23,12 @@ struct Call {
 // Empty when it is not well-formed.
 std::optional<Call> read_call(PacketReader& reader) {
   Call call;
-  call.kind = static_cast<Kind>(reader.number(progress));
-  if (call.kind == progress || call.kind == failure) call.number = reader.number();
-  if (call.kind == result || call.kind == not_evaluated || call.kind == failure)
+  call.kind = static_cast<CallKind>(reader.number(progress));
+  if (call.kind == progress || call.kind == source_failed) call.number = reader.number();
+  if (call.kind == evaluated || call.kind == not_evaluated || call.kind == source_failed)
     call.object = reader.text();
-  if (call.kind == not_evaluated || call.kind == failure) call.reason = reader.text();
-  if (call.kind == result) {
+  if (call.kind == not_evaluated || call.kind == source_failed) call.reason = reader.text();
+  if (call.kind == evaluated) {
     auto answer = Delivery::decode(reader.text());
     if (!answer) return std::nullopt;
     call.evaluation = std::move(answer->evaluation);
@@ -39,11 +39,11 @@ std::optional<Call> read_call(PacketReader& reader) {
 
 void make(const Call& call, Observer& observer) {
   switch (call.kind) {
-    case result:
+    case evaluated:
       return observer.on_result(call.object, call.evaluation);
     case not_evaluated:
       return observer.on_not_evaluated(call.object, call.reason);
-    case failure:
+    case source_failed:
       return observer.on_failure(
           {call.object, static_cast<SourceFailure::Kind>(call.number), call.reason});
     case progress:
@@ -56,7 +56,7 @@ void make(const Call& call, Observer& observer) {
 }  // namespace
 
 void CallRecorder::on_result(const std::string& name, const Delivery::Evaluation& evaluation) {
-  writer_.number(result);
+  writer_.number(evaluated);
   writer_.text(name);
   Delivery::Answer answer;
   answer.evaluation = evaluation;
@@ -71,7 +71,7 @@ void CallRecorder::on_not_evaluated(const std::string& name, const std::string& 
 
 void CallRecorder::on_failure(const SourceFailure& failed) {
   has_failure_ = true;
-  writer_.number(failure);
+  writer_.number(source_failed);
   writer_.number(static_cast<std::uint64_t>(failed.kind));
   writer_.text(failed.object);
   writer_.text(failed.reason);

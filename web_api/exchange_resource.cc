@@ -28,7 +28,7 @@ const struct Form {
              {"xml", ExportForm::xml, "application/xml"},
              {"sieve", ExportForm::sieve, "application/sieve"}};
 
-Http::Response wrong_parameter(const std::string& name, const std::string& reason) {
+Http::Response refused_parameter(const std::string& name, const std::string& reason) {
   return Http::problem(400, "the parameter " + name + ' ' + reason, {{"", name, reason}});
 }
 
@@ -50,15 +50,15 @@ std::optional<Http::Response> read_terms(const Call& call, const std::string& te
   const std::string from = parameter(call, "from");
   const auto format = from.empty() ? Importing::guess_format(text) : Importing::format_of(from);
   if (!format && from.empty())
-    return wrong_parameter("from", "is needed: the format can't be told from the text");
-  if (!format) return wrong_parameter("from", "names no format");
+    return refused_parameter("from", "is needed: the format can't be told from the text");
+  if (!format) return refused_parameter("from", "names no format");
   const std::string mode = parameter(call, "mode");
   if (!mode.empty() && mode != "replace" && mode != "append")
-    return wrong_parameter("mode", "must be replace or append");
+    return refused_parameter("mode", "must be replace or append");
   const auto dry_run = flag_of(call, "dry_run");
-  if (!dry_run) return wrong_parameter("dry_run", "must be true or false");
+  if (!dry_run) return refused_parameter("dry_run", "must be true or false");
   const auto accept_loss = flag_of(call, "accept_loss");
-  if (!accept_loss) return wrong_parameter("accept_loss", "must be true or false");
+  if (!accept_loss) return refused_parameter("accept_loss", "must be true or false");
   terms = {*format, Earlier::unstated, *dry_run, *accept_loss};
   if (!mode.empty()) terms.earlier = mode == "replace" ? Earlier::replaced : Earlier::kept;
   return std::nullopt;
@@ -114,7 +114,7 @@ Http::Response export_filters(const Call& call) {
   const std::string word = call.query.empty() ? "json" : parameter(call, "form");
   const auto form = std::find_if(std::begin(forms), std::end(forms),
                                  [&word](const Form& each) { return each.word == word; });
-  if (form == std::end(forms)) return wrong_parameter("form", "must be json, xml or sieve");
+  if (form == std::end(forms)) return refused_parameter("form", "must be json, xml or sieve");
   return with_rules(call, [form](const OpenRules& open) -> Http::Response {
     std::string text;
     Refusal refusal = open.rules.check_loss();  // a copy of a part would pass for one of all

@@ -88,7 +88,7 @@ Wish read_wish(const Call& call, Mistakes& mistakes) {
 }
 
 // A refusal that is about a place in the body.
-Refusal not_valid(const std::string& pointer, const std::string& reason) {
+Refusal not_previewed(const std::string& pointer, const std::string& reason) {
   return {Kind::wrong_rule, pointer, reason};
 }
 
@@ -98,7 +98,8 @@ Refusal put_new(const Wish& wish, RulesTransaction& rules) {
 }
 
 Refusal put_in_place(const Wish& wish, RulesTransaction& rules) {
-  if (const Refusal refusal = rules.check_filter(wish.id)) return not_valid("/id", refusal.reason);
+  if (const Refusal refusal = rules.check_filter(wish.id))
+    return not_previewed("/id", refusal.reason);
   auto& list = *rules.filters().filters;
   wish.filter->id = wish.id;
   *list.__find_filter(wish.id) = wish.filter;
@@ -110,14 +111,14 @@ Refusal put_in_place(const Wish& wish, RulesTransaction& rules) {
 Refusal put(const Wish& wish, RulesTransaction& rules) {
   if (wish.before != 0)
     if (const Refusal refusal = rules.check_filter(wish.before))
-      return not_valid("/before", refusal.reason);
+      return not_previewed("/before", refusal.reason);
   if (const Refusal refusal = wish.id == 0 ? put_new(wish, rules) : put_in_place(wish, rules))
     return refusal;
   const std::size_t bytes = Administration::script_text(rules.filters().filters, true).size();
   if (bytes <= script_limit) return {};
-  return not_valid("/filter", "with it the filters make a script of " + std::to_string(bytes) +
-                                  " bytes, of which only " + std::to_string(script_limit) +
-                                  " would be read");
+  return not_previewed("/filter", "with it the filters make a script of " + std::to_string(bytes) +
+                                      " bytes, of which only " + std::to_string(script_limit) +
+                                      " would be read");
 }
 
 std::string packed(const Question& question) {

@@ -22,7 +22,7 @@ struct Row {
 
 const Row failure = {Kind::none, 500, "failure", "The server can't do this now"};
 
-const Row rows[] = {
+const Row statuses[] = {
     {Kind::no_address, 404, "no-such-user", "There is no such user"},
     {Kind::no_such_user, 404, "no-such-user", "There is no such user"},
     {Kind::no_such_filter, 404, "no-such-filter", "There is no such filter"},
@@ -65,9 +65,9 @@ const Row rows[] = {
 const char patience_of_clients[] = "2";
 
 const Row& row_of(Kind kind) {
-  const auto row = std::find_if(std::begin(rows), std::end(rows),
+  const auto row = std::find_if(std::begin(statuses), std::end(statuses),
                                 [kind](const Row& each) { return each.kind == kind; });
-  return row == std::end(rows) ? failure : *row;
+  return row == std::end(statuses) ? failure : *row;
 }
 
 }  // namespace

@@ -16,7 +16,7 @@
 namespace Quarrow::WebServer {
 namespace {
 
-constexpr int own_socket = 3;
+constexpr int broker_socket = 3;
 
 constexpr std::uint64_t memory_of_a_worker = std::uint64_t{256} << 20U;
 
@@ -25,10 +25,10 @@ constexpr std::uint64_t memory_of_a_worker = std::uint64_t{256} << 20U;
   // The server tells its workers to stop, and the broker stops after them.
   for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGUSR1, SIGPIPE})
     (void)std::signal(signal, SIG_IGN);
-  const bool is_kept = socket == own_socket || dup2(socket, own_socket) == own_socket;
-  if (!is_kept || close_range(own_socket + 1, ~0U, 0) != 0) _exit(1);
+  const bool is_kept = socket == broker_socket || dup2(socket, broker_socket) == broker_socket;
+  if (!is_kept || close_range(broker_socket + 1, ~0U, 0) != 0) _exit(1);
   try {
-    serve(own_socket);
+    serve(broker_socket);
   } catch (const std::exception& error) {
     Server::log_error(error.what());
     _exit(1);

@@ -12,7 +12,7 @@ namespace Quarrow::Command {
 namespace {
 
 using Form = MatchReport::Form;
-using Kind = Trial::SourceFailure::Kind;
+using FailureKind = Trial::SourceFailure::Kind;
 
 Delivery::Evaluation evaluation(int error) {
   Delivery::Evaluation made;
@@ -76,15 +76,16 @@ TEST_F(MatchReportTest, PrintsJsonWithoutATable) {
 
 TEST_F(MatchReportTest, ComplainsAboutSourcesAndMessages) {
   MatchReport report(Form::json, 1, EX_OK);
-  report.on_failure({"a", Kind::empty, "an empty file"});
+  report.on_failure({"a", FailureKind::empty, "an empty file"});
   report.on_not_evaluated("b", "timed out");
   EXPECT_EQ("quarrow: a: an empty file\nquarrow: b: not evaluated: timed out\n",
             printed().complaints);
 }
 
 TEST_F(MatchReportTest, HasAStatusForEachKindOfFailure) {
-  EXPECT_EQ(EX_NOINPUT, complain({"a", Kind::cannot_read, "x"}));
-  for (const Kind kind : {Kind::not_a_maildir, Kind::empty, Kind::too_long})
+  EXPECT_EQ(EX_NOINPUT, complain({"a", FailureKind::cannot_read, "x"}));
+  for (const FailureKind kind :
+       {FailureKind::not_a_maildir, FailureKind::empty, FailureKind::too_long})
     EXPECT_EQ(EX_DATAERR, complain({"a", kind, "x"}));
 }
 
@@ -93,12 +94,12 @@ TEST_F(MatchReportTest, EndsWithTheStatusOfTheLastFailure) {
   before.on_result("a", evaluation(SieveMatchResult::NONE));
   EXPECT_EQ(EX_NOINPUT, before.finish({}));
   MatchReport error_last(Form::json, 1, EX_OK);
-  error_last.on_failure({"a", Kind::cannot_read, "x"});
+  error_last.on_failure({"a", FailureKind::cannot_read, "x"});
   error_last.on_result("b", evaluation(SieveMatchResult::PARSE_ADDRESS));
   EXPECT_EQ(EX_DATAERR, error_last.finish({}));
   MatchReport source_last(Form::json, 1, EX_OK);
   source_last.on_result("b", evaluation(SieveMatchResult::PARSE_ADDRESS));
-  source_last.on_failure({"a", Kind::cannot_read, "x"});
+  source_last.on_failure({"a", FailureKind::cannot_read, "x"});
   EXPECT_EQ(EX_NOINPUT, source_last.finish({}));
 }
 
@@ -107,7 +108,7 @@ TEST_F(MatchReportTest, AsksForAnotherTryWhenNotAllWasEvaluated) {
   Trial::RunResult result;
   result.tally.add_not_evaluated();
   report.on_not_evaluated("a", "timed out");
-  report.on_failure({"b", Kind::cannot_read, "x"});
+  report.on_failure({"b", FailureKind::cannot_read, "x"});
   EXPECT_EQ(EX_TEMPFAIL, report.finish(result));
 }
 

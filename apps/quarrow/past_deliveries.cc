@@ -80,7 +80,7 @@ std::string past_rules_text(const PastDelivery& delivery) {
                                                        : "; the rules are the same now");
 }
 
-std::string shown(const std::string& text) { return printable(shortened(text)); }
+std::string shown_text(const std::string& text) { return printable(shortened(text)); }
 
 }  // namespace
 
@@ -125,10 +125,10 @@ std::string past_deliveries_text(const std::vector<PastDelivery>& deliveries) {
   for (const PastDelivery& delivery : deliveries) {
     const JournalRecord& record = delivery.record;
     out << "delivery of "
-        << (delivery.logged.empty() ? time_text(record.time) : shown(delivery.logged)) << '\n'
-        << "  rule: " << (record.rule.empty() ? "none" : shown(record.rule)) << '\n'
+        << (delivery.logged.empty() ? time_text(record.time) : shown_text(delivery.logged)) << '\n'
+        << "  rule: " << (record.rule.empty() ? "none" : shown_text(record.rule)) << '\n'
         << "  place: " << printable(Delivery::past_place_text(record)) << '\n'
-        << "  rules: " << shown(past_rules_text(delivery)) << '\n';
+        << "  rules: " << shown_text(past_rules_text(delivery)) << '\n';
   }
   return out.str();
 }

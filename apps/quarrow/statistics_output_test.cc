@@ -81,9 +81,9 @@ TEST(StatisticsPage, ShowsRulesAndFoldersAndNeedsNothingElse) {
 }
 
 TEST(StatisticsPage, MayBeAboutNoMailAtAll) {
-  Statistics none;
-  none.rules = {rule("Lists", 0, 0)};
-  const std::string page = statistics_page(none, "a@b");
+  Statistics nothing;
+  nothing.rules = {rule("Lists", 0, 0)};
+  const std::string page = statistics_page(nothing, "a@b");
   EXPECT_TRUE(contains(page, "<td>Lists"));
   EXPECT_FALSE(contains(page, "nan"));
 }

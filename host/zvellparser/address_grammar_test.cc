@@ -16,7 +16,7 @@ const char* const well_formed_headers[] = {
     "",
     "  ",
     "word",
-    "\"a few words\"",
+    "\"a few atom_cases\"",
     "bob@example.org",
     "<bob@example.org>",
     "Bob <bob@example.org>",
@@ -41,7 +41,7 @@ TEST(AddressGrammar, ReadsWellFormedHeaders) {
 }
 
 const char* const malformed_headers[] = {
-    "two words",
+    "two atom_cases",
     "<>",
     "<bob>",
     "\"\"",
@@ -123,11 +123,12 @@ TEST(AddressGrammar, CostsMuchWhereManyPiecesAreJoined) {
 const struct {
   const char* word;
   bool want;
-} words[] = {{"a", true},    {"a-b_c'd", true}, {"\xc3\xb6", true}, {"\x01", true}, {"", false},
-             {"a b", false}, {"a.b", false},    {"a\\", false},     {"\"", false},  {"\n", false}};
+} atom_cases[] = {{"a", true},   {"a-b_c'd", true}, {"\xc3\xb6", true}, {"\x01", true},
+                  {"", false},   {"a b", false},    {"a.b", false},     {"a\\", false},
+                  {"\"", false}, {"\n", false}};
 
 TEST(AddressGrammar, KnowsAtoms) {
-  for (const auto& c : words) EXPECT_EQ(c.want, is_atom(c.word)) << "word: " << c.word;
+  for (const auto& c : atom_cases) EXPECT_EQ(c.want, is_atom(c.word)) << "word: " << c.word;
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 
 namespace {
 
-struct Case {
+struct TextCase {
   std::string text;
   std::string want;
 };
@@ -18,8 +18,8 @@ std::string decode(const std::string& text, const ZVLStaticCharSetFallbacks* fal
   return {result.data(), result.size()};
 }
 
-void expect_decoded(const std::vector<Case>& cases) {
-  for (const Case& c : cases) EXPECT_EQ(c.want, decode(c.text)) << c.text;
+void expect_decoded(const std::vector<TextCase>& cases) {
+  for (const TextCase& c : cases) EXPECT_EQ(c.want, decode(c.text)) << c.text;
 }
 
 const std::string plain_texts[] = {"",

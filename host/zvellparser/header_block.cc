@@ -9,7 +9,7 @@
 namespace zvellparser {
 namespace {
 
-constexpr std::string_view blanks = " \t";
+constexpr std::string_view blanks_in_line = " \t";
 constexpr std::string_view around_value(" \t\r\0", 4);  // NULs go away: the bytes around them count
 
 bool is_name_byte(char c) { return c > ' ' && c < '\x7f'; }  // RFC 5322, section 3.6.8
@@ -18,8 +18,8 @@ bool is_name_byte(char c) { return c > ' ' && c < '\x7f'; }  // RFC 5322, sectio
 // are obsolete syntax that still occurs (RFC 5322, section 4.5).
 std::string_view name_of(std::string_view line) {
   const std::string_view name =
-      line.substr(0, std::min(line.find(':'), line.find_first_of(blanks)));
-  const auto colon = line.find_first_not_of(blanks, name.size());
+      line.substr(0, std::min(line.find(':'), line.find_first_of(blanks_in_line)));
+  const auto colon = line.find_first_not_of(blanks_in_line, name.size());
   if (colon == std::string_view::npos || line[colon] != ':') return {};
   return std::all_of(name.begin(), name.end(), is_name_byte) ? name : std::string_view();
 }
@@ -32,11 +32,11 @@ std::string_view take_line(std::string_view* rest) {
   return line;
 }
 
-// Continues the header at the end of `lines`. A fold, with all blanks around the line end, stands
-// for one blank (RFC 5322, section 3.2.2).
+// Continues the header at the end of `lines`. A fold, with all blanks_in_line around the line end,
+// stands for one blank (RFC 5322, section 3.2.2).
 void append_folded(std::string_view line, std::string* lines) {
-  lines->erase(lines->find_last_not_of(blanks) + 1);
-  line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
+  lines->erase(lines->find_last_not_of(blanks_in_line) + 1);
+  line.remove_prefix(std::min(line.find_first_not_of(blanks_in_line), line.size()));
   lines->append(1, ' ').append(line);
 }
 
@@ -61,7 +61,7 @@ std::string read_header_block(const char* data, std::size_t length) {
   while (!rest.empty()) {
     const std::string_view line = take_line(&rest);
     if (line.empty()) break;
-    if (blanks.find(line.front()) != std::string_view::npos) {
+    if (blanks_in_line.find(line.front()) != std::string_view::npos) {
       if (value != 0) append_folded(line, &lines);
       continue;
     }

@@ -9,13 +9,13 @@ std::string read(const std::string& message) {
   return zvellparser::read_header_block(message.data(), message.size());
 }
 
-struct Case {
+struct BlockCase {
   std::string message;
   std::string want;
 };
 
-void expect_read(const std::vector<Case>& cases) {
-  for (const Case& c : cases) EXPECT_EQ(c.want, read(c.message)) << c.message;
+void expect_read(const std::vector<BlockCase>& cases) {
+  for (const BlockCase& c : cases) EXPECT_EQ(c.want, read(c.message)) << c.message;
 }
 
 TEST(HeaderBlock, EndsAtTheFirstEmptyLine) {
