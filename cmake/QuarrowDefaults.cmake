@@ -66,6 +66,30 @@ function(quarrow_add_objects target)
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
 endfunction()
 
+# Has ccache see what precompiled headers hold.
+function(quarrow_let_cache_precompiled target)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
+    target_compile_options(${target} PRIVATE "SHELL:-Xclang -fno-pch-timestamp")
+  else()
+    target_compile_options(${target} PRIVATE -fpch-preprocess)
+  endif()
+endfunction()
+
+# Has the compiler take sources of the target together, as continuous integration does to save time:
+# they share the headers' templates. So names in unnamed namespaces differ within such a folder. Not
+# for a library of which programs need a part: they would get, and load, all of it.
+option(QUARROW_COMPILE_TOGETHER "Compile sources of a folder together" OFF)
+function(quarrow_compile_together target)
+  set_target_properties(${target} PROPERTIES
+    UNITY_BUILD ${QUARROW_COMPILE_TOGETHER} UNITY_BUILD_BATCH_SIZE 16)
+endfunction()
+
+# Headers that take most of the time in which the target's sources are compiled.
+function(quarrow_precompile_headers target)
+  target_precompile_headers(${target} PRIVATE ${ARGN})
+  quarrow_let_cache_precompiled(${target})
+endfunction()
+
 # Has the tests share compiled headers, those that most of them include. The first program of tests
 # makes them. The preset dev goes without, and so finds a test that lacks an include.
 function(quarrow_precompile_test_headers name)
@@ -77,7 +101,7 @@ function(quarrow_precompile_test_headers name)
       <gtest/gtest.h> <boost/shared_ptr.hpp> <filesystem> <fstream>)
     set_property(GLOBAL PROPERTY quarrow_first_tests ${name})
   endif()
-  target_compile_options(${name} PRIVATE -fpch-preprocess)  # for ccache
+  quarrow_let_cache_precompiled(${name})
 endfunction()
 
 # A program of unit tests: quarrow_add_unit_tests(NAME SOURCES a_test.cc ... LIBRARIES lib ...).
@@ -94,6 +118,7 @@ function(quarrow_add_unit_tests name)
   # them, and does not shorten their run.
   target_compile_options(${name} PRIVATE -O0)
   quarrow_precompile_test_headers(${name})
+  quarrow_compile_together(${name})
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
 endfunction()
 
