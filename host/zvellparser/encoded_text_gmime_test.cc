@@ -85,14 +85,25 @@ std::string text_of(const std::vector<std::string>& parts, std::size_t most) {
 }
 
 // The C library loads and unloads the code of a charset for each converter, unless another is open.
-void keep_charsets_loaded() {
-  for (const char* const charset :
-       {"CP1252", "GBK", "ISO-2022-JP", "ISO-8859-1", "ISO-8859-15", "KOI8-R", "UTF-16", "UTF-7"})
-    ASSERT_NE(reinterpret_cast<iconv_t>(-1), iconv_open("UTF-8", charset));
-}
+class LoadedCharsets {
+ public:
+  LoadedCharsets() {
+    for (const char* const charset :
+         {"CP1252", "GBK", "ISO-2022-JP", "ISO-8859-1", "ISO-8859-15", "KOI8-R", "UTF-16", "UTF-7"})
+      converters_.push_back(iconv_open("UTF-8", charset));
+  }
+  ~LoadedCharsets() {
+    for (const iconv_t converter : converters_) (void)iconv_close(converter);
+  }
+  LoadedCharsets(const LoadedCharsets&) = delete;
+  LoadedCharsets& operator=(const LoadedCharsets&) = delete;
+
+ private:
+  std::vector<iconv_t> converters_;
+};
 
 void expect_same(const std::vector<std::string>& parts) {
-  keep_charsets_loaded();
+  const LoadedCharsets loaded;
   for (std::size_t i = 0; i < texts_of_a_kind; ++i) {
     const std::string text = text_of(parts, i % 2 == 0 ? 6 : 24);
     ASSERT_EQ(decode_header_text(text, {}), decoded_whole(text, {}))
