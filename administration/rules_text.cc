@@ -6,8 +6,10 @@
 #include <unistd.h>
 
 #include <memory>
+#include <new>
 #include <sstream>
 
+#include "administration/script_folders.h"
 #include "delivery/execution_form.h"
 #include "message_filters/filter_list_xml.h"
 #include "message_filters/sieve_script.h"
@@ -27,6 +29,11 @@ bool begins_with(const std::string& text, const std::string& beginning) {
 class MemoryText : public std::ostringstream {
  public:
   MemoryText() { exceptions(std::ios::badbit); }
+};
+
+class FolderWithoutName : public std::bad_alloc {
+ public:
+  const char* what() const noexcept override { return "memory is short for a folder's name"; }
 };
 
 // Keeps standard error quiet for its lifetime.
@@ -59,7 +66,9 @@ std::string document_text(const boost::shared_ptr<FilterList__>& list) {
 
 std::string script_text(const boost::shared_ptr<FilterList__>& list, bool include_disabled) {
   MemoryText text;
-  return write_script(list, include_disabled, text) ? text.str() : "";
+  if (!write_script(list, include_disabled, text)) return "";
+  if (!names_all_folders(text.str(), *list, include_disabled)) throw FolderWithoutName();
+  return text.str();
 }
 
 boost::shared_ptr<FilterList__> list_of(const std::string& document) {

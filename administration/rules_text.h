@@ -16,7 +16,7 @@ namespace Quarrow::Administration {
 std::string document_text(const boost::shared_ptr<MessageFilters::FilterList__>& list);
 
 // The script of the enabled filters of a list, or of all. Empty when a filter that is in it is not
-// valid.
+// valid. Throws std::bad_alloc where memory is short for the name of a folder.
 std::string script_text(const boost::shared_ptr<MessageFilters::FilterList__>& list,
                         bool include_disabled);
 

@@ -9,7 +9,8 @@ lines, with 1 to 10,000 addresses in one header, and about 1 to 100,000 messages
 given, is the most). The sizes are measured in turns, and the time for an empty folder is taken off.
 Printed are the CPU milliseconds of the whole run, and the exponent between the last two sizes: 1
 where twice the size takes twice the time, 2 where it takes four times. Small sizes take less time
-than the start of a process varies.
+than the start of a process varies. Then come messages with an address header of 1 MB, a line for
+each kind of it.
 """
 import json
 import math
@@ -19,6 +20,7 @@ import statistics
 import subprocess
 import sys
 
+import address_headers
 import figures
 import peers
 
@@ -29,32 +31,48 @@ HEADER = "From: sender@example.net\nTo: user@example.org\nSubject: A message\n"
 TEXT = HEADER + "\nA line of text.\n"
 IN_SUBJECT = {"type": "string", "field": "subject", "value": "word{0} offer"}
 IN_ADDRESSES = {"type": "address", "field": "to", "value": "person{0}x@example.net"}
+OF_RECIPIENTS = [("address", "to", "contains"), ("address", "to_cc", "is"),
+                 ("address", "from_to_cc", "contains"), ("string", "to", "contains"),
+                 ("string", "to", "begin_with")]
+MOST_FOR_A_MEGABYTE = 1000  # CPU ms
 
 
-def filter_of(test, number, count):
-    values = [test["value"].format(f"{number}x{each}") for each in range(count)]
+def filter_of(tests, number):
     return {"id": number + 1, "enabled": True, "name": f"Rule {number}", "relation": "anyof",
-            "tests": [{**test, "value": value, "comparator": "contains", "negative": False,
-                       "match_case": False} for value in values],
+            "tests": [{"comparator": "contains", "negative": False, "match_case": False, **test}
+                      for test in tests],
             "actions": [{"method": "move", "target": f"Folder{number}"}]}
 
 
-def script(quarrow, test, count):
-    """The script of a new user whose filters have so many tests, none of which is true."""
-    user = f"{test['type']}{count}"
+def script(quarrow, user, filters):
+    """The script of a new user with these filters."""
     quarrow.run("user", "add", f"{user}@{peers.DOMAIN}")
     rules = quarrow.root / "rules.json"
-    rules.write_text(json.dumps([
-        filter_of(test, number, min(count, TESTS_OF_FILTER))
-        for number in range(max(1, count // TESTS_OF_FILTER))]))
+    rules.write_text(json.dumps(filters))
     quarrow.run("import", f"{user}@{peers.DOMAIN}", rules, "--replace")
     return quarrow.script(user)
+
+
+def script_of(quarrow, test, count):
+    """The script of filters that have so many tests, none of which is true."""
+    return script(quarrow, f"{test['type']}{count}", [
+        filter_of([{**test, "value": test["value"].format(f"{number}x{each}")}
+                   for each in range(min(count, TESTS_OF_FILTER))], number)
+        for number in range(max(1, count // TESTS_OF_FILTER))])
+
+
+def script_of_recipients(quarrow):
+    """The script of twenty filters about recipients, none of which is true."""
+    return script(quarrow, "recipients", [
+        filter_of([{"type": kind, "field": field, "comparator": comparator,
+                    "value": f"person{number}x@example.com"}], number)
+        for number, (kind, field, comparator) in enumerate(OF_RECIPIENTS * 4)])
 
 
 def messages(folder, texts):
     folder.mkdir()
     for number, text in enumerate(texts):
-        (folder / str(number)).write_text(text)
+        (folder / str(number)).write_bytes(text if isinstance(text, bytes) else text.encode())
     return folder
 
 
@@ -72,9 +90,10 @@ def curves(quarrow, folder, most_messages):
     """(what grows, [(size, script, folder of messages)]) for each curve."""
     # some copies, so that there is enough to measure
     small = messages(folder / "small", [TEXT] * 100)
-    yield "tests", [(count, script(quarrow, IN_SUBJECT, count), small)
+    yield "tests", [(count, script_of(quarrow, IN_SUBJECT, count), small)
                     for count in (1, 10, 100, 500)]
-    twenty, addresses = script(quarrow, IN_SUBJECT, 20), script(quarrow, IN_ADDRESSES, 20)
+    twenty = script_of(quarrow, IN_SUBJECT, 20)
+    addresses = script_of(quarrow, IN_ADDRESSES, 20)
     yield "header bytes", [
         (size, twenty, messages(folder / f"bytes{size}", [with_header_bytes(size)] * 10))
         for size in (1000, 10000, 100000, 1000000)]
@@ -101,6 +120,16 @@ def exponent(points):
     return math.log(more_spent / max(spent, 0.01)) / math.log(more_size / size)
 
 
+def measure_megabytes(program, quarrow, folder):
+    topic = "deciding about an address header of 1 MB, by 20 filters"
+    print(f"\n{topic}")
+    recipients = script_of_recipients(quarrow)
+    for number, (kind, header) in enumerate(address_headers.KINDS.items()):
+        mail = messages(folder / f"megabyte{number}", [b"To: " + header() + b"\n\nText.\n"])
+        values = [cpu_milliseconds(program, recipients, mail) for _ in range(ROUNDS)]
+        figures.show(topic, kind, values, "CPU ms", at_most=MOST_FOR_A_MEGABYTE)
+
+
 def measure(program, topic, sizes, nothing):
     print(f"\n{topic}")
     spent = {size: [] for size, _, _ in sizes}
@@ -125,6 +154,7 @@ def main(arguments):
         nothing = messages(folder / "nothing", [])
         for what, sizes in curves(quarrow, folder, most_messages):
             measure(program, f"deciding, by number of {what}", sizes, nothing)
+        measure_megabytes(program, quarrow, folder)
 
 
 if __name__ == "__main__":

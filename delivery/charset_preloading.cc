@@ -26,6 +26,9 @@ const std::vector<const char*> mail_charsets = {
     "UHC",         "TCVN",          "VISCII",      "ARMSCII-8",   "GEORGIAN-PS", "GEORGIAN-ACADEMY",
     "UTF-7",       "RK1048"};
 
+// Raw text is read as this where it is no UTF-8, which the C library has built in.
+constexpr const char* raw_charset = "CP1252";
+
 // Decoders read text as one of these when it is not valid in the charset that it names.
 const std::vector<const char*> fallback_charsets = {"ISO-8859-1", "CP1252"};
 
@@ -43,9 +46,12 @@ class Converter {
 };
 
 // The converters stay open: the C library unloads the code of converters that are not used.
-void load_charset(const char* charset) {
+void load_converter(const char* charset) {
   static std::deque<Converter> converters;
   converters.emplace_back(charset);
+}
+
+void decode_word_in(const char* charset) {
   (void)stringToUtf8("=?" + std::string(charset) + "?q?=41=C4?=", nullptr);
 }
 
@@ -82,8 +88,11 @@ const char* known_charset(std::string_view named) {
 
 const std::vector<const char*>& all_charsets() { return mail_charsets; }
 
-std::vector<const char*> charsets_for(std::string_view header) {
-  if (!std::all_of(header.begin(), header.end(), is_plain_byte)) return mail_charsets;
+NeededCharsets charsets_for(std::string_view header) {
+  const bool is_plain = std::all_of(header.begin(), header.end(), is_plain_byte);
+  if (!is_plain && (header.find('\0') != header.npos || header.find("=?") != header.npos))
+    return {mail_charsets, true};
+  if (!is_plain) return {{raw_charset}, false};
   std::vector<const char*> needed;
   int words = 0;
   for (std::size_t at = 0; (at = header.find("=?")) != header.npos;) {
@@ -91,14 +100,17 @@ std::vector<const char*> charsets_for(std::string_view header) {
     if (needed.empty()) needed = fallback_charsets;
     const auto named = take_charset(header);
     const char* const known = named ? known_charset(*named) : nullptr;
-    if (known == nullptr || ++words > most_encoded_words) return mail_charsets;
+    if (known == nullptr || ++words > most_encoded_words) return {mail_charsets, true};
     if (std::find(needed.begin(), needed.end(), known) == needed.end()) needed.push_back(known);
   }
-  return needed;
+  return {needed, !needed.empty()};
 }
 
-void load_charsets(const std::vector<const char*>& charsets) {
-  for (const char* const charset : charsets) load_charset(charset);
+void load_charsets(const NeededCharsets& charsets) {
+  for (const char* const charset : charsets.names) {
+    load_converter(charset);
+    if (charsets.in_words) decode_word_in(charset);
+  }
 }
 
 }  // namespace Quarrow::Delivery

@@ -16,14 +16,21 @@ constexpr int most_encoded_words = 1000;
 // process can't decode any other charset, unless the C library has it built in (UTF-16, UTF-32).
 const std::vector<const char*>& all_charsets();
 
-// The charsets that decoding `header` may need, each once: none for a header that is plain ASCII
-// without encoded words (RFC 2047), and all_charsets() where the words do not tell. The names come
-// from our own table, since those in the header are a stranger's. Loads nothing.
-std::vector<const char*> charsets_for(std::string_view header);
+// What decoding may need.
+struct NeededCharsets {
+  std::vector<const char*> names;  // each once
+  bool in_words;                   // encoded words (RFC 2047), which have a decoder of their own
+};
 
-// Loads the converters of `charsets`, which stay loaded until the process ends. A converter that
-// the system does not have is left out.
-void load_charsets(const std::vector<const char*>& charsets);
+// The charsets that decoding `header` may need: none for a header that is plain ASCII without
+// encoded words, that of raw text where it has none of them, and all_charsets() where the words do
+// not tell. The names come from our own table, since those in the header are a stranger's. Loads
+// nothing.
+NeededCharsets charsets_for(std::string_view header);
+
+// Loads the converters of `charsets`, and the decoder of encoded words, which stay loaded until the
+// process ends. A converter that the system does not have is left out.
+void load_charsets(const NeededCharsets& charsets);
 
 }  // namespace Quarrow::Delivery
 

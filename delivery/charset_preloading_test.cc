@@ -1,7 +1,9 @@
 // Headers and the charsets that they need.
 #include "delivery/charset_preloading.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <zvellparser.h>
 
 #include <string>
 
@@ -41,7 +43,8 @@ const std::string not_told[] = {
     "Subject: =??q?=E1?=\n",
     "Subject: =?windows-?q?=E1?=\n",
     "Subject: =?utf-8?q?a?= =?x-none?q?=E1?=\n",
-    "Subject: raw \xe4\n",
+    "Subject: raw \xe4 =?utf-8?q?a?=\n",
+    std::string("Subject: raw \xe4 =\0?koi8-r?q?=D0=D2?=\n", 36),
     std::string("Subject: =\0?koi8-r?q?=D0=D2?=\n", 30),
     "Subject: =?utf-8?q?=?koi8-r?q?x?=\n",
     "Subject: =?koi8-r?q?never ended\n",
@@ -56,12 +59,35 @@ Names names_of(const std::vector<const char*>& charsets) {
 }
 
 TEST(CharsetsFor, AreThoseOfTheEncodedWordsAndTheFallbacks) {
-  for (const auto& c : told) EXPECT_EQ(c.want, names_of(charsets_for(c.header))) << c.header;
+  for (const auto& c : told) {
+    const NeededCharsets needed = charsets_for(c.header);
+    EXPECT_EQ(c.want, names_of(needed.names)) << c.header;
+    EXPECT_EQ(!c.want.empty(), needed.in_words) << c.header;
+  }
+}
+
+TEST(CharsetsFor, IsOneForRawTextWithoutEncodedWords) {
+  for (const char* const header : {"Subject: raw \xe4\n", "From: \xc3\xa4 <a@b> = ?=\n"}) {
+    const NeededCharsets needed = charsets_for(header);
+    EXPECT_EQ(Names{"CP1252"}, names_of(needed.names)) << header;
+    EXPECT_FALSE(needed.in_words) << header;
+  }
 }
 
 TEST(CharsetsFor, AreAllWhereTheHeaderDoesNotTell) {
   for (const std::string& header : not_told)
-    EXPECT_EQ(names_of(all_charsets()), names_of(charsets_for(header))) << header;
+    EXPECT_EQ(names_of(all_charsets()), names_of(charsets_for(header).names)) << header;
+}
+
+bool is_gmime_loaded() { return dlopen("libgmime-3.0.so.0", RTLD_LAZY | RTLD_NOLOAD) != nullptr; }
+
+TEST(LoadCharsets, LoadsNoDecoderOfWordsForRawText) {
+  if (is_gmime_loaded()) GTEST_SKIP() << "another test of this process has loaded it";
+  load_charsets(charsets_for("Subject: raw \xe4\n"));
+  EXPECT_EQ("raw \xc3\xa4", std::string(stringToUtf8("raw \xe4", nullptr).data()));
+  EXPECT_FALSE(is_gmime_loaded());
+  load_charsets(charsets_for("Subject: =?utf-8?q?a?=\n"));
+  EXPECT_TRUE(is_gmime_loaded());
 }
 
 }  // namespace

@@ -196,7 +196,9 @@ const struct {
                  "\xe4\xbd\xa0\xe5\xa5\xbd"},
                 {"=?utf-8?b?w6Q=?= =?koi8-r?b?0NI=?=", "\xc3\xa4\xd0\xbf\xd1\x80"},
                 {std::string("=\0?koi8-r?q?=D0=D2?=", 20), "\xd0\xbf\xd1\x80"},
-                {"raw \xe4", "raw \xc3\xa4"}};
+                {"raw \xe4 =?koi8-r?q?=D0=D2?=", "raw \xc3\xa4 \xd0\xbf\xd1\x80"},
+                {"raw \xe4", "raw \xc3\xa4"},
+                {"raw \xc3\xa4 \x81", "raw \xc3\xa4 ?"}};
 
 // A process that is made for one message loads only the charsets of that message. Each message has
 // a process of its own here, since another message or test may have loaded more.

@@ -52,7 +52,7 @@ bool is_unprepared() {
   return !std::exchange(prepared, true);
 }
 
-void prepare_with(const std::vector<const char*>& charsets) {
+void prepare_with(const NeededCharsets& charsets) {
   tzset();
   load_charsets(charsets);
   (void)execution_form("");  // learns the shape of our scripts
@@ -210,7 +210,7 @@ bool wait_for_order() {
 
 void prepare_for_helpers() {
   if (!is_unprepared()) return;
-  prepare_with(all_charsets());
+  prepare_with({all_charsets(), true});
   evaluate_once();
   (void)system_call_filter();
 }

@@ -4,6 +4,8 @@
 #include <algorithm>
 
 #include "host/zvellparser/gmime_reader.h"
+#include "host/zvellparser/raw_text.h"
+#include "host/zvellparser/text_pieces.h"
 #include "zvellparser.h"
 
 namespace zvellparser {
@@ -19,12 +21,44 @@ bool is_plain(const std::string& text) {
          text.find("=?") == std::string::npos;
 }
 
+std::string without_nuls(std::string text) {
+  text.erase(std::remove(text.begin(), text.end(), '\0'), text.end());
+  return text;
+}
+
+// Whether GMime gives nothing of what follows `words`, which stand for `meaning`: they hold a NUL.
+bool end_the_text(const std::string& words, const std::string& meaning) {
+  return decode_header_text(words + " .", {}) == meaning;
+}
+
+// What decode_header_text(text, {}) gives, in linear time.
+std::string decoded_by_pieces(const std::string& text) {
+  std::string decoded;
+  RawText raw;
+  for (TextPieces pieces(text); !pieces.at_end();) {
+    const TextPiece piece = pieces.next();
+    if (piece.kind == TextPiece::Kind::plain) {
+      decoded += piece.text;
+    } else if (piece.kind == TextPiece::Kind::raw) {
+      decoded += raw.to_utf8(piece.text);
+    } else {
+      const std::string words(piece.text);
+      const std::string meaning = decode_header_text(words, {});
+      decoded += meaning;
+      if (!pieces.at_end() && end_the_text(words, meaning)) break;
+    }
+  }
+  return decoded;
+}
+
 bool continues_character(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
 
 }  // namespace
 
 std::string decoded_whole(const std::string& text, const std::vector<std::string>& charsets) {
-  return is_plain(text) ? text : decode_header_text(text, charsets);
+  if (is_plain(text)) return text;
+  const std::string clean = without_nuls(text);
+  return charsets.empty() ? decoded_by_pieces(clean) : decode_header_text(clean, charsets);
 }
 
 std::string beginning_of(std::string text, std::size_t most) {

@@ -6,7 +6,6 @@
 
 #include <gmime/gmime.h>
 
-#include <algorithm>
 #include <memory>
 
 #include "system/loaded_library.h"
@@ -62,21 +61,15 @@ std::string decode(GMimeParserOptions* options, const std::string& text) {
   return valid.get();
 }
 
-std::string without_nuls(std::string text) {
-  text.erase(std::remove(text.begin(), text.end(), '\0'), text.end());
-  return text;
-}
-
 }  // namespace
 
 std::string decode_header_text(const std::string& text, const std::vector<std::string>& charsets) {
-  const std::string clean = without_nuls(text);
-  const bool encoded = clean.find("=?") != std::string::npos;
-  if (!encoded && gmime().is_utf8(clean.data(), static_cast<gssize>(clean.size()), nullptr))
-    return clean;
-  if (!charsets.empty()) return decode(make_options(charsets).get(), clean);
+  const bool encoded = text.find("=?") != std::string::npos;
+  if (!encoded && gmime().is_utf8(text.data(), static_cast<gssize>(text.size()), nullptr))
+    return text;
+  if (!charsets.empty()) return decode(make_options(charsets).get(), text);
   static const Options builtin = make_options({});
-  return decode(builtin.get(), clean);
+  return decode(builtin.get(), text);
 }
 
 }  // namespace zvellparser

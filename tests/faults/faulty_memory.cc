@@ -1,6 +1,7 @@
 // Stands in front of the C library in a program under test (LD_PRELOAD): one of its allocations
-// fails. MEMORY_CONTROL names a file that the test has mapped, too. A process that drops all shared
-// memory goes on without faults.
+// fails. MEMORY_CONTROL names a file that the test has mapped, too. Where MEMORY_OF is a part of a
+// library's name, only the allocations that this library asks for count. A process that drops all
+// shared memory goes on without faults.
 #include <dlfcn.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
@@ -10,6 +11,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "control_file.h"
@@ -36,16 +38,23 @@ Control*& control() {
   return mapped;
 }
 
+bool is_of(const char* library, const void* code) {
+  Dl_info found{};
+  return dladdr(code, &found) != 0 && std::strstr(found.dli_fname, library) != nullptr;
+}
+
+bool counts(const void* caller) {
+  static const char* const library = std::getenv("MEMORY_OF");
+  return library == nullptr || is_of(library, caller);
+}
+
 // libseccomp, which makes the filter that confines helpers, goes round for ever where memory is
 // short.
-bool is_of_libseccomp(const void* code) {
-  Dl_info found{};
-  return dladdr(code, &found) != 0 && std::strstr(found.dli_fname, "libseccomp") != nullptr;
-}
+bool is_of_libseccomp(const void* code) { return is_of("libseccomp", code); }
 
 // Whether the allocation that `caller` asks for fails.
 bool fails(const void* caller) {
-  if (control() == nullptr) return false;
+  if (control() == nullptr || !counts(caller)) return false;
   const std::uint64_t number = ++control()->allocations;
   if (number < control()->first || number > control()->last) return false;
   if (is_of_libseccomp(caller)) return false;

@@ -29,20 +29,20 @@ def sample(count, first, others):
     return [*range(1, min(count, first) + 1), *range(first + 1, count + 1, step)]
 
 
-def memory_of(folder):
-    return FaultyMemory(library("faulty_memory"), folder / "memory")
+def memory_of(folder, asking=""):
+    return FaultyMemory(library("faulty_memory"), folder / "memory", asking)
 
 
 class ShortRoot(Root):
     """A root for commands that are short of memory."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, asking=""):
         super().__init__(folder)
-        self.memory = memory_of(folder)
+        self.memory = memory_of(folder, asking)
 
-    def attempt(self, operation, template, number=0):
+    def attempt(self, operation, template, number=0, last=0):
         self.fill(template)
-        self.memory.arm(number)
+        self.memory.arm(number, last)
         result = run(self.root, *arguments_of(operation, self.root), message=operation.message,
                      environment=self.memory.environment())
         return operations.Ending(result.returncode, result.stderr)
@@ -77,6 +77,30 @@ class Memory(unittest.TestCase):
         self.assertFalse(any(found), "\n".join(what for each in found for what in each))
         if operation not in operations.APPLICATIONS:  # where libraries that parse mail end it
             self.assert_orderly(numbers, endings)
+
+    def test_a_folder_has_its_name_or_the_rules_stay(self):
+        """ICU, which writes the names, gives an empty one where memory is short for it."""
+        sandboxes = Sandboxes(lambda folder: ShortRoot(folder, asking="libicuuc"))
+        self.addCleanup(sandboxes.close)
+        operation = operations.COMMITS[1]
+        with prepared(operation) as template:
+            sandbox = sandboxes.sandbox()
+            sandbox.fill(template)
+            old = operation.judge.state(sandbox.root)
+            self.assertEqual(0, sandbox.attempt(operation, template).status)
+            count = sandbox.memory.count()
+            new = operation.judge.state(sandbox.root)
+
+            def look(sandbox, numbers):
+                ending = sandbox.attempt(operation, template, *numbers)
+                return ending, [f"allocations {numbers}: {what}" for what in
+                                operation.judge.faults(sandbox.root, ending, old, new)]
+
+            endings, found = zip(*sandboxes.each(look, [
+                (number, last) for number in range(1, count + 1) for last in (number, ALL)]))
+        self.assertFalse(any(found), found)
+        self.assertTrue(any(b"memory is short for a folder's name" in ending.complaint
+                            for ending in endings), endings)
 
     def assert_orderly(self, numbers, endings):
         """Only what the program has before its first line may end it by a signal."""

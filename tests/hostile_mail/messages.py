@@ -39,6 +39,10 @@ def headers():
               subject=b"Hostile " + b"=?utf-8?q?=C3=A4?= " * (MEGABYTE // 19))
     yield row("a subject of 1 MB of encoded words in another charset",
               subject=b"Hostile " + b"=?koi8-r?q?=D0?= " * (MEGABYTE // 17))
+    yield row("a subject of 1 MB of encoded words that nothing closes",
+              subject=b"Hostile " + b"=?utf-8?q?x" * (MEGABYTE // 11))
+    yield row("a subject of 1 MB of words in no known charset",
+              subject=b"Hostile " + b"\x81 " * half)
     yield row("a subject of one encoded word of 1 MB",
               subject=b"Hostile =?utf-8?b?" + b"w6TDpMOk" * (MEGABYTE // 8) + b"?=")
     yield row("a subject of 1 MB of blank lines", subject=b"Hostile" + b"\n " * half + b"x")
@@ -74,6 +78,10 @@ def addresses():
               header=field(b"From", b"<" + b"@x," * (SLOW // 3) + b"@x:x@example.net>"))
     yield row("a name of 1 MB of encoded words",
               header=field(b"From", b"=?utf-8?q?x?= " * (MEGABYTE // 14) + b"<x@example.net>"))
+    yield row("a name of 1 MB of encoded words that nothing closes",
+              header=field(b"From", b"=?utf-8?q?x" * (MEGABYTE // 11) + b" <x@example.net>"))
+    yield row("a name of 1 MB of words in no known charset",
+              header=field(b"From", b"\x81 " * half + b"<x@example.net>"))
 
 
 def bodies():

@@ -99,6 +99,7 @@ constexpr HostileAddress hostile_addresses[] = {
     {"", "\xe4", " <a@b>"},
     {"", "\xe4 ", "<a@b>"},
     {"", "\xc3\xa4 ", "<a@b>"},
+    {"", "\x81 ", "<a@b>"},
     {"", "\x80.", "x@b"},
     {"a@", "\xc3\xa4.", "x"},
     {"", "=?utf-8?q?x?= ", "<a@b>"},
@@ -115,6 +116,9 @@ constexpr HostileAddress hostile_addresses[] = {
     {"", "=?", " <a@b>"},
     {"", "=?x", " <a@b>"},
     {"", "=?utf-8?q?", "<a@b>"},
+    {"", "=?utf-8?q?x", "<a@b>"},
+    {"", "=?utf-8?q?\xe4 ", "<a@b>"},
+    {"", "=?x?q?=ff?= x ", "<a@b>"},
 };
 
 // A header of `length` bytes, give or take a piece, at least one of them.
