@@ -65,7 +65,7 @@ void evaluate_once() {
 }
 
 bool use_dev_null() {
-  const int null = open("/dev/null", O_RDWR);
+  const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
   if (null < 0) return false;
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
     if (dup2(null, fd) < 0) return false;
