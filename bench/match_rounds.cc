@@ -6,7 +6,6 @@
 // or Match, or in their execution form through Match. Printed is the number of messages.
 
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
 #include "bench/match_subjects.h"
@@ -36,8 +35,8 @@ int main(int argc, char** argv) {
     return 64;
   }
   const std::string what = argv[1];
-  const int rules = std::atoi(argv[2]);
-  const int rounds = std::atoi(argv[3]);
+  const int rules = std::stoi(argv[2]);
+  const int rounds = std::stoi(argv[3]);
   if (what == "bare") run_bare(rules, rounds);
   if (what == "stored") run_match(*compile(rules).matcher, rounds);
   if (what == "form") run_match(*compile_execution_form(rules).matcher, rounds);

@@ -65,7 +65,7 @@ void evaluate_once() {
 }
 
 bool use_dev_null() {
-  const int null = open("/dev/null", O_RDWR);
+  const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
   if (null < 0) return false;
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
     if (dup2(null, fd) < 0) return false;
@@ -102,6 +102,7 @@ bool drop_shared_memory() {
     std::uintptr_t start = 0;
     std::uintptr_t end = 0;
     char rights[5] = "";
+    // NOLINTNEXTLINE(cert-err34-c): the kernel writes addresses
     if (std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR " %4s", &start, &end, rights) != 3)
       return false;
     if (rights[1] == 'w' && rights[3] == 's') shared.emplace_back(start, end);

@@ -215,7 +215,7 @@ TEST_F(MaildirStoreTest, TakesNoPartForTheWhole) {
 TEST_F(MaildirStoreTest, LeavesNothingOnAFullDisk) {
   expect_stored("");
   const TestMessage large(std::string(200000, 'x'), "A: b\n");
-  for (const rlim_t limit : {0, 1, 5, 65536, 65541, 200004}) {
+  for (const rlim_t limit : {0U, 1U, 5U, 65536U, 65541U, 200004U}) {
     EXPECT_EQ(0, status_with_file_limit(limit,
                                         [&] {
                                           const auto result = store().store("", large.file());

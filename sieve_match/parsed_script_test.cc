@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
+#include "message_filters/script_words.h"
 #include "quarrow/evaluation.h"
 #include "tests/support/evaluation_test_support.h"
 
@@ -77,7 +77,9 @@ class RunningScript : public testing::Test {
  protected:
   RunningScript() : matcher("", nullptr) {}
 
-  void set_script(const std::string& text) { std::strcpy(matcher.script, text.c_str()); }
+  void set_script(const std::string& text) {
+    matcher.script[text.copy(matcher.script, script_limit)] = '\0';
+  }
   std::string run() { return text_of(outcome(matcher, "Subject: x\n\n")); }
 
   SieveMatchImpl matcher;

@@ -24,7 +24,7 @@ constexpr int lower_priority = 10;
 // Leaves the pipe, as `report_pipe`, and standard descriptors that lead nowhere.
 bool shed_descriptors(int pipe) {
   const int kept = fcntl(pipe, F_DUPFD, report_pipe + 1);
-  const int null = open("/dev/null", O_RDWR);
+  const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
   if (kept < 0 || null < 0) return false;
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
     if (dup2(null, fd) < 0) return false;

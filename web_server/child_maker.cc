@@ -135,13 +135,13 @@ std::optional<Child> ChildMaker::make(const Call& call) const {
                       })->control->get();  // the last one suits every call
   int ends[2] = {-1, -1};
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return std::nullopt;
-  Child child = {std::make_unique<Descriptor>(ends[0]), nullptr};
+  auto connection = std::make_unique<Descriptor>(ends[0]);
   const Descriptor given(ends[1]);
-  std::int64_t process = -1;
+  std::int64_t number = -1;
   if (!send_descriptor(control, 0, given.get())) return std::nullopt;
-  child.process = std::make_unique<Descriptor>(receive_descriptor(control, process));
-  if (child.process->get() < 0) return std::nullopt;
-  return child;
+  auto process = std::make_unique<Descriptor>(receive_descriptor(control, number));
+  if (process->get() < 0) return std::nullopt;
+  return Child{std::move(connection), std::move(process)};
 }
 
 bool ChildMaker::is_gone() const {

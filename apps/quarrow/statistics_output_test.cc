@@ -72,9 +72,7 @@ TEST(StatisticsPage, ShowsRulesAndFoldersAndNeedsNothingElse) {
   const std::string page = statistics_page(statistics(), "alice@example.org");
   EXPECT_TRUE(contains(page, "<title>Rules of alice@example.org</title>"));
   for (const char* text : {">all mail, 90<", ">Lists, 80<", ">&lt;News&gt;, 6<", ">no rule, 4<",
-                           ">Gr\xc3\xb6\xc3\x9f"
-                           "e, 6<",
-                           ">Inbox, 4<", "<td>Lists: 4</td>"})
+                           ">Gr\u00f6\u00dfe, 6<", ">Inbox, 4<", "<td>Lists: 4</td>"})
     EXPECT_TRUE(contains(page, text)) << text;
   for (const char* text : {"<News>", "http:", "https:", "<script", "NaN", "inf"})
     EXPECT_FALSE(contains(page, text)) << text;

@@ -44,7 +44,8 @@ Fault write_file(const std::string& path, const std::string& text) {
 
 Fault read_file(const std::string& path, std::size_t limit, std::string& text) {
   const bool is_input = path == "-";
-  const Descriptor file(is_input ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const Descriptor file(is_input ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                                 : open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (file.get() < 0) return fault_of(errno);
   ssize_t count = 1;
   while (count > 0 && text.size() <= limit) count = append_from(file.get(), text);

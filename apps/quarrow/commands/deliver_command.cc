@@ -42,7 +42,7 @@ using Delivery::Report;
 bool take_up_standard_descriptors() {
   int fd = 0;
   do {
-    fd = open("/dev/null", O_RDWR);
+    fd = open("/dev/null", O_RDWR);  // NOLINT(android-cloexec-open): it stays with the process
   } while (fd >= 0 && fd <= STDERR_FILENO);
   return fd > STDERR_FILENO && close(fd) == 0;
 }
