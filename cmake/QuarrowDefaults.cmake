@@ -31,6 +31,10 @@ endif()
 add_library(quarrow_flags INTERFACE)
 target_compile_options(quarrow_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -UNDEBUG)
+# Clang's also means names of other sources, which are compiled together with this one; GCC's is told.
+if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
+  target_compile_options(quarrow_flags INTERFACE -Wno-shadow)
+endif()
 include(Hardening)
 target_link_libraries(quarrow_flags INTERFACE quarrow_hardening)
 # Without the check of dynamic types: it makes a pipe to find out what memory can be read, and a
