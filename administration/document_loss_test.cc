@@ -39,9 +39,8 @@ const std::string kept[] = {
     filter_element(test_element(),
                    "<action><method>delete</method><target/><value></value></action>"),
     R"(<filter name="a"><actions><action><method>delete</method></action></actions><tests/></filter>)",
-    std::string(R"(<filter id="0" name="a"><tests relation=""/>)") +
-        R"(<actions><action><method>copy</method><target>x</target><value>more</value></action>)" +
-        R"(</actions></filter>)",
+    (R"(<filter id="0" name="a"><tests relation=""/><actions><action><method>copy</method>)"
+     R"(<target>x</target><value>more</value></action></actions></filter>)"),
 };
 
 const struct {

@@ -139,9 +139,9 @@ const std::string hostile_documents[] = {
     "\xFF\xFE",
     "\xFE<",
     "<!DOCTYPE<!ENTITY Y=CDATA[a>",
-    "<!DOCTYPE a [<!zNTITY x \"y&z;\">x \"y&z;\"><!ENTITY z \"w\"><!ATTLIST a b CD&TA \"cb "
-    "\xC3\xBB\xD9\xAB\xBE\x9C\x9D\xDF"
-    "CD&TA!\"c\"a>",
+    ("<!DOCTYPE a [<!zNTITY x \"y&z;\">x \"y&z;\"><!ENTITY z \"w\"><!ATTLIST a b CD&TA \"cb "
+     "\xC3\xBB\xD9\xAB\xBE\x9C\x9D\xDF"
+     "CD&TA!\"c\"a>"),
     "<!DOCTYPE a0[<!EN,ITY z\"yq &!;\"><!ENTITY z/<ssta>",
     "<a>\r<!DOCTYPE\r<",
     entities + "<!ENTITY z \"w\"><!\"><!ATTLIST\xE9\x9E\xDF\x9D\xDF\xBC\xBB\xBETAE\"\xFF\be/a>",

@@ -99,7 +99,7 @@ TEST(SessionStore, TheLongestIdleSessionOfAUserMakesRoom) {
   EXPECT_TRUE(store.find(sessions[0], start + minutes(1)));
   sessions.push_back(store.create(alice, start + minutes(2)));
   EXPECT_FALSE(store.find(sessions[1], start + minutes(2)));
-  for (const std::size_t kept : {0, 2, 19, 20})
+  for (const std::size_t kept : {0U, 2U, 19U, 20U})
     EXPECT_TRUE(store.find(sessions[kept], start + minutes(2))) << kept;
   EXPECT_TRUE(store.find(of_bob, start + minutes(2)));
 }

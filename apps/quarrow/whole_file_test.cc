@@ -45,7 +45,7 @@ TEST(WholeFile, RefusesToReplaceWhatIsNoFile) {
 TEST(WholeFile, ReadsLittleMoreThanTheLimit) {
   const TemporaryFolder folder;
   const std::string path = folder.file("rules");
-  ASSERT_EQ("", write_file(path, std::string(5000000, 'x')).reason);
+  ASSERT_EQ("", write_file(path, std::string(10000000, 'x')).reason);
   std::string text;
   EXPECT_EQ("", read_file(path, 1000, text).reason);
   EXPECT_LT(1000U, text.size());

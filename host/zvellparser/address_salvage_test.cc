@@ -118,7 +118,7 @@ TEST(AddressSalvage, LeavesNoEncodedWord) {
 }
 
 TEST(AddressSalvage, PassesOverControlBytes) {
-  EXPECT_EQ("A B <a@x.org>", salvage_addresses(std::string("A\0B\r\n\t<a@x.org>,", 17)));
+  EXPECT_EQ("A B <a@x.org>", salvage_addresses(std::string("A\0B\r\n\t<a@x.org>,", 16)));
   EXPECT_EQ("\"a b\"@x.org", salvage_addresses("<a\x01"
                                                "b@x.org\x7f.net>"));
 }

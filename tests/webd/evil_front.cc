@@ -25,7 +25,9 @@ std::string outcome(long result) {
   return result >= 0 ? "done" : "refused " + std::to_string(errno);
 }
 
-pid_t process_in(const std::string& text) { return static_cast<pid_t>(std::atol(text.c_str())); }
+pid_t process_in(const std::string& text) {
+  return static_cast<pid_t>(std::strtol(text.c_str(), nullptr, 10));
+}
 
 bool is_socket(int fd) {
   struct stat status {};
