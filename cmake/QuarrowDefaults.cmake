@@ -46,6 +46,19 @@ if(QUARROW_SANITIZE)
   target_link_options(quarrow_flags INTERFACE -fsanitize=${QUARROW_SANITIZE})
 endif()
 
+# What libFuzzer sees of the code that it tries.
+if(QUARROW_FUZZING)
+  target_compile_options(quarrow_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
+# Counters lie in a file that the process maps (%c in LLVM_PROFILE_FILE): what a process did counts
+# even where it is killed, and helpers end without any cleaning up.
+if(QUARROW_COVERAGE)
+  target_compile_options(quarrow_flags INTERFACE
+    -fprofile-instr-generate -fcoverage-mapping "SHELL:-mllvm -runtime-counter-relocation")
+  target_link_options(quarrow_flags INTERFACE -fprofile-instr-generate)
+endif()
+
 # The include folders and libraries that everything on the exported interface needs.
 function(quarrow_public_interface target)
   target_include_directories(${target} PUBLIC
