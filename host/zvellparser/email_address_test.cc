@@ -42,8 +42,8 @@ const std::string other_texts[] = {
     "a@example.org, b@example.org",
     "user@example.org\n",
     std::string("us\0er@example.org", 17),
-    "us\x7f"
-    "er@example.org",
+    ("us\x7f"
+     "er@example.org"),
     "\"\"@example.org",
     "\"a\"b\"@example.org",
     R"("a\"@example.org)",
