@@ -129,7 +129,6 @@ TEST_P(InterruptedCommit, LeavesAScriptAtEachMoment) {
 TEST_P(InterruptedCommit, LeavesTheOldRulesOrTheNewOnesWheneverItIsKilled) {
   bool was_old = false;
   bool was_new = false;
-  bool was_history_late = false;
   for (int stops = 0, done = 0; done == 0; ++stops) {
     put_old_rules();
     TracedProcess commit([] { add_rule(alice); });
@@ -137,7 +136,6 @@ TEST_P(InterruptedCommit, LeavesTheOldRulesOrTheNewOnesWheneverItIsKilled) {
     for (int stop = 0; stop < stops && done == 0; ++stop) done = commit.step() ? 0 : 1;
     commit.kill();
     expect_whole_script();
-    was_history_late |= is_history_late();
     const Files files = files_afterwards();
     EXPECT_TRUE(files == old_ || files == new_) << "killed at stop " << stops;
     EXPECT_EQ(files == old_ ? old_history_ : new_history_, history_of(alice))
@@ -148,7 +146,18 @@ TEST_P(InterruptedCommit, LeavesTheOldRulesOrTheNewOnesWheneverItIsKilled) {
   }
   EXPECT_TRUE(was_old);
   EXPECT_TRUE(was_new);  // when nothing killed it
-  EXPECT_TRUE(was_history_late);
+}
+
+// Between two calls only: a count of calls, which sanitizers change, may miss it.
+TEST_P(InterruptedCommit, CompletesAHistoryThatIsLate) {
+  put_old_rules();
+  TracedProcess commit([] { add_rule(alice); });
+  if (!commit.is_running()) GTEST_SKIP() << "processes can't be traced here";
+  while (!is_history_late() && commit.step()) continue;
+  ASSERT_TRUE(is_history_late());
+  commit.kill();
+  EXPECT_EQ(new_, files_afterwards());
+  EXPECT_EQ(new_history_, history_of(alice));
 }
 
 // What is renamed is on the disk before, and one renaming before the other.

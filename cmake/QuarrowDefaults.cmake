@@ -51,12 +51,21 @@ if(QUARROW_FUZZING)
   target_compile_options(quarrow_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# Counters lie in a file that the process maps (%c in LLVM_PROFILE_FILE): what a process did counts
-# even where it is killed, and helpers end without any cleaning up.
+# Processes of any user add what they counted to the files that LLVM_PROFILE_FILE names; without that
+# variable, nothing is kept. A process that is killed adds nothing, nor does a confined helper: what
+# they run counts where unit tests run it. (Counters in a mapped file would stay, but a helper drops
+# all that it shares with others.)
 if(QUARROW_COVERAGE)
   target_compile_options(quarrow_flags INTERFACE
-    -fprofile-instr-generate -fcoverage-mapping "SHELL:-mllvm -runtime-counter-relocation")
-  target_link_options(quarrow_flags INTERFACE -fprofile-instr-generate)
+    -fprofile-instr-generate=/dev/null -fcoverage-mapping)
+  target_link_options(quarrow_flags INTERFACE 
+    -fprofile-instr-generate -Wl,--wrap=_exit -Wl,--undefined=__wrap__exit)
+  add_library(quarrow_counted_exit STATIC "${PROJECT_SOURCE_DIR}/tests/coverage/counted_exit.cc")
+  target_link_libraries(quarrow_flags INTERFACE quarrow_counted_exit)
+  file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/coverage")
+  execute_process(
+    COMMAND setfacl --modify "other::rwx,default:other::rw" "${PROJECT_BINARY_DIR}/coverage"
+    COMMAND_ERROR_IS_FATAL ANY)
 endif()
 
 # The include folders and libraries that everything on the exported interface needs.
@@ -94,11 +103,13 @@ endfunction()
 
 # Has the compiler take sources of the target together, as continuous integration does to save time:
 # they share the headers' templates. So names in unnamed namespaces differ within such a folder. Not
-# for a library of which programs need a part: they would get, and load, all of it.
+# for a library of which programs need a part: they would get, and load, all of it. Under sanitizers,
+# optimising these folders takes more time than their tests gain.
 option(QUARROW_COMPILE_TOGETHER "Compile sources of a folder together" OFF)
 function(quarrow_compile_together target)
   set_target_properties(${target} PROPERTIES
     UNITY_BUILD ${QUARROW_COMPILE_TOGETHER} UNITY_BUILD_BATCH_SIZE 16)
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Debug>:-O0>)
 endfunction()
 
 # Headers that take most of the time in which the target's sources are compiled.

@@ -41,7 +41,7 @@ using Administration::GuardedOutcome;
 using Administration::RulesTransaction;
 using Trial::MailSource;
 
-struct Options {
+struct ApplyOptions {
   std::string user;
   std::string folder = "INBOX";
   std::string rule;  // its id or its name; empty: all of them
@@ -74,7 +74,7 @@ Fault read_folder(const std::string& text, Delivery::FolderDots dots, std::strin
 }
 
 // Fills `wish`; gives the exit status of what can't be understood.
-int read_wish(const Options& options, const EmailAddress& user, Refiling::Wish& wish) {
+int read_wish(const ApplyOptions& options, const EmailAddress& user, Refiling::Wish& wish) {
   wish.dots = options.folder_dots;
   if (const Fault fault = read_folder(options.folder, wish.dots, wish.folder))
     return complain("--folder", fault);
@@ -93,7 +93,7 @@ int read_wish(const Options& options, const EmailAddress& user, Refiling::Wish& 
 }
 
 // Has the journal say what was done last, and undoes it.
-int undo(const Options& options, const std::string& folder) {
+int undo(const ApplyOptions& options, const std::string& folder) {
   Refiling::Journal journal;
   if (!exists(in_folder(folder, Refiling::journal_name)))
     return complain(options.user, "nothing to undo", EX_DATAERR);
@@ -111,11 +111,9 @@ int undo(const Options& options, const std::string& folder) {
 }
 
 // The plan for all that is in the folder; null where the rules can't be run, with the exit status.
-std::optional<Refiling::RefilingPlan> make_plan(const Options& options, const std::string& folder,
-                                                const Refiling::Wish& wish,
-                                                RefilingProgress& progress,
-                                                const Refiling::OnPlanned& on_planned,
-                                                int& status) {
+std::optional<Refiling::RefilingPlan> make_plan(
+    const ApplyOptions& options, const std::string& folder, const Refiling::Wish& wish,
+    RefilingProgress& progress, const Refiling::OnPlanned& on_planned, int& status) {
   const std::string maildir = in_folder(folder, maildir_name);
   std::optional<Trial::SourceFailure> failure;
   const auto sources = Refiling::sources_for(maildir, wish, failure);
@@ -150,7 +148,7 @@ std::optional<Refiling::RefilingPlan> make_plan(const Options& options, const st
       on_planned);
 }
 
-int show(const Options& options, const Refiling::RefilingPlan& plan) {
+int show(const ApplyOptions& options, const Refiling::RefilingPlan& plan) {
   if (options.list)
     print_messages(plan, options.form, std::cout);
   else
@@ -158,7 +156,7 @@ int show(const Options& options, const Refiling::RefilingPlan& plan) {
   return complain_of_failures(plan);
 }
 
-int show_plan(const Options& options, const std::string& folder, const Refiling::Wish& wish) {
+int show_plan(const ApplyOptions& options, const std::string& folder, const Refiling::Wish& wish) {
   int status = EX_OK;
   RefilingProgress progress;
   const auto plan = make_plan(
@@ -170,7 +168,7 @@ int show_plan(const Options& options, const std::string& folder, const Refiling:
 }
 
 // Messages move while the rules decide about further ones.
-int carry_out(const Options& options, const std::string& folder, const Refiling::Wish& wish) {
+int carry_out(const ApplyOptions& options, const std::string& folder, const Refiling::Wish& wish) {
   Refiling::Journal journal;
   if (const auto refusal = journal.open(folder)) return complain(refusal);
   RefilingProgress progress;
@@ -191,7 +189,7 @@ int carry_out(const Options& options, const std::string& folder, const Refiling:
   return std::max(status, report.finish(refusal, options.form));
 }
 
-int apply(const Settings& settings, const Options& options) {
+int apply(const Settings& settings, const ApplyOptions& options) {
   EmailAddress user;
   if (const auto refusal = find_user(settings, options.user, user))
     return complain(settings, refusal);
@@ -207,7 +205,7 @@ int apply(const Settings& settings, const Options& options) {
 }  // namespace
 
 Run declare_apply(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ApplyOptions>();
   add_user_option(app, options->user);
   const Option undone =
       add_flag(app, "--undo", options->undo, "Bring back what the last time moved and copied");

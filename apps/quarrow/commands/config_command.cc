@@ -15,7 +15,7 @@ using Administration::Refusal;
 using Administration::Setting;
 using Administration::SettingChange;
 
-struct Options {
+struct ConfigOptions {
   std::string name;
   std::string value;
   ListingForm form = ListingForm::table;
@@ -40,7 +40,7 @@ int config_get(const Settings& settings, const std::string& name) {
   return EX_OK;
 }
 
-int config_set(const Settings& settings, const Options& options) {
+int config_set(const Settings& settings, const ConfigOptions& options) {
   SettingChange change;
   Refusal refusal =
       Administration::check_setting(settings.root, options.name, options.value, change);
@@ -63,19 +63,19 @@ void add_name(CLI::App& app, std::string& name) {
 }  // namespace
 
 Run declare_config_list(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ConfigOptions>();
   add_format_option(app, options->form);
   return [options](const Settings& settings) { return config_list(settings, options->form); };
 }
 
 Run declare_config_get(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ConfigOptions>();
   add_name(app, options->name);
   return [options](const Settings& settings) { return config_get(settings, options->name); };
 }
 
 Run declare_config_set(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ConfigOptions>();
   add_name(app, options->name);
   add_option(app, "value", options->value, "Its new value").type_name("").required();
   add_flag(app, "--dry-run", options->dry_run, "Say what would change, and change nothing");

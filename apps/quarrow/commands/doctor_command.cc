@@ -34,7 +34,7 @@ constexpr std::size_t rows_of_a_part = 1000;
 const std::vector<std::pair<std::string, Severity>> severities = {
     {"info", Severity::info}, {"warning", Severity::warning}, {"error", Severity::error}};
 
-struct Options {
+struct DoctorOptions {
   std::vector<std::string> users;
   bool all = false;
   Doctor::Examination examination;
@@ -74,7 +74,7 @@ int status_after(const Finding& finding, int status) {
   return Doctor::matters(finding) ? there_are_findings : status;
 }
 
-int doctor(const Settings& settings, Options& options) {
+int doctor(const Settings& settings, DoctorOptions& options) {
   if (options.users.empty() != options.all)
     return complain("doctor", "name users, or all of them with -A", EX_USAGE);
   int status = EX_OK;
@@ -103,7 +103,7 @@ int doctor(const Settings& settings, Options& options) {
 }  // namespace
 
 Run declare_doctor(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<DoctorOptions>();
   const Option users =
       add_option(app, "users", options->users, "The users, by mail address").type_name("");
   add_flag(app, "-A,--all", options->all, "All users").excludes(users);

@@ -29,7 +29,7 @@ namespace {
 using Delivery::Evaluation;
 using MessageFilters::FilterList__;
 
-struct Options {
+struct ExplainOptions {
   std::string user;
   std::string message;  // empty: the one with the identifier
   std::string message_id;
@@ -46,7 +46,8 @@ struct Past {
   int status = EX_OK;  // other than that after a complaint
 };
 
-Past past_of(const Options& options, const EmailAddress& user, const std::string& message_id) {
+Past past_of(const ExplainOptions& options, const EmailAddress& user,
+             const std::string& message_id) {
   Past past;
   UserJournal journal;
   if (const auto refusal = read_user_journal(user, journal)) past.status = complain(refusal);
@@ -62,7 +63,7 @@ Past past_of(const Options& options, const EmailAddress& user, const std::string
 }
 
 // For a message that is not found: what its identifier alone tells. Gives `status`.
-int explain_past(const Options& options, const EmailAddress& user, int status) {
+int explain_past(const ExplainOptions& options, const EmailAddress& user, int status) {
   const std::string id = Trial::message_id_of(options.message_id);
   if (id.empty()) return status;
   const Past past = past_of(options, user, id.substr(0, Delivery::longest_message_id));
@@ -74,7 +75,7 @@ int explain_past(const Options& options, const EmailAddress& user, int status) {
 }
 
 // Finds the message by its identifier in `source`; gives the exit status.
-int search(const Options& options, const EmailAddress& user, Trial::IsolatedRuns& runs,
+int search(const ExplainOptions& options, const EmailAddress& user, Trial::IsolatedRuns& runs,
            Trial::MailSource& source) {
   const std::string id = Trial::message_id_of(options.message_id);
   if (id.empty())
@@ -99,7 +100,7 @@ int search(const Options& options, const EmailAddress& user, Trial::IsolatedRuns
 }
 
 // Finds the message in the arguments; gives the exit status.
-int find_source(const Options& options, const EmailAddress& user, Trial::IsolatedRuns& runs,
+int find_source(const ExplainOptions& options, const EmailAddress& user, Trial::IsolatedRuns& runs,
                 Trial::MailSource& source) {
   if (options.message.empty()) return search(options, user, runs, source);
   const auto found = Trial::find_mail({options.message});
@@ -123,9 +124,9 @@ int status_of(const Trial::Explanation& explanation, const std::string& user) {
   return Trial::has_failed(delivered) ? EX_DATAERR : EX_OK;
 }
 
-int explain_source(const Options& options, const EmailAddress& user, const FilterList__& list,
-                   Trial::IsolatedRuns& runs, const Trial::MailSource& source,
-                   std::optional<std::time_t> received) {
+int explain_source(const ExplainOptions& options, const EmailAddress& user,
+                   const FilterList__& list, Trial::IsolatedRuns& runs,
+                   const Trial::MailSource& source, std::optional<std::time_t> received) {
   Trial::MailContents contents;
   if (const auto failure = contents.open(source)) return complain(*failure);
   const auto messages = messages_of(source, contents);
@@ -147,7 +148,7 @@ int explain_source(const Options& options, const EmailAddress& user, const Filte
   return status == EX_OK ? past.status : status;
 }
 
-int explain(const Settings& settings, const Options& options) {
+int explain(const Settings& settings, const ExplainOptions& options) {
   std::optional<std::time_t> received;
   if (const int status = read_received(options.received, received)) return status;
   EmailAddress user;
@@ -165,7 +166,7 @@ int explain(const Settings& settings, const Options& options) {
 }  // namespace
 
 Run declare_explain(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ExplainOptions>();
   add_user_option(app, options->user);
   const Option message =
       add_option(app, "message", options->message, "The message's file; - is standard input")

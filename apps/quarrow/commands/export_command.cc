@@ -14,21 +14,21 @@ using Administration::GuardedOutcome;
 using Administration::Refusal;
 using Administration::RulesTransaction;
 
-struct Options {
+struct ExportOptions {
   std::string user;
   ExportForm form = ExportForm::json;
   std::string file;  // empty: standard output
 };
 
 // All of the filters, or nothing: a copy of a part would pass for a copy of all.
-GuardedOutcome exported(RulesTransaction& rules, const Options& options) {
+GuardedOutcome exported(RulesTransaction& rules, const ExportOptions& options) {
   std::string text;
   Refusal refusal = rules.check_loss();
   if (!refusal) refusal = export_rules(rules.filters().filters, options.form, options.user, text);
   return {refusal, refusal ? "" : text};
 }
 
-int export_to_file(const Settings& settings, const Options& options) {
+int export_to_file(const Settings& settings, const ExportOptions& options) {
   EmailAddress address;
   if (const Refusal refusal = find_user(settings, options.user, address))
     return complain(settings, refusal);
@@ -42,7 +42,7 @@ int export_to_file(const Settings& settings, const Options& options) {
 }  // namespace
 
 Run declare_export(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ExportOptions>();
   add_user_option(app, options->user);
   add_choice<ExportForm>(
       app, "--as", options->form,

@@ -21,7 +21,7 @@ using Administration::Refusal;
 using Json = nlohmann::ordered_json;
 using MessageFilters::Field;
 
-struct Options {
+struct FieldOptions {
   UserSelection users;
   std::string type;
   std::string name;
@@ -30,7 +30,8 @@ struct Options {
   bool dry_run = false;
 };
 
-GuardedOutcome outcome_of(const Settings& settings, const std::string& user, const Options& options,
+GuardedOutcome outcome_of(const Settings& settings, const std::string& user,
+                          const FieldOptions& options,
                           const std::function<GuardedOutcome(FieldsTransaction&)>& work) {
   EmailAddress address;
   if (const Refusal refusal = find_user(settings, user, address)) return {refusal, ""};
@@ -46,7 +47,7 @@ GuardedOutcome rows_of(const FieldsTransaction& fields, bool with_systems) {
   return {{}, rows.dump(-1, ' ', false, Json::error_handler_t::replace)};
 }
 
-int field_list(const Settings& settings, const Options& options) {
+int field_list(const Settings& settings, const FieldOptions& options) {
   const bool several = options.users.several();
   std::vector<std::string> columns = {"name", "type", "origin"};
   if (several) columns.insert(columns.begin(), "user");
@@ -80,7 +81,7 @@ std::string difference(const std::list<Field>& before, const std::list<Field>& a
   return lines.empty() ? "nothing would change\n" : lines;
 }
 
-int change_fields(const Settings& settings, const Options& options,
+int change_fields(const Settings& settings, const FieldOptions& options,
                   const std::function<Refusal(FieldsTransaction&)>& edit) {
   const auto work = [&](FieldsTransaction& fields) -> GuardedOutcome {
     const std::list<Field> before = fields.fields();
@@ -98,8 +99,8 @@ int change_fields(const Settings& settings, const Options& options,
 }
 
 // The options and arguments of a change.
-std::shared_ptr<Options> add_change(CLI::App& app, bool has_type, bool has_name) {
-  const auto options = std::make_shared<Options>();
+std::shared_ptr<FieldOptions> add_change(CLI::App& app, bool has_type, bool has_name) {
+  const auto options = std::make_shared<FieldOptions>();
   std::vector<Argument> arguments;
   if (has_type)
     arguments.push_back({"type", "What it holds: string, address, size or date", &options->type});
@@ -113,7 +114,7 @@ std::shared_ptr<Options> add_change(CLI::App& app, bool has_type, bool has_name)
 }  // namespace
 
 Run declare_field_list(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<FieldOptions>();
   add_user_selection(app, options->users);
   add_catalogue_option(app, options->catalogue);
   add_format_option(app, options->form);

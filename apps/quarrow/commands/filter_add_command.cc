@@ -37,7 +37,7 @@ const char template_comment[] =
     "# Each action has a line \"then:\", which is move FOLDER, copy FOLDER or delete.\n"
     "# quarrow-rules(5) tells all tests and actions.\n";
 
-struct Options {
+struct FilterAddOptions {
   std::string user;
   FilterOptions filter;
   std::string file;  // with the text of the filter; empty: it is made of the options, or edited
@@ -64,7 +64,7 @@ Refusal find_place(RulesTransaction& rules, const std::string& before, std::int3
 // A user's new filter on its way into their filters.
 class NewFilter {
  public:
-  NewFilter(const Settings& settings, const Options& options, const EmailAddress& user)
+  NewFilter(const Settings& settings, const FilterAddOptions& options, const EmailAddress& user)
       : settings_(settings), options_(options), user_(user) {}
 
   int of_options() {
@@ -155,12 +155,12 @@ class NewFilter {
   }
 
   const Settings& settings_;
-  const Options& options_;
+  const FilterAddOptions& options_;
   const EmailAddress user_;
   boost::shared_ptr<Filter__> filter_;
 };
 
-int filter_add(const Settings& settings, const Options& options) {
+int filter_add(const Settings& settings, const FilterAddOptions& options) {
   if (!options.has_name && options.has_parts())
     return complain("arguments", "--name is required; see quarrow filter add --help", EX_USAGE);
   EmailAddress user;
@@ -175,7 +175,7 @@ int filter_add(const Settings& settings, const Options& options) {
 }  // namespace
 
 Run declare_filter_add(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<FilterAddOptions>();
   add_user_option(app, options->user);
   const auto parts = add_filter_options(app, "--name", "Name of the filter", options->filter);
   const auto disabled =

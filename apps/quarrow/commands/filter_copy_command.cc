@@ -20,7 +20,7 @@ using Administration::RulesTransaction;
 using MessageFilters::Filter__;
 using MessageFilters::FilterList__;
 
-struct Options {
+struct FilterCopyOptions {
   std::string user;
   std::string filter;
   std::string name;  // empty: that of the filter
@@ -49,7 +49,7 @@ GuardedOutcome add(RulesTransaction& rules, const Filter__& original, const std:
   return {refusal, refusal ? "" : std::to_string(filter->id) + '\n'};
 }
 
-int add_copy(const Settings& settings, const Options& options, const std::string& json) {
+int add_copy(const Settings& settings, const FilterCopyOptions& options, const std::string& json) {
   boost::shared_ptr<FilterList__> list;
   if (const Refusal refusal = Administration::read_rules_json(json, list)) return complain(refusal);
   return with_filters_of(
@@ -60,7 +60,7 @@ int add_copy(const Settings& settings, const Options& options, const std::string
       });
 }
 
-int filter_copy(const Settings& settings, const Options& options) {
+int filter_copy(const Settings& settings, const FilterCopyOptions& options) {
   if (options.to.empty() && options.name.empty())
     return complain("filter copy", "a copy for the same user needs a name; give one with --name",
                     EX_USAGE);
@@ -77,7 +77,7 @@ int filter_copy(const Settings& settings, const Options& options) {
 }  // namespace
 
 Run declare_filter_copy(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<FilterCopyOptions>();
   add_user_option(app, options->user);
   add_filter_option(app, options->filter);
   add_option(app, "--name", options->name, "Name of the copy").type_name("TEXT");

@@ -32,7 +32,7 @@ using MessageFilters::Field;
 using MessageFilters::Filter__;
 using MessageFilters::Test;
 
-struct Options {
+struct FilterEditOptions {
   std::string user;
   std::string filter;
   std::string file;  // with the text of the filter; empty: it is changed by the options, or edited
@@ -65,7 +65,8 @@ struct Parts {
   std::list<Action> actions;  // in place of those that were there
 };
 
-Refusal read_parts(const Options& options, const std::list<Field>& catalogue, Parts& parts) {
+Refusal read_parts(const FilterEditOptions& options, const std::list<Field>& catalogue,
+                   Parts& parts) {
   parts = {};
   Refusal refusal = read_tests("--if", options.tests, catalogue, parts.tests);
   if (!refusal) refusal = read_tests("--add-if", options.added_tests, catalogue, parts.added_tests);
@@ -87,7 +88,8 @@ Refusal remove_tests(const std::vector<std::size_t>& places, Filter__& filter) {
 }
 
 // Changes the parts of `filter` that options are given for.
-Refusal edit(const Options& options, const Parts& parts, bool has_name, Filter__& filter) {
+Refusal edit(const FilterEditOptions& options, const Parts& parts, bool has_name,
+             Filter__& filter) {
   if (has_name) {
     if (const Refusal refusal = Administration::check_name(options.name))
       return of_option("--name", options.name, refusal);
@@ -105,7 +107,7 @@ Refusal edit(const Options& options, const Parts& parts, bool has_name, Filter__
 // A user's filter that is changed.
 class FilterChange {
  public:
-  FilterChange(const Settings& settings, const Options& options, const EmailAddress& user)
+  FilterChange(const Settings& settings, const FilterEditOptions& options, const EmailAddress& user)
       : settings_(settings), options_(options), user_(user) {}
 
   int by_options(bool has_name) {
@@ -184,12 +186,12 @@ class FilterChange {
   }
 
   const Settings& settings_;
-  const Options& options_;
+  const FilterEditOptions& options_;
   const EmailAddress user_;
   const boost::shared_ptr<Filter__> written_ = Filter__::Create();  // as a text
 };
 
-int filter_edit(const Settings& settings, const Options& options, CLI::App& app) {
+int filter_edit(const Settings& settings, const FilterEditOptions& options, CLI::App& app) {
   const bool has_parts = changes_something(app);
   if (!has_parts && options.file.empty() && !has_terminal())
     return complain("filter edit",
@@ -204,7 +206,7 @@ int filter_edit(const Settings& settings, const Options& options, CLI::App& app)
   return options.file.empty() ? change.by_editor() : change.by_file();
 }
 
-void add_part_options(CLI::App& app, Options& options) {
+void add_part_options(CLI::App& app, FilterEditOptions& options) {
   add_option(app, "--name", options.name, "The new name of the filter").type_name("TEXT");
   add_text_option(app, "--if", options.tests, "TEST",
                   "A test in place of all that were there; repeat it for more tests");
@@ -228,7 +230,7 @@ void add_part_options(CLI::App& app, Options& options) {
 }  // namespace
 
 Run declare_filter_edit(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<FilterEditOptions>();
   add_user_option(app, options->user);
   add_filter_option(app, options->filter);
   add_part_options(app, *options);

@@ -17,7 +17,7 @@ using Administration::RulesTransaction;
 using MessageFilters::Filter__;
 using MessageFilters::FilterList__;
 
-struct Options {
+struct FilterListOptions {
   FilterListing listing;
   bool json = false;
 };
@@ -51,7 +51,7 @@ Refusal choose_all(RulesTransaction& rules, std::vector<boost::shared_ptr<Filter
   return {};
 }
 
-int list_texts(const Settings& settings, const Options& options) {
+int list_texts(const Settings& settings, const FilterListOptions& options) {
   return with_filters_of(
       settings, options.listing.users,
       [&](RulesTransaction& rules) -> GuardedOutcome {
@@ -62,7 +62,7 @@ int list_texts(const Settings& settings, const Options& options) {
 }  // namespace
 
 Run declare_filter_list(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<FilterListOptions>();
   add_user_selection(app, options->listing.users);
   const auto has_format = add_optional_format(app, options->listing.form);
   const auto json = add_flag(app, "--json", options->json, "As JSON with all parts of the filters");

@@ -14,7 +14,7 @@ using MessageFilters::Filter__;
 using MessageFilters::FilterList__;
 
 // Where the filter goes: one of these is given.
-struct Options {
+struct FilterMoveOptions {
   std::string user;
   std::string filter;
   std::string before;
@@ -26,7 +26,7 @@ struct Options {
   Administration::ChangeMode mode;
 };
 
-Refusal move_beside(RulesTransaction& rules, std::int32_t id, const Options& options) {
+Refusal move_beside(RulesTransaction& rules, std::int32_t id, const FilterMoveOptions& options) {
   const bool before = !options.before.empty();
   boost::shared_ptr<Filter__> target;
   const Refusal refusal =
@@ -37,7 +37,7 @@ Refusal move_beside(RulesTransaction& rules, std::int32_t id, const Options& opt
   return {};  // both filters are there
 }
 
-GuardedOutcome move(RulesTransaction& rules, std::int32_t id, const Options& options) {
+GuardedOutcome move(RulesTransaction& rules, std::int32_t id, const FilterMoveOptions& options) {
   FilterList__& list = *rules.filters().filters;
   const std::size_t all = list.filters.size();
   if (options.up || options.first)
@@ -50,7 +50,7 @@ GuardedOutcome move(RulesTransaction& rules, std::int32_t id, const Options& opt
 }
 
 // Adds the options, of which one must be given.
-void add_places(CLI::App& app, Options& options) {
+void add_places(CLI::App& app, FilterMoveOptions& options) {
   const std::vector<Option> places = {
       add_option(app, "--before", options.before, "Try it before this filter").type_name("OTHER"),
       add_option(app, "--after", options.after, "Try it after this filter").type_name("OTHER"),
@@ -70,7 +70,7 @@ void add_places(CLI::App& app, Options& options) {
 }  // namespace
 
 Run declare_filter_move(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<FilterMoveOptions>();
   add_user_option(app, options->user);
   add_filter_option(app, options->filter);
   add_places(app, *options);

@@ -10,7 +10,7 @@ using Administration::GuardedOutcome;
 using Administration::RulesTransaction;
 using MessageFilters::Filter__;
 
-struct Options {
+struct FilterRemoveOptions {
   UserSelection users;
   std::string filter;
   Administration::ChangeMode mode;
@@ -23,7 +23,7 @@ GuardedOutcome remove(RulesTransaction& rules, const Filter__& filter) {
 }  // namespace
 
 Run declare_filter_remove(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<FilterRemoveOptions>();
   add_user_selection(app, options->users, {filter_argument(options->filter)});
   add_change_options(app, options->mode);
   return [options](const Settings& settings) {

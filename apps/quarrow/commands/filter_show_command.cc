@@ -14,7 +14,7 @@ using Administration::Refusal;
 using Administration::RulesTransaction;
 using MessageFilters::Filter__;
 
-struct Options {
+struct FilterShowOptions {
   FilterListing listing;
   std::string filter;
 };
@@ -37,7 +37,7 @@ Refusal choose(RulesTransaction& rules, const std::string& name,
 }  // namespace
 
 Run declare_filter_show(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<FilterShowOptions>();
   add_user_selection(app, options->listing.users, {filter_argument(options->filter)});
   const auto has_format = add_optional_format(app, options->listing.form);
   options->listing.choose = [&name = options->filter](RulesTransaction& rules, auto& filters) {

@@ -12,7 +12,7 @@ using Administration::Refusal;
 using Administration::RulesTransaction;
 using MessageFilters::Filter__;
 
-struct Options {
+struct FilterSwitchOptions {
   UserSelection users;
   std::string filter;
   std::string name;
@@ -20,7 +20,7 @@ struct Options {
 };
 
 Run declare_switch(CLI::App& app, bool enabled) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<FilterSwitchOptions>();
   add_user_selection(app, options->users, {filter_argument(options->filter)});
   add_change_options(app, options->mode);
   return [options, enabled](const Settings& settings) {
@@ -47,7 +47,7 @@ Run declare_filter_enable(CLI::App& app) { return declare_switch(app, true); }
 Run declare_filter_disable(CLI::App& app) { return declare_switch(app, false); }
 
 Run declare_filter_rename(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<FilterSwitchOptions>();
   add_user_selection(
       app, options->users,
       {filter_argument(options->filter), {"name", "The new name of the filter", &options->name}});

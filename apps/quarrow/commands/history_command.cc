@@ -19,7 +19,7 @@ using Administration::RulesState;
 using Administration::RulesTransaction;
 using List = boost::shared_ptr<MessageFilters::FilterList__>;
 
-struct Options {
+struct HistoryOptions {
   std::string user;
   std::string older;
   std::string newer;
@@ -42,7 +42,7 @@ std::vector<std::string> changes_since(const List& before, const List& list) {
   return changes;
 }
 
-GuardedOutcome history(const RulesTransaction& rules, const Options& options) {
+GuardedOutcome history(const RulesTransaction& rules, const HistoryOptions& options) {
   RulesHistory history;
   Refusal refusal = rules.read_history(history);
   std::vector<std::vector<Value>> rows;
@@ -71,7 +71,7 @@ Refusal find_list(const RulesTransaction& rules, const RulesHistory& history,
 
 // The filters that are compared: of both revisions; of one and now; or before the last change, and
 // now.
-Refusal find_lists(const RulesTransaction& rules, const Options& options, List& before,
+Refusal find_lists(const RulesTransaction& rules, const HistoryOptions& options, List& before,
                    List& after) {
   RulesHistory history;
   const Refusal damage = rules.read_history(history);
@@ -85,7 +85,7 @@ Refusal find_lists(const RulesTransaction& rules, const Options& options, List& 
   return refusal && damage ? damage : refusal;
 }
 
-GuardedOutcome diff(const RulesTransaction& rules, const Options& options) {
+GuardedOutcome diff(const RulesTransaction& rules, const HistoryOptions& options) {
   List before;
   List after;
   if (const Refusal refusal = find_lists(rules, options, before, after)) return {refusal, ""};
@@ -100,7 +100,7 @@ GuardedOutcome diff(const RulesTransaction& rules, const Options& options) {
 }  // namespace
 
 Run declare_history(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<HistoryOptions>();
   add_user_option(app, options->user);
   add_format_option(app, options->form);
   return [options](const Settings& settings) {
@@ -110,7 +110,7 @@ Run declare_history(CLI::App& app) {
 }
 
 Run declare_diff(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<HistoryOptions>();
   add_user_option(app, options->user);
   add_option(app, "older", options->older, "A revision instead of that before the last change")
       .type_name("");

@@ -24,7 +24,7 @@ using Importing::Earlier;
 using Importing::RuleChange;
 using Importing::RulesFormat;
 
-struct Options {
+struct ImportOptions {
   std::string user;
   std::string file;
   std::string format;  // empty: as the text shows
@@ -52,13 +52,13 @@ std::string report(const std::vector<RuleChange>& changes, ListingForm form) {
   return out.str();
 }
 
-Earlier earlier_of(const Options& options) {
+Earlier earlier_of(const ImportOptions& options) {
   if (options.replace) return Earlier::replaced;
   return options.append ? Earlier::kept : Earlier::unstated;
 }
 
 // Refuses rules with a loss that nobody accepted.
-Refusal check_losses(const Importing::ImportedRules& rules, const Options& options) {
+Refusal check_losses(const Importing::ImportedRules& rules, const ImportOptions& options) {
   if (rules.losses.empty() || options.consent.accept_loss) return {};
   return {Refusal::Kind::lossy_rules, options.file,
           "holds what has no equal here: " + std::to_string(rules.losses.size()) +
@@ -66,7 +66,7 @@ Refusal check_losses(const Importing::ImportedRules& rules, const Options& optio
 }
 
 GuardedOutcome import(RulesTransaction& transaction, const EmailAddress& user, RulesFormat format,
-                      const std::string& text, const Options& options) {
+                      const std::string& text, const ImportOptions& options) {
   Importing::ImportedRules rules;
   Refusal refusal = read_rules(format, text, options.folder_dots, rules);
   if (refusal) {
@@ -86,7 +86,7 @@ GuardedOutcome import(RulesTransaction& transaction, const EmailAddress& user, R
   return {refusal, report(changes, options.listing)};
 }
 
-int import_file(const Settings& settings, const Options& options) {
+int import_file(const Settings& settings, const ImportOptions& options) {
   EmailAddress user;
   Refusal refusal = find_user(settings, options.user, user);
   if (!refusal) refusal = Administration::open_configuration(settings.root);
@@ -109,7 +109,7 @@ int import_file(const Settings& settings, const Options& options) {
 }  // namespace
 
 Run declare_import(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ImportOptions>();
   add_user_option(app, options->user);
   add_option(app, "file", options->file, "The file with the rules; - is standard input")
       .type_name("")

@@ -16,7 +16,7 @@ using Administration::CatalogueSetup;
 using Administration::ConfigurationSetup;
 using Administration::Refusal;
 
-struct Options {
+struct InitOptions {
   std::uint32_t grade = 19;
   std::string catalogue = system_catalogue;
 };
@@ -49,7 +49,7 @@ int make_catalogue(const std::string& path) {
   return EX_OK;
 }
 
-int init(const Settings& settings, const Options& options) {
+int init(const Settings& settings, const InitOptions& options) {
   if (const int status = make_configuration(settings.root, options.grade)) return status;
   return make_catalogue(options.catalogue);
 }
@@ -57,7 +57,7 @@ int init(const Settings& settings, const Options& options) {
 }  // namespace
 
 Run declare_init(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<InitOptions>();
   add_option(app, "--grade", options->grade,
              "Size of the system: up to 7, 18 or more let a user have 20, 60 or 100 filters")
       .type_name("N")

@@ -27,7 +27,7 @@
 namespace Quarrow::Command {
 namespace {
 
-struct Options {
+struct MatchOptions {
   std::string user;
   std::vector<std::string> messages;
   std::optional<std::string> received;  // none: as the messages say
@@ -40,20 +40,20 @@ struct Options {
 
 // The evaluator of the script at `path`; null when there is no script that can be run.
 std::unique_ptr<Trial::MessageEvaluator> make_evaluator(
-    const Options& options, const std::string& path, const std::vector<Trial::MailSource>& sources,
-    std::size_t jobs) {
+    const MatchOptions& options, const std::string& path,
+    const std::vector<Trial::MailSource>& sources, std::size_t jobs) {
   if (options.log) return logged_evaluator(path);
   Trial::prepare_for(sources);
   if (jobs <= 1) Delivery::stay_on_one_processor();
   return Trial::isolated_evaluator(path);
 }
 
-MatchReport::Form form_of(const Options& options) {
+MatchReport::Form form_of(const MatchOptions& options) {
   if (options.json) return MatchReport::Form::json;
   return options.log ? MatchReport::Form::raw_text : MatchReport::Form::text;
 }
 
-int match(const Settings& settings, const Options& options) {
+int match(const Settings& settings, const MatchOptions& options) {
   std::optional<std::time_t> received;
   if (const int fault = read_received(options.received, received)) return fault;
   EmailAddress address;
@@ -81,7 +81,7 @@ int match(const Settings& settings, const Options& options) {
 }  // namespace
 
 Run declare_match(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<MatchOptions>();
   add_user_option(app, options->user);
   add_option(app, "messages", options->messages,
              "Message files, mbox files, Maildir folders; - is standard input")

@@ -28,7 +28,7 @@
 namespace Quarrow::Command {
 namespace {
 
-struct Options {
+struct StatsOptions {
   std::string user;
   std::vector<std::string> messages;  // empty: the user's Maildir
   Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
@@ -37,7 +37,7 @@ struct Options {
   bool from_journal = false;
 };
 
-int show(const Options& options, const MessageFilters::FilterList__& list,
+int show(const StatsOptions& options, const MessageFilters::FilterList__& list,
          const std::vector<Trial::MailSource>& sources, int status) {
   Trial::prepare_for(sources);
   ProgressBar bar(std::cerr, Trial::total_size(sources), ProgressBar::Clock::now());
@@ -73,7 +73,7 @@ std::vector<std::string> all_mail_of(const EmailAddress& user) {
   return folders;
 }
 
-int count_journal(const Options& options, const EmailAddress& user,
+int count_journal(const StatsOptions& options, const EmailAddress& user,
                   const MessageFilters::FilterList__& list) {
   UserJournal journal;
   if (const auto refusal = read_user_journal(user, journal)) return complain(refusal);
@@ -87,7 +87,7 @@ int count_journal(const Options& options, const EmailAddress& user,
   return EX_OK;
 }
 
-int stats(const Settings& settings, const Options& options) {
+int stats(const Settings& settings, const StatsOptions& options) {
   EmailAddress user;
   if (const auto refusal = find_user(settings, options.user, user))
     return complain(settings, refusal);
@@ -109,7 +109,7 @@ int stats(const Settings& settings, const Options& options) {
 }  // namespace
 
 Run declare_stats(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<StatsOptions>();
   add_user_option(app, options->user);
   const Option messages =
       add_option(app, "messages", options->messages,

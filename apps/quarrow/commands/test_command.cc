@@ -32,7 +32,7 @@ using Delivery::Evaluation;
 using MessageFilters::Test;
 using nlohmann::ordered_json;
 
-struct Options {
+struct TestOptions {
   std::string test;
   std::optional<std::string> user;  // none: nobody's own fields
   std::string catalogue = system_catalogue;
@@ -97,7 +97,7 @@ std::string sieve_of(const Test& test) {
   return written.substr(begin, written.find_last_not_of(' ') + 1 - begin);
 }
 
-int run(const Options& options, const Test& test, std::optional<std::time_t> received) {
+int run(const TestOptions& options, const Test& test, std::optional<std::time_t> received) {
   const auto [sources, failures] = Trial::find_mail(options.messages);
   int status = EX_OK;
   for (const auto& failure : failures) status = complain(failure);
@@ -109,7 +109,7 @@ int run(const Options& options, const Test& test, std::optional<std::time_t> rec
 }
 
 // Reads the test, with the fields of the user if one is given; gives the exit status.
-int read_test(const Settings& settings, const Options& options, Test& test) {
+int read_test(const Settings& settings, const TestOptions& options, Test& test) {
   const auto read = [&](const auto& catalogue) {
     Refusal refusal = Administration::read_test(options.test, test, catalogue);
     if (!refusal) refusal = Administration::check_test(test);
@@ -125,7 +125,7 @@ int read_test(const Settings& settings, const Options& options, Test& test) {
   return refusal ? complain(refusal) : EX_OK;
 }
 
-int try_test(const Settings& settings, const Options& options) {
+int try_test(const Settings& settings, const TestOptions& options) {
   std::optional<std::time_t> received;
   if (const int status = read_received(options.received, received)) return status;
   Test test;
@@ -140,7 +140,7 @@ int try_test(const Settings& settings, const Options& options) {
 }  // namespace
 
 Run declare_test(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<TestOptions>();
   add_option(app, "test", options->test,
              "Such as 'subject contains quarterly', see quarrow-rules(5)")
       .type_name("")

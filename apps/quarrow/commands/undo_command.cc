@@ -12,7 +12,7 @@ using Administration::GuardedOutcome;
 using Administration::Refusal;
 using Administration::RulesTransaction;
 
-struct Options {
+struct UndoOptions {
   std::string user;
   std::string revision;
   bool dry_run = false;
@@ -27,7 +27,7 @@ std::string text_of_changes(const RulesTransaction& rules) {
 }
 
 // Commits what `step` makes of the filters; the answer is what that changes, in words.
-int change(const Settings& settings, const Options& options,
+int change(const Settings& settings, const UndoOptions& options,
            const std::function<Refusal(RulesTransaction&)>& step) {
   return with_filters_of(
       settings, options.user,
@@ -42,8 +42,8 @@ int change(const Settings& settings, const Options& options,
       });
 }
 
-std::shared_ptr<Options> declare_options(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+std::shared_ptr<UndoOptions> declare_options(CLI::App& app) {
+  const auto options = std::make_shared<UndoOptions>();
   add_user_option(app, options->user);
   add_flag(app, "--dry-run", options->dry_run, "Say what would change, and change nothing");
   add_consent_options(app, options->consent);

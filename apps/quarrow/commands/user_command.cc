@@ -21,13 +21,13 @@ namespace {
 
 using Administration::Refusal;
 
-struct Options {
+struct UserOptions {
   std::string user;
   bool with_mail = false;
   bool dry_run = false;
 };
 
-int user_add(const Settings& settings, const Options& options) {
+int user_add(const Settings& settings, const UserOptions& options) {
   EmailAddress user;
   Refusal refusal = read_user(settings, options.user, user);
   if (!refusal) refusal = Administration::open_configuration(settings.root);
@@ -72,7 +72,7 @@ std::string removal_text(const std::string& folder) {
   return printable(folder) + ": would be removed" + contents + '\n';
 }
 
-int user_remove(const Settings& settings, const Options& options) {
+int user_remove(const Settings& settings, const UserOptions& options) {
   EmailAddress user;
   Refusal refusal = find_user(settings, options.user, user);
   if (!refusal)
@@ -117,7 +117,7 @@ int user_show(const Settings& settings, const std::string& text) {
 }  // namespace
 
 Run declare_user_add(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<UserOptions>();
   add_user_option(app, options->user);
   add_flag(app, "--dry-run", options->dry_run, "Say what would be made, and make nothing");
   return [options](const Settings& settings) { return user_add(settings, *options); };
@@ -126,7 +126,7 @@ Run declare_user_add(CLI::App& app) {
 Run declare_user_list(CLI::App& /*app*/) { return user_list; }
 
 Run declare_user_remove(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<UserOptions>();
   add_user_option(app, options->user);
   add_flag(app, "--with-mail", options->with_mail, "Remove the user's mail, too");
   add_flag(app, "--dry-run", options->dry_run, "Say what would be removed, and remove nothing");
@@ -134,7 +134,7 @@ Run declare_user_remove(CLI::App& app) {
 }
 
 Run declare_user_show(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<UserOptions>();
   add_user_option(app, options->user);
   return [options](const Settings& settings) { return user_show(settings, options->user); };
 }

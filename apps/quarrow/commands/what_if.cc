@@ -144,11 +144,11 @@ std::string json_line(const Trial::Difference& difference) {
   return line.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + '\n';
 }
 
-void print_json(const Trial::ComparisonResult& result) {
+void print_comparison_json(const Trial::ComparisonResult& result) {
   for (const auto& difference : result.differences) std::cout << json_line(difference);
 }
 
-void print_table(const Trial::ComparisonResult& result) {
+void print_comparison_table(const Trial::ComparisonResult& result) {
   Listing listing({"message", "now", "then"});
   for (const auto& difference : result.differences)
     listing.add({difference.message, place_text(difference.now), place_text(difference.then)});
@@ -219,7 +219,7 @@ int compare_rules(const WhatIfOptions& options, const EmailAddress& user,
   const auto result = Trial::compare(
       sources, Administration::rules_script(user.address()), outcome.answer, settings,
       [&status](const Trial::SourceFailure& failure) { status = complain(failure); });
-  (json ? print_json : print_table)(result);
+  (json ? print_comparison_json : print_comparison_table)(result);
   return complain_of_failures(result, status);
 }
 
