@@ -30,7 +30,7 @@ namespace {
 
 constexpr std::size_t texts_of_a_kind = 20000;
 
-const std::vector<std::string> pieces = {
+const std::vector<std::string> header_parts = {
     // what encoded words are made of
     "=?", "?=", "?", "=", "q", "B", "?q?", "?b?", "utf-8", "koi8-r", "iso-8859-1", "iso-2022-jp",
     "utf-16", "utf-7", "nope", "=C3", "=A4", "=E4", "=00", "=81", "_", "w6Q=", "5A==", "AAAA",
@@ -44,36 +44,36 @@ const std::vector<std::string> pieces = {
     "\xf8\x88\x80\x80\x80"};
 
 // Whole encoded words, and what stands around them in headers.
-const std::vector<std::string> words = {"=?utf-8?q?J=C3=B6rg?=",
-                                        "=?utf-8?B?SsO2cmc=?=",
-                                        "=?iso-8859-1?q?J=F6rg_D=2E?=",
-                                        "=?ISO-8859-15?Q?=A4?=",
-                                        "=?windows-1252?q?=93a=94?=",
-                                        "=?koi8-r?b?8NLJ18XU?=",
-                                        "=?utf-8?q?=E2=82?=",
-                                        "=?utf-8?q?=AC?=",
-                                        "=?utf-8?q?a=00b?=",
-                                        "=?koi8-r?q?a=00b?=",
-                                        "=?iso-8859-1?q?_.=00?=",
-                                        "=?windows-1252?q?=81?=",
-                                        "=?utf-8?q?=FF?=",
-                                        "=?nope?q?=E4?=",
-                                        "=?utf-8?x?a?=",
-                                        "=?utf-8?q?"
-                                        "?=",
-                                        "=?utf-8?b?Y2Fmw6?=",
-                                        "=?utf-8?q?a b?=",
-                                        " ",
-                                        " ",
-                                        " ",
-                                        "\t",
-                                        "J\xf6rg",
-                                        "J\xc3\xb6rg",
-                                        "<j@example.org>",
-                                        ",",
-                                        "(",
-                                        ")",
-                                        "Doe"};
+const std::vector<std::string> word_parts = {"=?utf-8?q?J=C3=B6rg?=",
+                                             "=?utf-8?B?SsO2cmc=?=",
+                                             "=?iso-8859-1?q?J=F6rg_D=2E?=",
+                                             "=?ISO-8859-15?Q?=A4?=",
+                                             "=?windows-1252?q?=93a=94?=",
+                                             "=?koi8-r?b?8NLJ18XU?=",
+                                             "=?utf-8?q?=E2=82?=",
+                                             "=?utf-8?q?=AC?=",
+                                             "=?utf-8?q?a=00b?=",
+                                             "=?koi8-r?q?a=00b?=",
+                                             "=?iso-8859-1?q?_.=00?=",
+                                             "=?windows-1252?q?=81?=",
+                                             "=?utf-8?q?=FF?=",
+                                             "=?nope?q?=E4?=",
+                                             "=?utf-8?x?a?=",
+                                             "=?utf-8?q?"
+                                             "?=",
+                                             "=?utf-8?b?Y2Fmw6?=",
+                                             "=?utf-8?q?a b?=",
+                                             " ",
+                                             " ",
+                                             " ",
+                                             "\t",
+                                             "J\xf6rg",
+                                             "J\xc3\xb6rg",
+                                             "<j@example.org>",
+                                             ",",
+                                             "(",
+                                             ")",
+                                             "Doe"};
 
 // A fixed seed, and no distributions, which differ between standard libraries.
 std::string text_of(const std::vector<std::string>& parts, std::size_t most) {
@@ -111,9 +111,9 @@ void expect_same(const std::vector<std::string>& parts) {
   }
 }
 
-TEST(EncodedTextAndGMime, ReadPiecesAlike) { expect_same(pieces); }
+TEST(EncodedTextAndGMime, ReadPiecesAlike) { expect_same(header_parts); }
 
-TEST(EncodedTextAndGMime, ReadWordsAlike) { expect_same(words); }
+TEST(EncodedTextAndGMime, ReadWordsAlike) { expect_same(word_parts); }
 
 std::string repeated(const std::string& piece, std::size_t count) {
   std::string text;
