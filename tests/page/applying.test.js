@@ -1,5 +1,6 @@
 // Users have their rules sort the mail that they have already.
 import assert from 'node:assert/strict';
+import { setPriority } from 'node:os';
 import { assertAccessible, assertShownWell, pageTest, users } from './browser.js';
 import { messagePaths, messagesIn, messageWith, putMessages } from './mailboxes.js';
 import { filingProcesses, kill, killServer, startServer, until } from './processes.js';
@@ -155,8 +156,12 @@ const manyMessages = (what) =>
  */
 async function inTheMiddle(page, what, body) {
   await fileNow(page);
+  const [work] = await until(() => {
+    const found = filingProcesses(alice);
+    return found.length > 0 && found;
+  }, 'the filing has begun');
+  setPriority(work, 19); // it is not to be done before it can be halted
   await until(() => messagePaths(alice, `${what}/Filed`).length > 0, 'something is filed');
-  const [work] = filingProcesses(alice);
   process.kill(work, 'SIGSTOP');
   try {
     await says(page, 'Filing…');
