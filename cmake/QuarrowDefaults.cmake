@@ -62,10 +62,6 @@ if(QUARROW_COVERAGE)
     -fprofile-instr-generate -Wl,--wrap=_exit -Wl,--undefined=__wrap__exit)
   add_library(quarrow_counted_exit STATIC "${PROJECT_SOURCE_DIR}/tests/coverage/counted_exit.cc")
   target_link_libraries(quarrow_flags INTERFACE quarrow_counted_exit)
-  file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/coverage")
-  execute_process(
-    COMMAND setfacl --modify "other::rwx,default:other::rw" "${PROJECT_BINARY_DIR}/coverage"
-    COMMAND_ERROR_IS_FATAL ANY)
 endif()
 
 # The include folders and libraries that everything on the exported interface needs.
