@@ -58,7 +58,7 @@ endif()
 if(QUARROW_COVERAGE)
   target_compile_options(quarrow_flags INTERFACE
     -fprofile-instr-generate=/dev/null -fcoverage-mapping)
-  target_link_options(quarrow_flags INTERFACE 
+  target_link_options(quarrow_flags INTERFACE
     -fprofile-instr-generate -Wl,--wrap=_exit -Wl,--undefined=__wrap__exit)
   add_library(quarrow_counted_exit STATIC "${PROJECT_SOURCE_DIR}/tests/coverage/counted_exit.cc")
   target_link_libraries(quarrow_flags INTERFACE quarrow_counted_exit)
