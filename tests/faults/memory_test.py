@@ -58,6 +58,18 @@ class Memory(unittest.TestCase):
                 self.try_operation(sandboxes, operation, template)
 
     def try_operation(self, sandboxes, operation, template):
+        count, tries, endings, found = self.outcomes(
+            sandboxes, operation, template,
+            lambda count: [(number, 0) for number in sample(count, FIRST, OTHERS)])
+        print(f"{operation.name}: {len(tries)} of {count} allocations, exit statuses "
+              f"{dict(collections.Counter(ending.status for ending in endings))}", file=sys.stderr)
+        self.assertFalse(found, "\n".join(found))
+        if operation not in operations.APPLICATIONS:  # where libraries that parse mail end it
+            self.assert_orderly([number for number, _ in tries], endings)
+
+    def outcomes(self, sandboxes, operation, template, choose):
+        """How many allocations there are, those that `choose` has fail of so many, each from a first
+        one to a last one, how each of these attempts ended, and what was wrong afterwards."""
         sandbox = sandboxes.sandbox()
         sandbox.fill(template)
         old = operation.judge.state(sandbox.root)
@@ -65,18 +77,14 @@ class Memory(unittest.TestCase):
         count = sandbox.memory.count()
         new = operation.judge.state(sandbox.root)
 
-        def look(sandbox, number):
-            ending = sandbox.attempt(operation, template, number)
-            return ending, [f"allocation {number}: {what}" for what in
+        def look(sandbox, failing):
+            ending = sandbox.attempt(operation, template, *failing)
+            return ending, [f"allocations {failing}: {what}" for what in
                             operation.judge.faults(sandbox.root, ending, old, new)]
 
-        numbers = sample(count, FIRST, OTHERS)
-        endings, found = zip(*sandboxes.each(look, numbers))
-        print(f"{operation.name}: {len(numbers)} of {count} allocations, exit statuses "
-              f"{dict(collections.Counter(ending.status for ending in endings))}", file=sys.stderr)
-        self.assertFalse(any(found), "\n".join(what for each in found for what in each))
-        if operation not in operations.APPLICATIONS:  # where libraries that parse mail end it
-            self.assert_orderly(numbers, endings)
+        tries = choose(count)
+        endings, found = zip(*sandboxes.each(look, tries))
+        return count, tries, endings, [what for each in found for what in each]
 
     def test_a_folder_has_its_name_or_the_rules_stay(self):
         """ICU, which writes the names, gives an empty one where memory is short for it."""
@@ -84,21 +92,11 @@ class Memory(unittest.TestCase):
         self.addCleanup(sandboxes.close)
         operation = operations.COMMITS[1]
         with prepared(operation) as template:
-            sandbox = sandboxes.sandbox()
-            sandbox.fill(template)
-            old = operation.judge.state(sandbox.root)
-            self.assertEqual(0, sandbox.attempt(operation, template).status)
-            count = sandbox.memory.count()
-            new = operation.judge.state(sandbox.root)
-
-            def look(sandbox, numbers):
-                ending = sandbox.attempt(operation, template, *numbers)
-                return ending, [f"allocations {numbers}: {what}" for what in
-                                operation.judge.faults(sandbox.root, ending, old, new)]
-
-            endings, found = zip(*sandboxes.each(look, [
-                (number, last) for number in range(1, count + 1) for last in (number, ALL)]))
-        self.assertFalse(any(found), found)
+            _, _, endings, found = self.outcomes(
+                sandboxes, operation, template,
+                lambda count: [(number, last) for number in range(1, count + 1)
+                               for last in (number, ALL)])
+        self.assertFalse(found, "\n".join(found))
         self.assertTrue(any(b"memory is short for a folder's name" in ending.complaint
                             for ending in endings), endings)
 
