@@ -10,6 +10,8 @@
 #include <optional>
 #include <string>
 
+#include "host/zvellparser/encoded_words.h"
+
 namespace Quarrow::Delivery {
 namespace {
 
@@ -51,8 +53,9 @@ void load_converter(const char* charset) {
   converters.emplace_back(charset);
 }
 
+// With a language, the word is none that is read without the decoder.
 void decode_word_in(const char* charset) {
-  (void)stringToUtf8("=?" + std::string(charset) + "?q?=41=C4?=", nullptr);
+  (void)stringToUtf8("=?" + std::string(charset) + "*en?q?=41=C4?=", nullptr);
 }
 
 // A NUL goes away before decoding, and the text around it may become an encoded word.
@@ -84,6 +87,29 @@ const char* known_charset(std::string_view named) {
   return known == mail_charsets.end() ? nullptr : *known;
 }
 
+void add(const char* charset, std::vector<const char*>& charsets) {
+  if (std::find(charsets.begin(), charsets.end(), charset) == charsets.end())
+    charsets.push_back(charset);
+}
+
+// Takes an encoded word off `header`, which begins with it, and adds what it needs. False when it
+// may need any charset.
+bool take_word(std::string_view& header, NeededCharsets& needed) {
+  if (const auto usual = zvellparser::usual_word(header)) {
+    if (usual->converter != nullptr) add(known_charset(usual->charset), needed.names);
+    header.remove_prefix(usual->length - 1);  // the last byte may begin another word
+    return true;
+  }
+  header.remove_prefix(2);
+  const auto named = take_charset(header);
+  const char* const known = named ? known_charset(*named) : nullptr;
+  if (known == nullptr) return false;
+  needed.in_words = true;
+  for (const char* const charset : fallback_charsets) add(charset, needed.names);
+  add(known, needed.names);
+  return true;
+}
+
 }  // namespace
 
 const std::vector<const char*>& all_charsets() { return mail_charsets; }
@@ -93,17 +119,13 @@ NeededCharsets charsets_for(std::string_view header) {
   if (!is_plain && (header.find('\0') != header.npos || header.find("=?") != header.npos))
     return {mail_charsets, true};
   if (!is_plain) return {{raw_charset}, false};
-  std::vector<const char*> needed;
+  NeededCharsets needed{{}, false};
   int words = 0;
   for (std::size_t at = 0; (at = header.find("=?")) != header.npos;) {
-    header.remove_prefix(at + 2);
-    if (needed.empty()) needed = fallback_charsets;
-    const auto named = take_charset(header);
-    const char* const known = named ? known_charset(*named) : nullptr;
-    if (known == nullptr || ++words > most_encoded_words) return {mail_charsets, true};
-    if (std::find(needed.begin(), needed.end(), known) == needed.end()) needed.push_back(known);
+    header.remove_prefix(at);
+    if (++words > most_encoded_words || !take_word(header, needed)) return {mail_charsets, true};
   }
-  return {needed, !needed.empty()};
+  return needed;
 }
 
 void load_charsets(const NeededCharsets& charsets) {

@@ -19,16 +19,16 @@ const std::vector<const char*>& all_charsets();
 // What decoding may need.
 struct NeededCharsets {
   std::vector<const char*> names;  // each once
-  bool in_words;                   // encoded words (RFC 2047), which have a decoder of their own
+  bool in_words;                   // encoded words (RFC 2047) that need a decoder of their own
 };
 
-// The charsets that decoding `header` may need: none for a header that is plain ASCII without
-// encoded words, that of raw text where it has none of them, and all_charsets() where the words do
-// not tell. The names come from our own table, since those in the header are a stranger's. Loads
-// nothing.
+// The charsets that decoding `header` may need: none for a header that is plain ASCII with no
+// encoded words but usual ones in UTF-8, that of raw text where it has no words at all, and
+// all_charsets() where the words do not tell. The names come from our own table, since those in the
+// header are a stranger's. Loads nothing.
 NeededCharsets charsets_for(std::string_view header);
 
-// Loads the converters of `charsets`, and the decoder of encoded words, which stay loaded until the
+// Loads the converters of `charsets`, and the decoder of unusual words, which stay loaded until the
 // process ends. A converter that the system does not have is left out.
 void load_charsets(const NeededCharsets& charsets);
 

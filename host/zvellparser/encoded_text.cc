@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "host/zvellparser/encoded_words.h"
 #include "host/zvellparser/gmime_reader.h"
 #include "host/zvellparser/raw_text.h"
 #include "host/zvellparser/text_pieces.h"
@@ -12,6 +13,8 @@ namespace zvellparser {
 namespace {
 
 constexpr std::size_t longest_character = 4;  // in bytes of UTF-8
+
+constexpr std::string_view blanks = " \t\r\n";
 
 bool is_plain_byte(unsigned char c) { return c > 0 && c < 0x80; }
 
@@ -26,12 +29,44 @@ std::string without_nuls(std::string text) {
   return text;
 }
 
-// Whether GMime gives nothing of what follows `words`, which stand for `meaning`: they hold a NUL.
-bool end_the_text(const std::string& words, const std::string& meaning) {
-  return decode_header_text(words + " .", {}) == meaning;
+// The first of `words`, encoded words with nothing but blanks between them, up to base64 that ends
+// with padding: GMime reads the base64 of adjacent words as one, and nothing behind its end.
+std::string_view first_stream(std::string_view words) {
+  for (std::size_t at = 0; at < words.size();) {
+    const std::size_t encoding = words.find('?', at + 2) + 1;
+    const std::size_t end = words.find("?=", encoding + 2) + 2;
+    const bool is_base64 = words[encoding] == 'B' || words[encoding] == 'b';
+    if (is_base64 && words[end - 3] == '=') return words.substr(0, end);
+    at = words.find_first_not_of(blanks, end);
+  }
+  return words;
 }
 
-// What decode_header_text(text, {}) gives, in linear time.
+// Of the last words in a value, nobody asks whether they end it.
+WordsText read_by_gmime(const std::string& words, bool are_last) {
+  WordsText read{decode_header_text(words, {}), false};
+  if (!are_last) read.ends_a_value = decode_header_text(words + " .", {}) == read.text;
+  return read;
+}
+
+WordsText unusual_words_text(std::string_view words, bool are_last) {
+  WordsText read{};
+  while (!words.empty() && !read.ends_a_value) {
+    const std::string_view first = first_stream(words);
+    words.remove_prefix(std::min(words.find_first_not_of(blanks, first.size()), words.size()));
+    const WordsText next = read_by_gmime(std::string(first), are_last && words.empty());
+    read.text += next.text;
+    read.ends_a_value = next.ends_a_value;
+  }
+  return read;
+}
+
+WordsText words_text(std::string_view words, bool are_last) {
+  const auto usual = usual_words_text(words);
+  return usual ? *usual : unusual_words_text(words, are_last);
+}
+
+// What decode_header_text(text, {}) gives, in linear time, with nothing lost behind padding.
 std::string decoded_by_pieces(const std::string& text) {
   std::string decoded;
   RawText raw;
@@ -42,10 +77,9 @@ std::string decoded_by_pieces(const std::string& text) {
     } else if (piece.kind == TextPiece::Kind::raw) {
       decoded += raw.to_utf8(piece.text);
     } else {
-      const std::string words(piece.text);
-      const std::string meaning = decode_header_text(words, {});
-      decoded += meaning;
-      if (!pieces.at_end() && end_the_text(words, meaning)) break;
+      const WordsText read = words_text(piece.text, pieces.at_end());
+      decoded += read.text;
+      if (read.ends_a_value) break;
     }
   }
   return decoded;

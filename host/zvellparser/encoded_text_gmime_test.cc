@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/zvellparser/encoded_text.h"
+#include "host/zvellparser/encoded_text_test_support.h"
 #include "host/zvellparser/gmime_reader.h"
 
 namespace {
@@ -106,6 +107,7 @@ void expect_same(const std::vector<std::string>& parts) {
   const LoadedCharsets loaded;
   for (std::size_t i = 0; i < texts_of_a_kind; ++i) {
     const std::string text = text_of(parts, i % 2 == 0 ? 6 : 24);
+    if (may_gmime_lose_words(text)) continue;
     ASSERT_EQ(decode_header_text(text, {}), decoded_whole(text, {}))
         << testing::PrintToString(text);
   }

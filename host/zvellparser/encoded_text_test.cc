@@ -56,6 +56,9 @@ TEST(EncodedText, JoinsAdjacentWords) {
       {"=?utf-8?Q?a?= \t =?iso-8859-1?Q?b?= c", "ab c"},
       {"=?utf-8?Q?=E2=82?= =?utf-8?Q?=AC?=", "\xe2\x82\xac"},  // a character over two words
       {"=?utf-8?Q?a?= b =?utf-8?Q?c?=", "a b c"},
+      {"=?utf-8?B?YQ==?= =?utf-8?B?YmM=?= =?utf-8?B?ZGVm?=", "abcdef"},  // each padded
+      {"=?koi8-r?B?8NI=?= =?koi8-r?B?yQ==?=\r\n =?koi8-r?B?18XU?= a",
+       "\xd0\x9f\xd1\x80\xd0\xb8\xd0\xb2\xd0\xb5\xd1\x82 a"},
   });
 }
 
