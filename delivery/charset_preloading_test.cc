@@ -18,11 +18,13 @@ std::string words(int count) {
   return text;
 }
 
-// Headers whose words tell which charsets they need.
-const struct {
+struct HeaderCase {
   std::string header;
   Names want;
-} told[] = {
+};
+
+// Headers whose words tell which charsets they need.
+const HeaderCase told[] = {
     {"Subject: =?utf-8*fr?q?caf=C3=A9?=\n", {"ISO-8859-1", "CP1252", "UTF-8"}},
     {"Subject: =?utf-8?q?a b?=\n", {"ISO-8859-1", "CP1252", "UTF-8"}},
     {"Subject: =?ISO-8859-1?q?J=E?=\n", {"ISO-8859-1", "CP1252"}},
@@ -37,7 +39,7 @@ const struct {
 };
 
 // Headers without words, or with words that need no decoder.
-const decltype(told[0]) usual[] = {
+const HeaderCase usual[] = {
     {"", {}},
     {"Subject: an offer = 3?\n", {}},
     {"Subject: =?utf-8?q?caf=C3=A9?=\n", {}},
