@@ -74,8 +74,10 @@ class System:
 
     def own_words(self, line):
         """The example for this system."""
-        revision = self.quarrow("history", ALICE, "-f", "tab").partition("\t")[0]
-        words = line.replace(REVISION, revision).replace(ROOT, str(self.root))
+        words = line.replace(ROOT, str(self.root))
+        if REVISION in words:
+            revision = self.quarrow("history", ALICE, "-f", "tab").partition("\t")[0]
+            words = words.replace(REVISION, revision)
         if set(words.split()) & set(WITH_CATALOGUE):
             words += f" --catalogue {self.folder}/fields.xml"
         return words
