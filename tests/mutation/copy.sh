@@ -2,16 +2,17 @@
 # copy.sh PROJECT COMMAND [ARGUMENT]...
 #
 # Runs a command in a copy of the project that vanishes with it, and where it can't hurt the
-# machine: it sees no processes but its own, has a /tmp of its own, and all else of the file system
-# is only to be read. The copy has the project's path.
+# machine: it sees no processes but its own, has a /tmp and a loopback network of its own, and all
+# else of the file system is only to be read. The copy has the project's path.
 set -euo pipefail
 
 if [[ ${1-} != --inside ]]; then
-  exec unshare --mount --pid --ipc --fork --kill-child --mount-proc "$0" --inside "$@"
+  exec unshare --mount --pid --ipc --net --fork --kill-child --mount-proc "$0" --inside "$@"
 fi
 project=$2
 shift 2
 
+ip link set lo up
 mount -t tmpfs -o size=4g,mode=1777 tmpfs /tmp
 mkdir /tmp/.copy /tmp/.copy/{upper,work}
 chmod 755 /tmp/.copy
