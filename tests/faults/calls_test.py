@@ -9,14 +9,12 @@ import sys
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
-from setting import IS_LONG, IS_SANITIZED, Sandboxes  # noqa: E402
+from setting import IS_LONG, STEP, Sandboxes  # noqa: E402
 
 import faulty_calls  # noqa: E402
 import operations  # noqa: E402
 import traced_calls  # noqa: E402
 from sandbox import Sandbox, arguments_of, prepared  # noqa: E402
-
-STEP = 4 if IS_SANITIZED and not IS_LONG else 1  # sanitized programs take five times as long
 
 
 class Calls(unittest.TestCase):
