@@ -183,6 +183,9 @@ TEST_F(DeliveryJournal, NamesTheRulesByTheirDocument) {
   std::filesystem::rename(document, folder_.file("elsewhere"));
   std::filesystem::create_symlink(folder_.file("elsewhere"), document);
   EXPECT_EQ("", document_revision(folder_.path()));
+  std::filesystem::remove(document);
+  std::filesystem::resize_file(folder_.write(".delivery_filter.xml", ""), 4 << 20);
+  EXPECT_EQ("", document_revision(folder_.path()));  // too long to be people's rules
 }
 
 }  // namespace

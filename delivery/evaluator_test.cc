@@ -363,6 +363,37 @@ TEST_F(EvaluatorTest, SignalsDoNotProlongTheWaitForAHelperThatHangs) {
   EXPECT_EQ(0, sigaction(SIGALRM, &before, nullptr));
 }
 
+TEST_F(EvaluatorTest, SignalsDoNotEndTheWaitForAHelperThatAnswers) {
+  struct sigaction action = {};
+  action.sa_handler = do_nothing;
+  struct sigaction before = {};
+  ASSERT_EQ(0, sigaction(SIGALRM, &action, &before));
+  const itimerval often = {{0, 1000}, {0, 1000}};
+  ASSERT_EQ(0, setitimer(ITIMER_REAL, &often, nullptr));
+  Evaluator evaluator;
+  const std::string filler(std::size_t{1} << 20, 'a');  // it takes longer than a signal to come
+  EXPECT_EQ(
+      ordinary_result,
+      text_of(
+          evaluate(evaluator, ordinary_script, "X: " + filler + "\nSubject: offer\n\n").result));
+  const itimerval never = {};
+  EXPECT_EQ(0, setitimer(ITIMER_REAL, &never, nullptr));
+  EXPECT_EQ(0, sigaction(SIGALRM, &before, nullptr));
+}
+
+TEST_F(EvaluatorTest, AHelperThatTakesNoMessageIsKilledAndReplaced) {
+  EvaluatorLimits limits = lasting();
+  limits.time = milliseconds(200);
+  Evaluator evaluator(limits);
+  const pid_t helper = evaluator.helper();
+  ASSERT_EQ(0, kill(helper, SIGSTOP));
+  const std::string long_message = "Subject: " + std::string(std::size_t{4} << 20, 'a') + "\n\n";
+  EXPECT_EQ("the evaluation took more than 200 ms",
+            evaluate(evaluator, ordinary_script, long_message).reason);
+  EXPECT_FALSE(is_running(helper));
+  EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+}
+
 TEST_F(EvaluatorTest, AMessageThatTakesTooMuchMemoryFailsAlone) {
   EvaluatorLimits limits;
   limits.memory = std::uint64_t{8} << 20;

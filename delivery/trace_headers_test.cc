@@ -108,6 +108,7 @@ const std::string unlike_ours[] = {"",
                                    "Subject: x\n\n",
                                    "Subject: x\n" + to_alice,
                                    "return-path: <bob@example.net>\nSubject: x\n\n",
+                                   " folded: " + path,
                                    "\n" + path + to_alice,
                                    received + path + to_alice};
 
@@ -192,6 +193,10 @@ TEST_F(HeadersOfAMessageReceived, AreNoneOfAnotherServer) {
         path + to_alice +
             "Received: from client\n\tby mx.example.org with LMTP\n\tid 7\n\tfor "
             "<alice@example.org>; Mon, 04 May 2026 12:00:00 +0000\n",
+        path + to_alice + "Received: by mx.example.org with LMTP\n\tfor " + alice + "\n",
+        path + to_alice + "Received: from client\n\tmx.example.org with LMTP\n",
+        path + to_alice + "Received: from client\n\tby a\n",
+        path + to_alice + "Received: from client\n\tby mx.example.org with ESMTP\n",
         path + received_from("client"), received_from("client")})
     EXPECT_EQ(0U, added_headers_size(message + "\n", false)) << message;
 }

@@ -1,13 +1,15 @@
 // Counts of branches that a process would take with it, in builds that count them: _exit() keeps
 // them as exit() does, and a confined process leaves them to the processes that it came from.
 //
-// A confined process can't write files, and a helper is killed once it has answered. So a helper
-// adds its counts, before each answer, to memory that it shares with its evaluator's process, which
-// keeps them with its own when it ends. Nobody can write that memory while it isn't used: a helper
-// drops what can be written. Where two helpers add at once, counts of one may get lost. A traced
-// process is one that a test ends at any moment: it would leave half of its counts.
+// A confined process can't write files, or no long ones, and a helper is killed once it has
+// answered. So a helper adds its counts, before each answer, to memory that it shares with its
+// evaluator's process, which keeps them with its own when it ends. Nobody can write that memory
+// while it isn't used: a helper drops what can be written. Where two helpers add at once, counts of
+// one may get lost. A traced process is one that a test ends at any moment: it would leave half of
+// its counts.
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <cstdint>
@@ -69,6 +71,11 @@ bool is_zero(const std::string& line, const char* name) {
   return line == std::string(name) + ":\t0";
 }
 
+bool may_write_files() {
+  rlimit size = {};
+  return getrlimit(RLIMIT_FSIZE, &size) == 0 && size.rlim_cur == RLIM_INFINITY;
+}
+
 Ending ending() {
   std::ifstream status("/proc/self/status");
   bool is_traced = true;
@@ -77,7 +84,7 @@ Ending ending() {
     if (is_zero(line, "TracerPid")) is_traced = false;
     if (is_zero(line, "Seccomp")) is_confined = false;
   }
-  if (is_confined) return Ending::confined;
+  if (is_confined || !may_write_files()) return Ending::confined;
   return is_traced ? Ending::traced : Ending::free;
 }
 
