@@ -190,6 +190,33 @@ TEST(RuleAnalysis, FindsComparisonsOfWholeAddressHeaders) {
   });
 }
 
+TEST(RuleAnalysis, ComparesOtherDatesByTheirWordsAlone) {
+  expect_remarks({{{"all date date is 2026-05-01; not date date is 2026-05-01"}, "1 contradiction"},
+                  {{"all date date is 2026-05-01; not date date is 2026-05-02"}, ""},
+                  {{"all date date is 2026-05-01; not date date after 2026-05-01"}, ""},
+                  {{"all date date is 2026-05-01; not date x-date is 2026-05-01"}, ""},
+                  {{"all not date date is 2026-05-01; not date date is 2026-05-02"}, ""},
+                  {{"all date zvx-received-date is 2026; not date zvx-received-date is 2026"},
+                   "1 contradiction"}});
+}
+
+TEST(RuleAnalysis, SaysNothingOfSizesThatAreNone) {
+  expect_remarks(
+      {{{"all size size greater 12345678; not size size greater 12345678"}, ""},
+       {{"all size size greater 2097152; not size size greater 2097152"}, ""},
+       {{"all size size greater 2097151; not size size greater 2097151"}, "1 contradiction"}});
+}
+
+TEST(RuleAnalysis, FindsNoCapitalsBetweenTheLetters) {
+  expect_remarks(
+      {{{"all string subject is {_1}; not case string subject is {_1}"}, "1 contradiction"},
+       {{"all string subject is {_a}; not case string subject is {_a}"}, ""}});
+}
+
+TEST(RuleAnalysis, LeavesFiltersWithoutTestsOut) {
+  expect_remarks({{{"all", "all string subject is a"}, ""}});
+}
+
 TEST(RuleAnalysis, LeavesDisabledFiltersOut) {
   const auto list = list_of_rules({"all size less 20", "all size less 10"});
   list->filters.front()->enabled = false;

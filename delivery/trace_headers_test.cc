@@ -34,6 +34,7 @@ const struct {
     {"Delivered-To: malice@example.org\nDelivered-To: alice@example.org.example.net\n\n", false},
     {"Delivered-To:\n\n", false},
     {"X-Delivered-To: alice@example.org\n\n", false},
+    {"Deliverer-To: alice@example.org\n\n", false},
     {"no field\n" + to_alice + "\n", false},  // the body has begun
 };
 
@@ -152,6 +153,12 @@ TEST_F(HeadersOfAMessageReceived, NameTheClientTheHostAndTheTime) {
       trace_headers("Subject: x\n\n", {"bob@example.net", alice}, from("client.example.net"));
   EXPECT_EQ(path + to_alice + received_from("client.example.net"), headers.lines);
   EXPECT_FALSE(headers.is_loop);
+}
+
+TEST_F(HeadersOfAMessageReceived, NameNoSenderWhoIsNotKnown) {
+  const std::string lines =
+      trace_headers("Subject: x\n\n", {std::nullopt, alice}, from("client")).lines;
+  EXPECT_EQ(0U, lines.find(to_alice + "Received: from client\n")) << lines;
 }
 
 TEST_F(HeadersOfAMessageReceived, NameAClientOnlyWhereItsNameMeansNothingElse) {
