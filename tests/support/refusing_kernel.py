@@ -27,7 +27,6 @@ REFUSED = {
     "giving up rights": [("prctl", (0, PR_SET_NO_NEW_PRIVS), errno.EINVAL)],
     "memory limits": [("prlimit64", (1, resource.RLIMIT_AS), errno.EPERM)],
     "file size limits": [("prlimit64", (1, resource.RLIMIT_FSIZE), errno.EPERM)],
-    "limits of core dumps": [("prlimit64", (1, resource.RLIMIT_CORE), errno.EPERM)],
     "descriptor limits": [("prlimit64", (1, resource.RLIMIT_NOFILE), errno.EPERM)],
     "closing ranges": [("close_range", None, errno.EPERM)],
     "other numbers of descriptors": [("fcntl", (1, fcntl.F_DUPFD), errno.EMFILE)],
