@@ -8,6 +8,7 @@
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 
@@ -20,6 +21,8 @@
 #include "delivery/helper_process.h"
 #include "delivery/one_processor.h"
 #include "quarrow/delivery/delivery_plan.h"
+#include "system/child_process_test_support.h"
+#include "tests/support/refused_call_test_support.h"
 #include "tests/support/rules_test_support.h"
 
 namespace Quarrow::Delivery {
@@ -392,6 +395,21 @@ TEST_F(EvaluatorTest, AHelperThatTakesNoMessageIsKilledAndReplaced) {
             evaluate(evaluator, ordinary_script, long_message).reason);
   EXPECT_FALSE(is_running(helper));
   EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+}
+
+TEST_F(EvaluatorTest, SaysSoWhereNoHelperCanBeMade) {
+  set_script(ordinary_script);
+  for (const EvaluatorLimits& limits : {EvaluatorLimits(), lasting()}) {
+    for (const int call : {SYS_socketpair, SYS_setsockopt}) {
+      const auto evaluating = [&] {
+        if (!refuse_call(call, EMFILE)) return 2;
+        Evaluator evaluator(limits);
+        const Evaluation failed = evaluate(evaluator, ordinary_message);
+        return failed.outcome == Outcome::failed && !failed.reason.empty() ? 0 : 1;
+      };
+      EXPECT_EQ(0, end_of_child(evaluating).status) << call;
+    }
+  }
 }
 
 TEST_F(EvaluatorTest, AMessageThatTakesTooMuchMemoryFailsAlone) {
