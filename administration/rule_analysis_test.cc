@@ -195,6 +195,7 @@ TEST(RuleAnalysis, ComparesOtherDatesByTheirWordsAlone) {
                   {{"all date date is 2026-05-01; not date date is 2026-05-02"}, ""},
                   {{"all date date is 2026-05-01; not date date after 2026-05-01"}, ""},
                   {{"all date date is 2026-05-01; not date x-date is 2026-05-01"}, ""},
+                  {{"all date date is 2026-05-01; string subject is a"}, ""},
                   {{"all not date date is 2026-05-01; not date date is 2026-05-02"}, ""},
                   {{"all date zvx-received-date is 2026; not date zvx-received-date is 2026"},
                    "1 contradiction"}});
@@ -254,6 +255,15 @@ TEST(RuleAnalysis, SaysWhatTakesTheMessages) {
   EXPECT_TRUE(concerns(remarks[0], 1));
   EXPECT_TRUE(concerns(remarks[0], 2));
   EXPECT_FALSE(concerns(remarks[0], 3));
+}
+
+TEST(RuleAnalysis, ListsThoseThatTakeTheMessagesTogether) {
+  const auto remarks = rule_remarks(
+      *list_of_rules({"all string subject contains a", "all string subject contains b",
+                      "all string subject contains c",
+                      "any string subject is a; string subject is b; string subject is c"}));
+  ASSERT_EQ(1U, remarks.size());
+  EXPECT_EQ("put it in front of filters 1, 2 and 3, or remove it", remarks[0].advice);
 }
 
 // Random rules and messages of few words, so that they often have to do with each other.

@@ -152,6 +152,8 @@ const Case wrong_tests[] = {
      "there is no month 13; a date is written YYYY-MM-DD, such as 2026-05-01"},
     {"date zvx-received-date is 2026-00-01", Kind::wrong_rule, "value",
      "there is no month 00; a date is written YYYY-MM-DD, such as 2026-05-01"},
+    {"date zvx-received-date is 2026-05-999", Kind::wrong_rule, "value",
+     "a date is written YYYY-MM-DD, such as 2026-05-01"},
     {"date zvx-received-date is 01-05-2026", Kind::wrong_rule, "value",
      "a date is written YYYY-MM-DD; type 2026-05-01 or 2026-01-05"},
     {"size greater -5", Kind::wrong_rule, "value",
