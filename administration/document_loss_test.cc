@@ -35,6 +35,8 @@ const std::string kept[] = {
     "\n  " + plain + "\n<!-- a comment -->",
     filter_element("\n  " + test_element() + "\n  "),
     filter_element(test_element(R"(<field>subject</field>)")),
+    filter_element(test_element("\n    <field>subject</field>")),
+    filter_element(test_element(), "<action><method>delete</method></action>", "<more/>"),
     filter_element(test_element(R"(<field type="">subject</field>)")),
     filter_element(test_element(),
                    "<action><method>delete</method><target/><value></value></action>"),
@@ -50,6 +52,10 @@ const struct {
     {filter_element(test_element() +
                     test_element("<field>subject</field>", "<comparator>contians</comparator>")),
      "test 2 of filter 7"},
+    {filter_element(test_element("<field>subject</field>", "<comparator>contians</comparator>") +
+                    test_element()),
+     "test 1 of filter 7"},
+    {filter_element(test_element("more <field>subject</field>")), "test 1 of filter 7"},
     {filter_element(test_element(R"(<field type="strnig">subject</field>)") + test_element()),
      "test 1 of filter 7"},
     {filter_element(
@@ -68,16 +74,31 @@ const struct {
      "action 2 of filter 7"},
     {filter_element(test_element(), "<action><method>delete</method></action>", "<more>x</more>"),
      "a part of filter 7"},
+    {filter_element(test_element(), "<action><method>delete</method></action>", "more"),
+     "a part of filter 7"},
+    {filter_element(test_element(), "<action><method>delete</method></action>",
+                    R"(<more colour="red"/><more><most/></more><actions><action/></actions>)"),
+     "a part of filter 7, a part of filter 7, a part of filter 7"},
+    {filter_element("more"), "a part of filter 7"},
+    {R"(<filter name="a"><tests colour="red"/><actions><action><method>delete</method></action>)"
+     "</actions></filter>",
+     "a part of filter 1"},
     {R"(<filter name="a" colour="red"><tests/><actions><action><method>delete</method></action>)"
      "</actions></filter>",
      "a part of filter 1"},
     {"<rule>x</rule>" + plain, "an element that is no filter"},
+    {repeated("<rule>x</rule>", 3) + plain + repeated("<rule>x</rule>", 9),
+     "an element that is no filter, an element that is no filter, an element that is no filter, "
+     "an element that is no filter, an element that is no filter, an element that is no filter, "
+     "an element that is no filter, an element that is no filter, an element that is no filter, "
+     "an element that is no filter"},
 };
 
 TEST(DocumentLoss, IsNoneWhereAllIsLoaded) {
   for (const auto& filters : kept) EXPECT_EQ("", loss_of(filters)) << filters;
   const std::string empty = document_text(MessageFilters::FilterList__::Create());
   EXPECT_EQ("", document_loss(empty, list_of(empty)));
+  EXPECT_EQ("", document_loss("no document", list_of(empty)));
 }
 
 TEST(DocumentLoss, NamesWhatIsNotLoaded) {

@@ -93,6 +93,7 @@ TEST_F(Fields, AreRefusedWhenThereAreNone) {
   };
   EXPECT_EQ("alice@example.org: no field \"x-project\"; did you mean X-Project?",
             remove("x-project"));
+  EXPECT_EQ("alice@example.org: no field \"zzz\"", remove("zzz"));
   EXPECT_EQ("alice@example.org: \"subject\" is the system's field, which stays", remove("subject"));
   EXPECT_EQ("string X-Project\n", own());
 }
@@ -107,6 +108,15 @@ TEST_F(Fields, AreNotOverwrittenWhenTheyCantBeRead) {
   std::filesystem::create_symlink(catalogue_, own_);
   EXPECT_NE("", add("string", "X-Project"));
   EXPECT_TRUE(std::filesystem::is_symlink(own_));
+}
+
+TEST_F(Fields, NeedTheUsersFolder) {
+  std::filesystem::remove_all(folder_);
+  EXPECT_EQ(folder_ + ": nothing was changed: No such file or directory",
+            add("string", "X-Project"));
+  EXPECT_FALSE(std::filesystem::exists(folder_));
+  write_file(folder_, "no folder");
+  EXPECT_EQ(folder_ + ": Not a directory", add("string", "X-Project"));
 }
 
 TEST_F(Fields, NeedTheSystemsCatalogue) {

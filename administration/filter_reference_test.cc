@@ -63,6 +63,17 @@ TEST_F(FilterReference, RefusesANameOfSeveral) {
             found("Twice"));
 }
 
+TEST_F(FilterReference, TellsByNameWhatIsEnabledAndAlone) {
+  const auto said_of = [this](std::int32_t id) {
+    return said(check_tells_by_name(*rules_, *rules_->filters->find_filter(id)));
+  };
+  EXPECT_EQ("", said_of(1));
+  EXPECT_EQ("filter 2: has the name of another filter; give each a name of its own", said_of(2));
+  rules_->filters->find_filter(3)->enabled = false;
+  EXPECT_EQ("", said_of(2));
+  EXPECT_EQ("filter 3: is disabled", said_of(3));
+}
+
 TEST_F(FilterReference, HasATitle) {
   EXPECT_EQ("filter 1 \"Work\"", title_of(*rules_->filters->find_filter(1)));
 }

@@ -69,6 +69,17 @@ TEST(FilterText, IsTheSameThereAndBack) {
   EXPECT_EQ(text, filter_text(read));
 }
 
+TEST(FilterText, SaysThatAFilterIsEnabledAndTakesAnyTest) {
+  const auto filter = make_rule("x", make_test("string", "subject", "is", "b"));
+  filter->relation = Filter__::ANYOF;
+  const std::string text = filter_text(*filter);
+  EXPECT_NE(std::string::npos, text.find("\nenabled: yes\nmatch: any\n")) << text;
+  const auto read = make_rule("y", make_test("string", "subject", "is", "c"), false);
+  EXPECT_EQ("", said(read_filter_text(text, FolderDots::inbox, *read)));
+  EXPECT_TRUE(read->enabled);
+  EXPECT_EQ(Filter__::ANYOF, read->relation);
+}
+
 TEST(FilterText, HoldsNoControlCharacter) {
   const auto filter = make_rule("a\nb", make_test("string", "subject", "is", "\x1b[2J"));
   const std::string text = filter_text(*filter);

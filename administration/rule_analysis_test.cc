@@ -190,6 +190,34 @@ TEST(RuleAnalysis, FindsComparisonsOfWholeAddressHeaders) {
   });
 }
 
+TEST(RuleAnalysis, ComparesOtherDatesByTheirWordsAlone) {
+  expect_remarks({{{"all date date is 2026-05-01; not date date is 2026-05-01"}, "1 contradiction"},
+                  {{"all date date is 2026-05-01; not date date is 2026-05-02"}, ""},
+                  {{"all date date is 2026-05-01; not date date after 2026-05-01"}, ""},
+                  {{"all date date is 2026-05-01; not date x-date is 2026-05-01"}, ""},
+                  {{"all date date is 2026-05-01; string subject is a"}, ""},
+                  {{"all not date date is 2026-05-01; not date date is 2026-05-02"}, ""},
+                  {{"all date zvx-received-date is 2026; not date zvx-received-date is 2026"},
+                   "1 contradiction"}});
+}
+
+TEST(RuleAnalysis, SaysNothingOfSizesThatAreNone) {
+  expect_remarks(
+      {{{"all size size greater 12345678; not size size greater 12345678"}, ""},
+       {{"all size size greater 2097152; not size size greater 2097152"}, ""},
+       {{"all size size greater 2097151; not size size greater 2097151"}, "1 contradiction"}});
+}
+
+TEST(RuleAnalysis, FindsNoCapitalsBetweenTheLetters) {
+  expect_remarks(
+      {{{"all string subject is {_1}; not case string subject is {_1}"}, "1 contradiction"},
+       {{"all string subject is {_a}; not case string subject is {_a}"}, ""}});
+}
+
+TEST(RuleAnalysis, LeavesFiltersWithoutTestsOut) {
+  expect_remarks({{{"all", "all string subject is a"}, ""}});
+}
+
 TEST(RuleAnalysis, LeavesDisabledFiltersOut) {
   const auto list = list_of_rules({"all size less 20", "all size less 10"});
   list->filters.front()->enabled = false;
@@ -227,6 +255,15 @@ TEST(RuleAnalysis, SaysWhatTakesTheMessages) {
   EXPECT_TRUE(concerns(remarks[0], 1));
   EXPECT_TRUE(concerns(remarks[0], 2));
   EXPECT_FALSE(concerns(remarks[0], 3));
+}
+
+TEST(RuleAnalysis, ListsThoseThatTakeTheMessagesTogether) {
+  const auto remarks = rule_remarks(
+      *list_of_rules({"all string subject contains a", "all string subject contains b",
+                      "all string subject contains c",
+                      "any string subject is a; string subject is b; string subject is c"}));
+  ASSERT_EQ(1U, remarks.size());
+  EXPECT_EQ("put it in front of filters 1, 2 and 3, or remove it", remarks[0].advice);
 }
 
 // Random rules and messages of few words, so that they often have to do with each other.

@@ -82,9 +82,11 @@ TEST(RulesHistory, IsReadUpToWhatIsDamaged) {
        {with("alice\na\n", "alice\nx\n"), with(revision, "0123456789ab"),
         with(" 1 change", " 1 charge"), with(" 1 change", " x change"),
         with(" 1 change", " -1 change"), with(" 1 change", "  change"),
-        with(" 1 change", " 99999999999999999999 change"), with("state", "stale"),
-        with("1 alice", "9 alice"), with("1 alice", "18446744073709551615 alice"),
-        with(" alice", " al\x1bice"), with(" alice\n", ""), with("a\n", "a"), text + "more"}) {
+        with(" 1 change", " 99999999999999999999 change"), with(" 1 change", " 1x change"),
+        with(" 1 change", " 18446744073709551615 change"), with(revision + ' ', revision + '\n'),
+        with("state", "stale"), with("1 alice", "9 alice"),
+        with("1 alice", "18446744073709551615 alice"), with(" alice", " al\x1bice"),
+        with(" alice\n", ""), with("a\n", "a"), text + "more"}) {
     const RulesHistory history(damaged);
     EXPECT_TRUE(history.is_damaged()) << damaged;
     EXPECT_EQ(damaged == text + "more" ? "a b c " : "b c ", documents(history)) << damaged;

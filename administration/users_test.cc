@@ -58,6 +58,20 @@ TEST_F(UsersTest, ArePlannedWithoutBeingMade) {
   EXPECT_FALSE(setup.made);
 }
 
+TEST_F(UsersTest, AreListedWhereverTheirFoldersLie) {
+  const std::string long_address =
+      std::string(60, 'a') + '@' + std::string(60, 'b') + ".example.org";
+  add(long_address);
+  add("a/b%zz@example.org");
+  const std::vector<std::string> want = {"a/b%zz@example.org", long_address};
+  EXPECT_EQ(want, list());
+  // Folders that no address leads to are nobody's.
+  fs::create_directory_symlink(root_.path(), root_.file("example.org/loop%"));
+  fs::create_directory(root_.file("example.org/part%"));
+  fs::create_directory(root_.file("example.org/.hidden"));
+  EXPECT_EQ(want, list());
+}
+
 TEST_F(UsersTest, AreRefusedToBeRemovedBeforeAnythingIsDone) {
   EXPECT_EQ(Kind::no_such_user, check_removal(alice, true).kind);
   add("alice@example.org");

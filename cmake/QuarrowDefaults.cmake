@@ -58,15 +58,15 @@ if(QUARROW_FUZZING)
 endif()
 
 # Processes of any user add what they counted to the files that LLVM_PROFILE_FILE names; without that
-# variable, nothing is kept. A process that is killed adds nothing, nor does a confined helper: what
-# they run counts where unit tests run it. (Counters in a mapped file would stay, but a helper drops
-# all that it shares with others.) Sources have their place below the build folder, since an object may
+# variable, nothing is kept. A process that is killed adds nothing, save a confined helper: see
+# tests/coverage/counted_exit.cc. Sources have their place below the build folder, since an object may
 # come from another clone by the cache.
 if(QUARROW_COVERAGE)
   target_compile_options(quarrow_flags INTERFACE
     -fprofile-instr-generate=/dev/null -fcoverage-mapping -fcoverage-compilation-dir=.)
   target_link_options(quarrow_flags INTERFACE
-    -fprofile-instr-generate -Wl,--wrap=_exit -Wl,--undefined=__wrap__exit)
+    -fprofile-instr-generate
+    -Wl,--wrap=_exit,--wrap=prctl,--wrap=send -Wl,--undefined=__wrap__exit)
   add_library(quarrow_counted_exit STATIC "${PROJECT_SOURCE_DIR}/tests/coverage/counted_exit.cc")
   target_link_libraries(quarrow_flags INTERFACE quarrow_counted_exit)
 endif()

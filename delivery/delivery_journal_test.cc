@@ -99,6 +99,14 @@ TEST_F(DeliveryJournal, IsPutAsideOnceItIsOld) {
   EXPECT_EQ((Ids{"<2>", "<3>"}), ids(now + 60 * day + 1));
 }
 
+TEST_F(DeliveryJournal, IsReadOnceWhileItIsPutAside) {
+  EXPECT_EQ("", add("<1>"));
+  std::filesystem::create_hard_link(journal_, old_);
+  EXPECT_EQ(Ids{"<1>"}, ids());
+  std::filesystem::remove(journal_);
+  EXPECT_EQ(Ids{"<1>"}, ids());
+}
+
 TEST_F(DeliveryJournal, StaysWhereItIsWhileAnotherDeliveryPutsItAside) {
   fill();
   const Descriptor other(open(journal_.c_str(), O_RDONLY | O_CLOEXEC));
@@ -183,6 +191,9 @@ TEST_F(DeliveryJournal, NamesTheRulesByTheirDocument) {
   std::filesystem::rename(document, folder_.file("elsewhere"));
   std::filesystem::create_symlink(folder_.file("elsewhere"), document);
   EXPECT_EQ("", document_revision(folder_.path()));
+  std::filesystem::remove(document);
+  std::filesystem::resize_file(folder_.write(".delivery_filter.xml", ""), 4 << 20);
+  EXPECT_EQ("", document_revision(folder_.path()));  // too long to be people's rules
 }
 
 }  // namespace

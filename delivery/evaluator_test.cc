@@ -8,6 +8,7 @@
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 
@@ -20,6 +21,8 @@
 #include "delivery/helper_process.h"
 #include "delivery/one_processor.h"
 #include "quarrow/delivery/delivery_plan.h"
+#include "system/child_process_test_support.h"
+#include "tests/support/refused_call_test_support.h"
 #include "tests/support/rules_test_support.h"
 
 namespace Quarrow::Delivery {
@@ -361,6 +364,52 @@ TEST_F(EvaluatorTest, SignalsDoNotProlongTheWaitForAHelperThatHangs) {
   const itimerval never = {};
   EXPECT_EQ(0, setitimer(ITIMER_REAL, &never, nullptr));
   EXPECT_EQ(0, sigaction(SIGALRM, &before, nullptr));
+}
+
+TEST_F(EvaluatorTest, SignalsDoNotEndTheWaitForAHelperThatAnswers) {
+  struct sigaction action = {};
+  action.sa_handler = do_nothing;
+  struct sigaction before = {};
+  ASSERT_EQ(0, sigaction(SIGALRM, &action, &before));
+  const itimerval often = {{0, 1000}, {0, 1000}};
+  ASSERT_EQ(0, setitimer(ITIMER_REAL, &often, nullptr));
+  Evaluator evaluator;
+  const std::string filler(std::size_t{1} << 20, 'a');  // it takes longer than a signal to come
+  EXPECT_EQ(
+      ordinary_result,
+      text_of(
+          evaluate(evaluator, ordinary_script, "X: " + filler + "\nSubject: offer\n\n").result));
+  const itimerval never = {};
+  EXPECT_EQ(0, setitimer(ITIMER_REAL, &never, nullptr));
+  EXPECT_EQ(0, sigaction(SIGALRM, &before, nullptr));
+}
+
+TEST_F(EvaluatorTest, AHelperThatTakesNoMessageIsKilledAndReplaced) {
+  EvaluatorLimits limits = lasting();
+  limits.time = milliseconds(200);
+  Evaluator evaluator(limits);
+  const pid_t helper = evaluator.helper();
+  ASSERT_EQ(0, kill(helper, SIGSTOP));
+  const std::string long_message = "Subject: " + std::string(std::size_t{4} << 20, 'a') + "\n\n";
+  EXPECT_EQ("the evaluation took more than 200 ms",
+            evaluate(evaluator, ordinary_script, long_message).reason);
+  EXPECT_FALSE(is_running(helper));
+  EXPECT_EQ(ordinary_result, text_of(evaluate(evaluator, ordinary_message).result));
+}
+
+TEST_F(EvaluatorTest, SaysSoWhereNoHelperCanBeMade) {
+  set_script(ordinary_script);
+  for (const EvaluatorLimits& limits : {EvaluatorLimits(), lasting()}) {
+    for (const int call : {SYS_socketpair, SYS_setsockopt}) {
+      const auto evaluating = [&] {
+        if (!refuse_call(call, EMFILE)) return 2;
+        Evaluator evaluator(limits);
+        const Evaluation failed = evaluate(evaluator, ordinary_message);
+        return failed.outcome == Outcome::failed && !failed.reason.empty() ? 0 : 1;
+      };
+      EXPECT_EQ(0, end_of_child(evaluating).status) << call;
+    }
+  }
 }
 
 TEST_F(EvaluatorTest, AMessageThatTakesTooMuchMemoryFailsAlone) {

@@ -106,6 +106,8 @@ const struct {
                {"\"^a\"", "\"^\\a\""},
                {"\"^a\"", "\"^a\\\""},
                {"\"^a\"", "\"^\\\\a\""},
+               {"\"^a\"", "\"a\\$\""},
+               {"\"^a\"", "\"\""},
                {"\"^a\"", std::string("\"^\0a\"", 6)},
                {":regex", ":REGEX"},
                {"header :regex", "header :regex :comparator \"i;octet\""},
@@ -127,6 +129,35 @@ TEST(ExecutionForm, LeavesOtherScriptsAsTheyAre) {
     EXPECT_EQ(script, form.script);
     EXPECT_TRUE(form.branches.empty()) << script;
   }
+}
+
+std::string script_of_every_kind() {
+  const auto list = FilterList__::Create();
+  const auto all = make_rule("all", make_test("string", "from_to_cc", "begin_with", "x"));
+  for (const auto& c : tests_of_every_kind)
+    all->tests.push_back(make_test(c.type, c.field, c.comparator, c.value));
+  all->actions.push_back(make_action("copy", "A"));
+  list->append(all);
+  for (const auto& c : tests_of_every_kind)
+    list->append(make_rule("one", make_test(c.type, c.field, c.comparator, c.value)));
+  return written(list);
+}
+
+TEST(ExecutionForm, LeavesAScriptThatIsCutOffAnywhereAsItIs) {
+  const std::string own = script_of_every_kind();
+  ASSERT_EQ(1 + std::size(tests_of_every_kind), execution_form(own).branches.size());
+  for (std::size_t length = 0; length < own.size(); ++length) {
+    const std::string script = own.substr(0, length);
+    const ExecutionForm form = execution_form(script);
+    EXPECT_EQ(script, form.script);
+    EXPECT_TRUE(form.branches.empty()) << script;
+  }
+}
+
+TEST(ExecutionForm, HasNoMarkWithoutBranches) {
+  const ExecutionForm form = execution_form(written(FilterList__::Create()));
+  EXPECT_EQ(with_requirements("if false {\nkeep;\n}\n"), form.script);
+  EXPECT_TRUE(form.branches.empty());
 }
 
 TEST(ExecutionForm, LeavesAScriptThatIsNotReadToItsEndAsItIs) {
@@ -191,6 +222,27 @@ TEST(ExecutionForm, AnActionThatLooksLikeAMarkIsLeftAlone) {
   SieveMatchResult result = outcome(*matcher_of(form.script), "\n");
   EXPECT_EQ("", complete(form, result));
   EXPECT_EQ(1U, result.actions.size());
+}
+
+TEST(ExecutionForm, AnActionThatIsNoMarkIsLeftAlone) {
+  const ExecutionForm form = execution_form(script_of(subject_test("a")));
+  ASSERT_EQ(1U, form.branches.size());
+  SieveAction keep;
+  keep.type = SieveAction::KEEP;
+  std::vector<SieveAction> no_marks = {keep};
+  for (const char* const folder : {"Other", "\x01\062", "\x01x", "\x01"}) {
+    SieveAction action;
+    action.type = SieveAction::FILEINTO;
+    action.mailbox = folder;
+    no_marks.push_back(action);
+  }
+  for (const SieveAction& action : no_marks) {
+    SieveMatchResult result;
+    result.add_action(action);
+    const std::string before = text_of(result);
+    EXPECT_EQ("", complete(form, result));
+    EXPECT_EQ(before, text_of(result));
+  }
 }
 
 }  // namespace

@@ -102,6 +102,7 @@ TEST(MaildirFolder, HasRoomForAFileName) {
 TEST(NoFolderNote, TellsADotFromANameThatCanBeNoFolder) {
   EXPECT_EQ("IMAP can't open folders with a dot in the name, hence the inbox: B\xC3\xBCro/v1.2",
             no_folder_note("B&APw-ro/v1.2"));
+  EXPECT_EQ("IMAP can't open folders that begin with ~, hence the inbox: ~a", no_folder_note("~a"));
   EXPECT_EQ("not a folder name, hence the inbox: A//b.c", no_folder_note("A//b.c"));
   EXPECT_EQ("not a folder name, hence the inbox: v1&AC4-2", no_folder_note("v1&AC4-2"));
 }

@@ -113,6 +113,12 @@ TEST(JournalRecord, IsWhatHasATimeAndAnOutcome) {
   EXPECT_EQ("", records[0].rule);
   EXPECT_EQ(std::vector<std::string>{"A"}, records[0].folders);
   EXPECT_EQ(InboxReason::none, records[0].inbox_reason);
+  for (const char* folders : {"", ",\"folders\":\"A\""}) {
+    const auto other =
+        journal_records("\x1e{\"time\":1,\"status\":\"retry\"" + std::string(folders) + "}\n");
+    ASSERT_EQ(1U, other.size());
+    EXPECT_EQ(std::vector<std::string>(), other[0].folders);
+  }
 }
 
 TEST(JournalRecord, OutlivesDeepNesting) {

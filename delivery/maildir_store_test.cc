@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +13,8 @@
 #include <set>
 
 #include "delivery/delivery_test_support.h"
+#include "system/child_process_test_support.h"
+#include "tests/support/refused_call_test_support.h"
 
 namespace Quarrow::Delivery {
 namespace {
@@ -164,6 +167,7 @@ TEST_F(MaildirStoreTest, NamesFilesAsTheFormatWantsThem) {
   } cases[] = {{"mx.example.org", "mx.example.org"},
                {"a/b:c", "a\\057b\\072c"},
                {"two words\n", "two\\040words\\012"},
+               {"h\x7f\xc3", "h\\177\\303"},
                {"", "localhost"},
                {std::string(300, 'h'), std::string(147, 'h')}};  // room is kept for a code
   for (const auto& c : cases) {
@@ -229,6 +233,45 @@ TEST_F(MaildirStoreTest, LeavesNothingOnAFullDisk) {
   EXPECT_EQ(
       0, status_with_file_limit(200005, [&] { return store().store("", large.file()) ? 0 : 1; }));
   EXPECT_EQ(2U, names_in(path("new")).size());
+}
+
+// NFS, for example, can't rename without replacing.
+TEST_F(MaildirStoreTest, StoresWhereAFileSystemNeedsALink) {
+  expect_stored("");
+  const TestMessage message("linked");
+  for (const int error : {EINVAL, ENOSYS}) {
+    const auto storing = [&] {
+      return refuse_call(SYS_renameat2, error) && store().store("", message.file()) ? 0 : 1;
+    };
+    EXPECT_EQ(0, end_of_child(storing).status);
+  }
+  const Names stored = messages_in(path());
+  EXPECT_EQ(2, std::count(stored.begin(), stored.end(), "linked"));
+  EXPECT_EQ(Names{}, names_in(path("tmp")));
+}
+
+TEST_F(MaildirStoreTest, LeavesNothingWhereACallFails) {
+  expect_stored("");
+  const TestMessage message("x");
+  const struct {
+    std::vector<int> calls;
+    int error;
+    const char* reason;
+  } cases[] = {{{SYS_renameat2}, EACCES, ": Permission denied"},
+               {{SYS_renameat2, SYS_linkat}, EINVAL, ": Invalid argument"},
+               {{SYS_fsync}, EIO, ": Input/output error"},
+               {{SYS_write}, EIO, ": Input/output error"},
+               {{SYS_pread64}, EIO, ": Input/output error"}};
+  for (const auto& c : cases) {
+    const auto storing = [&] {
+      for (const int call : c.calls)
+        if (!refuse_call(call, c.error)) return 2;
+      return store().store("", message.file()).reason == path() + c.reason ? 0 : 1;
+    };
+    EXPECT_EQ(0, end_of_child(storing).status) << c.calls.front();
+    EXPECT_EQ(1U, names_in(path("new")).size()) << c.calls.front();
+    EXPECT_EQ(Names{}, names_in(path("tmp"))) << c.calls.front();
+  }
 }
 
 TEST_F(MaildirStoreTest, RefusesWhatIsNoFolder) {
@@ -387,6 +430,17 @@ TEST(UniqueText, IsRandomBehindTheCount) {
     return text.substr(text.find('R'));
   };
   EXPECT_NE(random(), random());
+}
+
+TEST(UniqueText, DoesWithoutRandomness) {
+  const auto naming = [] {
+    const bool is_refused = refuse_call(SYS_getrandom, ENOSYS);
+    const std::string text = unique_text();
+    return is_refused && text.substr(text.find('R')) == "R0000000000000000" && text != unique_text()
+               ? 0
+               : 1;
+  };
+  EXPECT_EQ(0, end_of_child(naming).status);
 }
 
 TEST(HostName, IsNotEmpty) { EXPECT_NE("", host_name()); }

@@ -37,5 +37,27 @@ TEST(PlaceText, TellsWhyItIsTheInbox) {
             inbox_reason_text(plan_of({""}, InboxReason::no_rule, "no rule matched")));
 }
 
+JournalRecord record_of(Report::Status status, const std::vector<std::string>& folders,
+                        InboxReason reason, const std::string& note) {
+  JournalRecord record;
+  record.status = status;
+  record.folders = folders;
+  record.inbox_reason = reason;
+  record.note = note;
+  return record;
+}
+
+TEST(PastPlaceText, SaysWhereAMessageWentAndWhy) {
+  using Status = Report::Status;
+  EXPECT_EQ("folder J\xc3\xa4ger, inbox (the rule says so)",
+            past_place_text(
+                record_of(Status::delivered, {"J\xc3\xa4ger", "Inbox"}, InboxReason::asked, "")));
+  EXPECT_EQ("rejected", past_place_text(record_of(Status::rejected, {}, InboxReason::none, "")));
+  EXPECT_EQ("discarded", past_place_text(record_of(Status::discarded, {}, InboxReason::none, "")));
+  EXPECT_EQ("left with the mail server (the disk is full)",
+            past_place_text(record_of(Status::temporary_failure, {"Work"}, InboxReason::failure,
+                                      "the disk is full")));
+}
+
 }  // namespace
 }  // namespace Quarrow::Delivery

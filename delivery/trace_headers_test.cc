@@ -34,6 +34,7 @@ const struct {
     {"Delivered-To: malice@example.org\nDelivered-To: alice@example.org.example.net\n\n", false},
     {"Delivered-To:\n\n", false},
     {"X-Delivered-To: alice@example.org\n\n", false},
+    {"Deliverer-To: alice@example.org\n\n", false},
     {"no field\n" + to_alice + "\n", false},  // the body has begun
 };
 
@@ -108,6 +109,7 @@ const std::string unlike_ours[] = {"",
                                    "Subject: x\n\n",
                                    "Subject: x\n" + to_alice,
                                    "return-path: <bob@example.net>\nSubject: x\n\n",
+                                   " folded: " + path,
                                    "\n" + path + to_alice,
                                    received + path + to_alice};
 
@@ -153,6 +155,12 @@ TEST_F(HeadersOfAMessageReceived, NameTheClientTheHostAndTheTime) {
   EXPECT_FALSE(headers.is_loop);
 }
 
+TEST_F(HeadersOfAMessageReceived, NameNoSenderWhoIsNotKnown) {
+  const std::string lines =
+      trace_headers("Subject: x\n\n", {std::nullopt, alice}, from("client")).lines;
+  EXPECT_EQ(0U, lines.find(to_alice + "Received: from client\n")) << lines;
+}
+
 TEST_F(HeadersOfAMessageReceived, NameAClientOnlyWhereItsNameMeansNothingElse) {
   for (const std::string client : {"mx-1_a.example.net", "[192.0.2.1]", "[IPv6:2001:db8::1]", ""})
     EXPECT_EQ(path + to_alice + received_from(client),
@@ -192,6 +200,10 @@ TEST_F(HeadersOfAMessageReceived, AreNoneOfAnotherServer) {
         path + to_alice +
             "Received: from client\n\tby mx.example.org with LMTP\n\tid 7\n\tfor "
             "<alice@example.org>; Mon, 04 May 2026 12:00:00 +0000\n",
+        path + to_alice + "Received: by mx.example.org with LMTP\n\tfor " + alice + "\n",
+        path + to_alice + "Received: from client\n\tmx.example.org with LMTP\n",
+        path + to_alice + "Received: from client\n\tby a\n",
+        path + to_alice + "Received: from client\n\tby mx.example.org with ESMTP\n",
         path + received_from("client"), received_from("client")})
     EXPECT_EQ(0U, added_headers_size(message + "\n", false)) << message;
 }

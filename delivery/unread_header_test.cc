@@ -29,6 +29,14 @@ const struct {
     {"", ""},
 };
 
+// 20 headers are tried.
+TEST(UnreadHeader, IsNotLookedForAmongTooMany) {
+  std::string names;
+  for (int i = 0; i < 19; ++i) names += "\"x-bar\", ";
+  EXPECT_EQ("x-foo", found_by("if address :is [" + names + "\"x-foo\"] \"a\" { keep; }"));
+  EXPECT_EQ("", found_by("if address :is [" + names + "\"from\", \"x-foo\"] \"a\" { keep; }"));
+}
+
 TEST(UnreadHeader, IsTheOneThatAnAddressTestCantRead) {
   for (const auto& c : asked_scripts) EXPECT_EQ(c.want, found_by(c.script)) << c.script;
 }

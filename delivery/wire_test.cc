@@ -2,9 +2,13 @@
 #include "delivery/wire.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/time.h>
 
+#include <csignal>
 #include <random>
 
+#include "system/descriptor.h"
 #include "tests/support/evaluation_test_support.h"
 
 namespace Quarrow::Delivery {
@@ -94,6 +98,83 @@ TEST(Wire, AnyBytesAreReadWithinTheirBounds) {
     EXPECT_EQ(2U, answer->evaluation.result.actions.size());
   }
   EXPECT_GT(read, 0U);
+}
+
+// Two ends of a connection of packets.
+struct Connection {
+  Connection() : Connection(made()) {}
+  explicit Connection(std::pair<int, int> ends) : near(ends.first), far(ends.second) {}
+
+  static std::pair<int, int> made() {
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends));
+    return {ends[0], ends[1]};
+  }
+
+  const Descriptor near;
+  const Descriptor far;
+};
+
+std::chrono::steady_clock::time_point soon() {
+  return std::chrono::steady_clock::now() + std::chrono::seconds(10);
+}
+
+TEST(Wire, ARequestComesInAsManyPacketsAsItTakes) {
+  const Connection connection;
+  const std::string sent = std::string(65536, 'a') + "b";
+  ASSERT_EQ(Sending::done, send_request(connection.near.get(), {}, "keep;", sent, soon()));
+  Request request = {};
+  std::string script;
+  std::string header;
+  ASSERT_TRUE(receive_request(connection.far.get(), request, script, header));
+  EXPECT_EQ("keep;", script);
+  EXPECT_TRUE(sent == header);  // too long to be shown
+}
+
+TEST(Wire, ARequestThatEndsEarlyIsNone) {
+  const Connection whole;
+  ASSERT_EQ(Sending::done, send_request(whole.near.get(), {}, "", std::string(70000, 'a'), soon()));
+  std::string packet(70000, '\0');
+  const ssize_t size = recv(whole.far.get(), packet.data(), packet.size(), 0);
+  const Connection cut;
+  ASSERT_EQ(size, send(cut.near.get(), packet.data(), static_cast<std::size_t>(size), 0));
+  ASSERT_EQ(0, shutdown(cut.near.get(), SHUT_WR));
+  Request request = {};
+  std::string script;
+  std::string header;
+  EXPECT_FALSE(receive_request(cut.far.get(), request, script, header));
+  EXPECT_FALSE(receive_request(-1, request, script, header));
+}
+
+int sending_end = -1;
+std::string packet_to_send;
+
+extern "C" void send_packet_now(int) {
+  (void)send(sending_end, packet_to_send.data(), packet_to_send.size(), MSG_DONTWAIT);
+}
+
+TEST(Wire, ASignalDoesNotEndTheWaitForARequest) {
+  const Connection model;
+  ASSERT_EQ(Sending::done, send_request(model.near.get(), {}, "keep;", "A: b\n", soon()));
+  packet_to_send.resize(1000);
+  const ssize_t size = recv(model.far.get(), packet_to_send.data(), packet_to_send.size(), 0);
+  ASSERT_GT(size, 0);
+  packet_to_send.resize(static_cast<std::size_t>(size));
+  const Connection connection;
+  sending_end = connection.near.get();
+  struct sigaction action = {};  // without SA_RESTART
+  action.sa_handler = send_packet_now;
+  struct sigaction before = {};
+  ASSERT_EQ(0, sigaction(SIGALRM, &action, &before));
+  const itimerval once = {{0, 0}, {0, 10000}};
+  ASSERT_EQ(0, setitimer(ITIMER_REAL, &once, nullptr));
+  Request request = {};
+  std::string script;
+  std::string header;
+  EXPECT_TRUE(receive_request(connection.far.get(), request, script, header));
+  EXPECT_EQ("keep;", script);
+  EXPECT_EQ("A: b\n", header);
+  EXPECT_EQ(0, sigaction(SIGALRM, &before, nullptr));
 }
 
 TEST(Wire, AResultThatIsTooLongBecomesAFailure) {

@@ -100,5 +100,19 @@ TEST(DeliveryRecord, IsNotReadFromAnotherLine) {
   for (const std::string& other : others) EXPECT_FALSE(logged_delivery(other)) << other;
 }
 
+// Where it is read, all fields but the time and the note are whole.
+TEST(DeliveryRecord, IsNotReadWhereItsLineIsCutOff) {
+  DeliveryRecord record;
+  record.user = "\"a b\"@example.org";
+  record.rule = "x\n\\";
+  record.note = "\"no\"\n";
+  const std::string line = "quarrow-lmtpd[1]: " + log_line(record);
+  for (std::size_t length = 0; length < line.size(); ++length) {
+    const auto logged = logged_delivery(line.substr(0, length));
+    EXPECT_TRUE(!logged || length > line.find("took=")) << line.substr(0, length);
+    EXPECT_TRUE(!logged || (logged->record.rule == record.rule && logged->record.note.empty()));
+  }
+}
+
 }  // namespace
 }  // namespace Quarrow::Lmtp

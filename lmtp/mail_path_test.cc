@@ -58,6 +58,8 @@ const char* const no_paths[] = {"",
                                 R"(<"a\)",
                                 "<a@[>",
                                 "<a@[x(]>",
+                                "<a@[abc>",
+                                "<@one",
                                 "<(c)a@b>"};
 
 TEST(MailPath, RefusesOthers) {

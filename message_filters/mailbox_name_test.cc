@@ -28,6 +28,7 @@ TEST(ReadableMailboxName, IsTheFolderAgain) {
   for (const auto& c : mailbox_names) EXPECT_EQ(c.folder, readable_mailbox_name(c.want));
   EXPECT_EQ("\xE6\x97\xA5\xE6\x9C\xAC", readable_mailbox_name("&ZeVnLA-"));
   EXPECT_EQ("\xF0\x9F\x93\xA7", readable_mailbox_name("&2D3c5w-"));
+  EXPECT_EQ("\xEF\xBC\xA1", readable_mailbox_name("&,yE-"));
   EXPECT_EQ(
       "fileinto:Gr\xC3\xB6\xC3\x9F"
       "e,keep",

@@ -20,6 +20,8 @@ const char* const unsafe_scripts[] = {
     "reject text: # comment\r\nfine\r\n.\r\nsetflag",
     "reject text:\n.\nsetflag",
     "reject text:\n.. still text\n.\rsetflag",
+    "reject text:\r\nfine\r\n.\r\nsetflag",
+    "/ setflag",
     "text setflag",
     "text: setflag",
 };

@@ -53,9 +53,10 @@ Control*& control() {
   return mapped;
 }
 
+// Never destroyed: the program may open files at its very end.
 const std::string& counted_folder() {
   static const char* const folder = std::getenv("FAULTS_FOLDER");
-  static const std::string path = folder == nullptr ? "/no folder" : folder;
+  static const std::string& path = *new std::string(folder == nullptr ? "/no folder" : folder);
   return path;
 }
 
@@ -79,7 +80,7 @@ class OpenFiles {
   std::array<std::string, 1024> paths_;
 };
 
-// Never destroyed: the program may close files at its very end.
+// Never destroyed either.
 OpenFiles& open_files() {
   static OpenFiles& files = *new OpenFiles;
   return files;

@@ -8,6 +8,7 @@ an error; what the program may do is else as before.
 """
 import ctypes
 import errno
+import fcntl
 import os
 import pathlib
 import resource
@@ -15,7 +16,7 @@ import sys
 
 ALLOW, REFUSE = 0x7FFF0000, 0x00050000  # SCMP_ACT_ALLOW, SCMP_ACT_ERRNO
 EQUAL = 4  # SCMP_CMP_EQ
-PR_SET_SECCOMP, PR_SET_NO_NEW_PRIVS = 22, 38
+PR_SET_PDEATHSIG, PR_SET_SECCOMP, PR_SET_NO_NEW_PRIVS = 1, 22, 38
 
 # What is refused: the system call, the place and value of an argument where not every such call is
 # meant, and the error.
@@ -28,6 +29,8 @@ REFUSED = {
     "file size limits": [("prlimit64", (1, resource.RLIMIT_FSIZE), errno.EPERM)],
     "descriptor limits": [("prlimit64", (1, resource.RLIMIT_NOFILE), errno.EPERM)],
     "closing ranges": [("close_range", None, errno.EPERM)],
+    "other numbers of descriptors": [("fcntl", (1, fcntl.F_DUPFD), errno.EMFILE)],
+    "ending with another process": [("prctl", (0, PR_SET_PDEATHSIG), errno.EINVAL)],
 }
 
 
