@@ -8,7 +8,7 @@
 #include <cerrno>
 
 #include "administration/administration_test_support.h"
-#include "system/stale_files_test_support.h"
+#include "system/refused_calls_test_support.h"
 #include "system/traced_process_test_support.h"
 
 namespace Quarrow::Administration {
@@ -70,7 +70,7 @@ TEST_F(UserFolderTest, FollowsNoLink) {
 TEST_F(UserFolderTest, LooksAgainForAFileThatIsReplacedMeanwhile) {
   write_file(folder_.file("file"), "text");
   TracedProcess process([this] {
-    if (make_stale(SCMP_SYS(openat))) (void)error_of_reading("file");
+    if (refuse_call(SCMP_SYS(openat), ESTALE)) (void)error_of_reading("file");
   });
   if (!process.is_running()) GTEST_SKIP() << "processes can't be traced here";
   int looks = 0;

@@ -23,13 +23,12 @@ import os
 import pathlib
 import re
 import shutil
-import socket
 import subprocess
 import sys
-import time
 
 import figures
 import peers
+from lmtp import Client, QuarrowServer, wait_until_ready
 
 ROUNDS = 15
 DELIVERIES = 600  # in a round
@@ -39,39 +38,6 @@ WORKERS = 10
 LEAST_BESIDE = {"bare loop": 0.75, "dovecot": 1.5}  # of the other's rate
 USERS = [f"user{number}" for number in range(8)]
 FIRST_USER = "first"  # gets every message once, for the verdicts
-
-
-class Client:
-    """An LMTP client that sends the commands of a message at once (RFC 2920)."""
-
-    def __init__(self, path):
-        self.socket = socket.socket(socket.AF_UNIX)
-        self.socket.settimeout(peers.TIME_LIMIT)
-        self.socket.connect(path)
-        self.replies = self.socket.makefile("rb")
-        self.expect(b"220")
-        self.socket.sendall(b"LHLO client.example.net\r\n")
-        self.expect(b"250")
-
-    def expect(self, code):
-        line = self.replies.readline()
-        while line[3:4] == b"-":
-            line = self.replies.readline()
-        if not line.startswith(code):
-            raise RuntimeError(f"{code} expected, but the reply is {line}")
-
-    def deliver(self, user, data):
-        self.socket.sendall(b"MAIL FROM:<sender@example.net>\r\nRCPT TO:<%s@%s>\r\nDATA\r\n" %
-                            (user.encode(), peers.DOMAIN.encode()))
-        for code in (b"250", b"250", b"354"):
-            self.expect(code)
-        self.socket.sendall(data)
-        self.expect(b"250")
-
-    def close(self):
-        self.socket.sendall(b"QUIT\r\n")
-        self.expect(b"221")
-        self.socket.close()
 
 
 def as_data(message):
@@ -95,42 +61,6 @@ class Load:
         done = subprocess.run([self.program, kind, place, str(connections), str(DELIVERIES),
                                self.messages, *users], check=True, stdout=subprocess.PIPE)
         return float(done.stdout)
-
-
-def wait_until_ready(path):
-    for _ in range(500):
-        with contextlib.suppress(OSError):
-            return Client(path).close()
-        time.sleep(0.02)
-    sys.exit(f"{path}: no server answers")
-
-
-class QuarrowServer:
-    """quarrow-lmtpd over the users of a root."""
-
-    def __init__(self, quarrow, folder):
-        self.quarrow = quarrow
-        self.socket = str(folder / "quarrow-lmtp")
-        self.spool = folder / "spool"
-        self.log = folder / "quarrow-log"
-
-    def start(self):
-        self.spool.mkdir()
-        peers.give_away(self.spool)
-        peers.give_away(self.quarrow.root)
-        with open(self.log, "wb") as log:
-            self.process = subprocess.Popen(
-                [self.quarrow.server, "--user", peers.SERVICE_USER, "--root", self.quarrow.root,
-                 "--spool", self.spool, "--listen", self.socket, "--workers", str(WORKERS)],
-                env=peers.clean_environment(self.spool), stderr=log)
-
-    def workers(self):
-        path = pathlib.Path(f"/proc/{self.process.pid}/task/{self.process.pid}/children")
-        return path.read_text().split()
-
-    def stop(self):
-        self.process.terminate()
-        self.process.wait(peers.TIME_LIMIT)
 
 
 def verdicts(path, home, data):
@@ -230,7 +160,7 @@ def main(arguments):
         for user in [FIRST_USER, *USERS]:
             quarrow.add_user(user)
             dovecot.add_user(user, quarrow.script(user))
-        server = QuarrowServer(quarrow, folder)
+        server = QuarrowServer(quarrow, folder, "--workers", str(WORKERS))
         for each in (server, dovecot):
             servers.callback(each.stop)
             each.start()

@@ -51,7 +51,7 @@ def skip_without(**packages):
 
 def skip_without_root():
     if os.geteuid() != 0:
-        print("skipped: must be the superuser's, since Dovecot's processes change their users")
+        print("skipped: must be the superuser's, since the servers change their users")
         sys.exit(SKIPPED)
 
 

@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "system/child_process_test_support.h"
-#include "system/stale_files_test_support.h"
+#include "system/refused_calls_test_support.h"
 #include "tests/support/temporary_folder_test_support.h"
 
 namespace Quarrow::Delivery {
@@ -112,7 +112,7 @@ TEST_F(ScriptFileTest, AScriptThatIsReplacedMeanwhileIsWaitedFor) {
   for (const int call : {SCMP_SYS(openat), SCMP_SYS(pread64)}) {
     const ProcessEnd end = end_of_child([this, call] {
       constexpr milliseconds wait{20};
-      if (!make_stale(call)) return 2;
+      if (!refuse_call(call, ESTALE)) return 2;
       const auto start = steady_clock::now();
       const ScriptFile script = read_script(path(), wait, std::time(nullptr));
       const bool waited = steady_clock::now() - start >= wait;

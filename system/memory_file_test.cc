@@ -2,7 +2,11 @@
 #include "system/memory_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <csignal>
+
+#include "system/child_process_test_support.h"
 #include "tests/support/temporary_folder_test_support.h"
 
 namespace Quarrow {
@@ -25,6 +29,18 @@ TEST(MemoryFile, HoldsNothingOfItsLastContent) {
   EXPECT_EQ(text, file.read());
   ASSERT_TRUE(file.write("short"));
   EXPECT_EQ("short", file.read());
+}
+
+TEST(MemoryFile, IsNotWrittenInPart) {
+  const ProcessEnd end = end_of_child([] {
+    const MemoryFile file;
+    const rlimit few_bytes = {4, 4};
+    if (setrlimit(RLIMIT_FSIZE, &few_bytes) != 0) return 2;
+    (void)std::signal(SIGXFSZ, SIG_IGN);
+    return file.write("text") && !file.write("longer text") ? 0 : 1;
+  });
+  EXPECT_EQ(0, end.signal);
+  EXPECT_EQ(0, end.status);
 }
 
 }  // namespace

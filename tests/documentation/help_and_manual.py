@@ -6,13 +6,16 @@ Usage: help_and_manual.py QUARROW QUARROW_LMTPD FOLDER_OF_PAGES
 
 For each program and subcommand, the options of the help, those of the page's SYNOPSIS and those
 that the page describes must be the same, with the same arguments; the subcommands and the
-positional arguments likewise. A default that the help shows is what the option's description names
-in front of "by default", and the other way round. Prints what differs, and exits with 1 then.
+positional arguments likewise, these in their order. A default that the help shows is what the
+option's description names in front of "by default", and the other way round. What the help says of
+an option, an argument or a subcommand has a word of what the page says of it, so that no text is
+missing, or another one's. Prints what differs, and exits with 1 then.
 
 A page quarrow-NAME.1 describes the subcommands of its synopsis, each in a subsection of its name or
 else, where it is the only one, in DESCRIPTION; the others are in quarrow.1, which refers to all.
 """
 
+import collections
 import pathlib
 import re
 import subprocess
@@ -22,6 +25,11 @@ import sys
 HELP = ("-h", "--help")
 # So are they; the synopsis has the first of them in front of each subcommand.
 SHARED = {"--root": "Op Fl -root Ar dir", "--keep-case": "Op Fl -keep-case"}
+# Said by the library that reads command lines.
+NOT_OURS = {*HELP, "--version", "help"}
+TEXT_COLUMN = 30  # where the help says what something is
+# Words that any sentence may have.
+COMMON_WORDS = {"from", "that", "this", "with"}
 
 
 class Help:
@@ -30,18 +38,24 @@ class Help:
     def __init__(self, program, words):
         self.options = {}  # name: argument, "" for none
         self.defaults = {}  # name: text, for options whose default is shown
-        self.positionals = set()
+        self.positionals = []
         self.subcommands = []
+        self.texts = {}  # name: what is said of it; of an option, by the first of its names
         text = subprocess.run([program, *words, HELP[-1]], check=True, capture_output=True,
                               text=True, timeout=60).stdout
         readers = {"Options:": self._read_option, "Positionals:": self._read_positional,
                    "Subcommands:": self.subcommands.append}
+        lines = text.splitlines()
+        self.about = lines[0]
         read = None
-        for line in text.splitlines():
+        for line, after in zip(lines, [*lines[1:], ""]):
             if not line.startswith(" "):
                 read = readers.get(line)
             elif read and re.match(r"  \S", line):
-                read(re.split(r"\s{2,}", line.strip())[0])
+                is_long = after.startswith(" " * TEXT_COLUMN)
+                names, said = (line, after) if is_long else (line[:TEXT_COLUMN], line[TEXT_COLUMN:])
+                read(names.strip())
+                self.texts[re.split("[ ,]", names.strip())[0]] = said.strip()
 
     def _read_option(self, text):
         names, _, rest = text.partition(" ")
@@ -53,7 +67,7 @@ class Help:
                 self.defaults[name] = default.strip("[] ")
 
     def _read_positional(self, text):
-        self.positionals.add(text.split()[0].lower())
+        self.positionals.append(text.split()[0].lower())
 
 
 class Words:
@@ -61,7 +75,7 @@ class Words:
 
     def __init__(self, lines):
         self.options = {}
-        self.positionals = set()
+        self.positionals = []
         for line in lines:
             self._read(line)
 
@@ -80,8 +94,8 @@ class Words:
     def _take(self, name, word, macro):
         if name:
             self.options[name] += word
-        elif macro == "Ar":
-            self.positionals.add(word)
+        elif macro == "Ar" and word not in self.positionals:
+            self.positionals.append(word)
 
 
 class Page:
@@ -110,6 +124,12 @@ class Page:
             found.setdefault(words, []).extend(lines)
         return found
 
+    def about(self, subcommand):
+        """What it says of a subcommand: on a page for a few, that in front of the first list."""
+        lines = (self.sections.get(subcommand) or
+                 self.sections["NAME"] + self.sections["DESCRIPTION"])
+        return " ".join([*self.synopsis().get(subcommand, ()), *lines])
+
     def described(self, heading):
         """{option: (argument, text)} of the entries of lists in that section."""
         entries = {}
@@ -124,16 +144,53 @@ class Page:
                 entries[name][1] += re.sub(r"^\.\w+ ", " ", line) + " "
         return entries
 
+    def texts(self):
+        """{option: text} of all lists; entries that stand together have the text behind them."""
+        found = collections.defaultdict(str)
+        for lines in self.sections.values():
+            names = []
+            is_text = False
+            for line in lines:
+                if line == ".El" or line.startswith(".It ") and is_text:
+                    names = []
+                is_text = not line.startswith(".It ")
+                names += [] if is_text else Words([line[4:]]).options
+                for name in names if is_text else ():
+                    found[name] += re.sub(r"^\.\w+ ", "", line) + " "
+        return found
+
+
+def stems(text):
+    """How the words of a text begin that could tell what it is about."""
+    words = re.findall(r"[a-z]{4,}", text.lower())
+    return {word[:4] for word in words if word not in COMMON_WORDS}
+
 
 class Comparison:
     def __init__(self):
         self.differs = False
 
+    def expect_told(self, what, said, manual):
+        """What the help says must be more than a word, and about what the manual is about."""
+        if len(said.split()) < 2 or not stems(said) & stems(manual):
+            self.differs = True
+            print(f"{what}: the help says {said!r}, the page {manual!r}")
+
+    def texts(self, name, told, manual, page):
+        """`manual`: what the page says of the command, `page`: of options, by their names."""
+        self.expect_told(name, told.about, manual)
+        for part, said in told.texts.items():
+            if part not in NOT_OURS and part not in told.subcommands:
+                self.expect_told(f"{name}, {part}", said,
+                                 page.get(part, "") if part.startswith("-") else manual)
+
     def expect_equal(self, what, in_help, in_page, page="the page"):
-        """Compares two sets, or two dictionaries."""
+        """Compares two sets, two dictionaries, or two lists."""
         if in_help == in_page:
             return
         self.differs = True
+        if isinstance(in_help, list):
+            return print(f"{what}: the help has {in_help}, {page} {in_page}")
         if isinstance(in_help, dict):
             in_help, in_page = in_help.items(), in_page.items()
         print(f"{what}: only the help has {sorted(in_help - in_page)}, "
@@ -196,6 +253,10 @@ def compare_quarrow(comparison, program, folder):
     names = set(commands)
     elsewhere = pages_of_subcommands(folder)
     nouns = {name.partition(" ")[0] for name in elsewhere} - names
+    texts = collections.defaultdict(str)  # of options, on all pages
+    for each in {page, *elsewhere.values()}:
+        for option, text in each.texts().items():
+            texts[option] += text
     here = set(synopsis) - {""}  # with a hint at the page of some subcommands and nouns
     comparison.expect_equal("quarrow, subcommands in the synopses", names, here - nouns | set(elsewhere))
     comparison.expect_equal("quarrow, described subcommands", here, page.subsections())
@@ -204,8 +265,13 @@ def compare_quarrow(comparison, program, folder):
                              if path.name != "quarrow.1"},
                             set(re.findall(r"^\.Xr (quarrow[-\w]* \d)", "\n".join(
                                 page.sections["SEE ALSO"]), re.M)))
-    comparison.command("quarrow", Help(program, ()), [*synopsis[""], *SHARED.values()],
+    told = Help(program, ())
+    comparison.command("quarrow", told, [*synopsis[""], *SHARED.values()],
                        page.described("DESCRIPTION"))
+    comparison.texts("quarrow", told, " ".join(page.sections["NAME"]), texts)
+    for noun in nouns:
+        own = Page(folder / f"quarrow-{noun}.1")
+        comparison.texts(f"quarrow {noun}", Help(program, (noun,)), own.about(noun), texts)
     for name in names & (here - nouns | set(elsewhere)):
         told = commands[name]
         for option in (*HELP, *SHARED):
@@ -214,12 +280,14 @@ def compare_quarrow(comparison, program, folder):
         entries = own.described(name if name in own.sections else "DESCRIPTION")
         entries.pop("--root", None)  # the program's
         comparison.command(name, told, own.synopsis()[name], entries)
+        comparison.texts(name, told, own.about(name), texts)
 
 
 def compare_server(comparison, name, program, folder):
     page = Page(folder / f"{name}.8")
-    comparison.command(name, Help(program, ()), page.synopsis()[""],
-                       page.described("DESCRIPTION"))
+    told = Help(program, ())
+    comparison.command(name, told, page.synopsis()[""], page.described("DESCRIPTION"))
+    comparison.texts(name, told, page.about(name), page.texts())
 
 
 def main(quarrow, lmtpd, webd, folder):
@@ -227,7 +295,7 @@ def main(quarrow, lmtpd, webd, folder):
     compare_quarrow(comparison, quarrow, pathlib.Path(folder))
     for name, program in (("quarrow-lmtpd", lmtpd), ("quarrow-webd", webd)):
         compare_server(comparison, name, program, pathlib.Path(folder))
-    for program in (quarrow, lmtpd):
+    for program in (quarrow, lmtpd, webd):
         comparison.completion(program)
     sys.exit(1 if comparison.differs else 0)
 

@@ -61,7 +61,7 @@ anvil unix - - n - 1 anvil
 postlog unix-dgram n - n - 1 postlogd
 """
 
-MESSAGE_ID = re.compile(r"postfix/cleanup\[\d+\]: (\w+): message-id=(<.*>)$")
+MESSAGE_ID = re.compile(r"postfix/cleanup\[\d+\]: (\w+): message-id=(.*)$")
 ATTEMPT = re.compile(r"postfix/(?:lmtp|error|retry)\[\d+\]: (\w+): to=<([^>]*)>,.* dsn=([\d.]+), "
                      r"status=(\w+) \((.*)\)$")
 REMOVED = re.compile(r"postfix/qmgr\[\d+\]: (\w+): removed$")
