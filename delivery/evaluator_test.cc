@@ -22,7 +22,7 @@
 #include "delivery/one_processor.h"
 #include "quarrow/delivery/delivery_plan.h"
 #include "system/child_process_test_support.h"
-#include "tests/support/refused_call_test_support.h"
+#include "system/refused_calls_test_support.h"
 #include "tests/support/rules_test_support.h"
 
 namespace Quarrow::Delivery {

@@ -14,7 +14,7 @@
 
 #include "delivery/delivery_test_support.h"
 #include "system/child_process_test_support.h"
-#include "tests/support/refused_call_test_support.h"
+#include "system/refused_calls_test_support.h"
 
 namespace Quarrow::Delivery {
 namespace {
