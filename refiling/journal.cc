@@ -93,6 +93,23 @@ void take(const std::vector<std::string>& words, std::vector<std::vector<Step>>&
                          decoded(words[2]), decoded(words[3])});
 }
 
+// The runs that are not undone.
+std::vector<std::vector<Step>> runs_in(const std::string& text) {
+  std::vector<std::vector<Step>> runs;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) take(words_of(line), runs);
+  return runs;
+}
+
+// Of the undone ones, too. Reading their steps as well takes much longer.
+std::size_t number_of_runs(const std::string& text) {
+  const std::string line = line_of({run_word});
+  std::size_t count = 0;
+  for (std::size_t at = text.find(line); at != std::string::npos; at = text.find(line, at + 1))
+    if (at == 0 || text[at - 1] == '\n') ++count;
+  return count;
+}
+
 // False when not all of the file could be read.
 bool read_all(int file, std::string& text) {
   ssize_t count = 1;
@@ -165,22 +182,15 @@ Refusal Journal::end_last_line() {
   return {};
 }
 
-Refusal Journal::read_runs(Runs& runs) const {
-  std::string text;
-  if (!read_all(file_->get(), text)) return system_refusal(path_, "can't be read", errno);
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    const std::vector<std::string> words = words_of(line);
-    if (!words.empty() && words[0] == run_word) ++runs.count;
-    take(words, runs.kept);
-  }
-  return {};
+Refusal Journal::read(std::string& text) const {
+  return read_all(file_->get(), text) ? Refusal() : system_refusal(path_, "can't be read", errno);
 }
 
 Refusal Journal::read_last_run(std::optional<std::vector<Step>>& steps) const {
-  Runs runs;
-  if (const Refusal refusal = read_runs(runs)) return refusal;
-  if (!runs.kept.empty()) steps = std::move(runs.kept.back());
+  std::string text;
+  if (const Refusal refusal = read(text)) return refusal;
+  auto runs = runs_in(text);
+  if (!runs.empty()) steps = std::move(runs.back());
   return {};
 }
 
@@ -208,14 +218,15 @@ Refusal Journal::write() {
 
 // Leaves room for the run that begins.
 Refusal Journal::drop_old_runs() {
-  Runs runs;
-  if (const Refusal refusal = read_runs(runs)) return refusal;
-  if (runs.count < kept_runs) return {};
-  const std::size_t dropped = runs.kept.size() - std::min(runs.kept.size(), kept_runs - 1);
+  std::string old;
+  if (const Refusal refusal = read(old)) return refusal;
+  if (number_of_runs(old) < kept_runs) return {};
+  const auto runs = runs_in(old);
+  const std::size_t dropped = runs.size() - std::min(runs.size(), kept_runs - 1);
   std::string text;
-  for (std::size_t i = dropped; i < runs.kept.size(); ++i) {
+  for (std::size_t i = dropped; i < runs.size(); ++i) {
     text += line_of({run_word});
-    for (const Step& step : runs.kept[i]) text += line_of(step);
+    for (const Step& step : runs[i]) text += line_of(step);
   }
   return replace(text);
 }

@@ -66,15 +66,9 @@ class Journal {
   Administration::Refusal read_last_run(std::optional<std::vector<Step>>& steps) const;
 
  private:
-  // Runs on the disk.
-  struct Runs {
-    std::vector<std::vector<Step>> kept;  // those that are not undone
-    std::size_t count = 0;                // the others too
-  };
-
   Administration::Refusal lock();
   Administration::Refusal end_last_line();
-  Administration::Refusal read_runs(Runs& runs) const;
+  Administration::Refusal read(std::string& text) const;
   Administration::Refusal drop_old_runs();
   Administration::Refusal replace(const std::string& text);
   Administration::Refusal synchronise_folder() const;

@@ -102,6 +102,16 @@ TEST(JournalTest, DropsRunsThatAreUndoneBeforeOthers) {
   EXPECT_GT(500U, std::filesystem::file_size(folder.file(journal_name)));
 }
 
+TEST(JournalTest, CountsNoFolderAsARun) {
+  const TemporaryFolder folder;
+  const std::vector<Step> steps(2 * kept_runs, {Step::Kind::move, "x", "", ".run"});
+  add_run(folder, steps);
+  undo_run(folder);
+  const std::string journal = content_of(folder.file(journal_name));
+  add_runs(folder, 0, 1);
+  EXPECT_EQ(0U, content_of(folder.file(journal_name)).find(journal));
+}
+
 TEST(JournalTest, IsWholeWheneverTheProcessThatShortensItIsKilled) {
   const TemporaryFolder model;
   add_runs(model, 0, kept_runs);
