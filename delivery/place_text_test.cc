@@ -48,14 +48,14 @@ JournalRecord record_of(Report::Status status, const std::vector<std::string>& f
 }
 
 TEST(PastPlaceText, SaysWhereAMessageWentAndWhy) {
-  using Status = Report::Status;
+  using Told = Report::Status;
   EXPECT_EQ("folder J\xc3\xa4ger, inbox (the rule says so)",
             past_place_text(
-                record_of(Status::delivered, {"J\xc3\xa4ger", "Inbox"}, InboxReason::asked, "")));
-  EXPECT_EQ("rejected", past_place_text(record_of(Status::rejected, {}, InboxReason::none, "")));
-  EXPECT_EQ("discarded", past_place_text(record_of(Status::discarded, {}, InboxReason::none, "")));
+                record_of(Told::delivered, {"J\xc3\xa4ger", "Inbox"}, InboxReason::asked, "")));
+  EXPECT_EQ("rejected", past_place_text(record_of(Told::rejected, {}, InboxReason::none, "")));
+  EXPECT_EQ("discarded", past_place_text(record_of(Told::discarded, {}, InboxReason::none, "")));
   EXPECT_EQ("left with the mail server (the disk is full)",
-            past_place_text(record_of(Status::temporary_failure, {"Work"}, InboxReason::failure,
+            past_place_text(record_of(Told::temporary_failure, {"Work"}, InboxReason::failure,
                                       "the disk is full")));
 }
 

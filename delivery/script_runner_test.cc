@@ -15,13 +15,13 @@ namespace {
 using Outcome = Evaluation::Outcome;
 
 const char* const unreadable_address = "if address :all :is \"subject\" \"a\" { discard; }";
-const char* const header = "Subject: two words\n\n";
+const char* const mail_header = "Subject: two words\n\n";
 
 // What `script` comes to where nothing can be written after `first` was run.
 Evaluation run_behind(ScriptRunner& runner, const char* first, const char* script) {
-  (void)runner.run(first, header, 0, 0);
+  (void)runner.run(first, mail_header, 0, 0);
   if (!refuse_call(SCMP_SYS(ftruncate), ENOSPC)) return {};
-  return runner.run(script, header, 0, 0);
+  return runner.run(script, mail_header, 0, 0);
 }
 
 TEST(ScriptRunner, ARunOfAScriptThatCantBeWrittenIsNotThatOfAnotherOne) {
