@@ -19,7 +19,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # A clone at any path uses what another one compiled: to the cache, paths below the source folder are
 # relative ones. Its sloppiness is for precompiled headers; no source of ours uses __DATE__ or
 # __TIME__.
-find_program(QUARROW_CCACHE ccache)
+find_program(QUARROW_CCACHE ccache)  # OFF for none
 if(QUARROW_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER
     env "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1 CCACHE_ABSSTDERR=1
@@ -30,7 +30,8 @@ endif()
 # too.
 add_library(quarrow_flags INTERFACE)
 target_compile_options(quarrow_flags INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -UNDEBUG)
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${QUARROW_WARNINGS_AS_ERRORS}>:-Werror>
+  -UNDEBUG)
 # Clang's also means names of other sources, which are compiled together with this one; GCC's is told.
 if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
   target_compile_options(quarrow_flags INTERFACE -Wno-shadow)
@@ -175,6 +176,9 @@ function(quarrow_add_unit_tests name)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
 endfunction()
 
+set(QUARROW_UNIT_DIR lib/systemd/system CACHE STRING
+    "Folder of the systemd units, absolute or below the prefix")
+
 # Installs PROGRAM.socket and, of PROGRAM.service.in, a service that names the program by where it is
 # installed, which only the installation knows (cmake --install --prefix).
 function(quarrow_install_units program)
@@ -183,5 +187,5 @@ function(quarrow_install_units program)
     set(PROGRAM \"\${CMAKE_INSTALL_PREFIX}\")
     cmake_path(APPEND PROGRAM \"${CMAKE_INSTALL_SBINDIR}\" ${program})
     configure_file(\"${CMAKE_CURRENT_SOURCE_DIR}/${program}.service.in\" \"${service}\" @ONLY)")
-  install(FILES "${service}" ${program}.socket DESTINATION lib/systemd/system)
+  install(FILES "${service}" ${program}.socket DESTINATION "${QUARROW_UNIT_DIR}")
 endfunction()

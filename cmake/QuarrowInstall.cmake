@@ -1,14 +1,19 @@
 # What an installation holds: the library and its headers, the host in a private folder beside it,
 # and the files that pkg-config and find_package(Quarrow) read. The delivery and the programs add
-# themselves.
+# themselves. Components have the names of the packages that hold them.
 
 include(CMakePackageConfigHelpers)
 
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME libquarrow-dev)
+
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/quarrow" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
   FILES_MATCHING PATTERN "*.h" PATTERN delivery EXCLUDE)
-install(TARGETS quarrow EXPORT QuarrowTargets LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(TARGETS quarrow EXPORT QuarrowTargets
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    COMPONENT libquarrow1 NAMELINK_COMPONENT libquarrow-dev)
 install(TARGETS zvellparser zvelluser base EXPORT QuarrowTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/quarrow"
+    COMPONENT libquarrow1 NAMELINK_COMPONENT libquarrow-dev
   PUBLIC_HEADER DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/quarrow-host")
 
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/Quarrow")
