@@ -5,6 +5,7 @@ import functools
 import json
 import os
 import pathlib
+import re
 import subprocess
 
 # Folders of tests that stay out: what they start lives outside of the copy that a change is judged
@@ -63,9 +64,14 @@ class Dependents:
     @functools.lru_cache(maxsize=None)
     def sources(self, program):
         """The project's files that a program is made of."""
-        return {os.path.relpath(path, self.project)
-                for path in self._ninja("-t", "inputs", program)
-                if path.startswith(str(self.project) + "/")}
+        found = set()
+        for name in self._ninja("-t", "inputs", program):
+            path = self.build / name
+            found.add(path)
+            if path.match("Unity/*.cxx"):  # sources that are compiled together
+                found.update(map(pathlib.Path, re.findall('#include "(.*)"', path.read_text())))
+        return {str(path.relative_to(self.project)) for path in found
+                if path.is_relative_to(self.project)}
 
     def unit_tests(self, source):
         """Programs of unit tests in the source's folder, or the nearest one above, that it is
