@@ -6,16 +6,18 @@ Usage: components.py BUILD_FOLDER
 Each installed file belongs to one component, and each component has what its package is for.
 """
 import collections
+import fnmatch
 import pathlib
 import subprocess
 import sys
 import tempfile
 
-# A component, and some of the files that it must have, as patterns below the prefix.
+# A component, and some of the files that it must have, as patterns below the prefix: a star stands for
+# folders as well.
 COMPONENTS = {
-    "libquarrow1": ("lib/**/libquarrow.so.1", "lib/**/quarrow/libzvellparser.so.1"),
-    "libquarrow-dev": ("lib/**/libquarrow.so", "lib/**/libquarrow-delivery.a",
-                       "lib/**/pkgconfig/quarrow.pc", "lib/**/cmake/Quarrow/QuarrowConfig.cmake",
+    "libquarrow1": ("lib/*libquarrow.so.1", "lib/*quarrow/libzvellparser.so.1"),
+    "libquarrow-dev": ("lib/*libquarrow.so", "lib/*libquarrow-delivery.a",
+                       "lib/*pkgconfig/quarrow.pc", "lib/*cmake/Quarrow/QuarrowConfig.cmake",
                        "include/quarrow/evaluation.h", "include/quarrow/delivery/evaluator.h",
                        "include/quarrow-host/zvellparser.h"),
     "quarrow": ("bin/quarrow", "share/man/man1/quarrow.1", "share/man/man5/quarrow-rules.5",
@@ -40,9 +42,10 @@ def faults_in(build, folder):
     for component, patterns in COMPONENTS.items():
         prefix = folder / component
         prefix.mkdir()
-        count.update(installed(build, prefix, "--component", component))
+        names = installed(build, prefix, "--component", component)
+        count.update(names)
         for pattern in patterns:
-            if not any(prefix.glob(pattern)):
+            if not fnmatch.filter(names, pattern):
                 yield f"{component}: {pattern} is missing"
     whole = folder / "whole"
     whole.mkdir()
