@@ -2,6 +2,7 @@
 #include "lmtp/delivery_handler.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <zvelluser.h>
 
 #include "tests/support/temporary_folder_test_support.h"
@@ -210,6 +211,19 @@ TEST_F(DeliveryHandlerTest, RunsAUsersRulesOnceForSeveralAddressesOfTheUser) {
     EXPECT_EQ(want, runs);
   }
   EXPECT_TRUE(counts("kept_total{reason=\"failure\"} 6")) << metrics_.text();
+}
+
+TEST_F(DeliveryHandlerTest, TakesNoMessageWhileThereIsNoFileForIt) {
+  DeliveryHandler handler({folder_.path(), folder_.path(), "mx.example.org", "+"}, nullptr,
+                          metrics_);
+  rlimit files = {};
+  ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &files));
+  const rlimit none = {0, files.rlim_max};
+  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &none));
+  const bool is_taken = handler.open_message();
+  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &files));
+  EXPECT_FALSE(is_taken);
+  EXPECT_TRUE(handler.open_message());
 }
 
 // What the server writes into its log while it delivers.
