@@ -179,13 +179,15 @@ endfunction()
 set(QUARROW_UNIT_DIR lib/systemd/system CACHE STRING
     "Folder of the systemd units, absolute or below the prefix")
 
-# Installs PROGRAM.socket and, of PROGRAM.service.in, a service that names the program by where it is
-# installed, which only the installation knows (cmake --install --prefix).
+# Installs PROGRAM.socket and PROGRAM.service, made of the .in files of these names. The service names
+# the program by where it is installed, which only the installation knows (cmake --install --prefix).
 function(quarrow_install_units program)
   set(service "${CMAKE_CURRENT_BINARY_DIR}/${program}.service")
+  set(socket "${CMAKE_CURRENT_BINARY_DIR}/${program}.socket")
   install(CODE "
     set(PROGRAM \"\${CMAKE_INSTALL_PREFIX}\")
     cmake_path(APPEND PROGRAM \"${CMAKE_INSTALL_SBINDIR}\" ${program})
     configure_file(\"${CMAKE_CURRENT_SOURCE_DIR}/${program}.service.in\" \"${service}\" @ONLY)")
-  install(FILES "${service}" ${program}.socket DESTINATION "${QUARROW_UNIT_DIR}")
+  configure_file(${program}.socket.in "${socket}" @ONLY)
+  install(FILES "${service}" "${socket}" DESTINATION "${QUARROW_UNIT_DIR}")
 endfunction()
