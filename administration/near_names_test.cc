@@ -33,6 +33,8 @@ TEST(NearNames, BeginWithTheNearestAndAreThreeAtMost) {
   EXPECT_EQ("work", near.front());
 }
 
+TEST(NearNames, HaveALetterInCommonWithTheText) { EXPECT_TRUE(near_names("a", {"b"}).empty()); }
+
 TEST(NearNames, AreNotLookedForInLongTexts) {
   EXPECT_TRUE(near_names(std::string(201, 'x'), {std::string(201, 'x')}).empty());
 }

@@ -143,6 +143,13 @@ std::string script_of_every_kind() {
   return written(list);
 }
 
+TEST(ExecutionForm, LeavesAScriptWithAListOfNoTestsAsItIs) {
+  std::string script = script_of_every_kind();
+  const std::size_t list = script.find("of(") + 3;
+  script.erase(list, script.find("{\n", list) - list);
+  EXPECT_EQ(script, execution_form(script).script);
+}
+
 TEST(ExecutionForm, LeavesAScriptThatIsCutOffAnywhereAsItIs) {
   const std::string own = script_of_every_kind();
   ASSERT_EQ(1 + std::size(tests_of_every_kind), execution_form(own).branches.size());

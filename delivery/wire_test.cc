@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
+#include <cerrno>
 #include <csignal>
 #include <random>
 
@@ -142,6 +143,7 @@ TEST(Wire, ARequestThatEndsEarlyIsNone) {
   Request request = {};
   std::string script;
   std::string header;
+  errno = EINTR;  // of an earlier call
   EXPECT_FALSE(receive_request(cut.far.get(), request, script, header));
   EXPECT_FALSE(receive_request(-1, request, script, header));
 }

@@ -2,6 +2,7 @@
 #include "trial/mail_contents.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <string>
 
 #include "system/file_io.h"
+#include "system/refused_calls_test_support.h"
 #include "tests/support/temporary_folder_test_support.h"
 #include "trial/standard_input_test_support.h"
 
@@ -118,6 +120,19 @@ TEST(MailContents, CantBeReadFromAFolder) {
   const SourceFailure failure = failure_of({folder.path()});
   EXPECT_EQ(Kind::cannot_read, failure.kind);
   EXPECT_EQ("can't be read: Is a directory", failure.reason);
+}
+
+TEST(MailContents, CantBeReadWhereAFileCantBeMapped) {
+  const TemporaryFolder folder;
+  const std::string large = folder.write("a.eml", std::string(100000, 'x'));
+  const auto read = [&large] {
+    const bool is_refused =
+        refuse_call(SCMP_SYS(mmap), ENOMEM,
+                    {SCMP_A2(SCMP_CMP_EQ, PROT_READ), SCMP_A3(SCMP_CMP_EQ, MAP_PRIVATE)});
+    _exit(is_refused && failure_of({large}).reason == "can't be read: Cannot allocate memory" ? 0
+                                                                                              : 1);
+  };
+  EXPECT_EXIT(read(), testing::ExitedWithCode(0), "");
 }
 
 TEST(MailContents, EndWhereAStreamGoesOnForEver) {

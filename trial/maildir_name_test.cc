@@ -27,6 +27,7 @@ const struct {
     {"1777896000.eml", std::nullopt, false},
     {"1777896000..b", std::nullopt, false},
     {"1777896000.a.", std::nullopt, false},
+    {"100000000.a.b", 100000000, false},
     {"17778960.a.b", std::nullopt, false},
     {"-177789600.a.b", std::nullopt, false},
     {"1777896000x.a.b", std::nullopt, false},

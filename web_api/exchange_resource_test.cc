@@ -67,6 +67,7 @@ TEST_F(ExchangeResource, SaysWhatAnImportWouldDo) {
 TEST_F(ExchangeResource, AppendsAndReplaces) {
   add({"a"});
   EXPECT_EQ("409", problem_in(change("POST", "/import?from=sieve", {{"text", script}})));
+  EXPECT_EQ("409", problem_in(change("POST", "/import?from=sieve", {{"text", lossy_script}})));
   EXPECT_EQ(1U, filters().size());
   EXPECT_EQ(200, change("POST", "/import?from=sieve&mode=append", {{"text", script}}).status);
   EXPECT_EQ(2U, filters().size());
