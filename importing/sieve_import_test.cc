@@ -42,6 +42,13 @@ TEST(ReadSieve, TakesNamesFromTheCommentsOfFrontEnds) {
                     "\nif not header :is \"X-A\" \"b\" { fileinto \"C\"; stop; }\n"));
 }
 
+TEST(ReadSieve, NamesARuleByItsLineWhereItsCommentHasAnEmptyName) {
+  EXPECT_EQ("3 Rule of line 3: string subject contains x; -> move A\n",
+            told_of_sieve("require \"fileinto\";\n"
+                          "# rule:[]\n"
+                          "if header :contains \"subject\" \"x\" { fileinto \"A\"; stop; }\n"));
+}
+
 TEST(ReadSieve, TakesTestsOverThatMeanTheSame) {
   const struct {
     const char* test;
