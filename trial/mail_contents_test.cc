@@ -126,9 +126,8 @@ TEST(MailContents, CantBeReadWhereAFileCantBeMapped) {
   const TemporaryFolder folder;
   const std::string large = folder.write("a.eml", std::string(100000, 'x'));
   const auto read = [&large] {
-    const bool is_refused =
-        refuse_call(SCMP_SYS(mmap), ENOMEM,
-                    {SCMP_A2(SCMP_CMP_EQ, PROT_READ), SCMP_A3(SCMP_CMP_EQ, MAP_PRIVATE)});
+    const bool is_refused = refuse_call(
+        SCMP_SYS(mmap), ENOMEM, {{2, SCMP_CMP_EQ, PROT_READ, 0}, {3, SCMP_CMP_EQ, MAP_PRIVATE, 0}});
     _exit(is_refused && failure_of({large}).reason == "can't be read: Cannot allocate memory" ? 0
                                                                                               : 1);
   };
