@@ -20,6 +20,7 @@ struct DeliveryOptions {
   Delivery::FolderDots folder_dots = Delivery::FolderDots::inbox;
   std::string folder;                                // in UTF-8; "" is the inbox
   std::uint64_t max_size = std::uint64_t{64} << 20;  // of the message, in bytes
+  std::uint64_t evaluation_seconds = 2;
   bool report_by_status = false;
   bool require_landlock = false;
   bool keeps_journal = false;

@@ -7,6 +7,7 @@
 #include <zvelluser.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <ctime>
 #include <exception>
@@ -88,6 +89,7 @@ int deliver_to(const DeliveryOptions& options, const std::string& user, std::str
     return refuse("5.4.6", "mail loop: delivered to " + recipient + " before", EX_NOPERM);
   Delivery::prepare_for_message(spool.bytes());
   Delivery::EvaluatorLimits limits;
+  limits.time = std::chrono::seconds(options.evaluation_seconds);
   limits.made_ahead = false;  // there is one message only
   Evaluator evaluator(limits);
   const auto evaluate = [&evaluator](int message, std::uint64_t size, std::time_t received,
@@ -164,6 +166,11 @@ Run declare_deliver(CLI::App& app) {
   add_option(app, "--max-size", options->max_size, "The largest message in bytes")
       .type_name("N")
       .in_range(1, std::uint64_t{1} << 40)
+      .capture_default_str();
+  add_option(app, "--evaluation-time", options->evaluation_seconds,
+             "Seconds that rules may take over a message")
+      .type_name("N")
+      .in_range(1, 600)
       .capture_default_str();
   add_flag(app, "--require-landlock", options->require_landlock,
            "Deliver nothing where the kernel can't keep the evaluation from files");
