@@ -24,6 +24,12 @@ inline ProcessEnd end_of_child(const std::function<int()>& job) {
   return wait_for(start_child(job));
 }
 
+// Whether `condition` holds in a child process.
+inline bool holds_in_child(const std::function<bool()>& condition) {
+  constexpr int yes = 7;  // no status of a child that ended in another way
+  return end_of_child([&] { return condition() ? yes : 0; }).status == yes;
+}
+
 }  // namespace Quarrow
 
 #endif  // QUARROW_SYSTEM_CHILD_PROCESS_TEST_SUPPORT_H_

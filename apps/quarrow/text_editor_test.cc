@@ -2,11 +2,13 @@
 #include "apps/quarrow/text_editor.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sysexits.h>
 
 #include <filesystem>
 
+#include "system/child_process_test_support.h"
 #include "tests/support/temporary_folder_test_support.h"
 
 namespace Quarrow::Command {
@@ -71,6 +73,15 @@ TEST_F(EditedFileTest, IsEditedByTheFirstEditorThatIsNamed) {
   std::string text;
   EXPECT_EQ("", file.read(10, text).reason);
   EXPECT_EQ("tEXt", text);
+}
+
+// Whoever ignores the ends of children gets none told, and so does what they start.
+TEST_F(EditedFileTest, TellsThatItCantSeeTheEditorsEnd) {
+  EditedFile file;
+  ASSERT_EQ("", file.make("text").reason);
+  setenv("EDITOR", "true", 1);
+  EXPECT_TRUE(holds_in_child(
+      [&file] { return signal(SIGCHLD, SIG_IGN) != SIG_ERR && file.edit().status == EX_OSERR; }));
 }
 
 TEST_F(EditedFileTest, TellsHowTheEditorFailed) {
