@@ -67,7 +67,9 @@ TEST(ReadSieve, TakesTestsOverThatMeanTheSame) {
       {"true", "size greater 0; "},
       {"currentdate :value \"ge\" \"date\" \"2026-05-01\"",
        "not date zvx-received-date before 2026-05-01; "},
-      {"currentdate :is \"date\" \"2026-05-01\"", "date zvx-received-date is 2026-05-01; "}};
+      {"currentdate :is \"date\" \"2026-05-01\"", "date zvx-received-date is 2026-05-01; "},
+      {"header :value \"lt\" :comparator \"i;ascii-numeric\" \"zvx-received-date\" \"20260501\"",
+       "date zvx-received-date before 2026-05-01; "}};
   for (const auto& c : cases)
     EXPECT_EQ(std::string("1 Rule of line 1: ") + c.filter + "-> move A\n",
               told_of_sieve_test(c.test))

@@ -18,7 +18,7 @@ TEST(RefusalProblem, TellsWhoCanHelp) {
       {Kind::nothing_to_undo, 409}, {Kind::has_filters, 409},   {Kind::unreadable_part, 409},
       {Kind::outdated, 412},        {Kind::wrong_rule, 422},    {Kind::wrong_json, 422},
       {Kind::script_too_long, 422}, {Kind::not_permitted, 500}, {Kind::crashed, 500},
-      {Kind::try_again, 503},       {Kind::no_room, 507}};
+      {Kind::try_again, 503},       {Kind::no_room, 507},       {Kind::none, 500}};
   for (const auto& row : rows) EXPECT_EQ(row.status, status_of(row.kind)) << row.status;
 }
 

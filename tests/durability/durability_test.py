@@ -17,7 +17,7 @@ for folder in ("lmtpd", "support"):
     sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / folder))
 from disk import CALLS, NAMING, disks_of  # noqa: E402
 from lmtp_server import USERS, DaemonTestCase  # noqa: E402
-from system_calls import calls_in, failing, tracing, why_no_trace  # noqa: E402
+from system_calls import calls_in, failing, signalled, tracing, why_no_trace  # noqa: E402
 
 QUARROW = os.path.abspath(sys.argv.pop(1))
 ALICE = "alice@example.org"
@@ -98,6 +98,14 @@ class CommandTest(FolderTestCase):
             with self.subTest(folder):
                 path, = self.placed("deliver", "-d", ALICE, message=message)
                 self.assertEqual(str(self.home / folder / "new"), os.path.dirname(path))
+
+    def test_a_message_though_an_end_is_asked_for_while_it_is_stored(self):
+        for name in ("SIGTERM", "SIGHUP", "SIGINT"):
+            with self.subTest(name):
+                self.do("deliver", "-d", ALICE, launcher=signalled("fsync", name), message=WORK)
+                message, = (self.home / "Maildir").glob("**/*M*")
+                self.assertEqual("new", message.parent.name)
+                message.unlink()
 
     def test_messages_that_are_filed_anew_after_what_tells_of_it(self):
         self.make_folder()

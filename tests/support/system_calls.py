@@ -35,6 +35,12 @@ def failing(call, error, when="1+"):
             f"inject={call}:error={error}:when={when}"]
 
 
+def signalled(call, name):
+    """The words in front of a command that is sent the signal `name` when it comes to `call`."""
+    return [*STRACE, "-o", "/dev/null", "-e", f"trace={call}", "-e",
+            f"inject={call}:signal={name}:when=1"]
+
+
 @dataclasses.dataclass
 class Call:
     name: str
