@@ -33,13 +33,11 @@ std::string without_extension(const std::string& address, const std::string& del
 // Looks at the folder of the user with that very address.
 RecipientLookup look_up_exactly(const std::string& address) {
   const EmailAddress parsed(address);
-  const std::string folder = ZvMailUserId(MAILBOX_USER, parsed.address()).prefpath();
-  if (folder.empty()) return {Result::unknown, {}, {}, {}, {}};
+  std::string folder;
   struct stat status {};
-  if (stat(folder.c_str(), &status) != 0) {
-    if (errno == ENOENT) return {Result::unknown, {}, {}, {}, {}};
-    return unavailable(folder, std::strerror(errno));
-  }
+  const int error = ZvMailUserId(MAILBOX_USER, parsed.address()).find_prefpath(folder, status);
+  if (error == ENOENT) return {Result::unknown, {}, {}, {}, {}};
+  if (error != 0) return unavailable(folder, std::strerror(error));
   if (!S_ISDIR(status.st_mode)) return unavailable(folder, "not a folder");
   return {Result::found, folder, {}, {}, address};
 }

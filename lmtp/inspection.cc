@@ -48,7 +48,7 @@ class Inspection {
   void add(const std::string& path) { faults_.push_back(path + ": " + std::strerror(errno)); }
 
   // Calls `visit` for each folder in `folder`. The name of one that was too long for a file goes on
-  // in a folder below it; then its first part ends in "%".
+  // in a folder below it; then its first part ends in "%". Below a lone "%" lie hashed folders.
   bool visit_parts(const std::string& folder, const Visit& visit) {
     std::error_code error;
     std::filesystem::directory_iterator entries(folder, error);
@@ -57,10 +57,23 @@ class Inspection {
       const std::string name = entries->path().filename();
       std::error_code gone;
       if (name == recovered_files || !entries->is_directory(gone)) continue;
-      if (!(name.back() == '%' ? visit_parts(entries->path(), visit) : visit(entries->path())))
-        return false;
+      if (!visit_named(name, entries->path(), visit)) return false;
     }
     return true;
+  }
+
+  bool visit_named(const std::string& name, const std::string& path, const Visit& visit) {
+    if (name == "%") return visit_hashed(path, visit);
+    return name.back() == '%' ? visit_parts(path, visit) : visit(path);
+  }
+
+  bool visit_hashed(const std::string& folder, const Visit& visit) {
+    return visit_parts(
+        folder,
+        [&](const std::string& first) {
+          return visit_parts(
+              first, [&](const std::string& second) { return visit_parts(second, visit); });
+        });
   }
 
   bool inspect_user(const std::string& folder) {

@@ -64,6 +64,14 @@ TEST_F(InspectionTest, FindsNothingWhereAllIsWell) {
   EXPECT_EQ("", faults());
 }
 
+TEST_F(InspectionTest, LooksIntoHashedFolders) {
+  make("example.org/%/63/84/alice/Maildir/new");
+  const std::string bob = make("example.org/%/ab/cd/bob", 0555);
+  for (const char* folder : {"example.org/%", "example.org/%/ab", "example.org/%/ab/cd"})
+    make(folder, 0555);
+  EXPECT_EQ(bob + ": Permission denied\n", faults());
+}
+
 TEST_F(InspectionTest, NamesARootThatIsMissing) {
   fs::remove(root());
   EXPECT_EQ(root() + ": No such file or directory\n", faults());

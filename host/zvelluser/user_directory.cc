@@ -1,7 +1,10 @@
 // From an address to a folder.
+#include <md5.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 
 #include "zvelluser.h"
@@ -78,20 +81,42 @@ std::string file_name(const std::string& part, IsEscaped is_escaped) {
   return split(name);
 }
 
-// The folder of the user `address`; empty without a local part or a domain.
-std::string folder_of(const std::string& address, IsEscaped is_escaped) {
+// An address's parts as paths; both empty where one is missing.
+struct Parts {
+  std::string domain;
+  std::string local_part;
+};
+
+Parts parts_of(const std::string& address, IsEscaped is_escaped) {
   const auto at = address.rfind('@');
   if (at == std::string::npos) return {};
-  const std::string local_part = file_name(address.substr(0, at), is_escaped);
-  const std::string domain = file_name(lower_case(address.substr(at + 1)), is_escaped);
-  if (local_part.empty() || domain.empty()) return {};
-  return root() + "/" + domain + "/" + local_part;
+  Parts parts = {file_name(lower_case(address.substr(at + 1)), is_escaped),
+                 file_name(address.substr(0, at), is_escaped)};
+  return parts.domain.empty() || parts.local_part.empty() ? Parts() : parts;
 }
 
-// What can't be looked at counts as being there, so that no user is moved to another folder.
-bool is_there(const std::string& path) {
-  struct stat status {};
-  return lstat(path.c_str(), &status) == 0 || errno != ENOENT;
+// The folder of the user `address`; empty without a local part or a domain.
+std::string folder_of(const std::string& address, IsEscaped is_escaped) {
+  const Parts parts = parts_of(address, is_escaped);
+  return parts.domain.empty() ? "" : root() + "/" + parts.domain + "/" + parts.local_part;
+}
+
+// The folders between a domain and the user's own.
+std::string hash_folders(const std::string& local_part) {
+  std::array<char, MD5_DIGEST_STRING_LENGTH> digits{};
+  (void)MD5Data(reinterpret_cast<const std::uint8_t*>(local_part.data()), local_part.size(),
+                digits.data());
+  const std::string hash(digits.data(), 4);
+  return "%/" + hash.substr(0, 2) + "/" + hash.substr(2);
+}
+
+// What stat(2) tells of `path`. A link that leads nowhere is there, as is what can't be looked at,
+// so that no user is moved to another folder.
+bool is_there(const std::string& path, struct stat& status, int& error) {
+  error = stat(path.c_str(), &status) == 0 ? 0 : errno;
+  if (error != ENOENT) return true;
+  struct stat link {};
+  return lstat(path.c_str(), &link) == 0;
 }
 
 }  // namespace
@@ -99,13 +124,35 @@ bool is_there(const std::string& path) {
 ZvMailUserId::ZvMailUserId(MailBoxType, const std::string& address) : address_(address) {}
 
 std::string ZvMailUserId::prefpath() const {
+  std::string folder;
+  struct stat status {};
+  (void)find_prefpath(folder, status);
+  return folder;
+}
+
+int ZvMailUserId::find_prefpath(std::string& folder, struct stat& status) const {
   const std::string escaped = folder_of(address_, is_unsafe);
   const std::string plain = plain_prefpath();
-  const bool is_plain = plain != escaped && !is_there(escaped) && is_there(plain);
-  return is_plain ? plain : escaped;
+  int error = ENOENT;
+  const auto is_at = [&](const std::string& path) {
+    folder = path;
+    return is_there(path, status, error);
+  };
+  const auto is_flat = [&] { return is_at(escaped) || (plain != escaped && is_at(plain)); };
+  // Once more behind the hashed folder: the user may have been moved out of it just then.
+  const bool is_found = !escaped.empty() && (is_flat() || is_at(hashed_prefpath()) || is_flat());
+  if (!is_found) folder = escaped;
+  return error;
 }
 
 std::string ZvMailUserId::plain_prefpath() const { return folder_of(address_, is_impossible); }
+
+std::string ZvMailUserId::hashed_prefpath() const {
+  const Parts parts = parts_of(address_, is_impossible);
+  if (parts.domain.empty()) return "";
+  return root() + "/" + parts.domain + "/" + hash_folders(parts.local_part) + "/" +
+         parts.local_part;
+}
 
 int mailuser_filename(int kind, char* buffer, std::size_t size, const std::string& address) {
   if (!buffer || size == 0) return -1;

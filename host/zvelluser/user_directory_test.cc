@@ -1,6 +1,7 @@
 // The folders of users, for addresses of every kind.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -110,9 +111,10 @@ TEST_F(UserDirectory, HasPlainPartsAndIsNeverSharedHoweverLongItsPartsAre) {
 }
 
 const std::vector<std::string> different_addresses = {
-    "a@b",   "A@b",     "a@b.",   ".a@b",  "%2Ea@b", "%2ea@b", "a/b@c", "a%2Fb@c",
-    "b@a/c", "a@b@c",   "a@b/c",  "a b@c", "a+b@c",  "a_b@c",  "a\t@b", "\"a\"@b",
-    "a@c%b", "a@c%25b", "a%@25c", "aa@b",  "a@ab",   "a@a/b",  "a/a@b", "a%252F@b"};
+    "a@b",     "A@b",     "a@b.",     ".a@b",    "%2Ea@b", "%2ea@b", "a/b@c",
+    "a%2Fb@c", "b@a/c",   "a@b@c",    "a@b/c",   "a b@c",  "a+b@c",  "a_b@c",
+    "a\t@b",   "\"a\"@b", "a@c%b",    "a@c%25b", "a%@25c", "aa@b",   "a@ab",
+    "a@a/b",   "a/a@b",   "a%252F@b", "%@b",     "0c@b",   "c1@0c",  "%/0c@b"};
 
 TEST_F(UserDirectory, IsNeverShared) {
   std::set<std::string> paths;
@@ -150,6 +152,29 @@ TEST_F(UserDirectory, IsForANewUserNamedAsTheAddressStands) {
     EXPECT_EQ("", plain_path(address)) << address;
 }
 
+std::string hashed_path(const std::string& address) {
+  return ZvMailUserId(MAILBOX_USER, address).hashed_prefpath();
+}
+
+// The digits are those that md5sum(1) tells.
+const FolderCase hashed_folders[] = {
+    {"user@Example.org", "/root/example.org/%/ee/11/user"},
+    {"Alice@example.org", "/root/example.org/%/64/48/Alice"},
+    {"o'brien@example.org", "/root/example.org/%/25/57/o'brien"},
+    {"m\xc3\xbcller@b\xc3\xbc.example", "/root/b\xc3\xbc.example/%/92/d4/m\xc3\xbcller"},
+    {"a/b@example.org", "/root/example.org/%/7f/a4/a%2Fb"},
+    {".@.", "/root/%2E/%/36/2b/%2E"},
+    {"a%@example.org", "/root/example.org/%/3d/5f/a%25"},
+};
+
+TEST_F(UserDirectory, IsSpreadOverFoldersByAHash) {
+  for (const auto& c : hashed_folders) EXPECT_EQ(c.want, hashed_path(c.address)) << c.address;
+  for (const char* address : {"", "@", "user", "user@", "@example.org"})
+    EXPECT_EQ("", hashed_path(address)) << address;
+  EXPECT_EQ("/root/example.org/%/b9/a0/" + std::string(254, 'a') + "%/aa",
+            hashed_path(std::string(256, 'a') + "@example.org"));
+}
+
 // Addresses whose folders could be taken for those of others.
 std::vector<std::string> tricky_addresses() {
   std::vector<std::string> addresses = different_addresses;
@@ -166,7 +191,7 @@ TEST_F(UserDirectory, IsNeverSharedInWhicheverSpelling) {
   std::map<std::string, std::string> owners;
   for (const auto& addresses : {tricky_addresses(), long_addresses()})
     for (const std::string& address : addresses)
-      for (const std::string& each : {path(address), plain_path(address)}) {
+      for (const std::string& each : {path(address), plain_path(address), hashed_path(address)}) {
         EXPECT_TRUE(has_plain_parts(each)) << each;
         EXPECT_EQ(address, owners.emplace(each, address).first->second) << each;
       }
@@ -175,7 +200,8 @@ TEST_F(UserDirectory, IsNeverSharedInWhicheverSpelling) {
 TEST_F(UserDirectory, IsNeverInAnothers) {
   std::set<std::string> paths;
   for (const std::string& address : tricky_addresses())
-    for (const std::string& each : {path(address), plain_path(address)}) paths.insert(each);
+    for (const std::string& each : {path(address), plain_path(address), hashed_path(address)})
+      paths.insert(each);
   for (const std::string& folder : paths)
     for (std::size_t end = folder.rfind('/'); end > 0; end = folder.rfind('/', end - 1))
       EXPECT_EQ(0U, paths.count(folder.substr(0, end))) << folder;
@@ -215,6 +241,42 @@ TEST_F(UserDirectoryOnDisk, KeepsTheEscapedNameWhereThatIsThere) {
   std::filesystem::remove(escaped_);
   std::filesystem::create_directory_symlink(root_.file("not-mounted"), escaped_);
   EXPECT_EQ(escaped_, path("o'brien@example.org"));
+}
+
+TEST_F(UserDirectoryOnDisk, IsTheHashedOneWhereNoFlatOneIsThere) {
+  const std::string hashed = hashed_path("o'brien@example.org");
+  std::filesystem::create_directories(hashed);
+  EXPECT_EQ(hashed, path("o'brien@example.org"));
+  EXPECT_EQ(root_.file("example.org/25"), path("25@example.org"));
+  EXPECT_EQ(root_.file("example.org/%25"), path("%@example.org"));
+  std::filesystem::create_directories(plain_);
+  EXPECT_EQ(plain_, path("o'brien@example.org"));
+  std::filesystem::create_directories(escaped_);
+  EXPECT_EQ(escaped_, path("o'brien@example.org"));
+}
+
+TEST_F(UserDirectoryOnDisk, IsTheHashedOneThatCantBeLookedAt) {
+  std::filesystem::create_directories(root_.file("example.org"));
+  root_.write("example.org/%", "");
+  EXPECT_EQ(hashed_path("o'brien@example.org"), path("o'brien@example.org"));
+}
+
+TEST_F(UserDirectoryOnDisk, IsFoundWithItsStatus) {
+  const ZvMailUserId user(MAILBOX_USER, "alice@example.org");
+  std::string folder;
+  struct stat status {};
+  EXPECT_EQ(ENOENT, user.find_prefpath(folder, status));
+  EXPECT_EQ(root_.file("example.org/alice"), folder);
+  std::filesystem::create_directories(user.hashed_prefpath());
+  EXPECT_EQ(0, user.find_prefpath(folder, status));
+  EXPECT_EQ(user.hashed_prefpath(), folder);
+  EXPECT_TRUE(S_ISDIR(status.st_mode));
+  root_.write("example.org/alice", "");
+  EXPECT_EQ(0, user.find_prefpath(folder, status));
+  EXPECT_EQ(root_.file("example.org/alice"), folder);
+  EXPECT_TRUE(S_ISREG(status.st_mode));
+  EXPECT_EQ(ENOENT, ZvMailUserId(MAILBOX_USER, "alice").find_prefpath(folder, status));
+  EXPECT_EQ("", folder);
 }
 
 TEST_F(UserDirectoryOnDisk, IsTheOneThatCantBeLookedAt) {

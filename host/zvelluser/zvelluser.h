@@ -2,6 +2,8 @@
 #ifndef ZVELLUSER_H_
 #define ZVELLUSER_H_
 
+#include <sys/stat.h>
+
 #include <cstddef>
 #include <string>
 
@@ -23,15 +25,25 @@ class ZvMailUserId {
   // name can hold, has folders in between, whose names end in a lone "%". The dot that one of these
   // or what follows it would begin with is written %2E, too.
   //
-  // Where there is no such folder on disk, but one with the name of plain_prefpath(), it is that
-  // one.
+  // Where there is no such folder on disk, but one with the name of plain_prefpath() or else of
+  // hashed_prefpath(), it is that one.
   std::string prefpath() const;
+
+  // Puts prefpath() into `folder`, and what stat(2) tells of it into `status`. 0, or the errno:
+  // ENOENT when it is not there.
+  int find_prefpath(std::string& folder, struct stat& status) const;
 
   // The name for the folder of a new user: the same, but only what can't stand in a file's name, or
   // would make it another address's, is written %XX: "/", bytes below 32 and 127, a leading dot,
   // and a "%" at the end or in front of two hexadecimal digits. So the folder of o'brien is named
   // o'brien, as mail servers name it that take an address's parts as they stand.
   std::string plain_prefpath() const;
+
+  // The name for the folder of a new user where a domain has too many for one folder:
+  // <root>/<domain>/%/ab/cd/<local part>, as plain_prefpath() writes both. abcd are the first
+  // hexadecimal digits, in small letters, of the MD5 of the local part as it is written. No
+  // address's folder is named by a lone "%", so that none is below another's.
+  std::string hashed_prefpath() const;
 
  private:
   std::string address_;
