@@ -1,7 +1,6 @@
 // Making and opening the files that all users share.
 #include "administration/root_setup.h"
 
-#include <base.h>
 #include <quarrow/user_stores.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -28,13 +27,11 @@ Refusal use_configuration(const std::string& path) {
   return {Kind::damaged_configuration, "configuration", cmdb.error};
 }
 
-Refusal make_configuration(const std::string& root, std::uint32_t grade) {
+Refusal make_configuration(const std::string& root, const SystemRecord& settings) {
   if (create_path(root, 0755) < 0) return making_refusal(root, errno);
   const std::string path = configuration_file(root);
   if (access(root.c_str(), W_OK) != 0) return making_refusal(path, errno);
-  SystemRecord record;
-  record.capacity_grade = grade;
-  if (cmdb.create(path, record)) return {};
+  if (cmdb.create(path, settings)) return {};
   return {Kind::not_made, "configuration", cmdb.error};
 }
 
@@ -82,16 +79,16 @@ Refusal open_configuration(const std::string& root) {
   return system_refusal(path, "", errno);
 }
 
-Refusal set_up_configuration(const std::string& root, std::uint32_t grade,
+Refusal set_up_configuration(const std::string& root, const SystemRecord& settings,
                              ConfigurationSetup& setup) {
   const std::string path = configuration_file(root);
   if (!exists(path)) {
-    if (const Refusal refusal = make_configuration(root, grade)) return refusal;
-    setup = {path, true, grade};
+    if (const Refusal refusal = make_configuration(root, settings)) return refusal;
+    setup = {path, true, settings};
     return {};
   }
   if (const Refusal refusal = use_configuration(path)) return refusal;
-  setup = {path, false, cmdb.system->capacity_grade};
+  setup = {path, false, *cmdb.system};
   return {};
 }
 

@@ -3,8 +3,9 @@
 #ifndef QUARROW_ADMINISTRATION_ROOT_SETUP_H_
 #define QUARROW_ADMINISTRATION_ROOT_SETUP_H_
 
+#include <base.h>
+
 #include <cstddef>
-#include <cstdint>
 #include <string>
 
 #include "administration/refusal.h"
@@ -21,13 +22,13 @@ Refusal open_configuration(const std::string& root);
 // A configuration that is there.
 struct ConfigurationSetup {
   std::string path;
-  bool made = false;        // false: it was there before, and is kept
-  std::uint32_t grade = 0;  // the size of the system
+  bool made = false;  // false: it was there before, and is kept
+  SystemRecord settings = {};
 };
 
-// Opens the configuration below `root`, or makes it, with the folders above it, for a system of the
-// size `grade`. `setup` then says what was done.
-Refusal set_up_configuration(const std::string& root, std::uint32_t grade,
+// Opens the configuration below `root`, or makes it, with the folders above it and those settings.
+// `setup` then says what was done.
+Refusal set_up_configuration(const std::string& root, const SystemRecord& settings,
                              ConfigurationSetup& setup);
 
 // A catalogue that is there.

@@ -16,7 +16,7 @@ class RootSetup : public testing::Test {
 
   Refusal set_up(const std::string& root) const {
     ConfigurationSetup setup;
-    const Refusal refusal = set_up_configuration(root, 8, setup);
+    const Refusal refusal = set_up_configuration(root, {8}, setup);
     EXPECT_EQ(refusal ? "" : configuration_file(root), setup.path);
     return refusal;
   }
@@ -35,13 +35,13 @@ class RootSetup : public testing::Test {
 
 TEST_F(RootSetup, MakesAConfigurationOnce) {
   ConfigurationSetup setup;
-  EXPECT_EQ("", said(set_up_configuration(root_, 8, setup)));
+  EXPECT_EQ("", said(set_up_configuration(root_, {8}, setup)));
   EXPECT_EQ(root_ + "/quarrow.sqlite", setup.path);
   EXPECT_TRUE(setup.made);
-  EXPECT_EQ(8U, setup.grade);
-  EXPECT_EQ("", said(set_up_configuration(root_, 3, setup)));
+  EXPECT_EQ(8U, setup.settings.capacity_grade);
+  EXPECT_EQ("", said(set_up_configuration(root_, {3}, setup)));
   EXPECT_FALSE(setup.made);
-  EXPECT_EQ(8U, setup.grade);
+  EXPECT_EQ(8U, setup.settings.capacity_grade);
 }
 
 TEST_F(RootSetup, OpensTheConfigurationThatItMade) {

@@ -26,7 +26,9 @@ const struct Row {
   std::uint32_t most;  // from 0 on
   const char* meaning;
 } rows[] = {{"grade", &SystemRecord::capacity_grade, 99,
-             "size of the system: up to 7, 18 or more let a user have 20, 60 or 100 filters"}};
+             "size of the system: up to 7, 18 or more let a user have 20, 60 or 100 filters"},
+            {"hashed-folders", &SystemRecord::hashed_folders, 1,
+             "1: folders of new users lie in folders named by a hash"}};
 
 Refusal find_row(const std::string& name, const Row*& found) {
   for (const Row& row : rows)

@@ -17,7 +17,7 @@ class Settings : public testing::Test {
  protected:
   Settings() {
     ConfigurationSetup setup;
-    EXPECT_EQ("", said(set_up_configuration(root_.path(), 19, setup)));
+    EXPECT_EQ("", said(set_up_configuration(root_.path(), {19}, setup)));
   }
   ~Settings() override { cmdb.system = nullptr; }
 
@@ -39,10 +39,22 @@ class Settings : public testing::Test {
 TEST_F(Settings, AreRead) {
   std::vector<Setting> settings;
   EXPECT_EQ("", said(read_settings(root_.path(), settings)));
-  ASSERT_EQ(1U, settings.size());
+  ASSERT_EQ(2U, settings.size());
   EXPECT_EQ("grade", settings.front().name);
   EXPECT_EQ(19U, settings.front().value);
+  EXPECT_EQ("hashed-folders", settings.back().name);
+  EXPECT_EQ(0U, settings.back().value);
   EXPECT_EQ(19U, grade());
+}
+
+TEST_F(Settings, AreChangedOneByOne) {
+  EXPECT_EQ("hashed-folders: is a whole number from 0 to 1, not 2", checked("hashed-folders", "2"));
+  EXPECT_EQ("", said(change_setting(root_.path(), {"hashed-folders", 1, 0})));
+  EXPECT_EQ("", said(change_setting(root_.path(), {"grade", 7, 19})));
+  Setting setting;
+  EXPECT_EQ("", said(read_setting(root_.path(), "hashed-folders", setting)));
+  EXPECT_EQ(1U, setting.value);
+  EXPECT_EQ(7U, grade());
 }
 
 TEST_F(Settings, AreChanged) {

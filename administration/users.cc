@@ -2,7 +2,6 @@
 #include "administration/users.h"
 
 #include <base.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zvelluser.h>
@@ -12,14 +11,12 @@
 #include <charconv>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <system_error>
 
-#include "administration/guarded_process.h"
+#include "administration/folder_making.h"
+#include "administration/hash_folders.h"
 #include "message_filters/user_files.h"
-#include "system/descriptor.h"
 #include "system/exists.h"
-#include "system/owner_rights.h"
 
 namespace Quarrow::Administration {
 namespace {
@@ -29,61 +26,6 @@ namespace fs = std::filesystem;
 
 // A user's folder on its way out. No address has a folder whose name begins with a dot.
 const char removal_name[] = "/.removed-XXXXXX";
-
-std::string folder_above(const std::string& path) { return fs::path(path).parent_path().string(); }
-
-// The owner of `root`, or else of the first folder on the way from there to `path` that does not
-// belong to the superuser, as far as they are there. Whoever owns one of them can have the way lead
-// elsewhere.
-struct stat owner_on_the_way(const std::string& root, const std::string& path) {
-  struct stat owner {};
-  if (stat(root.c_str(), &owner) != 0) return {};
-  for (std::size_t end = path.find('/', root.size() + 1);
-       owner.st_uid == 0 && end != std::string::npos; end = path.find('/', end + 1)) {
-    struct stat next {};
-    if (lstat(path.substr(0, end).c_str(), &next) != 0) break;
-    owner = next;
-  }
-  return owner;
-}
-
-// Does `work` on the folder `path` below `root`: the superuser as the owner of the folders above
-// it.
-Refusal as_owner(const std::string& root, const std::string& path,
-                 const std::function<Refusal()>& work) {
-  const struct stat owner = owner_on_the_way(root, path);
-  if (geteuid() != 0 || owner.st_uid == 0) return work();
-  return run_guarded(
-             path,
-             [&]() -> GuardedOutcome {
-               if (!take_on_rights(owner.st_uid, owner.st_gid))
-                 return {system_refusal(path, "can't become the owner of the folders above", errno),
-                         ""};
-               return {work(), ""};
-             })
-      .refusal;
-}
-
-// 0, or the errno.
-int synchronise(const std::string& folder) {
-  const char* const path = folder.empty() ? "." : folder.c_str();  // above a relative path
-  const Descriptor opened(open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return opened.get() >= 0 && fsync(opened.get()) == 0 ? 0 : errno;
-}
-
-// Makes the folder with those above it. Each that is made gets onto the disk, and so does its name
-// in the folder above: mail that was delivered there must not be lost with a folder.
-Refusal make_folder(const std::string& path) {
-  std::string last = folder_above(path);  // the folder with the first new name in it
-  while (!last.empty() && !exists(last)) last = folder_above(last);
-  if (create_path(path, 0700) != 0) return making_refusal(path, errno);
-  int error = synchronise(path);
-  for (std::string folder = path; error == 0 && folder != last;) {
-    folder = folder_above(folder);
-    error = synchronise(folder);
-  }
-  return error == 0 ? Refusal() : system_refusal(path, "made, but perhaps not on the disk", error);
-}
 
 // Takes the folder aside first: from then on the user is unknown, however long the removal takes.
 Refusal remove_folder(const std::string& folder) {
@@ -100,11 +42,28 @@ Refusal remove_folder(const std::string& folder) {
   return error ? system_refusal(aside, "can't be removed as a whole", error.value()) : Refusal();
 }
 
+// The folder of a new user, in the form that the configuration has for it.
+std::string new_folder(const EmailAddress& address) {
+  const ZvMailUserId user(MAILBOX_USER, address.address());
+  const bool is_hashed = cmdb.system != nullptr && cmdb.system->hashed_folders != 0;
+  return is_hashed ? user.hashed_prefpath() : user.plain_prefpath();
+}
+
+// A flat folder is made at once with those above it.
+Refusal make_folder(const std::string& root, const std::string& path) {
+  if (is_hashed(root, path))
+    if (const Refusal refusal = make_folders_above(root, path)) return refusal;
+  return make_lasting_folder(path);
+}
+
 // A part of users' addresses, as folders spell it.
 struct Part {
   std::string name;
   std::string path;
 };
+
+// The folder of a domain with the users who have hashed folders.
+const char hashed_name[] = "%";
 
 // Adds the parts whose folders lie in `folder`. A name that ends in "%" is the start of a longer
 // one (see ZvMailUserId::prefpath).
@@ -115,7 +74,7 @@ Refusal find_parts(const std::string& folder, const std::string& start, std::vec
     const std::string name = entry->path().filename().string();
     const std::string path = folder + '/' + name;
     std::error_code ignored;  // a file that can't be looked at is no user's folder
-    if (name.front() == '.' || !entry->is_directory(ignored)) continue;
+    if (name.front() == '.' || name == hashed_name || !entry->is_directory(ignored)) continue;
     if (name.back() != '%')
       parts.push_back({start + name, path});
     else if (!entry->is_symlink(ignored))
@@ -139,15 +98,33 @@ std::string unescaped(const std::string& name) {
   return text;
 }
 
-// Adds the users of a domain who begin with `start`; folders that no address leads to are nobody's.
-Refusal find_users(const Part& domain, const std::string& start, std::vector<std::string>& users) {
+// Adds the users of `domain` who begin with `start` and whose folders lie in `folder`; folders that
+// no address leads to are nobody's.
+Refusal find_users_in(const std::string& folder, const Part& domain, const std::string& start,
+                      std::vector<std::string>& users) {
   std::vector<Part> local_parts;
-  if (const Refusal refusal = find_parts(domain.path, "", local_parts)) return refusal;
+  if (const Refusal refusal = find_parts(folder, "", local_parts)) return refusal;
   for (const Part& local : local_parts) {
     const std::string text = unescaped(local.name) + '@' + unescaped(domain.name);
     if (text.rfind(start, 0) != 0) continue;
     const EmailAddress address(text);
     if (!address.isNull() && user_folder(address) == local.path) users.push_back(address.address());
+  }
+  return {};
+}
+
+// Adds the users of a domain who begin with `start`.
+Refusal find_users(const Part& domain, const std::string& start, std::vector<std::string>& users) {
+  if (const Refusal refusal = find_users_in(domain.path, domain, start, users)) return refusal;
+  const std::string hashed = in_folder(domain.path, hashed_name);
+  if (!exists(hashed)) return {};
+  std::vector<Part> firsts;
+  if (const Refusal refusal = find_parts(hashed, "", firsts)) return refusal;
+  for (const Part& first : firsts) {
+    std::vector<Part> seconds;
+    if (const Refusal refusal = find_parts(first.path, "", seconds)) return refusal;
+    for (const Part& second : seconds)
+      if (const Refusal refusal = find_users_in(second.path, domain, start, users)) return refusal;
   }
   return {};
 }
@@ -159,28 +136,29 @@ std::string user_folder(const EmailAddress& address) {
 }
 
 Refusal check_known(const EmailAddress& address) {
-  const std::string folder = user_folder(address);
+  std::string folder;
   struct stat status {};
-  if (stat(folder.c_str(), &status) == 0)
-    return S_ISDIR(status.st_mode) ? Refusal() : system_refusal(folder, "", ENOTDIR);
-  if (errno == ENOENT) return {Kind::no_such_user, address.address(), "no such user"};
-  return system_refusal(folder, "", errno);
+  const int error = ZvMailUserId(MAILBOX_USER, address.address()).find_prefpath(folder, status);
+  if (error == 0) return S_ISDIR(status.st_mode) ? Refusal() : system_refusal(folder, "", ENOTDIR);
+  if (error == ENOENT) return {Kind::no_such_user, address.address(), "no such user"};
+  return system_refusal(folder, "", error);
 }
 
 Refusal plan_user(const EmailAddress& address, UserSetup& setup) {
   const Refusal unknown = check_known(address);
   if (unknown && unknown.kind != Kind::no_such_user) return unknown;
-  const bool is_new = static_cast<bool>(unknown);
-  setup = {is_new ? ZvMailUserId(MAILBOX_USER, address.address()).plain_prefpath()
-                  : user_folder(address),
-           is_new};
+  setup = {unknown ? new_folder(address) : user_folder(address), static_cast<bool>(unknown)};
   return {};
 }
 
 Refusal add_user(const std::string& root, const EmailAddress& address, UserSetup& setup) {
   const Refusal refusal = plan_user(address, setup);
   if (refusal || !setup.made) return refusal;
-  return as_owner(root, setup.folder, [&setup] { return make_folder(setup.folder); });
+  return as_owner_above(root, setup.folder,
+                        [&]() -> GuardedOutcome {
+                          return {make_folder(root, setup.folder), ""};
+                        })
+      .refusal;
 }
 
 Refusal check_removal(const EmailAddress& address, bool with_mail) {
@@ -193,7 +171,11 @@ Refusal check_removal(const EmailAddress& address, bool with_mail) {
 Refusal remove_user(const std::string& root, const EmailAddress& address, bool with_mail) {
   if (const Refusal refusal = check_removal(address, with_mail)) return refusal;
   const std::string folder = user_folder(address);
-  return as_owner(root, folder, [&folder] { return remove_folder(folder); });
+  return as_owner_above(root, folder,
+                        [&folder]() -> GuardedOutcome {
+                          return {remove_folder(folder), ""};
+                        })
+      .refusal;
 }
 
 Refusal list_users(const std::string& root, std::vector<std::string>& users,
@@ -204,6 +186,8 @@ Refusal list_users(const std::string& root, std::vector<std::string>& users,
   for (const Part& domain : domains)
     if (const Refusal refusal = find_users(domain, start, found)) return refusal;
   std::sort(found.begin(), found.end());
+  // one who changed the form of their folder meanwhile may have been seen in both
+  found.erase(std::unique(found.begin(), found.end()), found.end());
   users = std::move(found);
   return {};
 }

@@ -23,7 +23,8 @@ struct UserSetup {
   bool made = false;  // false: it was there before, and is kept
 };
 
-// Says in `setup` what add_user would do, and does nothing.
+// Says in `setup` what add_user would do, and does nothing. A new user's folder has the form that
+// the configuration asks for, where one was opened.
 Refusal plan_user(const EmailAddress& address, UserSetup& setup);
 
 // Makes the user's folder, with those above it, and puts them on the disk. The superuser does so as

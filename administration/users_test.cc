@@ -1,9 +1,12 @@
 // Users added, found, listed and removed, by root and by others.
 #include "administration/users.h"
 
+#include <base.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+
+#include <algorithm>
 
 #include "administration/administration_test_support.h"
 #include "system/traced_process_test_support.h"
@@ -197,6 +200,74 @@ TEST_F(UsersTest, AreListedByAddress) {
                                           "m\xC3\xBCller@b\xC3\xBC.example"};
   for (const std::string& user : users) add(user);
   EXPECT_EQ(users, list());
+}
+
+// Users of a system whose configuration asks for hashed folders.
+class HashedUsersTest : public UsersTest {
+ protected:
+  HashedUsersTest() {
+    settings_.hashed_folders = 1;
+    cmdb.system = &settings_;
+  }
+  ~HashedUsersTest() override { cmdb.system = nullptr; }
+
+  SystemRecord settings_;
+  const std::string hashed_ = root_.file("example.org/%/63/84/alice");
+};
+
+TEST_F(HashedUsersTest, AreAddedThere) {
+  UserSetup setup;
+  EXPECT_EQ("", said(plan_user(alice, setup)));
+  EXPECT_EQ(hashed_, setup.folder);
+  EXPECT_EQ(hashed_, add("alice@example.org").folder);
+  EXPECT_TRUE(fs::is_directory(hashed_));
+  EXPECT_FALSE(add("alice@example.org").made);
+  EXPECT_EQ("", said(remove_user(root_.path(), alice, false)));
+  EXPECT_TRUE(fs::is_empty(root_.file("example.org/%/63/84")));
+}
+
+TEST_F(HashedUsersTest, KeepTheFlatFolderThatTheyHave) {
+  fs::create_directories(folder_);
+  EXPECT_FALSE(add("alice@example.org").made);
+  EXPECT_EQ(folder_, user_folder(alice));
+}
+
+TEST_F(HashedUsersTest, AreListedWithTheOthers) {
+  const std::string longest(64, '/');
+  std::vector<std::string> users = {longest + "@example.org", "alice@example.org",
+                                    "bob@example.net", "carol@example.org", "o'brien@example.org"};
+  for (const std::string& user : users) add(user);
+  settings_.hashed_folders = 0;
+  users.insert(users.begin() + 1, "63@example.org");
+  add("63@example.org");
+  EXPECT_EQ(users, list());
+  // where no address leads to
+  fs::create_directories(root_.file("example.org/%/00/00/dave"));
+  fs::create_directories(root_.file("example.org/%/%/00/dave"));
+  fs::create_directories(root_.file("%/00/00/dave"));
+  root_.write("example.org/%/file", "");
+  EXPECT_EQ(users, list());
+  std::vector<std::string> found;
+  EXPECT_EQ("", said(list_users(root_.path(), found, "car")));
+  EXPECT_EQ(std::vector<std::string>{"carol@example.org"}, found);
+}
+
+TEST_F(HashedUsersTest, AreOnTheDiskWithAllFoldersThatWereMade) {
+  TracedProcess process([&] { (void)add("alice@example.org"); });
+  if (!process.is_running()) GTEST_SKIP() << "processes can't be traced here";
+  const std::vector<std::string> names = synchronised(process, root_.path());
+  for (const char* folder : {".", "example.org", "example.org/%", "example.org/%/63",
+                             "example.org/%/63/84", "example.org/%/63/84/alice"})
+    EXPECT_NE(names.end(), std::find(names.begin(), names.end(), folder)) << folder;
+}
+
+TEST_F(HashedUsersTest, AreReachedByAllWhoMayLookIntoTheDomain) {
+  fs::create_directory(root_.file("example.org"));
+  fs::permissions(root_.file("example.org"), fs::perms(0755));
+  add("alice@example.org");
+  for (const char* folder : {"example.org/%", "example.org/%/63", "example.org/%/63/84"})
+    EXPECT_EQ(fs::perms(0755), fs::status(root_.file(folder)).permissions()) << folder;
+  EXPECT_EQ(fs::perms(0700), fs::status(hashed_).permissions());
 }
 
 TEST_F(UsersTest, HaveFoldersThatAreNamedAsTheirAddressesStand) {

@@ -59,7 +59,7 @@ class WebApiTest : public testing::Test {
   WebApiTest() {
     std::filesystem::create_directories(folder_);
     Administration::ConfigurationSetup setup;
-    EXPECT_EQ("", said(Administration::set_up_configuration(root_.path(), 0, setup)));
+    EXPECT_EQ("", said(Administration::set_up_configuration(root_.path(), {}, setup)));
     EXPECT_EQ("", said(Administration::open_configuration(root_.path())));
     Administration::CatalogueSetup catalogue;
     EXPECT_EQ("", said(Administration::set_up_catalogue(context_.catalogue, catalogue)));

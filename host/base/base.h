@@ -8,6 +8,7 @@
 // The settings of this system.
 struct SystemRecord {
   std::uint32_t capacity_grade = 0;  // 0 to 7 small, 8 to 18 medium, 19 and above large
+  std::uint32_t hashed_folders = 0;  // 1: new users' folders are spread over hashed folders
 };
 
 // The configuration, one SQLite file. Each process opens it once.

@@ -14,13 +14,17 @@
 namespace {
 
 constexpr int application_id = 0x51525257;  // "QRRW"
-constexpr int schema_version = 1;
+constexpr int flat_version = 1;
+constexpr int hashed_version = 2;  // refused by programs that would not find users' folders
 constexpr int busy_milliseconds = 250;
 
-constexpr char schema[] =
+constexpr char grade_schema[] =
     "CREATE TABLE system ("
     "  id INTEGER PRIMARY KEY CHECK (id = 1),"  // one row, no more
     "  capacity_grade INTEGER NOT NULL CHECK (capacity_grade BETWEEN 0 AND 4294967295));";
+constexpr char hashed_schema[] =
+    "ALTER TABLE system ADD COLUMN"
+    "  hashed_folders INTEGER NOT NULL DEFAULT 1 CHECK (hashed_folders BETWEEN 0 AND 1);";
 
 // The functions that are used of SQLite.
 struct Functions {
@@ -118,14 +122,15 @@ std::string query(sqlite3* database, const char* sql, std::string* error) {
   return text ? text : "";
 }
 
-std::string check_schema(sqlite3* database) {
+std::string check_schema(sqlite3* database, std::string* version) {
   std::string error;
   const std::string application = query(database, "PRAGMA application_id", &error);
   if (!error.empty()) return error;
   if (application != std::to_string(application_id)) return "not a configuration file";
-  const std::string version = query(database, "PRAGMA user_version", &error);
+  *version = query(database, "PRAGMA user_version", &error);
   if (!error.empty()) return error;
-  if (version != std::to_string(schema_version)) return "unknown schema version " + version;
+  if (*version != std::to_string(flat_version) && *version != std::to_string(hashed_version))
+    return "unknown schema version " + *version;
   const std::string state = query(database, "PRAGMA quick_check(1)", &error);
   if (!error.empty()) return error;
   return state == "ok" ? std::string() : "damaged: " + state;
@@ -135,23 +140,35 @@ std::string read_settings(const std::string& file, SystemRecord* record) {
   std::string error = check_regular(file);
   Database database;
   if (error.empty()) error = open_database(file, SQLITE_OPEN_READONLY, &database);
-  if (error.empty()) error = check_schema(database.get());
+  std::string version;
+  if (error.empty()) error = check_schema(database.get(), &version);
   if (!error.empty()) return error;
   const std::string grade = query(database.get(),
                                   "SELECT capacity_grade FROM system"
                                   " WHERE typeof(capacity_grade) = 'integer'"
                                   " AND capacity_grade BETWEEN 0 AND 4294967295",
                                   &error);
-  if (error.empty()) record->capacity_grade = static_cast<std::uint32_t>(std::stoul(grade));
+  std::string hashed = "0";
+  if (error.empty() && version == std::to_string(hashed_version))
+    hashed = query(database.get(),
+                   "SELECT hashed_folders FROM system"
+                   " WHERE typeof(hashed_folders) = 'integer' AND hashed_folders BETWEEN 0 AND 1",
+                   &error);
+  if (error.empty())
+    *record = {static_cast<std::uint32_t>(std::stoul(grade)), hashed == "1" ? 1U : 0U};
   return error;
 }
 
 std::string settings_sql(const SystemRecord& record) {
   std::string sql = "PRAGMA journal_mode = MEMORY; BEGIN;";  // a crash makes a draft worthless
   sql += "PRAGMA application_id = " + std::to_string(application_id) + ";";
-  sql += "PRAGMA user_version = " + std::to_string(schema_version) + ";";
-  sql += schema;
-  sql += "INSERT INTO system VALUES (1, " + std::to_string(record.capacity_grade) + "); COMMIT;";
+  const bool is_hashed = record.hashed_folders != 0;
+  const int version = is_hashed ? hashed_version : flat_version;
+  sql += "PRAGMA user_version = " + std::to_string(version) + ";";
+  sql += grade_schema;
+  if (is_hashed) sql += hashed_schema;
+  sql += "INSERT INTO system (id, capacity_grade) VALUES (1, " +
+         std::to_string(record.capacity_grade) + "); COMMIT;";
   return sql;
 }
 

@@ -69,6 +69,37 @@ TEST_F(Configuration, ReadsWhatWasWritten) {
   }
 }
 
+TEST_F(Configuration, ReadsTheFormOfFolders) {
+  const std::string file = folder_.file("configuration");
+  ASSERT_TRUE(database_.create(file, {7, 1})) << database_.error;
+  ASSERT_TRUE(database_.open(file)) << database_.error;
+  EXPECT_EQ(7U, database_.system->capacity_grade);
+  EXPECT_EQ(1U, database_.system->hashed_folders);
+  change(file, "UPDATE system SET hashed_folders = 0");
+  ASSERT_TRUE(database_.open(file)) << database_.error;
+  EXPECT_EQ(0U, database_.system->hashed_folders);
+  for (const char* value : {"2", "-1", "'one'"}) {
+    change(file, std::string("PRAGMA ignore_check_constraints = 1;"
+                             "UPDATE system SET hashed_folders = ") +
+                     value);
+    expect_refused(file, "no settings");
+  }
+}
+
+// Programs that know only the first version can't find the folders of the second.
+TEST_F(Configuration, IsOfTheSecondVersionOnlyWithHashedFolders) {
+  const std::string file = create(7);
+  ASSERT_TRUE(database_.open(file));
+  EXPECT_EQ(0U, database_.system->hashed_folders);
+  change(file, "PRAGMA user_version = 2");
+  expect_refused(file, "no such column: hashed_folders");
+  const std::string hashed = folder_.file("hashed");
+  ASSERT_TRUE(database_.create(hashed, {7, 1}));
+  change(hashed, "PRAGMA user_version = 1");
+  ASSERT_TRUE(database_.open(hashed));
+  EXPECT_EQ(0U, database_.system->hashed_folders);
+}
+
 TEST_F(Configuration, KeepsTheSettingsWhenTheNextFileIsMissing) {
   ASSERT_TRUE(database_.open(create(18)));
   EXPECT_FALSE(database_.open(folder_.file("other")));
@@ -107,7 +138,7 @@ const struct {
   const char* reason;
 } other_contents[] = {
     {"PRAGMA application_id = 1", "not a configuration file"},
-    {"PRAGMA user_version = 2", "unknown schema version 2"},
+    {"PRAGMA user_version = 3", "unknown schema version 3"},
     {"DELETE FROM system", "no settings"},
     {"DROP TABLE system", "no such table"},
     {"PRAGMA ignore_check_constraints = 1; UPDATE system SET capacity_grade = -1", "no settings"},

@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
   context.patience = std::chrono::milliseconds(0);
   Quarrow::Administration::ConfigurationSetup configuration;
   Quarrow::Administration::CatalogueSetup catalogue;
-  if (set_up_configuration(root, 0, configuration) ||
+  if (set_up_configuration(root, {}, configuration) ||
       set_up_catalogue(context.catalogue, catalogue))
     return 1;
   std::string line;

@@ -18,16 +18,19 @@ using Administration::Refusal;
 
 struct InitOptions {
   std::uint32_t grade = 19;
+  bool hashed_folders = false;
   std::string catalogue = system_catalogue;
 };
 
-int make_configuration(const std::string& root, std::uint32_t grade) {
+int make_configuration(const std::string& root, const InitOptions& options) {
   ConfigurationSetup setup;
+  const SystemRecord settings = {options.grade, options.hashed_folders ? 1U : 0U};
   // without the hint, which would send the user here
-  if (const Refusal refusal = Administration::set_up_configuration(root, grade, setup))
+  if (const Refusal refusal = Administration::set_up_configuration(root, settings, setup))
     return complain(refusal.object, refusal.reason, exit_status(refusal.kind));
-  std::cout << setup.path << (setup.made ? ": made" : ": kept") << ", grade " << setup.grade
-            << '\n';
+  std::cout << setup.path << (setup.made ? ": made" : ": kept") << ", grade "
+            << setup.settings.capacity_grade
+            << (setup.settings.hashed_folders != 0 ? ", hashed folders\n" : "\n");
   return EX_OK;
 }
 
@@ -50,7 +53,7 @@ int make_catalogue(const std::string& path) {
 }
 
 int init(const Settings& settings, const InitOptions& options) {
-  if (const int status = make_configuration(settings.root, options.grade)) return status;
+  if (const int status = make_configuration(settings.root, options)) return status;
   return make_catalogue(options.catalogue);
 }
 
@@ -63,6 +66,8 @@ Run declare_init(CLI::App& app) {
       .type_name("N")
       .in_range(0, 99)
       .capture_default_str();
+  add_flag(app, "--hashed-folders", options->hashed_folders,
+           "Spread new users' folders over folders that are named by a hash");
   add_option(app, "--catalogue", options->catalogue,
              "Where to write the catalogue of fields; the library reads it at the default")
       .type_name("FILE")
