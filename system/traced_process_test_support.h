@@ -55,6 +55,15 @@ class TracedProcess {
     return std::filesystem::read_symlink(folder + std::to_string(info.entry.args[0])).string();
   }
 
+  // Goes on to the end without a stop. The exit status; -1 where a signal ended the process.
+  int finish() {
+    int status = -1;
+    if (is_running_ && ptrace(PTRACE_DETACH, child_, nullptr, nullptr) == 0)
+      (void)waitpid(child_, &status, 0);
+    is_running_ = false;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
   void kill() {
     if (!is_running_) return;
     is_running_ = false;

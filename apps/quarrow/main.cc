@@ -41,6 +41,8 @@ const std::vector<Subcommand> user_commands = {
     {"list", "List the addresses of all users.", "quarrow user list", declare_user_list},
     {"show", "Say what there is of a user.", "quarrow user show alice@example.org",
      declare_user_show},
+    {"rehash", "Move users' folders below folders that are named by a hash, or back.",
+     "quarrow user rehash --all-users", declare_user_rehash},
     {"remove", "Remove a user with their filters.", "quarrow user remove alice@example.org",
      declare_user_remove}};
 

@@ -110,13 +110,20 @@ std::string hash_folders(const std::string& local_part) {
   return "%/" + hash.substr(0, 2) + "/" + hash.substr(2);
 }
 
-// What stat(2) tells of `path`. A link that leads nowhere is there, as is what can't be looked at,
-// so that no user is moved to another folder.
+// What stat(2) tells of `path`: 0, or the errno.
+int look_at(const std::string& path, struct stat& status) {
+  return stat(path.c_str(), &status) == 0 ? 0 : errno;
+}
+
+// Whether there is something, with what look_at() says of it in `error`. A link that leads nowhere
+// is there, as is what can't be looked at, so that no user is moved to another folder.
 bool is_there(const std::string& path, struct stat& status, int& error) {
-  error = stat(path.c_str(), &status) == 0 ? 0 : errno;
+  error = look_at(path, status);
   if (error != ENOENT) return true;
   struct stat link {};
-  return lstat(path.c_str(), &link) == 0;
+  if (lstat(path.c_str(), &link) != 0) return false;
+  error = look_at(path, status);  // no link: the folder has come just now
+  return true;
 }
 
 }  // namespace

@@ -84,7 +84,7 @@ class RequestTest(PreparedRoot):
         types = ["string", "address", "size", "date"]
         self.assertEqual(types, self.candidates("field", "add", ALICE, ""))
         self.assertEqual(types, self.candidates("field", "add", "-A", ""))
-        self.assertEqual(["grade"], self.candidates("config", "set", ""))
+        self.assertEqual(["grade", "hashed-folders"], self.candidates("config", "set", ""))
         self.assertIn("sieve", self.candidates("import", ALICE, "--from", ""))
         self.assertEqual(["table", "tab", "json"], self.candidates("history", ALICE, "-f", ""))
 

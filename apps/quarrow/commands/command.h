@@ -74,6 +74,7 @@ Run declare_restore(CLI::App& app);
 Run declare_undo(CLI::App& app);
 Run declare_user_add(CLI::App& app);
 Run declare_user_list(CLI::App& app);
+Run declare_user_rehash(CLI::App& app);
 Run declare_user_remove(CLI::App& app);
 Run declare_user_show(CLI::App& app);
 

@@ -1,0 +1,93 @@
+// A user's folder renamed, between places on one disk.
+#include "administration/folder_form.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <zvelluser.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include "administration/folder_making.h"
+#include "administration/hash_folders.h"
+#include "administration/users.h"
+
+namespace Quarrow::Administration {
+namespace {
+
+using Kind = Refusal::Kind;
+
+bool is_anything(const std::string& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0;
+}
+
+// One of the two would be taken for the user's, and the other one's mail and rules be forgotten.
+Refusal check_single(const EmailAddress& address, const std::string& folder) {
+  const ZvMailUserId user(MAILBOX_USER, address.address());
+  for (const std::string& other : {user.plain_prefpath(), user.hashed_prefpath()})
+    if (other != folder && is_anything(other))
+      return {Kind::not_made, address.address(),
+              "has two folders, " + folder + " and " + other +
+                  ", of which the first is in use; look into both, and move one aside"};
+  return {};
+}
+
+Refusal check_link(const std::string& folder) {
+  std::error_code no_link;
+  const std::filesystem::path target = std::filesystem::read_symlink(folder, no_link);
+  if (no_link || target.is_absolute()) return {};
+  return {Kind::not_made, folder,
+          "is a link to " + target.string() +
+              ", which would lead elsewhere; have it name the whole path first"};
+}
+
+// Takes the place of nothing.
+int rename_folder(const std::string& from, const std::string& to) {
+  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+  // a file system that can't do so, NFS for example: only an empty folder would be replaced
+  return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+Refusal move_folder(const std::string& root, const FormChange& change) {
+  if (const Refusal refusal = make_folders_above(root, change.to)) return refusal;
+  if (const int error = rename_folder(change.from, change.to))
+    return system_refusal(change.from, "can't be moved to " + change.to, error);
+  // the new name first: one of the two names is on the disk whenever the power fails
+  int error = synchronise(folder_above(change.to));
+  if (error == 0) error = synchronise(folder_above(change.from));
+  return error == 0 ? Refusal()
+                    : system_refusal(change.to, "moved, but perhaps not on the disk", error);
+}
+
+}  // namespace
+
+Refusal plan_form_change(const std::string& root, const EmailAddress& address, FolderForm form,
+                         FormChange& change) {
+  if (const Refusal refusal = check_known(address)) return refusal;
+  const ZvMailUserId user(MAILBOX_USER, address.address());
+  change.from = user.prefpath();
+  if (form == FolderForm::hashed)
+    change.to = user.hashed_prefpath();
+  else
+    change.to = is_hashed(root, change.from) ? user.plain_prefpath() : change.from;
+  if (const Refusal refusal = check_single(address, change.from)) return refusal;
+  return change.is_needed() ? check_link(change.from) : Refusal();
+}
+
+Refusal change_form(const std::string& root, const EmailAddress& address, FolderForm form,
+                    FormChange& change) {
+  const Refusal refusal = plan_form_change(root, address, form, change);
+  if (refusal || !change.is_needed()) return refusal;
+  const std::string& longer = form == FolderForm::hashed ? change.to : change.from;
+  return as_owner_above(root, longer,
+                        [&]() -> GuardedOutcome {
+                          return {move_folder(root, change), ""};
+                        })
+      .refusal;
+}
+
+}  // namespace Quarrow::Administration
