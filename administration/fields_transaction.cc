@@ -76,7 +76,8 @@ Refusal FieldsTransaction::open() {
     return system_refusal(catalogue_, "the system's catalogue of fields", errno);
   if (!fields_.load(catalogue_, false))
     return {Kind::damaged_document, catalogue_, "damaged catalogue of fields"};
-  if (const Refusal refusal = folder_.open()) return refusal;
+  if (const Refusal refusal = folder_.open([this] { return user_folder(address_); }))
+    return refusal;
   if (!folder_.is_open()) return {};
   if (const Refusal refusal = lock_.take(folder_, patience_)) return refusal;
   return load_own();

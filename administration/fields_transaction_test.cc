@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "administration/administration_test_support.h"
+#include "administration/folder_form.h"
 #include "administration/root_setup.h"
 
 namespace Quarrow::Administration {
@@ -60,6 +61,19 @@ TEST_F(Fields, AreAddedAndRemoved) {
             }));
   EXPECT_EQ("", own());
   EXPECT_FALSE(std::filesystem::exists(own_ + ".new"));
+}
+
+TEST_F(Fields, FollowAFolderThatChangesItsForm) {
+  {
+    FieldsTransaction fields(alice, catalogue_);
+    FormChange change;
+    EXPECT_EQ("", said(change_form(root_.path(), alice, FolderForm::hashed, change)));
+    EXPECT_EQ("", said(fields.open()));
+    EXPECT_EQ("", said(fields.add("string", "X-Project")));
+    EXPECT_EQ("", said(fields.commit()));
+  }
+  EXPECT_EQ("string X-Project\n", own());
+  EXPECT_FALSE(std::filesystem::exists(folder_));
 }
 
 TEST_F(Fields, AreThoseOfTheSystemToo) {

@@ -70,7 +70,8 @@ Refusal RulesTransaction::open() {
   // Made for nobody: the library would open the document by its name, and follow a link there.
   filters_ = boost::make_shared<UserMessageFilters__>(EmailAddress());
   filters_->address = address_;
-  if (const Refusal refusal = folder_.open()) return refusal;
+  const auto find = [this] { return user_folder(address_.address()); };
+  if (const Refusal refusal = folder_.open(find)) return refusal;
   if (!folder_.is_open()) return {};
   if (const Refusal refusal = lock_.take(folder_, patience_)) return refusal;
   if (lock_.may_change()) take_up_earlier_commit(folder_);

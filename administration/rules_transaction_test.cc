@@ -11,6 +11,7 @@
 #include <limits>
 #include <vector>
 
+#include "administration/folder_form.h"
 #include "administration/rules_transaction_test_support.h"
 #include "message_filters/xml_text.h"
 #include "system/child_process_test_support.h"
@@ -56,6 +57,21 @@ TEST_F(RulesTransactionTest, HasNoFiltersForAUserWithoutAFolder) {
   expect_refusal(Kind::missing, folder_, "nothing was changed: No such file or directory",
                  rules.commit());
   EXPECT_FALSE(std::filesystem::exists(folder_));
+}
+
+TEST_F(RulesTransactionTest, FollowsAFolderThatChangesItsForm) {
+  commit_one_rule();
+  FormChange change;
+  {
+    RulesTransaction rules(alice);
+    EXPECT_EQ("", said(change_form(root_.path(), alice, FolderForm::hashed, change)));
+    EXPECT_EQ("", said(rules.open()));
+    EXPECT_EQ(1U, rules.filters().filters->filters.size());
+    EXPECT_EQ("", said(change_form(root_.path(), alice, FolderForm::flat, change)));
+    EXPECT_EQ("", said(add_rule(rules)));
+  }
+  EXPECT_EQ("Rule Rule ", names());
+  EXPECT_FALSE(std::filesystem::exists(change.from));
 }
 
 TEST_F(RulesTransactionTest, CommitsWhatWasEdited) {

@@ -51,6 +51,15 @@ Refusal UserFolder::open() {
   return become_owner();
 }
 
+Refusal UserFolder::open(const std::function<std::string()>& find) {
+  const Refusal refusal = open();
+  if (refusal || is_open()) return refusal;
+  std::string found = find();
+  if (found == path_) return {};
+  path_ = std::move(found);
+  return open();
+}
+
 Refusal UserFolder::become_owner() const {
   if (geteuid() != 0 || owner_ == 0) return {};
   if (take_on_rights(owner_, group_)) return {};

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <ctime>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -24,6 +25,10 @@ class UserFolder {
   // Opens the folder. A process of root becomes the owner of the folder for good, so that nothing
   // in it is done with rights that the owner lacks.
   Refusal open();
+
+  // The same. Where nothing is at the path, `find` is asked for another one: the folder may have
+  // been moved since the path was found.
+  Refusal open(const std::function<std::string()>& find);
 
   // Whether the folder is there: open() does not refuse a missing folder.
   bool is_open() const { return folder_ && folder_->get() >= 0; }
