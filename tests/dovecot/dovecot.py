@@ -78,10 +78,10 @@ def group_of(user):
 
 class Dovecot:
     """Between start() and stop(), serves the users' folders below `root`, which an unprivileged
-    user owns. `limit` is the quota of each user; `policy_user`, or else whoever runs the test, may
-    ask at `policy_socket`."""
+    user owns, and which may be hashed. `limit` is the quota of each user; `policy_user`, or else
+    whoever runs the test, may ask at `policy_socket`."""
 
-    def __init__(self, folder, root, limit, policy_socket, policy_user=None):
+    def __init__(self, folder, root, limit, policy_socket, policy_user=None, is_hashed=False):
         self.folder = folder
         self.folder.chmod(0o755)
         self.policy_socket = policy_socket
@@ -94,11 +94,16 @@ class Dovecot:
             (folder / name).mkdir()
         certificate.make(folder)
         self.run_documented("/dev/null /etc/dovecot/users")
-        self._settings.write_text(self._settings_for(root, limit, policy_user))
+        text = documented.file(PAGE, "/etc/dovecot/dovecot.conf")
+        if is_hashed:
+            flat, = [line.strip() for line in text.splitlines() if " default_fields = " in line]
+            hashed, = documented.lines(PAGE, "default_fields")
+            text = documented.replaced(text, {flat: hashed.strip()})
+        self._settings.write_text(self._settings_for(text, root, limit, policy_user))
 
-    def _settings_for(self, root, limit, policy_user):
+    def _settings_for(self, page, root, limit, policy_user):
         owner = unprivileged_user()
-        text = documented.replaced(documented.file(PAGE, "/etc/dovecot/dovecot.conf"), {
+        text = documented.replaced(page, {
             "/etc/ssl/certs/ssl-cert-snakeoil.pem": self.folder / "certificate",
             "/etc/ssl/private/ssl-cert-snakeoil.key": self.folder / "key",
             "/etc/dovecot/users": self._users,
