@@ -24,15 +24,13 @@ bool is_anything(const std::string& path) {
   return lstat(path.c_str(), &status) == 0;
 }
 
-// One of the two would be taken for the user's, and the other one's mail and rules be forgotten.
+// The other one might be the one that is in use behind the change.
 Refusal check_single(const EmailAddress& address, const std::string& folder) {
-  const ZvMailUserId user(MAILBOX_USER, address.address());
-  for (const std::string& other : {user.plain_prefpath(), user.hashed_prefpath()})
-    if (other != folder && is_anything(other))
-      return {Kind::not_made, address.address(),
-              "has two folders, " + folder + " and " + other +
-                  ", of which the first is in use; look into both, and move one aside"};
-  return {};
+  const std::string other = second_folder(address);
+  if (other.empty()) return {};
+  return {Kind::not_made, address.address(),
+          "has two folders, " + folder + " and " + other +
+              ", of which the first is in use; look into both, and move one aside"};
 }
 
 Refusal check_link(const std::string& folder) {
@@ -64,6 +62,14 @@ Refusal move_folder(const std::string& root, const FormChange& change) {
 }
 
 }  // namespace
+
+std::string second_folder(const EmailAddress& address) {
+  const ZvMailUserId user(MAILBOX_USER, address.address());
+  const std::string folder = user.prefpath();
+  for (const std::string& other : {user.plain_prefpath(), user.hashed_prefpath()})
+    if (other != folder && is_anything(other)) return other;
+  return "";
+}
 
 Refusal plan_form_change(const std::string& root, const EmailAddress& address, FolderForm form,
                          FormChange& change) {

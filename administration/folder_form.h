@@ -23,6 +23,9 @@ struct FormChange {
   bool is_needed() const { return from != to; }
 };
 
+// A folder of the user in another form or spelling than the one in use; empty when there is none.
+std::string second_folder(const EmailAddress& address);
+
 // Says in `change` what change_form would do, and does nothing. Refuses an unknown user, one who
 // has folders of both forms, and a folder that is a link with a relative target, which would lead
 // elsewhere.

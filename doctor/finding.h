@@ -19,6 +19,7 @@ enum class Severity {
 // What is found. The words never change: programs go by them.
 struct Code {
   static constexpr char unreachable[] = "unreachable";      // the folder can't be looked into
+  static constexpr char second_folder[] = "second_folder";  // one that is not in use
   static constexpr char busy[] = "busy";                    // a change of the rules does not end
   static constexpr char crashed[] = "crashed";              // a look at it ended the process
   static constexpr char not_regular[] = "not_regular";      // a link, fifo or folder, no file

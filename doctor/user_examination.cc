@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "administration/folder_form.h"
 #include "administration/rules_lock.h"
 #include "administration/user_folder.h"
 #include "administration/users.h"
@@ -26,12 +27,18 @@ Findings of_refusal(const char* code, const Refusal& refusal) {
 }
 
 Findings look(const EmailAddress& address, const Examination& examination, bool with_rules) {
-  UserFolder folder(Administration::user_folder(address));
-  if (const Refusal refusal = folder.open()) return of_refusal(Code::unreachable, refusal);
+  const auto find = [&address] { return Administration::user_folder(address); };
+  UserFolder folder(find());
+  const std::string second = Administration::second_folder(address);
+  if (const Refusal refusal = folder.open(find)) return of_refusal(Code::unreachable, refusal);
   if (!folder.is_open()) return {};  // removed meanwhile
   if (const Refusal refusal = Administration::RulesLock::take_to_read(folder, patience))
     return of_refusal(Code::busy, refusal);
   Findings findings;
+  if (!second.empty())
+    findings.push_back({Severity::warning, Code::second_folder, second,
+                        "is not in use: the user's folder is " + folder.path(),
+                        "look into both; move what the user needs, and remove this one"});
   examine_files(folder, findings);
   const auto maildir_folders = examine_maildir(folder, examination.now, findings);
   if (with_rules) examine_rules(folder, maildir_folders, examination.dots, findings);

@@ -43,6 +43,16 @@ TEST_F(UserExamination, FindsFilesMailAndRules) {
       found());
 }
 
+TEST_F(UserExamination, FindsAFolderThatIsNotInUse) {
+  const std::string hashed = root_.file("example.org/%/63/84/alice");
+  fs::create_directories(hashed);
+  EXPECT_EQ("warning second_folder " + hashed + ", ", found());
+  EXPECT_EQ("warning second_folder " + hashed + ", ", found(repairing(false)));
+  fs::remove(hashed);
+  fs::rename(folder_, hashed);
+  EXPECT_EQ("", found());
+}
+
 TEST_F(UserExamination, LeavesTheRulesOutWhereTheyEndedTheProcess) {
   write_private(folder_ + "/.delivery_filter.new", "draft");
   fs::remove(folder_ + "/.delivery_filter");
