@@ -40,11 +40,9 @@ using Administration::system_refusal;
 using Administration::UserFolder;
 using Kind = Refusal::Kind;
 
-constexpr int folder_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr int new_file_flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 constexpr mode_t for_owner = 0600;
 constexpr mode_t folder_for_owner = 0700;
-constexpr std::size_t block_size = std::size_t{64} << 10U;
 
 // A user's folder that is being made. No address has a folder whose name begins with a dot.
 constexpr char aside_name[] = ".importing-";
@@ -235,7 +233,7 @@ GuardedOutcome check_rules(const UserFolder& folder) {
 }
 
 // Puts all that was unpacked on the disk.
-Refusal synchronise(const UserFolder& folder) {
+Refusal synchronise_all(const UserFolder& folder) {
   return syncfs(folder.fd()) == 0 ? Refusal()
                                   : system_refusal(folder.path(), "can't be synchronised", errno);
 }
@@ -271,7 +269,7 @@ class Import {
     Refusal refusal = unpacking.run(user_.address());
     if (refusal) return {refusal, ""};
     GuardedOutcome outcome = check_rules(folder);
-    if (!outcome.refusal) outcome.refusal = synchronise(folder);
+    if (!outcome.refusal) outcome.refusal = synchronise_all(folder);
     if (!outcome.refusal) outcome.refusal = put_in_place(folder.path());
     outcome.answer = outcome.refusal ? "" : packet_of(unpacking.counts());
     return outcome;

@@ -6,7 +6,9 @@ import shutil
 import mail
 from certificates import Authority
 from front import Front
+from moves import Moves
 from node import SERVICE_USER, Node
+from node_faults import Fault
 from rounds import Round, wait_for
 
 NODES = [1, 2, 3]
@@ -70,6 +72,15 @@ class Cluster:
 
     def run_round(self, number):
         wait_for(self.send(number))
+
+    def run_moves(self, number, users, old, new):
+        """A round during which users move; the row that tells of it, and the median of the seconds
+        that a user's move takes."""
+        moves = Moves(self._front.map, users, self.nodes[old], self.nodes[new])
+        moving = Fault("users move to another", lambda node: moves.start(),
+                       lambda node: moves.join(), False)
+        row = Round(self.postfix, self.nodes[old], users, moving).run(self.send(number))
+        return row, moves.join()
 
     def judge(self, roots):
         """Once all mail is delivered, looks for it below the folders `roots`."""

@@ -44,16 +44,16 @@ class Front:
         self._make_map(folder)
 
     def _make_map(self, folder):
-        self._map = folder / "map" / "home.sqlite"
+        self.map = folder / "map" / "home.sqlite"
         for line in documented.lines(PAGE, "/var/lib/home-nodes"):
-            words = shlex.split(line.replace("/var/lib/home-nodes", str(self._map.parent)))
+            words = shlex.split(line.replace("/var/lib/home-nodes", str(self.map.parent)))
             subprocess.run(words, check=True, stdout=subprocess.DEVNULL)
         (folder / "home.cf").write_text(balancer.settings(
-            "home.cf", {"/var/lib/home-nodes": self._map.parent}))
+            "home.cf", {"/var/lib/home-nodes": self.map.parent}))
 
     def change(self, statement, rows):
         """Runs a statement over the map, once for each row of values."""
-        with contextlib.closing(sqlite3.connect(self._map)) as homes, homes:
+        with contextlib.closing(sqlite3.connect(self.map)) as homes, homes:
             homes.executemany(statement, rows)
 
     def start(self):

@@ -7,6 +7,7 @@ from node_faults import OF_PROCESSES, full_disk
 from own_disk import OwnDisk
 
 ROUNDS = 10
+MOVED = 30  # users, the last ones: mail for them comes while they are moved
 
 
 def users_of(number):
@@ -32,6 +33,9 @@ def run(folder, hosts, front, programs):
             cluster.place(users_of(node.number), node)
         faults = [*OF_PROCESSES, full_disk(lambda node: disks[node.number])]
         rows = [cluster.run_fault(number, fault) for number, fault in enumerate(faults)]
-        for number in range(len(faults), ROUNDS):
+        row, seconds = cluster.run_moves(len(rows), users_of(1)[-MOVED:], 0, 1)
+        rows.append(row)
+        for number in range(len(rows), ROUNDS):
             cluster.run_round(number)
+        print(f"{MOVED} users moved, in {seconds:.2f} s each")
         return show("home nodes", rows, cluster.judge(roots))

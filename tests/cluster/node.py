@@ -75,11 +75,15 @@ class Node:
         self._authority.make_out("node", self._certificate)
         self._balancer.reload()
 
+    def command(self):
+        """The words in front of the arguments of `quarrow` on this node."""
+        return [*self.machine.inside(), self._programs.quarrow, "--root", self.root]
+
     def quarrow(self, *words):
         """Runs the command `quarrow` on this node."""
-        return subprocess.run([*self.machine.inside(), self._programs.quarrow, "--root", self.root,
-                               *map(str, words)], check=True, capture_output=True).stdout
+        return subprocess.run([*self.command(), *map(str, words)], check=True,
+                              capture_output=True).stdout
 
     def start_quarrow(self, *words):
-        return run_inside(self.machine, [self._programs.quarrow, "--root", self.root, *words],
-                          self._folder / "quarrow.log")
+        with open(self._folder / "quarrow.log", "ab") as log:
+            return subprocess.Popen([*self.command(), *words], stdout=log, stderr=log)
