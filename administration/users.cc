@@ -1,8 +1,6 @@
 // Users' folders, made, found and removed.
 #include "administration/users.h"
 
-#include <base.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zvelluser.h>
@@ -12,14 +10,11 @@
 #include <charconv>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <system_error>
 
-#include "administration/guarded_process.h"
+#include "administration/folder_making.h"
 #include "message_filters/user_files.h"
-#include "system/descriptor.h"
 #include "system/exists.h"
-#include "system/owner_rights.h"
 
 namespace Quarrow::Administration {
 namespace {
@@ -29,61 +24,6 @@ namespace fs = std::filesystem;
 
 // A user's folder on its way out. No address has a folder whose name begins with a dot.
 const char removal_name[] = "/.removed-XXXXXX";
-
-std::string folder_above(const std::string& path) { return fs::path(path).parent_path().string(); }
-
-// The owner of `root`, or else of the first folder on the way from there to `path` that does not
-// belong to the superuser, as far as they are there. Whoever owns one of them can have the way lead
-// elsewhere.
-struct stat owner_on_the_way(const std::string& root, const std::string& path) {
-  struct stat owner {};
-  if (stat(root.c_str(), &owner) != 0) return {};
-  for (std::size_t end = path.find('/', root.size() + 1);
-       owner.st_uid == 0 && end != std::string::npos; end = path.find('/', end + 1)) {
-    struct stat next {};
-    if (lstat(path.substr(0, end).c_str(), &next) != 0) break;
-    owner = next;
-  }
-  return owner;
-}
-
-// Does `work` on the folder `path` below `root`: the superuser as the owner of the folders above
-// it.
-Refusal as_owner(const std::string& root, const std::string& path,
-                 const std::function<Refusal()>& work) {
-  const struct stat owner = owner_on_the_way(root, path);
-  if (geteuid() != 0 || owner.st_uid == 0) return work();
-  return run_guarded(
-             path,
-             [&]() -> GuardedOutcome {
-               if (!take_on_rights(owner.st_uid, owner.st_gid))
-                 return {system_refusal(path, "can't become the owner of the folders above", errno),
-                         ""};
-               return {work(), ""};
-             })
-      .refusal;
-}
-
-// 0, or the errno.
-int synchronise(const std::string& folder) {
-  const char* const path = folder.empty() ? "." : folder.c_str();  // above a relative path
-  const Descriptor opened(open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return opened.get() >= 0 && fsync(opened.get()) == 0 ? 0 : errno;
-}
-
-// Makes the folder with those above it. Each that is made gets onto the disk, and so does its name
-// in the folder above: mail that was delivered there must not be lost with a folder.
-Refusal make_folder(const std::string& path) {
-  std::string last = folder_above(path);  // the folder with the first new name in it
-  while (!last.empty() && !exists(last)) last = folder_above(last);
-  if (create_path(path, 0700) != 0) return making_refusal(path, errno);
-  int error = synchronise(path);
-  for (std::string folder = path; error == 0 && folder != last;) {
-    folder = folder_above(folder);
-    error = synchronise(folder);
-  }
-  return error == 0 ? Refusal() : system_refusal(path, "made, but perhaps not on the disk", error);
-}
 
 // Takes the folder aside first: from then on the user is unknown, however long the removal takes.
 Refusal remove_folder(const std::string& folder) {
@@ -180,7 +120,11 @@ Refusal plan_user(const EmailAddress& address, UserSetup& setup) {
 Refusal add_user(const std::string& root, const EmailAddress& address, UserSetup& setup) {
   const Refusal refusal = plan_user(address, setup);
   if (refusal || !setup.made) return refusal;
-  return as_owner(root, setup.folder, [&setup] { return make_folder(setup.folder); });
+  return as_owner_above(root, setup.folder,
+                        [&setup]() -> GuardedOutcome {
+                          return {make_lasting_folder(setup.folder), ""};
+                        })
+      .refusal;
 }
 
 Refusal check_removal(const EmailAddress& address, bool with_mail) {
@@ -193,7 +137,11 @@ Refusal check_removal(const EmailAddress& address, bool with_mail) {
 Refusal remove_user(const std::string& root, const EmailAddress& address, bool with_mail) {
   if (const Refusal refusal = check_removal(address, with_mail)) return refusal;
   const std::string folder = user_folder(address);
-  return as_owner(root, folder, [&folder] { return remove_folder(folder); });
+  return as_owner_above(root, folder,
+                        [&folder]() -> GuardedOutcome {
+                          return {remove_folder(folder), ""};
+                        })
+      .refusal;
 }
 
 Refusal list_users(const std::string& root, std::vector<std::string>& users,

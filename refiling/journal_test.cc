@@ -61,6 +61,24 @@ Lines run_of(std::size_t number) {
   return {step + "  .A", step + "  .B"};
 }
 
+TEST(JournalTest, IsNotOpenedForAUserWhoIsMoved) {
+  const TemporaryFolder folder;
+  folder.write(".quarrow_lock", "");
+  EXPECT_EQ(Administration::Refusal::Kind::locked, Journal().open(folder.path()).kind);
+}
+
+TEST(JournalTest, IsIdleUnlessItIsOpen) {
+  const TemporaryFolder folder;
+  EXPECT_EQ("", said(check_idle(folder.path())));
+  EXPECT_FALSE(std::filesystem::exists(folder.file(journal_name)));
+  {
+    Journal journal;
+    EXPECT_EQ("", said(journal.open(folder.path())));
+    EXPECT_EQ(Administration::Refusal::Kind::try_again, check_idle(folder.path()).kind);
+  }
+  EXPECT_EQ("", said(check_idle(folder.path())));
+}
+
 TEST(JournalTest, KeepsRunsAndForgetsThoseThatAreUndone) {
   const TemporaryFolder folder;
   EXPECT_EQ(Lines({"none"}), last_run(folder));
