@@ -12,6 +12,7 @@
 #include "server/service_manager.h"
 #include "server/supervisor.h"
 #include "server/worker.h"
+#include "system/inheritance.h"
 
 namespace Quarrow::Server {
 
@@ -46,14 +47,16 @@ int Daemon::run() {
 }
 
 std::string Daemon::open_sockets() {
-  const std::string reason = open_listeners();
-  if (!reason.empty() || settings_.health.empty()) return reason;
-  return open_at(settings_.health, inquiries_);
+  if (std::string reason = open_listeners(); !reason.empty()) return reason;
+  if (std::string reason = open_monitor(); !reason.empty()) return reason;
+  return settings_.health.empty() ? "" : open_at(settings_.health, inquiries_);
 }
 
 // Sockets that the service manager made take the place of those that are asked for.
 std::string Daemon::open_listeners() {
-  listeners_ = inherited_listeners();
+  const InheritedListeners inherited = inherited_listeners();
+  listeners_ = inherited.clients;
+  monitor_ = inherited.monitor;
   if (!listeners_.empty()) return "";
   for (const std::string& address : settings_.listen) {
     int fd = -1;
@@ -68,6 +71,12 @@ std::string Daemon::open_at(const std::string& address, int& fd) {
   fd = listener.fd;
   if (fd >= 0 && address.front() == '/') sockets_.push_back(address);
   return listener.reason;
+}
+
+std::string Daemon::open_monitor() {
+  if (monitor_ < 0) return settings_.monitor.empty() ? "" : open_at(settings_.monitor, monitor_);
+  if (is_of_this_host_alone(monitor_)) return "";
+  return "the monitor's socket has an address that other hosts reach";
 }
 
 // Not everyone may remove from the folder that they are in; the next server replaces them.
@@ -91,9 +100,12 @@ void Daemon::supervise() {
     if (hooks_.ended) hooks_.ended(process);
   };
   hooks.replaced = hooks_.replaced;
-  hooks.answer_inquiry = [this](std::size_t workers) { answer_inquiry(workers); };
+  hooks.answer_inquiry = [this] {
+    answer_at(inquiries_, text_of(health(is_anyone_waiting(listeners_))));
+  };
   hooks.inquiries = inquiries_;
-  Supervisor supervisor(settings_.workers, std::move(hooks));
+  if (monitor_ >= 0) hooks.monitor = [this] { return monitor(); };
+  Supervisor supervisor(settings_.workers, std::move(hooks), status_);
   log_info("serving with " + std::to_string(settings_.workers) + " workers");
   supervisor.run();
 }
@@ -119,10 +131,17 @@ void Daemon::serve_client(int connection, const NewProtocol& new_protocol, const
   connections_.remove(getpid());
 }
 
-void Daemon::answer_inquiry(std::size_t workers) const {
+// The monitor sees whether clients wait, but has no socket that it could take one from.
+int Daemon::monitor() {
+  const int clients = any_of(listeners_);
+  if (clients < 0 || !keep_descriptors({monitor_, clients})) return EX_OSERR;
+  return hooks_.monitor(first_kept_descriptor,
+                        [this] { return health(is_anyone_waiting({first_kept_descriptor + 1})); });
+}
+
+Health Daemon::health(bool others_wait) const {
   const auto uptime = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start_);
-  answer_at(inquiries_,
-            text_of(Health{workers, connections_.count(), is_anyone_waiting(listeners_), uptime}));
+  return {status_.workers(), connections_.count(), others_wait, uptime, status_.is_stopping()};
 }
 
 std::optional<std::size_t> Daemon::reload() {

@@ -24,6 +24,7 @@
 #include "lmtp/delivery_handler.h"
 #include "lmtp/inspection.h"
 #include "lmtp/session.h"
+#include "monitoring/monitor.h"
 #include "quarrow/delivery/evaluator.h"
 #include "server/daemon.h"
 #include "server/log.h"
@@ -50,6 +51,9 @@ class LmtpServer {
     hooks.start_worker = [this] { return start_worker(); };
     hooks.reload = [this] { return reload(); };
     hooks.replaced = [this] { counters_.add(Counter::workers_replaced); };
+    hooks.monitor = [this](int listener, const auto& health) {
+      return Monitoring::monitor(listener, {health, [this] { return counters_.text(); }});
+    };
     return Server::Daemon({program, LOG_MAIL}, options_.server, counters_, std::move(hooks)).run();
   }
 

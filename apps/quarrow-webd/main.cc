@@ -29,6 +29,7 @@
 #include "delivery/sandbox.h"
 #include "http/http_session.h"
 #include "message_filters/mailbox_name.h"
+#include "monitoring/monitor.h"
 #include "server/counters.h"
 #include "server/daemon.h"
 #include "server/listener.h"
@@ -146,6 +147,9 @@ class WebDaemon {
     hooks.reload = [this] { return reload(); };
     hooks.replaced = [this] { counters_.add(workers_replaced); };
     hooks.ended = [this](pid_t process) { stop_without(process); };
+    hooks.monitor = [this](int listener, const auto& health) {
+      return Monitoring::monitor(listener, {health, [this] { return counters_.text(); }});
+    };
     const int status = Server::Daemon(origin, options_.server, counters_, std::move(hooks)).run();
     return has_broker_ ? status : EX_SOFTWARE;
   }

@@ -7,14 +7,14 @@ import pwd
 import shutil
 import signal
 import smtplib
-import socket
 import subprocess
 import sys
 import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from server_process import PATIENCE, children, name_of, unprivileged_user, until  # noqa: E402
+from server_process import (PATIENCE, children, free_port, name_of,  # noqa: E402
+                            unprivileged_user, until)
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))  # the first argument of the test
 USERS = [f"user{number}@example.org" for number in range(5)]
@@ -25,12 +25,6 @@ if header :contains "subject" "advert" { reject "No adverts"; stop; }
 if header :contains "subject" "deep" { fileinto "A/B"; stop; }
 """
 FOLDERS = {"work": ".Work", "deep": ".A.B", "other": ""}
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 def is_running(process):
@@ -131,7 +125,11 @@ class Daemon:
 
     def workers(self):
         return [child for child in children(self.process.pid)
-                if name_of(child) not in ("inspection", None)]
+                if name_of(child) not in ("inspection", "quarrow-monitor", None)]
+
+    def monitors(self):
+        return [child for child in children(self.process.pid)
+                if name_of(child) == "quarrow-monitor"]
 
     def helpers(self):
         """The processes that evaluate: one with messages, perhaps, and one that waits for each
