@@ -4,11 +4,14 @@
 #include <sysexits.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <iostream>
 #include <utility>
 
 #include "server/health.h"
+#include "server/limits.h"
 #include "server/privileges.h"
+#include "server/proxied_client.h"
 #include "server/service_manager.h"
 #include "server/supervisor.h"
 #include "server/worker.h"
@@ -22,6 +25,7 @@ Daemon::Daemon(LogOrigin origin, DaemonSettings settings, const Counters& counte
       settings_(std::move(settings)),
       counters_(counters),
       hooks_(std::move(hooks)),
+      behind_proxy_(settings_.behind_proxy),
       start_(Clock::now()) {}
 
 int Daemon::run() {
@@ -57,6 +61,8 @@ std::string Daemon::open_listeners() {
   const InheritedListeners inherited = inherited_listeners();
   listeners_ = inherited.clients;
   monitor_ = inherited.monitor;
+  if (behind_proxy_ && !std::all_of(listeners_.begin(), listeners_.end(), is_of_this_host_alone))
+    return "any host can pass for the proxy at a socket that the service manager passed";
   if (!listeners_.empty()) return "";
   for (const std::string& address : settings_.listen) {
     int fd = -1;
@@ -113,22 +119,42 @@ void Daemon::supervise() {
 int Daemon::work() {
   connections_.hide_from_children();
   const StopSignal stop;
-  const NewProtocol new_protocol = hooks_.start_worker();
+  const NewClientProtocol new_protocol = hooks_.start_worker();
   const Courtesy courtesy{settings_.patience, [this] { return is_anyone_waiting(listeners_); }};
   serve(listeners_, stop,
         [&](int connection) { serve_client(connection, new_protocol, stop, courtesy); });
   return EX_OK;
 }
 
-void Daemon::serve_client(int connection, const NewProtocol& new_protocol, const StopSignal& stop,
-                          const Courtesy& courtesy) {
-  const Origin origin = origin_of(connection);
+// A connection counts from its beginning on: what comes first is a proxy's, and may take a while.
+void Daemon::serve_client(int connection, const NewClientProtocol& new_protocol,
+                          const StopSignal& stop, const Courtesy& courtesy) {
+  Origin origin = origin_of(connection);
   connections_.add(getpid(), origin);
+  ProxiedClient client;
+  if (behind_proxy_)
+    client = take_proxy_header(connection, stop, Clock::now() + longest_introduction);
+  if (!client.address.empty()) {
+    origin = origin_of(client.address);
+    connections_.remove(getpid());
+    connections_.add(getpid(), origin);
+  }
+  const auto named_protocol = [&](Output output, const OthersWait& others_wait) {
+    return new_protocol(client.address, std::move(output), others_wait);
+  };
+  if (client.fault.empty())
+    serve_origin(connection, origin, named_protocol, stop, courtesy);
+  else
+    log_warning("a connection was ended: " + client.fault);
+  connections_.remove(getpid());
+}
+
+void Daemon::serve_origin(int connection, Origin origin, const NewProtocol& new_protocol,
+                          const StopSignal& stop, const Courtesy& courtesy) {
   if (origin != from_file_system && connections_.count_from(origin) > settings_.clients_per_address)
     turn_away(connection, new_protocol, stop, courtesy);
   else
     converse(connection, new_protocol, stop, courtesy);
-  connections_.remove(getpid());
 }
 
 // The monitor sees whether clients wait, but has no socket that it could take one from.

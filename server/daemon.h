@@ -29,7 +29,8 @@ struct DaemonSettings {
   std::string health = {};   // address of the socket that answers inquiries; empty: none
   std::string monitor = {};  // address of the socket that answers over HTTP; empty: none
   SocketRights rights = {};
-  std::string user = {};  // name of the user to run as; empty: the user that started the server
+  std::string user = {};      // name of the user to run as; empty: the user that started the server
+  bool behind_proxy = false;  // each connection begins with a proxy's header: see proxy_header.h
 
   // These may change with a reload.
   std::size_t workers = 10;                // connections that are served at a time
@@ -52,7 +53,7 @@ struct DaemonHooks {
   // workers from their work. It may take its time.
   std::function<void()> inspect;
   // In each worker, before its first connection: gives the maker of its conversations.
-  std::function<NewProtocol()> start_worker;
+  std::function<NewClientProtocol()> start_worker;
   // SIGHUP: gives the settings from here on, or nothing when all stays as it is. Then the hook has
   // logged the reason.
   std::function<std::optional<DaemonSettings>()> reload;
@@ -87,8 +88,10 @@ class Daemon {
   int work();
   int monitor();
   Health health(bool others_wait) const;
-  void serve_client(int connection, const NewProtocol& new_protocol, const StopSignal& stop,
+  void serve_client(int connection, const NewClientProtocol& new_protocol, const StopSignal& stop,
                     const Courtesy& courtesy);
+  void serve_origin(int connection, Origin origin, const NewProtocol& new_protocol,
+                    const StopSignal& stop, const Courtesy& courtesy);
   std::optional<std::size_t> reload();
   void write_counters() const;
 
@@ -96,6 +99,7 @@ class Daemon {
   DaemonSettings settings_;
   const Counters& counters_;
   const DaemonHooks hooks_;
+  const bool behind_proxy_;
   OpenConnections connections_;
   SharedStatus status_;
   Clock::time_point start_;

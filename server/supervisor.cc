@@ -92,10 +92,15 @@ void Supervisor::inspect() const {
   _exit(0);
 }
 
+// A monitor that comes first would tell that no worker is there.
 void Supervisor::start_missing() {
-  for (Crew* const crew : {&workers_, &monitor_})
-    while (crew->lacks_one() && Clock::now() >= crew->next_start) start_one(*crew);
+  start_missing(workers_);
   status_.set_workers(workers_.alive.size());
+  start_missing(monitor_);
+}
+
+void Supervisor::start_missing(Crew& crew) const {
+  while (crew.lacks_one() && Clock::now() >= crew.next_start) start_one(crew);
 }
 
 void Supervisor::start_one(Crew& crew) const {

@@ -66,6 +66,7 @@ class Supervisor {
 
   void inspect() const;
   void start_missing();
+  void start_missing(Crew& crew) const;
   void start_one(Crew& crew) const;
   Time next_start() const;
   int next_signal(Time until) const;

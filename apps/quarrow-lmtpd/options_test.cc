@@ -182,6 +182,12 @@ TEST(LmtpdOptions, KeepAJournalOnRequest) {
   EXPECT_TRUE(parse_file("journal=true\n").options.keeps_journal);
 }
 
+TEST(LmtpdOptions, ExpectAProxyOnRequest) {
+  EXPECT_FALSE(parse({}).options.server.behind_proxy);
+  EXPECT_TRUE(parse({"--proxy-protocol"}).options.server.behind_proxy);
+  EXPECT_TRUE(parse_file("proxy-protocol=true\n").options.server.behind_proxy);
+}
+
 TEST(LmtpdOptions, OnTheCommandLineOverrideTheFile) {
   const Parsed parsed = parse_file("workers=4\nroot=/srv/mail\n", {"--workers", "5"});
   ASSERT_EQ(Parsed::Outcome::run, parsed.outcome);

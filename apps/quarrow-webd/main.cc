@@ -199,7 +199,7 @@ class WebDaemon {
           "that the server's user may read");
   }
 
-  Server::NewProtocol start_worker() {
+  Server::NewClientProtocol start_worker() {
     const auto caller = std::make_shared<WebServer::Caller>(broker_.introductions, options_.work);
     (void)close(broker_.introductions);
     if (!WebServer::leave_files()) {
@@ -212,7 +212,8 @@ class WebDaemon {
       counters_.add(requests);
       return front.answer(request);
     };
-    return [this, handler](Server::Output output, const Server::OthersWait& others_wait) {
+    return [this, handler](const std::string& /*client*/, Server::Output output,
+                           const Server::OthersWait& others_wait) {
       return std::make_unique<Http::Session>(handler, options_.http, std::move(output),
                                              others_wait);
     };

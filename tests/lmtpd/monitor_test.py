@@ -8,11 +8,10 @@ import re
 import signal
 import socket
 import subprocess
-import tempfile
 import unittest
 
-from lmtp_server import (PATIENCE, PROGRAM, USERS, DaemonTestCase, free_port, is_running,
-                         unprivileged_user, until)
+from lmtp_server import (PATIENCE, PROGRAM, USERS, DaemonTestCase, connected, free_port,
+                         is_running, unprivileged_user, until)
 
 # As HAProxy's "option httpchk GET /health" has it, and the same with "ver HTTP/1.1 hdr host".
 CHECKS = [b"GET /health HTTP/1.0\r\n\r\n",
@@ -27,16 +26,6 @@ class Connection(http.client.HTTPConnection):
 
     def connect(self):
         self.sock = connected(self.path)
-
-
-def connected(address):
-    """A connection to a path, or to a port of this host."""
-    if isinstance(address, int):
-        return socket.create_connection(("127.0.0.1", address), PATIENCE)
-    client = socket.socket(socket.AF_UNIX)
-    client.settimeout(PATIENCE)
-    client.connect(str(address))
-    return client
 
 
 def ask(address, target, method="GET"):
@@ -96,14 +85,13 @@ class MonitorTest(DaemonTestCase):
         self.assertEqual(b"400", STATUS_LINE.match(said_to(self.port, b"LHLO x\r\n\r\n"))[1])
 
     def test_serves_at_a_path(self):
-        with tempfile.TemporaryDirectory() as folder:
-            os.chmod(folder, 0o777)
-            daemon = self.start("--monitor", folder + "/monitor", "--socket-mode", "0600")
-            self.assertEqual(200, ask(folder + "/monitor", "/health")[0])
-            self.assertEqual(0o600, os.stat(folder + "/monitor").st_mode & 0o777)
-            daemon.signal(signal.SIGTERM)
-            self.assertEqual(0, daemon.wait())
-            self.assertFalse(os.path.exists(folder + "/monitor"))
+        daemon = self.start("--monitor", "{folder}/monitor", "--socket-mode", "0600")
+        path = daemon.folder / "monitor"
+        self.assertEqual(200, ask(path, "/health")[0])
+        self.assertEqual(0o600, path.stat().st_mode & 0o777)
+        daemon.signal(signal.SIGTERM)
+        self.assertEqual(0, daemon.wait())
+        self.assertFalse(path.exists())
 
     def test_is_well_though_all_workers_are_busy(self):
         daemon = self.start_at_port()
