@@ -7,15 +7,17 @@
 namespace Quarrow::Monitoring {
 namespace {
 
-// Why the server takes no client; empty when it does.
-std::string fault_of(const Server::Health& health) {
+// Why the server serves no client, a line; empty when it does.
+std::string fault_of(const Server::Health& health, const Sources& sources) {
   if (health.is_stopping) return "the server is stopping\n";
-  return health.workers == 0 ? "no worker is there\n" : "";
+  if (health.workers == 0) return "no worker is there\n";
+  const std::string fault = sources.fault();
+  return fault.empty() ? "" : fault + '\n';
 }
 
 Http::Response health_answer(const Sources& sources) {
   const Server::Health health = sources.health();
-  const std::string fault = fault_of(health);
+  const std::string fault = fault_of(health, sources);
   return {fault.empty() ? 200 : 503,
           {{"content-type", "text/plain; charset=utf-8"}},
           fault + text_of(health)};

@@ -14,9 +14,11 @@ namespace Quarrow::Monitoring {
 struct Sources {
   std::function<Server::Health()> health;
   std::function<std::string()> metrics;  // in Prometheus' text format, version 0.0.4
+  // Why the server can do nothing for its clients, a line; empty when it can.
+  std::function<std::string()> fault = [] { return std::string(); };
 };
 
-// Answers /health and /metrics. Health is 200 with its line while the server can take a client,
+// Answers /health and /metrics. Health is 200 with its line while the server can serve a client,
 // though it may have to wait; else 503, with the reason in a line in front of that.
 Http::Response answer(const Http::Request& request, const Sources& sources);
 

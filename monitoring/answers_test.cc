@@ -54,6 +54,17 @@ TEST(MonitoringAnswers, AServerThatTakesNoClientSaysWhy) {
   EXPECT_EQ(200, ask("GET", "/metrics", stopping).status);
 }
 
+TEST(MonitoringAnswers, AServerThatCanDoNothingSaysWhy) {
+  const auto fault = [] { return std::string("/srv/mail: No such file or directory"); };
+  const Sources sources = {[] { return well; }, [] { return std::string(); }, fault};
+  const Http::Response response = answer({"GET", "/health", {}, ""}, sources);
+  EXPECT_EQ(503, response.status);
+  EXPECT_EQ(
+      "/srv/mail: No such file or directory\n"
+      "workers=2 busy=1 waiting=no uptime=5\n",
+      response.body);
+}
+
 TEST(MonitoringAnswers, ParametersChangeNothing) {
   EXPECT_EQ(200, ask("GET", "/health?from=here").status);
 }

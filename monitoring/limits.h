@@ -15,6 +15,9 @@ constexpr std::chrono::seconds longest_visit{5};
 // descriptors they are fewer than a confined process may have.
 constexpr std::size_t most_clients = 8;
 
+// Bytes of what is told of a fault.
+constexpr std::size_t longest_fault = 500;
+
 // Bytes of memory for the monitor, beyond what it was forked with.
 constexpr std::uint64_t memory = std::uint64_t{64} << 20U;
 

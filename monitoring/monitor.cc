@@ -9,6 +9,7 @@
 #include <sysexits.h>
 
 #include <ctime>
+#include <optional>
 
 #include "delivery/sandbox.h"
 #include "monitoring/brief_clients.h"
@@ -27,8 +28,13 @@ bool leave_everything(int listener) {
 
 }  // namespace
 
-int monitor(int listener, const Sources& sources) {
+int monitor(int listener, Sources sources, const Look& look) {
   (void)prctl(PR_SET_NAME, "quarrow-monitor");  // for a list of processes
+  std::optional<Watch> watch;
+  if (look) {
+    watch.emplace(look);
+    sources.fault = [&watch] { return watch->fault(); };
+  }
   const Server::StopSignal stop;
   if (!leave_everything(listener)) return EX_OSERR;
   serve_briefly(

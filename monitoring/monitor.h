@@ -3,6 +3,7 @@
 #define QUARROW_MONITORING_MONITOR_H_
 
 #include "monitoring/answers.h"
+#include "monitoring/watch.h"
 
 namespace Quarrow::Monitoring {
 
@@ -10,7 +11,10 @@ namespace Quarrow::Monitoring {
 // SIGTERM. Before that it gives up all that it does not need: files, other sockets, processes, the
 // right to change memory that others see. Descriptors below `listener` lead nowhere. Gives the exit
 // status: EX_OK (sysexits.h), or EX_OSERR where it can't be confined.
-int monitor(int listener, const Sources& sources);
+//
+// A process of its own, which is not confined, calls `look`, if there is one, for the fault in
+// `sources`.
+int monitor(int listener, Sources sources, const Look& look = {});
 
 }  // namespace Quarrow::Monitoring
 

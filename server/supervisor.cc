@@ -186,8 +186,16 @@ void Supervisor::stop() {
     (void)next_signal(end);
     reap();
   }
-  retire(monitor_);
   for (const auto& [process, started] : retiring_) terminate(process, SIGKILL);
+  end_monitor();
+}
+
+// The next server may listen at the same address: this one's socket must be gone by then.
+void Supervisor::end_monitor() const {
+  for (const auto& [process, started] : monitor_.alive) {
+    terminate(process, SIGKILL);
+    (void)waitpid(process, nullptr, 0);
+  }
 }
 
 }  // namespace Quarrow::Server

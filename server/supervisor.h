@@ -75,6 +75,7 @@ class Supervisor {
   bool bury(Crew& crew, pid_t process, int status) const;
   void reload();
   void retire(Crew& crew);
+  void end_monitor() const;
   void stop();
 
   const SupervisorHooks hooks_;

@@ -52,7 +52,8 @@ class LmtpServer {
     hooks.reload = [this] { return reload(); };
     hooks.replaced = [this] { counters_.add(Counter::workers_replaced); };
     hooks.monitor = [this](int listener, const auto& health) {
-      return Monitoring::monitor(listener, {health, [this] { return counters_.text(); }});
+      return Monitoring::monitor(listener, {health, [this] { return counters_.text(); }},
+                                 [this] { return Lmtp::fault_of_root(options_.root); });
     };
     return Server::Daemon({program, LOG_MAIL}, options_.server, counters_, std::move(hooks)).run();
   }

@@ -10,8 +10,8 @@ import socket
 import subprocess
 import unittest
 
-from lmtp_server import (PATIENCE, PROGRAM, USERS, DaemonTestCase, connected, free_port,
-                         is_running, unprivileged_user, until)
+from lmtp_server import (PATIENCE, PROGRAM, USERS, DaemonTestCase, children, connected,
+                         free_port, is_running, unprivileged_user, until)
 
 # As HAProxy's "option httpchk GET /health" has it, and the same with "ver HTTP/1.1 hdr host".
 CHECKS = [b"GET /health HTTP/1.0\r\n\r\n",
@@ -113,7 +113,7 @@ class MonitorTest(DaemonTestCase):
         self.assertRegex(said, "^the server is stopping\nworkers=2 busy=1 waiting=no$")
         self.assertEqual([250, 421], [code for code, _ in client.end_data(2)])
         self.assertEqual(0, daemon.wait())
-        self.assertRaises(OSError, connected, self.port)
+        self.assertRaises(ConnectionRefusedError, connected, self.port)
 
     def test_says_that_no_worker_is_there(self):
         daemon = self.start_at_port("--workers", "1")
@@ -126,6 +126,27 @@ class MonitorTest(DaemonTestCase):
         self.assertEqual(503, status)
         self.assertRegex(said, "^no worker is there\nworkers=0 busy=[01] waiting=no$")
         until(lambda: self.health()[0] == 200, "it is well again")
+
+    def test_says_that_the_folder_of_all_users_is_gone_until_it_is_back(self):
+        daemon = self.start_at_port()
+        root = daemon.folder / "root"
+        root.rename(daemon.folder / "elsewhere")
+        status, said = until(self.unwell, "it is missed")
+        self.assertEqual((503, f"{root}: No such file or directory"),
+                         (status, said.partition("\n")[0]))
+        (daemon.folder / "elsewhere").rename(root)
+        until(lambda: self.health()[0] == 200, "it is found")
+
+    def test_is_replaced_when_what_looks_for_faults_has_ended(self):
+        daemon = self.start_at_port()
+        monitor = self.monitor(daemon)
+        watch, = until(lambda: children(monitor), "something looks for faults")
+        os.kill(watch, signal.SIGKILL)
+        until(lambda: not is_running(watch), "it has ended")
+        with contextlib.suppress(OSError, http.client.HTTPException):
+            self.health()  # the monitor finds out when it is asked
+        until(lambda: monitor not in daemon.monitors() and daemon.monitors(), "another monitor")
+        self.assertEqual(200, self.health()[0])
 
     def monitor(self, daemon):
         monitor, = until(daemon.monitors, "there is a monitor")
