@@ -2,18 +2,14 @@
 #include "monitoring/brief_clients.h"
 
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <csignal>
-#include <cstring>
 #include <memory>
 #include <vector>
 
 #include "monitoring/limits.h"
 #include "server/listener.h"
+#include "server/local_client_test_support.h"
 #include "system/child_process_test_support.h"
 #include "system/descriptor.h"
 #include "system/file_io.h"
@@ -43,13 +39,7 @@ class BriefClientsTest : public ::testing::Test {
   }
 
   std::unique_ptr<Descriptor> connect() const {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const std::string path = folder_.file("socket");
-    std::memcpy(address.sun_path, path.c_str(), path.size());
-    auto client = std::make_unique<Descriptor>(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    EXPECT_EQ(0, ::connect(client->get(), reinterpret_cast<sockaddr*>(&address), sizeof address));
-    return client;
+    return std::make_unique<Descriptor>(Server::connect_to(folder_.file("socket")));
   }
 
   // The status and the body of what is answered up to the end of the connection.

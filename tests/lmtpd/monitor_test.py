@@ -113,7 +113,6 @@ class MonitorTest(DaemonTestCase):
         self.assertRegex(said, "^the server is stopping\nworkers=2 busy=1 waiting=no$")
         self.assertEqual([250, 421], [code for code, _ in client.end_data(2)])
         self.assertEqual(0, daemon.wait())
-        self.assertRaises(ConnectionRefusedError, connected, self.port)
 
     def test_says_that_no_worker_is_there(self):
         daemon = self.start_at_port("--workers", "1")
@@ -188,6 +187,13 @@ class MonitorTest(DaemonTestCase):
             self.assertEqual(b"200", STATUS_LINE.match(client.recv(1000))[1])
         until(lambda: old not in daemon.monitors(), "the old one ends")
         self.assertNotIn(f"monitor {old}", daemon.log_text())
+
+    def test_its_socket_is_gone_with_the_server(self):
+        daemon = self.start_at_port()
+        os.kill(self.monitor(daemon), signal.SIGSTOP)  # it would take its time
+        daemon.signal(signal.SIGTERM)
+        self.assertEqual(0, daemon.wait())
+        self.assertRaises(ConnectionRefusedError, connected, self.port)
 
     def test_leaves_with_its_supervisor(self):
         daemon = self.start_at_port()
