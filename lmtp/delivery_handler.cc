@@ -73,10 +73,11 @@ Report gone_since_accepted(const RecipientLookup& lookup) {
 }  // namespace
 
 DeliveryHandler::DeliveryHandler(Places places, Delivery::Evaluate evaluate,
-                                 DeliveryCounters& metrics)
+                                 DeliveryCounters& metrics, std::string client)
     : places_(std::move(places)),
       evaluate_(std::move(evaluate)),
       metrics_(metrics),
+      client_(std::move(client)),
       spool_(places_.spool, places_.most_in_memory) {}
 
 Reply DeliveryHandler::check_recipient(const std::string& recipient) {
@@ -118,6 +119,7 @@ Reply DeliveryHandler::deliver(const Envelope& envelope, const std::string& reci
   DeliveryRecord record;
   record.user = recipient;
   record.recipient = recipient;
+  record.client = client_;
   Reply reply;
   try {
     reply = deliver_unless_it_loops(envelope, recipient, record);

@@ -35,8 +35,10 @@ struct Places {
 // is the sign that their disk is mounted.
 class DeliveryHandler : public Handler {
  public:
-  // `metrics` outlives this object.
-  DeliveryHandler(Places places, Delivery::Evaluate evaluate, DeliveryCounters& metrics);
+  // `metrics` outlives this object. The log names `client`, the address of the client that a proxy
+  // told, unless it is empty.
+  DeliveryHandler(Places places, Delivery::Evaluate evaluate, DeliveryCounters& metrics,
+                  std::string client = {});
 
   // 250 2.1.5; 550 5.1.1 for an unknown user; 450 4.2.1 for a user who is being moved; 451 4.3.0
   // when that can't be told now.
@@ -70,6 +72,7 @@ class DeliveryHandler : public Handler {
   const Places places_;
   const Delivery::Evaluate evaluate_;
   DeliveryCounters& metrics_;
+  const std::string client_;
   Spool spool_;
   EvaluationMemory evaluations_;
   std::time_t received_ = 0;

@@ -15,7 +15,8 @@ import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from server_process import PATIENCE, children, name_of, unprivileged_user, until  # noqa: E402
+from server_process import (PATIENCE, children, free_port, name_of,  # noqa: E402
+                            unprivileged_user, until)
 
 PAGE = pathlib.Path(__file__).resolve().parents[2] / "page"
 ALICE = "alice@example.org"
