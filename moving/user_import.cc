@@ -63,8 +63,11 @@ class Workplace {
       : path_(folder_above(place) + '/' + aside_name +
               std::filesystem::path(place).filename().string().substr(0, most_name)) {}
   ~Workplace() {
+    if (!is_taken_) return;
     std::error_code ignored;  // the next import of the user tries again
-    if (is_taken_) std::filesystem::remove_all(path_, ignored);
+    std::filesystem::remove_all(folder(), ignored);
+    (void)unlink(lock_path().c_str());
+    (void)rmdir(path_.c_str());
   }
   Workplace(const Workplace&) = delete;
   Workplace& operator=(const Workplace&) = delete;
@@ -73,7 +76,7 @@ class Workplace {
   Refusal take() {
     if (mkdir(path_.c_str(), folder_for_owner) != 0 && errno != EEXIST)
       return Administration::making_refusal(path_, errno);
-    const std::string name = path_ + "/lock";
+    const std::string name = lock_path();
     lock_ = std::make_unique<Descriptor>(open_regular(name, O_RDWR | O_CREAT, for_owner));
     struct stat status {};
     if (lock_->get() < 0) return system_refusal(name, "can't be locked", errno);
@@ -96,6 +99,8 @@ class Workplace {
   std::string folder() const { return path_ + "/user"; }
 
  private:
+  std::string lock_path() const { return path_ + "/lock"; }
+
   const std::string path_;
   std::unique_ptr<Descriptor> lock_;
   bool is_taken_ = false;
@@ -173,10 +178,10 @@ class Unpacking {
     ++counts_.folders;
     if (!path.empty() && mkdirat(folder_, path.c_str(), folder_for_owner) != 0)
       return failure(path, errno);
-    // The owner has to get in.
-    const mode_t mode = member.mode | folder_for_owner;
+    const mode_t mode = member.mode | folder_for_owner;  // the owner has to get in
     const char* const name = path.empty() ? "." : path.c_str();
-    return fchmodat(folder_, name, mode, 0) == 0 ? Refusal() : failure(path, errno);
+    if (mode == folder_for_owner || fchmodat(folder_, name, mode, 0) == 0) return {};
+    return failure(path, errno);
   }
 
   Refusal make_file(const std::string& path, const Member& member) {
