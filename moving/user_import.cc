@@ -305,7 +305,12 @@ class Import {
     if (old.get() < 0)
       return errno == ENOENT ? Refusal() : system_refusal(place_, "is in the way", errno);
     replaces_ = is_emptied(old.get());
-    return replaces_ ? Refusal() : exists();
+    if (!replaces_) return exists();
+    struct stat status {};
+    if (fstat(old.get(), &status) != 0) return system_refusal(place_, "", errno);
+    if (status.st_uid == geteuid()) return {};
+    return {Kind::not_permitted, place_,
+            "belongs to another user than the folders above it; remove it first"};
   }
 
   Refusal exists() const {
