@@ -12,8 +12,6 @@
 namespace Quarrow::Moving {
 namespace {
 
-constexpr std::size_t block_size = std::size_t{64} << 10U;
-
 Reading new_reading() {
   Reading reading(libarchive().read_new());
   if (!reading) throw std::bad_alloc();

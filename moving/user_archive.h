@@ -22,6 +22,9 @@ constexpr char end_name[] = "quarrow-end";
 // Both texts are shorter.
 constexpr std::size_t most_text = 4096;
 
+// How much is read at once.
+constexpr std::size_t block_size = std::size_t{64} << 10U;
+
 // A file or a folder in an archive.
 struct Member {
   std::string name;  // a folder's ends in "/"

@@ -33,9 +33,6 @@ using Kind = Refusal::Kind;
 
 constexpr int folder_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-// In one read.
-constexpr std::size_t block_size = std::size_t{64} << 10U;
-
 // What stays on this machine.
 bool is_left_behind(const std::string& path) {
   return path == user_lock_name || path == std::string(user_lock_name) + ".new" ||

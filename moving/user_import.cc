@@ -40,11 +40,9 @@ using Administration::system_refusal;
 using Administration::UserFolder;
 using Kind = Refusal::Kind;
 
-constexpr int folder_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr int new_file_flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 constexpr mode_t for_owner = 0600;
 constexpr mode_t folder_for_owner = 0700;
-constexpr std::size_t block_size = std::size_t{64} << 10U;
 
 // A user's folder that is being made. No address has a folder whose name begins with a dot.
 constexpr char aside_name[] = ".importing-";
@@ -240,7 +238,7 @@ GuardedOutcome check_rules(const UserFolder& folder) {
 }
 
 // Puts all that was unpacked on the disk.
-Refusal synchronise(const UserFolder& folder) {
+Refusal put_on_disk(const UserFolder& folder) {
   return syncfs(folder.fd()) == 0 ? Refusal()
                                   : system_refusal(folder.path(), "can't be synchronised", errno);
 }
@@ -276,7 +274,7 @@ class Import {
     Refusal refusal = unpacking.run(user_.address());
     if (refusal) return {refusal, ""};
     GuardedOutcome outcome = check_rules(folder);
-    if (!outcome.refusal) outcome.refusal = synchronise(folder);
+    if (!outcome.refusal) outcome.refusal = put_on_disk(folder);
     if (!outcome.refusal) outcome.refusal = put_in_place(folder.path());
     outcome.answer = outcome.refusal ? "" : packet_of(unpacking.counts());
     return outcome;
@@ -301,7 +299,7 @@ class Import {
 
   // Says in replaces_ whether there is an emptied folder, and refuses any other one.
   Refusal find_place() {
-    const Descriptor old(open(place_.c_str(), folder_flags));
+    const Descriptor old(open(place_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (old.get() < 0)
       return errno == ENOENT ? Refusal() : system_refusal(place_, "is in the way", errno);
     replaces_ = is_emptied(old.get());
