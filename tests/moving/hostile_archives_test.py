@@ -29,7 +29,7 @@ TOP = member("user", tarfile.DIRTYPE, 0o700)
 
 # Each stands between the user's folder and the end.
 HOSTILE = {
-    "an absolute name": member("/tmp/quarrow-hostile"),
+    "an absolute name": member("/quarrow-hostile"),
     "an absolute name below the user's": member("user//etc/hostile"),
     "a way up": member("user/../../outside"),
     "a way up at the end": member("user/..", tarfile.DIRTYPE, 0o700),
@@ -115,7 +115,7 @@ class HostileArchives(unittest.TestCase):
                 archive.add(TOP)
                 archive.add(info)
                 self.assert_refused(self.import_archive(archive.finish()))
-        self.assertFalse(pathlib.Path("/tmp/quarrow-hostile").exists())
+        self.assertFalse(pathlib.Path("/quarrow-hostile").exists())
         self.assertFalse((self.root / "outside").exists())
 
     def test_a_name_that_comes_twice_is_refused(self):
