@@ -51,9 +51,9 @@ class DeliveryHandler : public Handler {
   bool add(const char* data, std::size_t size) override;
 
   // 250 2.0.0 for a message that is on disk, or that a rule discards; 550 5.7.1 with the text of
-  // the rule that rejects it; 554 5.4.6 for a message that the recipient had before; 450 4.2.1 for a
-  // user who is being moved; 451 4.3.0 for all failures. Logs a line and counts, and warns where the user's journal was not written. The
-  // line is a warning where the message is in the inbox
+  // the rule that rejects it; 554 5.4.6 for a message that the recipient had before; 450 4.2.1 for
+  // a user who is being moved; 451 4.3.0 for all failures. Logs a line and counts, and warns where
+  // the user's journal was not written. The line is a warning where the message is in the inbox
   // after a failure, and an error where the reply is 451.
   Reply deliver(const Envelope& envelope, const std::string& recipient) override;
 

@@ -3,9 +3,13 @@
 #include "moving/moving_test_support.h"
 #include "moving/sha256.h"
 #include "system/traced_process_test_support.h"
+#include "tests/support/sanitized_test_support.h"
 
 namespace Quarrow::Moving {
 namespace {
+
+// Every second stop: where a call ends, nothing happens before the next one begins.
+constexpr int stride = is_sanitized ? 10 : 2;
 
 // What there is of the user on the machine where they go.
 enum class Before { nothing, emptied_folder };
@@ -41,8 +45,7 @@ class InterruptedImport : public MovingTest, public testing::WithParamInterface<
 TEST_P(InterruptedImport, LeavesNoUserOrTheWholeUser) {
   bool was_untouched = false;
   bool was_whole = false;
-  // every second stop: where a call ends, nothing happens before the next one begins
-  for (int stops = 1, done = 0; done == 0; stops += 2) {
+  for (int stops = 1, done = 0; done == 0; stops += stride) {
     prepare();
     TracedProcess import([this] { (void)import_bytes(bytes_); });
     if (!import.is_running()) GTEST_SKIP() << "processes can't be traced here";

@@ -6,7 +6,6 @@
 #ifndef QUARROW_MOVING_USER_ARCHIVE_H_
 #define QUARROW_MOVING_USER_ARCHIVE_H_
 
-#include <fcntl.h>
 #include <sys/types.h>
 
 #include <cstddef>
@@ -23,11 +22,8 @@ constexpr char end_name[] = "quarrow-end";
 // Both texts are shorter.
 constexpr std::size_t most_text = 4096;
 
-// Bytes of a file that are read, or written, at once.
+// How much is read at once.
 constexpr std::size_t block_size = std::size_t{64} << 10U;
-
-// For a folder of a user's, who may have put a link in its place.
-constexpr int folder_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 // A file or a folder in an archive.
 struct Member {

@@ -31,6 +31,8 @@ using Administration::system_refusal;
 using Administration::UserFolder;
 using Kind = Refusal::Kind;
 
+constexpr int folder_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
 // What stays on this machine.
 bool is_left_behind(const std::string& path) {
   return path == user_lock_name || path == std::string(user_lock_name) + ".new" ||

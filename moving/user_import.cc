@@ -61,8 +61,11 @@ class Workplace {
       : path_(folder_above(place) + '/' + aside_name +
               std::filesystem::path(place).filename().string().substr(0, most_name)) {}
   ~Workplace() {
+    if (!is_taken_) return;
     std::error_code ignored;  // the next import of the user tries again
-    if (is_taken_) std::filesystem::remove_all(path_, ignored);
+    std::filesystem::remove_all(folder(), ignored);
+    (void)unlink(lock_path().c_str());
+    (void)rmdir(path_.c_str());
   }
   Workplace(const Workplace&) = delete;
   Workplace& operator=(const Workplace&) = delete;
@@ -71,7 +74,7 @@ class Workplace {
   Refusal take() {
     if (mkdir(path_.c_str(), folder_for_owner) != 0 && errno != EEXIST)
       return Administration::making_refusal(path_, errno);
-    const std::string name = path_ + "/lock";
+    const std::string name = lock_path();
     lock_ = std::make_unique<Descriptor>(open_regular(name, O_RDWR | O_CREAT, for_owner));
     struct stat status {};
     if (lock_->get() < 0) return system_refusal(name, "can't be locked", errno);
@@ -94,6 +97,8 @@ class Workplace {
   std::string folder() const { return path_ + "/user"; }
 
  private:
+  std::string lock_path() const { return path_ + "/lock"; }
+
   const std::string path_;
   std::unique_ptr<Descriptor> lock_;
   bool is_taken_ = false;
@@ -171,10 +176,10 @@ class Unpacking {
     ++counts_.folders;
     if (!path.empty() && mkdirat(folder_, path.c_str(), folder_for_owner) != 0)
       return failure(path, errno);
-    // The owner has to get in.
-    const mode_t mode = member.mode | folder_for_owner;
+    const mode_t mode = member.mode | folder_for_owner;  // the owner has to get in
     const char* const name = path.empty() ? "." : path.c_str();
-    return fchmodat(folder_, name, mode, 0) == 0 ? Refusal() : failure(path, errno);
+    if (mode == folder_for_owner || fchmodat(folder_, name, mode, 0) == 0) return {};
+    return failure(path, errno);
   }
 
   Refusal make_file(const std::string& path, const Member& member) {
@@ -233,7 +238,7 @@ GuardedOutcome check_rules(const UserFolder& folder) {
 }
 
 // Puts all that was unpacked on the disk.
-Refusal synchronise_all(const UserFolder& folder) {
+Refusal put_on_disk(const UserFolder& folder) {
   return syncfs(folder.fd()) == 0 ? Refusal()
                                   : system_refusal(folder.path(), "can't be synchronised", errno);
 }
@@ -269,7 +274,7 @@ class Import {
     Refusal refusal = unpacking.run(user_.address());
     if (refusal) return {refusal, ""};
     GuardedOutcome outcome = check_rules(folder);
-    if (!outcome.refusal) outcome.refusal = synchronise_all(folder);
+    if (!outcome.refusal) outcome.refusal = put_on_disk(folder);
     if (!outcome.refusal) outcome.refusal = put_in_place(folder.path());
     outcome.answer = outcome.refusal ? "" : packet_of(unpacking.counts());
     return outcome;
@@ -294,11 +299,16 @@ class Import {
 
   // Says in replaces_ whether there is an emptied folder, and refuses any other one.
   Refusal find_place() {
-    const Descriptor old(open(place_.c_str(), folder_flags));
+    const Descriptor old(open(place_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (old.get() < 0)
       return errno == ENOENT ? Refusal() : system_refusal(place_, "is in the way", errno);
     replaces_ = is_emptied(old.get());
-    return replaces_ ? Refusal() : exists();
+    if (!replaces_) return exists();
+    struct stat status {};
+    if (fstat(old.get(), &status) != 0) return system_refusal(place_, "", errno);
+    if (status.st_uid == geteuid()) return {};
+    return {Kind::not_permitted, place_,
+            "belongs to another user than the folders above it; remove it first"};
   }
 
   Refusal exists() const {

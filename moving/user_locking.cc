@@ -34,9 +34,6 @@ using Kind = Refusal::Kind;
 
 const std::string draft_name = std::string(user_lock_name) + ".new";
 
-// Where the process works: the user's folder is its working folder.
-const char own_folder[] = ".";
-
 // Does `work` in the user's folder, in a process of its own that has the owner's rights.
 Refusal in_folder_of(const EmailAddress& user,
                      const std::function<Refusal(const UserFolder&)>& work) {
@@ -45,7 +42,6 @@ Refusal in_folder_of(const EmailAddress& user,
     UserFolder folder(path);
     if (const Refusal refusal = folder.open()) return refusal;
     if (!folder.is_open()) return {Kind::no_such_user, user.address(), "no such user"};
-    if (fchdir(folder.fd()) != 0) return system_refusal(path, "can't be entered", errno);
     return work(folder);
   };
   return Administration::run_guarded(path,
@@ -91,18 +87,21 @@ Refusal lock_folder(const UserFolder& folder, const std::string& reason) {
   const bool is_new = !folder.holds(user_lock_name);
   if (is_new || !reason.empty())
     if (const Refusal refusal = write_lock(folder, reason)) return refusal;
-  const Refusal refusal = Refiling::check_idle(own_folder);
+  const Refusal refusal = Refiling::check_idle(folder);
   if (!refusal) return synchronise(folder);
   if (is_new) (void)remove_lock(folder);
   return refusal;
 }
 
+// What empty_user does not remove.
 bool is_left(const std::string& name) { return name == user_lock_name || name == rules_lock_name; }
 
 Refusal empty_folder(const UserFolder& folder) {
   RulesLock rules;
   if (const Refusal refusal = take(folder, rules)) return refusal;
-  if (const Refusal refusal = Refiling::check_idle(own_folder)) return refusal;
+  if (const Refusal refusal = Refiling::check_idle(folder)) return refusal;
+  if (fchdir(folder.fd()) != 0)  // nothing is removed by a path that leads elsewhere meanwhile
+    return system_refusal(folder.path(), "can't be entered", errno);
   for (const std::string& name : names_in(folder.fd())) {
     if (is_left(name)) continue;
     std::error_code error;

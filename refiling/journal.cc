@@ -119,12 +119,14 @@ bool read_all(int file, std::string& text) {
   return count == 0;
 }
 
-// Opens and locks the journal at `path`. A process that has just replaced it leaves the lock of a
-// file without a name.
-Refusal open_locked(const std::string& path, int flags, std::unique_ptr<Descriptor>& file) {
+// Opens and locks the journal at `path`, which may begin at the open folder `above`. A process that
+// has just replaced it leaves the lock of a file without a name.
+Refusal open_locked(int above, const std::string& path, int flags,
+                    std::unique_ptr<Descriptor>& file) {
   struct stat status {};
   do {
-    file = std::make_unique<Descriptor>(open_regular(path, O_RDWR | O_APPEND | flags, for_owner));
+    file = std::make_unique<Descriptor>(
+        open_regular_at(above, path, O_RDWR | O_APPEND | flags, for_owner));
     if (file->get() < 0)
       return {Administration::kind_of_error(errno), path, reason_for_no_file(errno)};
     if (flock(file->get(), LOCK_EX | LOCK_NB) != 0)
@@ -157,16 +159,18 @@ bool has_run_to_undo(int folder) {
   return runs > 0;
 }
 
-Refusal check_idle(const std::string& folder) {
+Refusal check_idle(const Administration::UserFolder& folder) {
   std::unique_ptr<Descriptor> file;
-  const Refusal refusal = open_locked(folder + '/' + journal_name, 0, file);
-  return refusal.kind == Refusal::Kind::missing ? Refusal() : refusal;
+  Refusal refusal = open_locked(folder.fd(), journal_name, 0, file);
+  if (refusal.kind == Refusal::Kind::missing) return {};
+  refusal.object = folder.file(journal_name);
+  return refusal;
 }
 
 Refusal Journal::open(const std::string& folder) {
   folder_ = folder;
   path_ = folder + '/' + journal_name;
-  if (const Refusal refusal = open_locked(path_, O_CREAT, file_)) return refusal;
+  if (const Refusal refusal = open_locked(AT_FDCWD, path_, O_CREAT, file_)) return refusal;
   if (Delivery::look_for_user_lock(folder) == 0) return Administration::locked_refusal(folder);
   if (const Refusal refusal = synchronise_folder()) return refusal;  // it may be new there
   return end_last_line();

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "administration/refusal.h"
+#include "administration/user_folder.h"
 #include "system/descriptor.h"
 
 namespace Quarrow::Refiling {
@@ -19,8 +20,9 @@ constexpr char journal_name[] = ".refiling_journal";
 // one that does the rest.
 constexpr std::size_t kept_runs = 10;
 
-// Refuses, with Kind::try_again, while another process has the journal in `folder` open.
-Administration::Refusal check_idle(const std::string& folder);
+// Refuses, with Kind::try_again, while another process has the journal in the open folder `folder`
+// open.
+Administration::Refusal check_idle(const Administration::UserFolder& folder);
 
 // One change to one message. It is written down before it is made, so it may not have been made:
 // where the message is tells that.

@@ -69,14 +69,16 @@ TEST(JournalTest, IsNotOpenedForAUserWhoIsMoved) {
 
 TEST(JournalTest, IsIdleUnlessItIsOpen) {
   const TemporaryFolder folder;
-  EXPECT_EQ("", said(check_idle(folder.path())));
+  Administration::UserFolder opened(folder.path());
+  EXPECT_EQ("", said(opened.open()));
+  EXPECT_EQ("", said(check_idle(opened)));
   EXPECT_FALSE(std::filesystem::exists(folder.file(journal_name)));
   {
     Journal journal;
     EXPECT_EQ("", said(journal.open(folder.path())));
-    EXPECT_EQ(Administration::Refusal::Kind::try_again, check_idle(folder.path()).kind);
+    EXPECT_EQ(Administration::Refusal::Kind::try_again, check_idle(opened).kind);
   }
-  EXPECT_EQ("", said(check_idle(folder.path())));
+  EXPECT_EQ("", said(check_idle(opened)));
 }
 
 TEST(JournalTest, KeepsRunsAndForgetsThoseThatAreUndone) {

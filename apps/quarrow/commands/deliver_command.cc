@@ -128,7 +128,8 @@ int deliver(const Settings& settings, const DeliveryOptions& options) {
       user, mount_sign(settings.root), options.recipient_delimiter, settings.address_case);
   switch (lookup.result) {
     case RecipientLookup::Result::found:
-      return lookup.is_locked ? refuse_locked(Delivery::locked_note) : deliver_to(options, user, lookup.folder);
+      return lookup.is_locked ? refuse_locked(Delivery::locked_note)
+                              : deliver_to(options, user, lookup.folder);
     case RecipientLookup::Result::unknown:
       return refuse("5.1.1", "<" + user + "> user unknown", EX_NOUSER);
     case RecipientLookup::Result::unavailable:
