@@ -32,6 +32,7 @@ class Node:
         authority.make_out("node", self._certificate)
         self._balancer = balancer.Balancer(machine, folder, balancer.settings("node.cfg", {
             "10.77.0.1:": f"{machine.address}:", "/run/quarrow/lmtp": folder / "lmtp",
+            "/run/quarrow/monitor": folder / "monitor",
             "/etc/haproxy/node.pem": self._certificate,
             "/etc/haproxy/authority.pem": authority.certificate}))
 
@@ -45,6 +46,7 @@ class Node:
             self.machine,
             ["sh", "-c", WITH_SOCKET, "sh", number, self._programs.lmtpd, "--user", SERVICE_USER,
              "--root", self.root, "--spool", self._folder / "spool", "--workers", "20",
+             "--proxy-protocol", "--monitor", self._folder / "monitor",
              "--host-name", f"node{self.number}.example.org"],
             self._folder / "lmtpd.log", pass_fds=[number])
 
