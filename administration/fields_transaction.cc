@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "administration/locked_user.h"
 #include "administration/near_names.h"
 #include "administration/rule_check.h"
 #include "administration/users.h"
@@ -119,7 +120,7 @@ Refusal FieldsTransaction::remove(const std::string& name) {
 
 Refusal FieldsTransaction::check_commit() const {
   if (!folder_.is_open()) return system_refusal(folder_.path(), "nothing was changed", ENOENT);
-  if (lock_.may_change()) return {};
+  if (lock_.may_change()) return check_unlocked(folder_);
   return {Kind::not_permitted, folder_.path(),
           "nothing was changed; the fields are changed by the owner of the folder, or by root"};
 }

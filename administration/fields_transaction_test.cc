@@ -49,6 +49,15 @@ class Fields : public testing::Test {
   const std::string catalogue_ = root_.file("fields.xml");
 };
 
+TEST_F(Fields, StayWhileTheUserIsMoved) {
+  write_file(folder_ + "/.quarrow_lock", "");
+  EXPECT_EQ(folder_ +
+                ": nothing was changed, since the user is being moved to another machine; try "
+                "again later",
+            add("string", "X-Project"));
+  EXPECT_EQ("", own());
+}
+
 TEST_F(Fields, AreAddedAndRemoved) {
   EXPECT_EQ("", add("string", "X-Project"));
   EXPECT_EQ("", add("address", "Resent-To"));

@@ -1,18 +1,18 @@
 // A user's folder renamed, between places on one disk.
 #include "administration/folder_form.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <zvelluser.h>
 
-#include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
 #include "administration/folder_making.h"
 #include "administration/hash_folders.h"
+#include "administration/locked_user.h"
 #include "administration/users.h"
+#include "message_filters/user_files.h"
+#include "system/exists.h"
 
 namespace Quarrow::Administration {
 namespace {
@@ -42,17 +42,9 @@ Refusal check_link(const std::string& folder) {
               ", which would lead elsewhere; have it name the whole path first"};
 }
 
-// Takes the place of nothing.
-int rename_folder(const std::string& from, const std::string& to) {
-  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
-  if (errno != EINVAL && errno != ENOSYS) return errno;
-  // a file system that can't do so, NFS for example: only an empty folder would be replaced
-  return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
-}
-
 Refusal move_folder(const std::string& root, const FormChange& change) {
   if (const Refusal refusal = make_folders_above(root, change.to)) return refusal;
-  if (const int error = rename_folder(change.from, change.to))
+  if (const int error = rename_to_new(change.from, change.to))
     return system_refusal(change.from, "can't be moved to " + change.to, error);
   // the new name first: one of the two names is on the disk whenever the power fails
   int error = synchronise(folder_above(change.to));
@@ -81,6 +73,7 @@ Refusal plan_form_change(const std::string& root, const EmailAddress& address, F
   else
     change.to = is_hashed(root, change.from) ? user.plain_prefpath() : change.from;
   if (const Refusal refusal = check_single(address, change.from)) return refusal;
+  if (exists(in_folder(change.from, user_lock_name))) return locked_refusal(change.from);
   return change.is_needed() ? check_link(change.from) : Refusal();
 }
 

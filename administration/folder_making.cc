@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 
 #include "system/descriptor.h"
@@ -63,6 +64,13 @@ Refusal make_lasting_folder(const std::string& path) {
     error = synchronise(folder);
   }
   return error == 0 ? Refusal() : system_refusal(path, "made, but perhaps not on the disk", error);
+}
+
+int rename_to_new(const std::string& from, const std::string& to) {
+  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+  // a file system that can't do so, NFS for example: no folder with anything in it is replaced
+  return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
 }  // namespace Quarrow::Administration

@@ -26,6 +26,10 @@ int synchronise(const std::string& folder);
 // in the folder above: mail that was delivered there must not be lost with a folder.
 Refusal make_lasting_folder(const std::string& path);
 
+// Gives the folder `from` the name `to`, which nothing has. 0, or the errno; EEXIST or ENOTEMPTY
+// where there is something.
+int rename_to_new(const std::string& from, const std::string& to);
+
 }  // namespace Quarrow::Administration
 
 #endif  // QUARROW_ADMINISTRATION_FOLDER_MAKING_H_

@@ -15,6 +15,7 @@ struct Refusal {
     // what was asked for
     no_address,        // the user's name is no mail address
     no_such_user,      // the user has no folder
+    user_exists,       // the user has a folder already
     has_mail,          // a user who has mail is not removed
     no_such_filter,    // the user has no filter of that number
     ambiguous_filter,  // several filters have that name
@@ -44,6 +45,9 @@ struct Refusal {
     unreadable_part,   // a part of the rules document can't be loaded
     damaged_history,   // the history of the rules can't be read in full
     foreign_script,    // the user has a script that was not made from filters
+    locked,            // the user is being moved to another machine
+    not_locked,        // a user is moved only while they are locked
+    wrong_archive,     // an archive of a user that can't be taken
 
     // what the system said
     missing,        // a file or folder that must be there

@@ -34,6 +34,20 @@ TEST_F(RulesCommitTest, RefusesRulesThatDoNotCompile) {
   EXPECT_FALSE(std::filesystem::exists(script_));
 }
 
+TEST_F(RulesCommitTest, RefusesAChangeOfAUserWhoIsMoved) {
+  commit_one_rule();
+  const std::string document = content_of(document_);
+  write_file(folder_ + "/.quarrow_lock", "");
+  RulesTransaction rules(alice);
+  ASSERT_EQ("", said(rules.open()));
+  EXPECT_EQ(Kind::locked, rules.check_commit().kind);
+  expect_refusal(
+      Kind::locked, folder_,
+      "nothing was changed, since the user is being moved to another machine; try again later",
+      add_rule(rules));
+  EXPECT_EQ(document, content_of(document_));
+}
+
 TEST_F(RulesCommitTest, RefusesAFolderThatMayNotBeWritten) {
   commit_one_rule();
   expect_refusal(Kind::not_permitted, folder_, "nothing was changed: Permission denied",

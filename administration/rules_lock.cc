@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "message_filters/user_files.h"
 #include "system/regular_file.h"
 
 namespace Quarrow::Administration {
@@ -17,7 +18,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Kind = Refusal::Kind;
 
-constexpr char lock_name[] = ".delivery_filter.lock";
 constexpr mode_t for_owner = 0600;
 constexpr int pause_ms = 5;  // between two attempts
 
@@ -48,9 +48,9 @@ bool belongs_to(uid_t owner, int fd) {
 }  // namespace
 
 Refusal RulesLock::open_file(const UserFolder& folder) {
-  file_.emplace(open_regular_at(folder.fd(), lock_name, flags_for(folder), for_owner));
+  file_.emplace(open_regular_at(folder.fd(), rules_lock_name, flags_for(folder), for_owner));
   const int error = errno;
-  const std::string path = folder.file(lock_name);
+  const std::string path = folder.file(rules_lock_name);
   if (may_change() && !belongs_to(folder.owner(), file_->get()))
     return {Kind::not_permitted, path, "belongs to another user than the folder; remove it"};
   if (may_change() || lacks_rights(error) || error == ENOENT) return {};

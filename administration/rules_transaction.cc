@@ -11,6 +11,7 @@
 
 #include "administration/document_loss.h"
 #include "administration/guarded_process.h"
+#include "administration/locked_user.h"
 #include "administration/rule_check.h"
 #include "administration/rules_replacement.h"
 #include "administration/rules_text.h"
@@ -274,6 +275,7 @@ std::vector<RulesDifference> RulesTransaction::changes() const {
 // Nothing is written but the texts that were checked here.
 Refusal RulesTransaction::make_texts(const CommitConsent& consent, RulesTexts& texts) const {
   if (!folder_.is_open()) return system_refusal(folder_.path(), "nothing was changed", ENOENT);
+  if (const Refusal refusal = check_unlocked(folder_)) return refusal;
   if (const Refusal refusal = check_revision(consent.if_revision)) return refusal;
   if (const Refusal refusal = check_writable(folder_)) return refusal;
   if (!lock_.may_change())

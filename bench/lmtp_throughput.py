@@ -49,24 +49,32 @@ def as_data(message):
 class Load:
     """The program that delivers: so many at a time, spread over the users."""
 
-    def __init__(self, build, folder, data):
+    def __init__(self, build, folder, messages):
         self.program = build.resolve() / "bench" / "delivery_load"
         self.messages = folder / "messages"
         self.messages.mkdir()
-        for number, text in enumerate(data):
-            (self.messages / f"{number:06}").write_bytes(text)
+        for number, message in enumerate(messages):
+            (self.messages / f"{number:06}").write_bytes(as_data(message))
+
+    def start(self, kind, place, connections, users):
+        return subprocess.Popen([self.program, kind, place, str(connections), str(DELIVERIES),
+                                 self.messages, *users], stdout=subprocess.PIPE)
+
+    def rate_of(self, started):
+        """Deliveries a second, once it has ended."""
+        output, _ = started.communicate()
+        if started.returncode != 0:
+            sys.exit(f"{self.program}: exit status {started.returncode}")
+        return float(output)
 
     def rate(self, kind, place, connections, users):
-        """Deliveries a second."""
-        done = subprocess.run([self.program, kind, place, str(connections), str(DELIVERIES),
-                               self.messages, *users], check=True, stdout=subprocess.PIPE)
-        return float(done.stdout)
+        return self.rate_of(self.start(kind, place, connections, users))
 
 
-def verdicts(path, home, data):
+def verdicts(path, home, messages):
     client = Client(path)
-    for each in data:
-        client.deliver(FIRST_USER, each)
+    for message in messages:
+        client.deliver(FIRST_USER, as_data(message))
     client.close()
     return peers.filed(home(FIRST_USER) / "Maildir")
 
@@ -120,7 +128,7 @@ def is_on_disk(call):
         call.startswith("openat(") and ("O_CREAT" in call or "O_TMPFILE" in call))
 
 
-def count_calls(server, data):
+def count_calls(server, messages):
     if not shutil.which("strace"):
         print("system calls not counted: strace is absent")
         return
@@ -132,7 +140,8 @@ def count_calls(server, data):
             strace.stderr.readline()  # "Process ... attached"
         client = Client(server.socket)
         for number in range(COUNTED_DELIVERIES):
-            client.deliver(USERS[number % len(USERS)], data[number % len(data)])
+            client.deliver(USERS[number % len(USERS)],
+                           as_data(messages[number % len(messages)]))
         client.close()
         strace.terminate()
     counts = collections.Counter()
@@ -152,7 +161,7 @@ def main(arguments):
                        dovecot_lmtpd="/usr/lib/dovecot/lmtp")
     peers.skip_without_root()
     mail = pathlib.Path(arguments[1]) if len(arguments) == 2 else peers.EXAMPLE_MAIL
-    data = [as_data(message) for message in peers.messages_of(mail)]
+    messages = peers.messages_of(mail)
     with peers.temporary_folder() as name, contextlib.ExitStack() as servers:
         folder = pathlib.Path(name)
         quarrow, dovecot = peers.Quarrow(pathlib.Path(arguments[0]), folder), peers.Dovecot(
@@ -165,11 +174,11 @@ def main(arguments):
             servers.callback(each.stop)
             each.start()
             wait_until_ready(each.socket)
-        peers.check_verdicts(verdicts(server.socket, quarrow.home, data),
-                             dovecot=verdicts(dovecot.socket, dovecot.home, data))
-        load = Load(pathlib.Path(arguments[0]), folder, data)
+        peers.check_verdicts(verdicts(server.socket, quarrow.home, messages),
+                             dovecot=verdicts(dovecot.socket, dovecot.home, messages))
+        load = Load(pathlib.Path(arguments[0]), folder, messages)
         compare(server, dovecot.socket, bare_maildirs(folder / "bare"), load)
-        count_calls(server, data)
+        count_calls(server, messages)
 
 
 if __name__ == "__main__":

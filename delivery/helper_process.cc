@@ -1,26 +1,19 @@
 // Setting a helper process up, and its loop over requests.
 #include "delivery/helper_process.h"
 
-#include <fcntl.h>
 #include <sched.h>
-#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cinttypes>
 #include <csignal>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <fstream>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "delivery/charset_preloading.h"
 #include "delivery/execution_form.h"
@@ -31,14 +24,15 @@
 #include "delivery/wire.h"
 #include "system/descriptor.h"
 #include "system/descriptor_passing.h"
+#include "system/inheritance.h"
 #include "system/memory_file.h"
 
 namespace Quarrow::Delivery {
 namespace {
 
 // The descriptors of a helper: the first numbers after the standard ones.
-constexpr int helper_socket = 3;
-constexpr int helper_file = 4;
+constexpr int helper_socket = first_kept_descriptor;
+constexpr int helper_file = helper_socket + 1;
 
 // Making it takes a millisecond.
 const SystemCallFilter& system_call_filter() {
@@ -64,22 +58,6 @@ void evaluate_once() {
   (void)ScriptRunner(script, 1).run("keep;", "", 0, 0);
 }
 
-bool use_dev_null() {
-  const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
-  if (null < 0) return false;
-  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
-    if (dup2(null, fd) < 0) return false;
-  return true;
-}
-
-// Leaves only the socket, as `helper_socket`, and the standard descriptors, which lead nowhere.
-bool shed_descriptors(int socket) {
-  // Two steps, since the socket's number may be one of those that are given away.
-  const int kept = fcntl(socket, F_DUPFD, helper_socket + 1);
-  if (kept < 0 || !use_dev_null() || dup2(kept, helper_socket) < 0) return false;
-  return close_range(helper_socket + 1, ~0U, 0) == 0;
-}
-
 // The process ends with its evaluator, and not by a signal that is meant for the evaluator: a
 // server that is told to stop first finishes the messages that it is working on.
 void ignore_signals() {
@@ -93,31 +71,12 @@ bool die_with(pid_t evaluator) {
   return prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) == 0 && getppid() == evaluator;
 }
 
-// Memory that others may write, such as a server's counters, must not be there for a message that
-// has taken the helper over.
-bool drop_shared_memory() {
-  std::ifstream maps("/proc/self/maps");
-  std::vector<std::pair<std::uintptr_t, std::uintptr_t>> shared;
-  for (std::string line; std::getline(maps, line);) {
-    std::uintptr_t start = 0;
-    std::uintptr_t end = 0;
-    char rights[5] = "";
-    // NOLINTNEXTLINE(cert-err34-c): the kernel writes addresses
-    if (std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR " %4s", &start, &end, rights) != 3)
-      return false;
-    if (rights[1] == 'w' && rights[3] == 's') shared.emplace_back(start, end);
-  }
-  const bool was_read = maps.eof();
-  return was_read && std::all_of(shared.begin(), shared.end(), [](const auto& part) {
-           return munmap(reinterpret_cast<void*>(part.first), part.second - part.first) == 0;
-         });
-}
-
 // All that a new process of an evaluator gives up once and for all, for itself and for the
-// processes that it makes.
+// processes that it makes. A message that has taken the helper over must not find memory that
+// others see.
 bool leave_everything(int socket, pid_t evaluator, const EvaluatorLimits& limits) {
   ignore_signals();
-  return die_with(evaluator) && drop_shared_memory() && shed_descriptors(socket) &&
+  return die_with(evaluator) && drop_shared_memory() && keep_descriptors({socket}) &&
          confine(limits.memory, script_limit);
 }
 

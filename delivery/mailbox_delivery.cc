@@ -2,12 +2,14 @@
 #include "quarrow/delivery/mailbox_delivery.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <ctime>
 #include <exception>
 
 #include "delivery/delivery_journal.h"
 #include "delivery/folder_name.h"
 #include "delivery/header_end.h"
+#include "delivery/user_lock.h"
 #include "message_filters/mailbox_name.h"
 #include "message_filters/user_files.h"
 #include "quarrow/delivery/maildir_store.h"
@@ -73,19 +75,33 @@ class Storing {
     report_.status = complete ? Report::Status::delivered : Report::Status::temporary_failure;
   }
 
+  // Removes the message from all folders that have it.
+  void take_back() {
+    Report report;
+    report.user_is_locked = true;
+    report.note = locked_note;
+    for (const Stored& each : stored_)
+      if (const auto result = store_.take_back(each.folder, each.name); !result)
+        add_text("can't take the message back: " + result.reason, "; ", report.note);
+    report_ = std::move(report);
+  }
+
  private:
   bool store(const Target& target) {
     Report stored = report_;  // made ahead: behind the storing, memory must not be short
     stored.folders.push_back(target.mailbox);
     add_text(target.action, ",", stored.action);
-    const auto result = store_.store(target.folder, message_);
+    stored_.push_back({target.folder, ""});
+    auto result = store_.store(target.folder, message_);
     if (target.folder.empty()) inbox_ = result ? Inbox::has_it : Inbox::failed;
     if (!result) {
+      stored_.pop_back();
       add_failure("can't store in " + MessageFilters::readable_mailbox_name(target.mailbox) + ": " +
                       result.reason,
                   report_);
       return false;
     }
+    stored_.back().name = std::move(result.name);
     report_ = std::move(stored);
     return true;
   }
@@ -99,11 +115,28 @@ class Storing {
 
   enum class Inbox { untried, has_it, failed };
 
+  // A folder that has the message, and the file's name there.
+  struct Stored {
+    std::string folder;
+    std::string name;
+  };
+
   const MaildirStore& store_;
   const MessageFile& message_;
   Report& report_;
+  std::vector<Stored> stored_;
   Inbox inbox_ = Inbox::untried;
 };
+
+// Whether the user may have been locked while the message was stored.
+//
+// No delivery takes a lock. Whoever looks up a user looks for the lock, and once more here, between
+// the storing and the success. Where it is not there, the message was stored before the user was
+// locked, and a copy of the folder that is begun later has it. Where it is there, a copy may have
+// missed the message, and the success must not be told.
+bool is_locked_by_now(const Recipient& recipient) {
+  return look_for_user_lock(recipient.folder) != ENOENT;
+}
 
 // Evaluation and plan in the terms of a report, and the message stored where they say.
 Report carry_out(const Evaluation& evaluation, const Recipient& recipient,
@@ -122,7 +155,10 @@ Report carry_out(const Evaluation& evaluation, const Recipient& recipient,
     report.action = "discard";
   } else {
     const MaildirStore store(in_folder(recipient.folder, maildir_name), host_name);
-    Storing(store, message, report).store_all(targets_of(plan, recipient, report));
+    Storing storing(store, message, report);
+    storing.store_all(targets_of(plan, recipient, report));
+    if (report.status == Report::Status::delivered && is_locked_by_now(recipient))
+      storing.take_back();
   }
   return report;
 }
@@ -161,7 +197,7 @@ Report deliver(const Recipient& recipient, const MessageFile& message, std::time
   // Now, since storing takes a while, in which the rules may change.
   const std::string revision = revision_for_journal(recipient);
   Report report = carry_out(evaluation, recipient, message, host_name);
-  note(recipient, message, revision, report);
+  if (!report.user_is_locked) note(recipient, message, revision, report);
   return report;
 }
 

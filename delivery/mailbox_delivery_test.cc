@@ -114,6 +114,26 @@ TEST_F(MailboxDelivery, LeavesInTheInboxWhatCouldNotBeEvaluated) {
   EXPECT_EQ(1U, count_in(""));
 }
 
+TEST_F(MailboxDelivery, TakesBackTheMessageOfAUserWhoWasLockedMeanwhile) {
+  const Recipient alice{user_, "", FolderDots::inbox, true};
+  const auto deliver_and_lock = [&](const Evaluation& evaluation) {
+    return deliver(alice, message_.file(), 7, "host",
+                   [&](int, std::uint64_t, std::time_t, const std::string&) {
+                     write_file(user_ + "/.quarrow_lock", "");
+                     return evaluation;
+                   });
+  };
+  const Report report = deliver_and_lock(evaluation_of({file_into("A"), keep()}));
+  EXPECT_EQ(Status::temporary_failure, report.status);
+  EXPECT_TRUE(report.user_is_locked);
+  EXPECT_EQ(Names{}, report.folders);
+  EXPECT_EQ("the user is being moved to another machine", report.note);
+  EXPECT_EQ(0U, count_in(".A"));
+  EXPECT_EQ(0U, count_in(""));
+  EXPECT_EQ("(no file)", content_of(user_ + "/.delivery_journal"));
+  EXPECT_EQ(Status::discarded, deliver_and_lock(evaluation_of({discard()})).status);
+}
+
 TEST_F(MailboxDelivery, TellsAUserWithoutRulesFromAFailure) {
   EXPECT_EQ(InboxReason::no_rule, deliver_after(evaluation_of({})).inbox_reason);
   EXPECT_EQ(InboxReason::no_script,

@@ -203,14 +203,21 @@ int make_folder(const std::string& maildir, const std::string& folder) {
   return 0;
 }
 
-int store_in_folder(const std::string& maildir, const std::string& folder, const NewName& new_name,
-                    const MessageFile& message) {
+// Does `work` with the open folder `folder` of the Maildir.
+int in_open_folder(const std::string& maildir, const std::string& folder,
+                   const std::function<int(int)>& work) {
   const Descriptor parent(open_directory(AT_FDCWD, maildir.c_str()));
   if (parent.get() < 0) return errno;
-  if (folder.empty()) return store_in(parent.get(), new_name, message);
+  if (folder.empty()) return work(parent.get());
   const Descriptor directory(open_directory(parent.get(), folder.c_str()));
   if (directory.get() < 0) return errno;
-  return store_in(directory.get(), new_name, message);
+  return work(directory.get());
+}
+
+int remove_from(int directory, const std::string& name) {
+  const Descriptor target(open_directory(directory, "new"));
+  if (target.get() < 0) return errno;
+  return errno_unless(unlinkat(target.get(), name.c_str(), 0) == 0);
 }
 
 }  // namespace
@@ -238,13 +245,25 @@ MaildirStore::MaildirStore(std::string maildir, const std::string& host_name, Un
 MaildirStore::Result MaildirStore::store(const std::string& folder,
                                          const MessageFile& message) const {
   const std::uint64_t size = message.added_headers.size() + message.size;
-  const auto new_name = [&] { return unique_() + '.' + host_ + ",S=" + std::to_string(size); };
-  int error = store_in_folder(maildir_, folder, new_name, message);
+  std::string name;
+  const auto new_name = [&] {
+    return name = unique_() + '.' + host_ + ",S=" + std::to_string(size);
+  };
+  const auto store = [&](int directory) { return store_in(directory, new_name, message); };
+  int error = in_open_folder(maildir_, folder, store);
   if (error == ENOENT) {  // made only now: mostly all is there
     error = make_folder(maildir_, folder);
-    if (error == 0) error = store_in_folder(maildir_, folder, new_name, message);
+    if (error == 0) error = in_open_folder(maildir_, folder, store);
   }
-  return result(folder, error);
+  if (error != 0) return result(folder, error);
+  return {"", std::move(name)};
+}
+
+MaildirStore::Result MaildirStore::take_back(const std::string& folder,
+                                             const std::string& name) const {
+  return result(folder, in_open_folder(
+                            maildir_, folder,
+                            [&name](int directory) { return remove_from(directory, name); }));
 }
 
 MaildirStore::Result MaildirStore::make(const std::string& folder) const {

@@ -80,6 +80,18 @@ TEST_F(MaildirStoreTest, MakesAFolderAndSubscribesToIt) {
   EXPECT_EQ((Names{".A.B", "cur", "new", "subscriptions", "tmp"}), names_in(path()));
 }
 
+TEST_F(MaildirStoreTest, TakesBackTheMessageThatItStored) {
+  for (const char* folder : {"", ".A.B"}) {
+    expect_stored(folder);
+    const Names before = names_in(path(folder) + "/new");
+    const auto stored = put(folder);
+    EXPECT_EQ(2U, names_in(path(folder) + "/new").size());
+    EXPECT_TRUE(store().take_back(folder, stored.name));
+    EXPECT_EQ(before, names_in(path(folder) + "/new"));
+    EXPECT_FALSE(store().take_back(folder, stored.name));
+  }
+}
+
 const struct {
   const char* before;
   const char* after;

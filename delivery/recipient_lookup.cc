@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "delivery/user_lock.h"
 #include "host/zvellparser/ascii_case.h"
 
 namespace Quarrow::Delivery {
@@ -39,7 +40,7 @@ RecipientLookup look_up_exactly(const std::string& address) {
   if (error == ENOENT) return {Result::unknown, {}, {}, {}, {}};
   if (error != 0) return unavailable(folder, std::strerror(error));
   if (!S_ISDIR(status.st_mode)) return unavailable(folder, "not a folder");
-  return {Result::found, folder, {}, {}, address};
+  return {Result::found, folder, {}, {}, address, look_for_user_lock(folder) == 0};
 }
 
 // Why `sign` does not show that the disk is mounted; empty when it does.

@@ -28,6 +28,7 @@ struct RecipientLookup {
   std::string object;  // unavailable: the path that can't be looked at
   std::string reason;  // unavailable: why not, for a person
   std::string user;  // found: the user's address, without the extension that it may have come with
+  bool is_locked = false;  // found: the user is being moved, and their mail has to wait
 };
 
 // What of a user's address counts when the user is looked up.

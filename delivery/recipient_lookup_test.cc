@@ -75,6 +75,17 @@ class LookUpRecipient : public testing::Test {
   const TemporaryFolder root_;
 };
 
+TEST_F(LookUpRecipient, KnowsUsersWhoAreLocked) {
+  EXPECT_FALSE(look_up("alice@example.org").is_locked);
+  root_.write("example.org/alice/.quarrow_lock", "");
+  for (const char* const address : {"alice@example.org", "alice+lists@example.org"}) {
+    const RecipientLookup lookup = look_up(address);
+    EXPECT_EQ(Result::found, lookup.result) << address;
+    EXPECT_TRUE(lookup.is_locked) << address;
+  }
+  EXPECT_FALSE(look_up("bob+lists@example.org").is_locked);
+}
+
 TEST_F(LookUpRecipient, KnowsUsersByTheirFolders) {
   for (const auto& c : lookups) {
     const RecipientLookup lookup = look_up(c.address);

@@ -12,7 +12,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -56,9 +58,14 @@ struct ConditionalCall {
 
 scmp_datum_t datum(int value) { return static_cast<scmp_datum_t>(value); }
 
-std::vector<ConditionalCall> conditional_calls(int socket, int writable_file) {
+// What a process may do to the memory that it has: no code is made.
+const ConditionalCall mapping = {SCMP_SYS(mmap), {2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0}};
+
+// The calls of a process with a socket and a file that it writes.
+std::vector<ConditionalCall> calls_for_packets(int socket, int writable_file) {
   const scmp_datum_t writing = datum(O_ACCMODE | O_CREAT | O_TRUNC | O_APPEND);
-  return {{SCMP_SYS(recvfrom), {0, SCMP_CMP_EQ, datum(socket), 0}},
+  return {mapping,
+          {SCMP_SYS(recvfrom), {0, SCMP_CMP_EQ, datum(socket), 0}},
           {SCMP_SYS(sendto), {0, SCMP_CMP_EQ, datum(socket), 0}},
           {SCMP_SYS(pwrite64), {0, SCMP_CMP_EQ, datum(writable_file), 0}},
           {SCMP_SYS(ftruncate), {0, SCMP_CMP_EQ, datum(writable_file), 0}},
@@ -66,22 +73,50 @@ std::vector<ConditionalCall> conditional_calls(int socket, int writable_file) {
           {SCMP_SYS(close), {0, SCMP_CMP_GT, datum(std::max(socket, writable_file)), 0}},
           {SCMP_SYS(open), {1, SCMP_CMP_MASKED_EQ, writing, O_RDONLY}},
           {SCMP_SYS(openat), {2, SCMP_CMP_MASKED_EQ, writing, O_RDONLY}},
-          {SCMP_SYS(mmap), {2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0}},
           {SCMP_SYS(mprotect), {2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0}}};
 }
 
-Filter rules(int socket, int writable_file) {
+// The calls of a process that serves the clients of a listening socket.
+std::vector<ConditionalCall> calls_for_clients(int listener) {
+  return {mapping,
+          {SCMP_SYS(accept4), {0, SCMP_CMP_EQ, datum(listener), 0}},
+          {SCMP_SYS(recvfrom), {0, SCMP_CMP_GT, datum(listener), 0}},
+          {SCMP_SYS(sendto), {0, SCMP_CMP_GT, datum(listener), 0}},
+          {SCMP_SYS(close), {0, SCMP_CMP_GT, datum(listener), 0}}};
+}
+
+// Waiting, and noting signals.
+const int calls_for_waiting[] = {SCMP_SYS(poll), SCMP_SYS(ppoll), SCMP_SYS(rt_sigpending)};
+
+// What libraries try on the way, and do without.
+const int calls_for_nothing[] = {SCMP_SYS(mprotect), SCMP_SYS(open), SCMP_SYS(openat)};
+
+template <typename Calls>
+bool answer(const Filter& filter, std::uint32_t action, const Calls& calls) {
+  return std::all_of(
+      std::begin(calls), std::end(calls),
+      [&](int call) { return seccomp_rule_add(filter.get(), action, call, 0) == 0; });
+}
+
+// Rules that allow the harmless calls and `calls`.
+Filter rules(const std::vector<ConditionalCall>& calls) {
   Filter filter(seccomp_init(SCMP_ACT_KILL_PROCESS));
   if (!filter) return nullptr;
   // As a binary tree, which the kernel goes through for each possible call when it takes the
   // filter.
   bool added = seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_OPTIMIZE, 2) == 0;
-  for (const int call : harmless_calls)
-    added &= seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, call, 0) == 0;
-  for (const ConditionalCall& call : conditional_calls(socket, writable_file)) {
+  added &= answer(filter, SCMP_ACT_ALLOW, harmless_calls);
+  for (const ConditionalCall& call : calls) {
     added &=
         seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, call.number, 1, &call.condition) == 0;
   }
+  return added ? std::move(filter) : nullptr;
+}
+
+Filter rules_for_listener(int listener) {
+  Filter filter = rules(calls_for_clients(listener));
+  const bool added = filter && answer(filter, SCMP_ACT_ALLOW, calls_for_waiting) &&
+                     answer(filter, SCMP_ACT_ERRNO(EACCES), calls_for_nothing);
   return added ? std::move(filter) : nullptr;
 }
 
@@ -135,7 +170,11 @@ bool confine(std::uint64_t memory, std::uint64_t file_size) {
 }
 
 SystemCallFilter::SystemCallFilter(int socket, int writable_file)
-    : program_(compile(rules(socket, writable_file))) {}
+    : program_(compile(rules(calls_for_packets(socket, writable_file)))) {}
+
+SystemCallFilter SystemCallFilter::for_listener(int listener) {
+  return SystemCallFilter(compile(rules_for_listener(listener)));
+}
 
 bool SystemCallFilter::apply() const {
   const sock_fprog program = {static_cast<unsigned short>(program_.size()),

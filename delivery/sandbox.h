@@ -5,6 +5,7 @@
 #include <linux/filter.h>
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace Quarrow::Delivery {
@@ -19,11 +20,16 @@ bool has_landlock();
 // has Landlock: EACCES. Files in memory stay open to a process. False when that was not possible.
 bool confine(std::uint64_t memory, std::uint64_t file_size);
 
-// The system calls that a process keeps, compiled for the kernel: they let it compute, use its own
-// two descriptors, and read others that it has. Any other call ends the process with SIGSYS. It can
-// make no process, run nothing, and open nothing for writing.
+// The system calls that a process keeps, compiled for the kernel: they let it compute, use
+// descriptors of its own, and read others that it has. Any other call ends the process with SIGSYS.
+// It can make no process, run nothing, and open nothing for writing.
 class SystemCallFilter {
  public:
+  // For a process that accepts connections from `listener` alone, and converses on them, with
+  // numbers above that. It can connect to nothing; opening files, and changing the rights to
+  // memory, fails with EACCES.
+  static SystemCallFilter for_listener(int listener);
+
   // `socket` is the only socket that is received from and sent to, and `writable_file` the only
   // file that is written. Descriptors above both are not the process's own: it may close them.
   SystemCallFilter(int socket, int writable_file);
@@ -33,6 +39,8 @@ class SystemCallFilter {
   bool apply() const;
 
  private:
+  explicit SystemCallFilter(std::vector<sock_filter> program) : program_(std::move(program)) {}
+
   std::vector<sock_filter> program_;  // empty: could not be compiled
 };
 

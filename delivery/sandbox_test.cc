@@ -104,5 +104,88 @@ TEST(Sandbox, MemoryIsLimited) {
   EXPECT_EQ(0, WEXITSTATUS(status));
 }
 
+// A process that serves clients, with a socket to listen at, one to accept no connection from, and
+// one with a client.
+struct ServerSockets {
+  ServerSockets() {
+    for (int* const socket : {&listener, &other_listener}) {
+      *socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
+      EXPECT_EQ(0, bind(*socket, &no_name, sizeof no_name.sa_family));
+      EXPECT_EQ(0, listen(*socket, 1));
+    }
+    EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, client));
+  }
+  ~ServerSockets() {
+    for (const int socket : {listener, other_listener, client[0], client[1]}) (void)close(socket);
+  }
+
+  const sockaddr no_name = {AF_UNIX, {}};  // the kernel chooses one
+  int listener = -1;
+  int other_listener = -1;
+  int client[2] = {-1, -1};
+};
+
+using ServerDeed = int (*)(const ServerSockets& sockets);
+
+int status_of(ServerDeed deed) {
+  const ServerSockets sockets;
+  const pid_t child = fork();
+  if (child == 0) {
+    const auto filter = SystemCallFilter::for_listener(sockets.listener);
+    _exit(confine(200 << 20, 0) && filter.apply() ? deed(sockets) : could_not_confine);
+  }
+  int status = 0;
+  EXPECT_EQ(child, waitpid(child, &status, 0));
+  return status;
+}
+
+const struct {
+  const char* name;
+  ServerDeed deed;
+} deeds_forbidden_to_servers[] = {
+    {"socket", [](const ServerSockets&) { return socket(AF_UNIX, SOCK_STREAM, 0); }},
+    {"connect",
+     [](const ServerSockets& s) { return connect(s.client[0], &s.no_name, sizeof s.no_name); }},
+    {"accept from another socket",
+     [](const ServerSockets& s) { return accept4(s.other_listener, nullptr, nullptr, 0); }},
+    {"close its listening socket", [](const ServerSockets& s) { return close(s.listener); }},
+    {"duplicate", [](const ServerSockets& s) { return dup2(s.client[0], s.listener); }},
+    {"write to a file",
+     [](const ServerSockets&) { return static_cast<int>(write(STDERR_FILENO, "x", 1)); }},
+    {"fork", [](const ServerSockets&) { return static_cast<int>(fork()); }},
+    {"exec", [](const ServerSockets&) { return execl("/bin/true", "true", nullptr); }},
+    {"unlink", [](const ServerSockets&) { return unlink("/nowhere"); }},
+    {"kill", [](const ServerSockets&) { return kill(getppid(), 0); }}};
+
+TEST(ServerSandbox, EndsAProcessThatDoesWhatItMayNot) {
+  for (const auto& c : deeds_forbidden_to_servers) {
+    const int status = status_of(c.deed);
+    EXPECT_TRUE(WIFSIGNALED(status)) << c.name << ": status " << WEXITSTATUS(status);
+    EXPECT_EQ(SIGSYS, WTERMSIG(status)) << c.name;
+  }
+}
+
+TEST(ServerSandbox, RefusesFilesAndOtherRightsToMemory) {
+  const int status = status_of([](const ServerSockets&) {
+    if (open("/etc/passwd", O_RDONLY) >= 0 || errno != EACCES) return 1;
+    void* const page = mmap(nullptr, 4096, PROT_READ, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (page == MAP_FAILED) return 2;
+    return mprotect(page, 4096, PROT_READ | PROT_WRITE) != 0 && errno == EACCES ? 0 : 3;
+  });
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(0, WEXITSTATUS(status));
+}
+
+TEST(ServerSandbox, LetsItServeClients) {
+  const int status = status_of([](const ServerSockets& s) {
+    char byte = 0;
+    if (accept4(s.listener, nullptr, nullptr, 0) >= 0 || errno != EAGAIN) return 1;
+    if (send(s.client[0], "x", 1, 0) != 1 || recv(s.client[1], &byte, 1, 0) != 1) return 2;
+    return close(s.client[0]);
+  });
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(0, WEXITSTATUS(status));
+}
+
 }  // namespace
 }  // namespace Quarrow::Delivery

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <set>
 
+#include "administration/locked_user.h"
 #include "administration/rules_lock.h"
 #include "administration/rules_transaction.h"
 #include "administration/user_folder.h"
@@ -66,6 +67,8 @@ class Repair {
     if (!folder.is_open()) return "there is no folder any more";
     if (const Refusal refusal =
             Administration::RulesLock::take_to_read(folder, Administration::lock_patience))
+      return refusal.object + ": " + refusal.reason;
+    if (const Refusal refusal = Administration::check_unlocked(folder))
       return refusal.object + ": " + refusal.reason;
     std::string failed;
     for (const Finding& finding : findings)

@@ -52,6 +52,14 @@ TEST_F(RepairTest, ChangesNothingOfWhatIsInOrder) {
   EXPECT_EQ(2, std::distance(fs::directory_iterator(folder_), fs::directory_iterator()));
 }
 
+TEST_F(RepairTest, MendsNothingOfAUserWhoIsMoved) {
+  fs::remove(path(".delivery_filter"));
+  write(".quarrow_lock", "");
+  EXPECT_NE(std::string::npos, repaired().find("is being moved"));
+  EXPECT_FALSE(fs::exists(path(".delivery_filter")));
+  EXPECT_EQ("", copies());
+}
+
 TEST_F(RepairTest, MakesAScriptThatIsMissing) {
   fs::remove(path(".delivery_filter"));
   EXPECT_EQ("", repaired());

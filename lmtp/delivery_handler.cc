@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "delivery/message_id.h"
+#include "delivery/user_lock.h"
 #include "server/log.h"
 
 namespace Quarrow::Lmtp {
@@ -22,7 +23,10 @@ using Server::log_error;
 
 const Reply try_again{451, "4.3.0", "The message can't be delivered now"};
 
+const Reply locked{450, "4.2.1", "The user is being moved to another machine; try again later"};
+
 Reply reply_to(const Report& report) {
+  if (report.user_is_locked) return locked;
   switch (report.status) {
     case Report::Status::delivered:
       return {250, "2.0.0", "Delivered"};
@@ -37,6 +41,7 @@ Reply reply_to(const Report& report) {
 }
 
 Severity severity_of(const Report& report) {
+  if (report.user_is_locked) return Severity::information;
   if (report.status == Report::Status::temporary_failure) return Severity::error;
   return report.inbox_reason == InboxReason::failure ? Severity::warning : Severity::information;
 }
@@ -52,28 +57,34 @@ void log(const DeliveryRecord& record) {
   }
 }
 
-// For a user whose folder went away between RCPT and the end of the message.
+// For a user who was locked, or whose folder went away, between RCPT and the end of the message.
 Report gone_since_accepted(const RecipientLookup& lookup) {
   Report report;
-  report.note = lookup.result == RecipientLookup::Result::unknown
-                    ? "the user has no folder any more"
-                    : lookup.object + ": " + lookup.reason;
+  report.user_is_locked = lookup.is_locked;
+  if (lookup.is_locked)
+    report.note = Delivery::locked_note;
+  else if (lookup.result == RecipientLookup::Result::unknown)
+    report.note = "the user has no folder any more";
+  else
+    report.note = lookup.object + ": " + lookup.reason;
   return report;
 }
 
 }  // namespace
 
 DeliveryHandler::DeliveryHandler(Places places, Delivery::Evaluate evaluate,
-                                 DeliveryCounters& metrics)
+                                 DeliveryCounters& metrics, std::string client)
     : places_(std::move(places)),
       evaluate_(std::move(evaluate)),
       metrics_(metrics),
+      client_(std::move(client)),
       spool_(places_.spool, places_.most_in_memory) {}
 
 Reply DeliveryHandler::check_recipient(const std::string& recipient) {
   const RecipientLookup lookup = look_up(recipient);
   switch (lookup.result) {
     case RecipientLookup::Result::found:
+      if (lookup.is_locked) return locked;
       return {250, "2.1.5", "Recipient accepted"};
     case RecipientLookup::Result::unknown:
       metrics_.add(Counter::unknown_recipient);
@@ -108,6 +119,7 @@ Reply DeliveryHandler::deliver(const Envelope& envelope, const std::string& reci
   DeliveryRecord record;
   record.user = recipient;
   record.recipient = recipient;
+  record.client = client_;
   Reply reply;
   try {
     reply = deliver_unless_it_loops(envelope, recipient, record);
@@ -155,7 +167,8 @@ RecipientLookup DeliveryHandler::look_up(const std::string& recipient) const {
 
 Report DeliveryHandler::deliver_to(const Envelope& envelope, const RecipientLookup& lookup,
                                    const std::string& headers) {
-  if (lookup.result != RecipientLookup::Result::found) return gone_since_accepted(lookup);
+  if (lookup.result != RecipientLookup::Result::found || lookup.is_locked)
+    return gone_since_accepted(lookup);
   const auto timed = [this](int fd, std::uint64_t size, std::time_t received,
                             const std::string& script) {
     const auto start = Clock::now();

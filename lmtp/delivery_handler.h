@@ -35,10 +35,13 @@ struct Places {
 // is the sign that their disk is mounted.
 class DeliveryHandler : public Handler {
  public:
-  // `metrics` outlives this object.
-  DeliveryHandler(Places places, Delivery::Evaluate evaluate, DeliveryCounters& metrics);
+  // `metrics` outlives this object. The log names `client`, the address of the client that a proxy
+  // told, unless it is empty.
+  DeliveryHandler(Places places, Delivery::Evaluate evaluate, DeliveryCounters& metrics,
+                  std::string client = {});
 
-  // 250 2.1.5; 550 5.1.1 for an unknown user; 451 4.3.0 when that can't be told now.
+  // 250 2.1.5; 550 5.1.1 for an unknown user; 450 4.2.1 for a user who is being moved; 451 4.3.0
+  // when that can't be told now.
   Reply check_recipient(const std::string& recipient) override;
 
   // As users are looked up: extensions tell recipients apart, though they have one user.
@@ -48,9 +51,9 @@ class DeliveryHandler : public Handler {
   bool add(const char* data, std::size_t size) override;
 
   // 250 2.0.0 for a message that is on disk, or that a rule discards; 550 5.7.1 with the text of
-  // the rule that rejects it; 554 5.4.6 for a message that the recipient had before; 451 4.3.0 for
-  // all failures. Logs a line and counts, and warns where the user's journal was not written. The
-  // line is a warning where the message is in the inbox
+  // the rule that rejects it; 554 5.4.6 for a message that the recipient had before; 450 4.2.1 for
+  // a user who is being moved; 451 4.3.0 for all failures. Logs a line and counts, and warns where
+  // the user's journal was not written. The line is a warning where the message is in the inbox
   // after a failure, and an error where the reply is 451.
   Reply deliver(const Envelope& envelope, const std::string& recipient) override;
 
@@ -69,6 +72,7 @@ class DeliveryHandler : public Handler {
   const Places places_;
   const Delivery::Evaluate evaluate_;
   DeliveryCounters& metrics_;
+  const std::string client_;
   Spool spool_;
   EvaluationMemory evaluations_;
   std::time_t received_ = 0;

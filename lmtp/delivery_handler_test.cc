@@ -112,6 +112,16 @@ TEST_F(DeliveryHandlerTest, AUserWhoseNameHasADelimiterComesFirst) {
   EXPECT_FALSE(std::filesystem::exists(home() + "/Maildir"));
 }
 
+TEST_F(DeliveryHandlerTest, BouncesNothingWhileTheUserIsMoved) {
+  write_file(home() + "/.quarrow_lock", "");
+  for (const Reply& reply : {check(alice), deliver(done({}))}) {
+    EXPECT_EQ(450, reply.code);
+    EXPECT_EQ("4.2.1", reply.status);
+  }
+  EXPECT_FALSE(std::filesystem::exists(home() + "/Maildir"));
+  EXPECT_TRUE(counts("temporary_failures_total 1")) << metrics_.text();
+}
+
 TEST_F(DeliveryHandlerTest, BouncesNothingWhileTheUsersDiskIsMissing) {
   const std::string gone = folder_.path() + "/not-mounted";
   mailuser_set_root(gone);

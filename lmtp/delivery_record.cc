@@ -66,7 +66,9 @@ std::string log_line(const DeliveryRecord& record) {
   const std::string recipient = record.recipient == record.user || record.recipient.empty()
                                     ? ""
                                     : " recipient=" + word(record.recipient);
-  return "user=" + word(record.user) + recipient + " msgid=" + id + " rule=" + quoted(record.rule) +
+  const std::string client = record.client.empty() ? "" : " client=" + word(record.client);
+  return "user=" + word(record.user) + recipient + " msgid=" + id + client +
+         " rule=" + quoted(record.rule) +
          " action=" + word(MessageFilters::readable_mailbox_name(record.action)) +
          " took=" + std::to_string(record.took.count()) + "ms" + note;
 }

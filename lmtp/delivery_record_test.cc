@@ -29,6 +29,15 @@ TEST(DeliveryRecord, NamesTheRecipientWhereItIsNotTheUser) {
   EXPECT_EQ("user=alice@example.org msgid=<> rule=\"\" action= took=0ms", log_line(record));
 }
 
+TEST(DeliveryRecord, NamesTheClientThatAProxyTold) {
+  DeliveryRecord record;
+  record.user = "a@example.org";
+  record.client = "2001:db8::1";
+  EXPECT_EQ("user=a@example.org msgid=<> client=2001:db8::1 rule=\"\" action= took=0ms",
+            log_line(record));
+  EXPECT_TRUE(logged_delivery("quarrow-lmtpd[1] info: " + log_line(record)).has_value());
+}
+
 TEST(DeliveryRecord, ShowsFoldersAsPeopleReadThem) {
   DeliveryRecord record;
   record.action = "fileinto:Gr&APYA3w-e,fileinto:&AAo-x,keep";

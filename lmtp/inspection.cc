@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <functional>
 #include <system_error>
+#include <utility>
 
 #include "lmtp/limits.h"
 #include "system/descriptor.h"
@@ -31,7 +32,8 @@ class Inspection {
   explicit Inspection(std::vector<std::string>& faults) : faults_(faults) {}
 
   void inspect_root(const std::string& root) {
-    if (access((root + "/.").c_str(), X_OK) != 0) return add(root);
+    if (std::string fault = fault_of_root(root); !fault.empty())
+      return faults_.push_back(std::move(fault));
     (void)visit_parts(root, [this](const std::string& domain) {
       return visit_parts(domain, [this](const std::string& user) { return inspect_user(user); });
     });
@@ -92,6 +94,11 @@ class Inspection {
 };
 
 }  // namespace
+
+std::string fault_of_root(const std::string& root) {
+  if (access((root + "/.").c_str(), X_OK) == 0) return "";
+  return root + ": " + std::strerror(errno);
+}
 
 std::vector<std::string> faults_of(const std::string& root, const std::string& spool) {
   std::vector<std::string> faults;

@@ -13,6 +13,10 @@ namespace Quarrow::Lmtp {
 // all is well.
 std::vector<std::string> faults_of(const std::string& root, const std::string& spool);
 
+// What keeps all messages from being delivered: the root is no folder, or can't be entered. Empty
+// when it can.
+std::string fault_of_root(const std::string& root);
+
 }  // namespace Quarrow::Lmtp
 
 #endif  // QUARROW_LMTP_INSPECTION_H_

@@ -135,6 +135,12 @@ TEST(Session, TakesOneSenderAtATime) {
   EXPECT_EQ("250, 250 2.1.0, 503 5.5.1, 250 2.0.0, 250 2.1.0", test.codes());
 }
 
+TEST(Session, ForgetsTheSenderWithAnotherGreeting) {
+  TestSession test;
+  test.say(start + hello + "RCPT TO:<a@example.org>\r\nMAIL FROM:<>\r\n");
+  EXPECT_EQ("250, 250 2.1.0, 250, 503 5.5.1, 250 2.1.0", test.codes());
+}
+
 TEST(Session, RefusesDataWithoutARecipient) {
   TestSession test;
   test.say(start + "DATA\r\nRCPT TO:<nobody@example.org>\r\nDATA\r\n");

@@ -14,6 +14,10 @@ constexpr char maildir_name[] = "Maildir";
 // What delivery noted of each message, where it is asked to.
 constexpr char journal_name[] = ".delivery_journal";
 
+// A file that is there while the user is being moved to another machine, and what locks the rules.
+constexpr char user_lock_name[] = ".quarrow_lock";
+constexpr char rules_lock_name[] = ".delivery_filter.lock";
+
 // The fields that every system offers, for all users.
 constexpr char system_catalogue[] = "/var/spool/etc/message_filter_fields.xml";
 

@@ -14,6 +14,8 @@
 #include <sstream>
 #include <utility>
 
+#include "administration/locked_user.h"
+#include "delivery/user_lock.h"
 #include "system/file_io.h"
 #include "system/printable.h"
 #include "system/regular_file.h"
@@ -117,6 +119,28 @@ bool read_all(int file, std::string& text) {
   return count == 0;
 }
 
+// Opens and locks the journal at `path`, which may begin at the open folder `above`. A process that
+// has just replaced it leaves the lock of a file without a name.
+Refusal open_locked(int above, const std::string& path, int flags,
+                    std::unique_ptr<Descriptor>& file) {
+  struct stat status {};
+  do {
+    file = std::make_unique<Descriptor>(
+        open_regular_at(above, path, O_RDWR | O_APPEND | flags, for_owner));
+    if (file->get() < 0)
+      return {Administration::kind_of_error(errno), path, reason_for_no_file(errno)};
+    if (flock(file->get(), LOCK_EX | LOCK_NB) != 0)
+      return errno == EWOULDBLOCK
+                 ? Refusal{Refusal::Kind::try_again, path,
+                           "another process is moving this user's mail; try again later"}
+                 : system_refusal(path, "can't be locked", errno);
+    if (fstat(file->get(), &status) != 0) return system_refusal(path, "", errno);
+  } while (status.st_nlink == 0);
+  if (status.st_uid == geteuid() && status.st_nlink == 1) return {};
+  return {Refusal::Kind::not_permitted, path,
+          "belongs to another user, or has a second name; remove it"};
+}
+
 }  // namespace
 
 bool has_run_to_undo(int folder) {
@@ -135,32 +159,21 @@ bool has_run_to_undo(int folder) {
   return runs > 0;
 }
 
+Refusal check_idle(const Administration::UserFolder& folder) {
+  std::unique_ptr<Descriptor> file;
+  Refusal refusal = open_locked(folder.fd(), journal_name, 0, file);
+  if (refusal.kind == Refusal::Kind::missing) return {};
+  refusal.object = folder.file(journal_name);
+  return refusal;
+}
+
 Refusal Journal::open(const std::string& folder) {
   folder_ = folder;
   path_ = folder + '/' + journal_name;
-  if (const Refusal refusal = lock()) return refusal;
+  if (const Refusal refusal = open_locked(AT_FDCWD, path_, O_CREAT, file_)) return refusal;
+  if (Delivery::look_for_user_lock(folder) == 0) return Administration::locked_refusal(folder);
   if (const Refusal refusal = synchronise_folder()) return refusal;  // it may be new there
   return end_last_line();
-}
-
-// A process that has just replaced the journal leaves the lock of a file without a name.
-Refusal Journal::lock() {
-  struct stat status {};
-  do {
-    file_ =
-        std::make_unique<Descriptor>(open_regular(path_, O_RDWR | O_CREAT | O_APPEND, for_owner));
-    if (file_->get() < 0)
-      return {Administration::kind_of_error(errno), path_, reason_for_no_file(errno)};
-    if (flock(file_->get(), LOCK_EX | LOCK_NB) != 0)
-      return errno == EWOULDBLOCK
-                 ? Refusal{Refusal::Kind::try_again, path_,
-                           "another process is moving this user's mail; try again later"}
-                 : system_refusal(path_, "can't be locked", errno);
-    if (fstat(file_->get(), &status) != 0) return system_refusal(path_, "", errno);
-  } while (status.st_nlink == 0);
-  if (status.st_uid == geteuid() && status.st_nlink == 1) return {};
-  return {Refusal::Kind::not_permitted, path_,
-          "belongs to another user, or has a second name; remove it"};
 }
 
 Refusal Journal::synchronise_folder() const {

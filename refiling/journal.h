@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "administration/refusal.h"
+#include "administration/user_folder.h"
 #include "system/descriptor.h"
 
 namespace Quarrow::Refiling {
@@ -18,6 +19,10 @@ constexpr char journal_name[] = ".refiling_journal";
 // How many runs are kept that are not undone. Several, since a run that was stopped is followed by
 // one that does the rest.
 constexpr std::size_t kept_runs = 10;
+
+// Refuses, with Kind::try_again, while another process has the journal in the open folder `folder`
+// open.
+Administration::Refusal check_idle(const Administration::UserFolder& folder);
 
 // One change to one message. It is written down before it is made, so it may not have been made:
 // where the message is tells that.
@@ -44,7 +49,7 @@ bool has_run_to_undo(int folder);
 class Journal {
  public:
   // Opens the journal in `folder`, and makes it when it is missing. Refuses when another process
-  // has it open.
+  // has it open, and when the user is locked.
   Administration::Refusal open(const std::string& folder);
 
   // The steps that are added from now on belong to a further run, if there are any.
@@ -66,7 +71,6 @@ class Journal {
   Administration::Refusal read_last_run(std::optional<std::vector<Step>>& steps) const;
 
  private:
-  Administration::Refusal lock();
   Administration::Refusal end_last_line();
   Administration::Refusal read(std::string& text) const;
   Administration::Refusal drop_old_runs();

@@ -61,6 +61,26 @@ Lines run_of(std::size_t number) {
   return {step + "  .A", step + "  .B"};
 }
 
+TEST(JournalTest, IsNotOpenedForAUserWhoIsMoved) {
+  const TemporaryFolder folder;
+  folder.write(".quarrow_lock", "");
+  EXPECT_EQ(Administration::Refusal::Kind::locked, Journal().open(folder.path()).kind);
+}
+
+TEST(JournalTest, IsIdleUnlessItIsOpen) {
+  const TemporaryFolder folder;
+  Administration::UserFolder opened(folder.path());
+  EXPECT_EQ("", said(opened.open()));
+  EXPECT_EQ("", said(check_idle(opened)));
+  EXPECT_FALSE(std::filesystem::exists(folder.file(journal_name)));
+  {
+    Journal journal;
+    EXPECT_EQ("", said(journal.open(folder.path())));
+    EXPECT_EQ(Administration::Refusal::Kind::try_again, check_idle(opened).kind);
+  }
+  EXPECT_EQ("", said(check_idle(opened)));
+}
+
 TEST(JournalTest, KeepsRunsAndForgetsThoseThatAreUndone) {
   const TemporaryFolder folder;
   EXPECT_EQ(Lines({"none"}), last_run(folder));

@@ -4,14 +4,18 @@
 #include <sysexits.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <iostream>
 #include <utility>
 
 #include "server/health.h"
+#include "server/limits.h"
 #include "server/privileges.h"
+#include "server/proxied_client.h"
 #include "server/service_manager.h"
 #include "server/supervisor.h"
 #include "server/worker.h"
+#include "system/inheritance.h"
 
 namespace Quarrow::Server {
 
@@ -21,6 +25,7 @@ Daemon::Daemon(LogOrigin origin, DaemonSettings settings, const Counters& counte
       settings_(std::move(settings)),
       counters_(counters),
       hooks_(std::move(hooks)),
+      behind_proxy_(settings_.behind_proxy),
       start_(Clock::now()) {}
 
 int Daemon::run() {
@@ -46,14 +51,18 @@ int Daemon::run() {
 }
 
 std::string Daemon::open_sockets() {
-  const std::string reason = open_listeners();
-  if (!reason.empty() || settings_.health.empty()) return reason;
-  return open_at(settings_.health, inquiries_);
+  if (std::string reason = open_listeners(); !reason.empty()) return reason;
+  if (std::string reason = open_monitor(); !reason.empty()) return reason;
+  return settings_.health.empty() ? "" : open_at(settings_.health, inquiries_);
 }
 
 // Sockets that the service manager made take the place of those that are asked for.
 std::string Daemon::open_listeners() {
-  listeners_ = inherited_listeners();
+  const InheritedListeners inherited = inherited_listeners();
+  listeners_ = inherited.clients;
+  monitor_ = inherited.monitor;
+  if (behind_proxy_ && !std::all_of(listeners_.begin(), listeners_.end(), is_of_this_host_alone))
+    return "any host can pass for the proxy at a socket that the service manager passed";
   if (!listeners_.empty()) return "";
   for (const std::string& address : settings_.listen) {
     int fd = -1;
@@ -68,6 +77,12 @@ std::string Daemon::open_at(const std::string& address, int& fd) {
   fd = listener.fd;
   if (fd >= 0 && address.front() == '/') sockets_.push_back(address);
   return listener.reason;
+}
+
+std::string Daemon::open_monitor() {
+  if (monitor_ < 0) return settings_.monitor.empty() ? "" : open_at(settings_.monitor, monitor_);
+  if (is_of_this_host_alone(monitor_)) return "";
+  return "the monitor's socket has an address that other hosts reach";
 }
 
 // Not everyone may remove from the folder that they are in; the next server replaces them.
@@ -91,9 +106,12 @@ void Daemon::supervise() {
     if (hooks_.ended) hooks_.ended(process);
   };
   hooks.replaced = hooks_.replaced;
-  hooks.answer_inquiry = [this](std::size_t workers) { answer_inquiry(workers); };
+  hooks.answer_inquiry = [this] {
+    answer_at(inquiries_, text_of(health(is_anyone_waiting(listeners_))));
+  };
   hooks.inquiries = inquiries_;
-  Supervisor supervisor(settings_.workers, std::move(hooks));
+  if (monitor_ >= 0) hooks.monitor = [this] { return monitor(); };
+  Supervisor supervisor(settings_.workers, std::move(hooks), status_);
   log_info("serving with " + std::to_string(settings_.workers) + " workers");
   supervisor.run();
 }
@@ -101,28 +119,55 @@ void Daemon::supervise() {
 int Daemon::work() {
   connections_.hide_from_children();
   const StopSignal stop;
-  const NewProtocol new_protocol = hooks_.start_worker();
+  const NewClientProtocol new_protocol = hooks_.start_worker();
   const Courtesy courtesy{settings_.patience, [this] { return is_anyone_waiting(listeners_); }};
   serve(listeners_, stop,
         [&](int connection) { serve_client(connection, new_protocol, stop, courtesy); });
   return EX_OK;
 }
 
-void Daemon::serve_client(int connection, const NewProtocol& new_protocol, const StopSignal& stop,
-                          const Courtesy& courtesy) {
-  const Origin origin = origin_of(connection);
+// A connection counts from its beginning on: what comes first is a proxy's, and may take a while.
+void Daemon::serve_client(int connection, const NewClientProtocol& new_protocol,
+                          const StopSignal& stop, const Courtesy& courtesy) {
+  Origin origin = origin_of(connection);
   connections_.add(getpid(), origin);
+  ProxiedClient client;
+  if (behind_proxy_)
+    client = take_proxy_header(connection, stop, Clock::now() + longest_introduction);
+  if (!client.address.empty()) {
+    origin = origin_of(client.address);
+    connections_.remove(getpid());
+    connections_.add(getpid(), origin);
+  }
+  const auto named_protocol = [&](Output output, const OthersWait& others_wait) {
+    return new_protocol(client.address, std::move(output), others_wait);
+  };
+  if (client.fault.empty())
+    serve_origin(connection, origin, named_protocol, stop, courtesy);
+  else
+    log_warning("a connection was ended: " + client.fault);
+  connections_.remove(getpid());
+}
+
+void Daemon::serve_origin(int connection, Origin origin, const NewProtocol& new_protocol,
+                          const StopSignal& stop, const Courtesy& courtesy) {
   if (origin != from_file_system && connections_.count_from(origin) > settings_.clients_per_address)
     turn_away(connection, new_protocol, stop, courtesy);
   else
     converse(connection, new_protocol, stop, courtesy);
-  connections_.remove(getpid());
 }
 
-void Daemon::answer_inquiry(std::size_t workers) const {
+// The monitor sees whether clients wait, but has no socket that it could take one from.
+int Daemon::monitor() {
+  const int clients = any_of(listeners_);
+  if (clients < 0 || !keep_descriptors({monitor_, clients})) return EX_OSERR;
+  return hooks_.monitor(first_kept_descriptor,
+                        [this] { return health(is_anyone_waiting({first_kept_descriptor + 1})); });
+}
+
+Health Daemon::health(bool others_wait) const {
   const auto uptime = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start_);
-  answer_at(inquiries_,
-            text_of(Health{workers, connections_.count(), is_anyone_waiting(listeners_), uptime}));
+  return {status_.workers(), connections_.count(), others_wait, uptime, status_.is_stopping()};
 }
 
 std::optional<std::size_t> Daemon::reload() {

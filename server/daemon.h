@@ -13,10 +13,12 @@
 #include "server/connection.h"
 #include "server/counters.h"
 #include "server/deadline.h"
+#include "server/health.h"
 #include "server/listener.h"
 #include "server/log.h"
 #include "server/open_connections.h"
 #include "server/protocol.h"
+#include "server/shared_status.h"
 
 namespace Quarrow::Server {
 
@@ -24,9 +26,11 @@ namespace Quarrow::Server {
 struct DaemonSettings {
   // These stand until the server is started anew.
   std::vector<std::string> listen = {};  // addresses as listen_at takes them
-  std::string health = {};  // address of the socket that answers inquiries; empty: none
+  std::string health = {};   // address of the socket that answers inquiries; empty: none
+  std::string monitor = {};  // address of the socket that answers over HTTP; empty: none
   SocketRights rights = {};
-  std::string user = {};  // name of the user to run as; empty: the user that started the server
+  std::string user = {};      // name of the user to run as; empty: the user that started the server
+  bool behind_proxy = false;  // each connection begins with a proxy's header: see proxy_header.h
 
   // These may change with a reload.
   std::size_t workers = 10;                // connections that are served at a time
@@ -49,7 +53,7 @@ struct DaemonHooks {
   // workers from their work. It may take its time.
   std::function<void()> inspect;
   // In each worker, before its first connection: gives the maker of its conversations.
-  std::function<NewProtocol()> start_worker;
+  std::function<NewClientProtocol()> start_worker;
   // SIGHUP: gives the settings from here on, or nothing when all stays as it is. Then the hook has
   // logged the reason.
   std::function<std::optional<DaemonSettings>()> reload;
@@ -57,6 +61,9 @@ struct DaemonHooks {
   std::function<void()> replaced;
   // A process that the server started ended, be it a worker or another one. May be empty.
   std::function<void(pid_t)> ended = {};
+  // In the monitor, a process of its own, which has no other descriptor than the socket `listener`
+  // and one that `health` needs: answers at the socket until SIGTERM. Gives the exit status.
+  std::function<int(int listener, const std::function<Health()>& health)> monitor = {};
 };
 
 // Opens the sockets, becomes the user and serves with workers under a supervisor.
@@ -74,13 +81,17 @@ class Daemon {
   std::string open_sockets();
   std::string open_listeners();
   std::string open_at(const std::string& address, int& fd);
+  std::string open_monitor();
   void remove_sockets() const;
   int complain(const std::string& reason, int status) const;
   void supervise();
   int work();
-  void serve_client(int connection, const NewProtocol& new_protocol, const StopSignal& stop,
+  int monitor();
+  Health health(bool others_wait) const;
+  void serve_client(int connection, const NewClientProtocol& new_protocol, const StopSignal& stop,
                     const Courtesy& courtesy);
-  void answer_inquiry(std::size_t workers) const;
+  void serve_origin(int connection, Origin origin, const NewProtocol& new_protocol,
+                    const StopSignal& stop, const Courtesy& courtesy);
   std::optional<std::size_t> reload();
   void write_counters() const;
 
@@ -88,10 +99,13 @@ class Daemon {
   DaemonSettings settings_;
   const Counters& counters_;
   const DaemonHooks hooks_;
+  const bool behind_proxy_;
   OpenConnections connections_;
+  SharedStatus status_;
   Clock::time_point start_;
   std::vector<int> listeners_;        // until the process ends
   int inquiries_ = -1;                // likewise; negative: none
+  int monitor_ = -1;                  // likewise
   std::vector<std::string> sockets_;  // of these, the paths that were made here
 };
 

@@ -77,6 +77,10 @@ void DaemonOptions::declare_sockets(CLI::App& app) {
                  "Socket, like that of --listen, that tells how busy the server is")
       ->type_name("SOCKET")
       ->check(emptiness);
+  app.add_option("--monitor", settings_.monitor,
+                 "Socket, like that of --listen, that tells health and counters over HTTP")
+      ->type_name("SOCKET")
+      ->check(emptiness);
   app.add_option("--user", settings_.user,
                  "User to run as; needed when the superuser starts the server")
       ->type_name("USER");

@@ -13,6 +13,7 @@ struct Health {
   std::size_t busy = 0;      // workers that serve a client, those that were told to stop, too
   bool others_wait = false;  // clients wait for a worker
   std::chrono::seconds uptime{};
+  bool is_stopping = false;  // the server was told to stop
 };
 
 // A line: "workers=10 busy=3 waiting=no uptime=86400", with its line end.

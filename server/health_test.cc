@@ -3,27 +3,16 @@
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <cstring>
-
 #include "server/listener.h"
+#include "server/local_client_test_support.h"
 #include "system/descriptor.h"
 #include "system/file_io.h"
 #include "tests/support/temporary_folder_test_support.h"
 
 namespace Quarrow::Server {
 namespace {
-
-int connect_to(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, path.c_str(), path.size());
-  const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  EXPECT_EQ(0, connect(client, reinterpret_cast<sockaddr*>(&address), sizeof address));
-  return client;
-}
 
 TEST(Health, IsALine) {
   EXPECT_EQ("workers=10 busy=3 waiting=no uptime=86400\n",

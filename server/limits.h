@@ -10,6 +10,9 @@ namespace Quarrow::Server {
 // From one look for clients that wait for a worker to the next, in a worker with a slow client.
 constexpr std::chrono::seconds between_looks{1};
 
+// For the header of a proxy, in front of a conversation.
+constexpr std::chrono::seconds longest_introduction{5};
+
 // From one block to the next, once the server has been told to stop.
 constexpr std::chrono::seconds silence_when_stopping{10};
 

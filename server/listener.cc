@@ -69,17 +69,14 @@ Listener listen_at_path(const std::string& path, const SocketRights& rights) {
   return given ? Listener{fd, ""} : failure(fd, path);
 }
 
-bool is_loopback(const addrinfo& found) {
-  if (found.ai_family == AF_INET) {
-    const auto* const address = reinterpret_cast<const sockaddr_in*>(found.ai_addr);
-    return ntohl(address->sin_addr.s_addr) >> 24U == 127;
-  }
-  const auto* const address = reinterpret_cast<const sockaddr_in6*>(found.ai_addr);
-  return IN6_IS_ADDR_LOOPBACK(&address->sin6_addr);
+bool is_loopback(const sockaddr* address) {
+  if (address->sa_family == AF_INET)
+    return ntohl(reinterpret_cast<const sockaddr_in*>(address)->sin_addr.s_addr) >> 24U == 127;
+  return IN6_IS_ADDR_LOOPBACK(&reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr);
 }
 
 Listener listen_on_loopback(const std::string& text, const addrinfo& found) {
-  if (!is_loopback(found)) return {-1, text + ": not an address of this host alone"};
+  if (!is_loopback(found.ai_addr)) return {-1, text + ": not an address of this host alone"};
   const int fd = new_socket(found.ai_family);
   const int yes = 1;
   (void)setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
@@ -111,6 +108,13 @@ bool is_in_file_system(int listener) {
   socklen_t size = sizeof address;
   return getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
          address.sun_family == AF_UNIX && address.sun_path[0] != '\0';
+}
+
+bool is_of_this_host_alone(int listener) {
+  sockaddr_storage address{};
+  socklen_t size = sizeof address;
+  if (getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size) != 0) return false;
+  return address.ss_family == AF_UNIX || is_loopback(reinterpret_cast<const sockaddr*>(&address));
 }
 
 Listener listen_at(const std::string& address, const SocketRights& rights) {

@@ -30,6 +30,9 @@ Listener listen_at(const std::string& address, const SocketRights& rights);
 // name, or a port, takes any program of this host.
 bool is_in_file_system(int listener);
 
+// Whether only programs of this host reach a listening socket.
+bool is_of_this_host_alone(int listener);
+
 }  // namespace Quarrow::Server
 
 #endif  // QUARROW_SERVER_LISTENER_H_

@@ -84,5 +84,18 @@ TEST(Listener, TakesLoopbackAddresses) {
   EXPECT_LE(0, listener.fd);
 }
 
+TEST(Listener, TellsSocketsOfThisHostAlone) {
+  const TemporaryFolder folder;
+  const Descriptor file(listen_at(folder.file("socket"), {}).fd);
+  const Descriptor loopback(listen_at("127.0.0.1:0", {}).fd);
+  EXPECT_TRUE(is_of_this_host_alone(file.get()));
+  EXPECT_TRUE(is_of_this_host_alone(loopback.get()));
+  for (const int family : {AF_INET, AF_INET6}) {
+    const Descriptor anywhere(socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_FALSE(is_of_this_host_alone(anywhere.get())) << family;
+  }
+  EXPECT_FALSE(is_of_this_host_alone(-1));
+}
+
 }  // namespace
 }  // namespace Quarrow::Server

@@ -1,6 +1,7 @@
 // A table without locks: a process that is killed leaves its place taken, but nothing locked.
 #include "server/open_connections.h"
 
+#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -53,6 +54,14 @@ Origin origin_of(int connection) {
   if (peer.ss_family == AF_INET6)
     return origin_of(reinterpret_cast<const sockaddr_in6*>(&peer)->sin6_addr);
   return from_file_system;
+}
+
+Origin origin_of(const std::string& address) {
+  in_addr v4{};
+  if (inet_pton(AF_INET, address.c_str(), &v4) == 1) return origin_of(v4);
+  in6_addr v6{};
+  (void)inet_pton(AF_INET6, address.c_str(), &v6);
+  return origin_of(v6);
 }
 
 OpenConnections::OpenConnections()

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace Quarrow::Server {
 
@@ -18,6 +19,9 @@ constexpr Origin from_file_system = 0;
 
 // The origin of the client at the other end of `connection`.
 Origin origin_of(int connection);
+
+// The origin of a client with this numeric address, such as 192.0.2.1 or 2001:db8::1.
+Origin origin_of(const std::string& address);
 
 // A table in memory that is shared with the processes forked later. It is bounded: connections
 // beyond four times the workers that there may be are not counted.

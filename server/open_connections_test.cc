@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <set>
 
 #include "server/listener.h"
 #include "system/child_process_test_support.h"
@@ -93,6 +94,17 @@ TEST(Origin, IsOneForAllAddressesOfThisHost) {
   const Origin origin = origin_between("127.0.0.1", "127.0.0.1");
   EXPECT_NE(from_file_system, origin);
   EXPECT_EQ(origin, origin_between("127.1.2.3", "127.0.0.1"));
+}
+
+TEST(Origin, OfAnAddressIsThatOfAConnectionFromThere) {
+  EXPECT_EQ(origin_between("127.0.0.1", "127.0.0.1"), origin_of("127.0.0.1"));
+  EXPECT_EQ(origin_of("127.0.0.1"), origin_of("::1"));
+  EXPECT_EQ(origin_of("192.0.2.1"), origin_of("::ffff:192.0.2.1"));
+  EXPECT_EQ(origin_of("2001:db8::1"), origin_of("2001:db8::ffff:1"));
+  const std::set<Origin> different = {from_file_system,         origin_of("::1"),
+                                      origin_of("192.0.2.1"),   origin_of("192.0.2.2"),
+                                      origin_of("2001:db8::1"), origin_of("2001:db8:0:1::1")};
+  EXPECT_EQ(6U, different.size());
 }
 
 TEST(Origin, IsNoneForASocketInTheFileSystem) {

@@ -53,6 +53,11 @@ using OthersWait = std::function<bool()>;
 using NewProtocol =
     std::function<std::unique_ptr<Protocol>(Output output, const OthersWait& others_wait)>;
 
+// The same for a client that a proxy may have named: `client` is its numeric address, such as
+// 192.0.2.1; empty where no proxy has told one.
+using NewClientProtocol = std::function<std::unique_ptr<Protocol>(
+    const std::string& client, Output output, const OthersWait& others_wait)>;
+
 }  // namespace Quarrow::Server
 
 #endif  // QUARROW_SERVER_PROTOCOL_H_

@@ -11,10 +11,15 @@ namespace Quarrow::Server {
 // nothing happens.
 void tell_service_manager(const std::string& state);
 
-// The listening sockets that it opened for this process (sd_listen_fds(3)), made non-blocking; none
-// without a service manager. Only the first call gives them: child processes do not take them for
-// theirs.
-std::vector<int> inherited_listeners();
+// The listening sockets that it opened for this process (sd_listen_fds(3)), made non-blocking.
+struct InheritedListeners {
+  std::vector<int> clients;
+  int monitor = -1;  // that with the name "monitor"; negative: none
+};
+
+// None without a service manager. Only the first call gives them: child processes do not take them
+// for theirs.
+InheritedListeners inherited_listeners();
 
 }  // namespace Quarrow::Server
 

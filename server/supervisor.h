@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "server/deadline.h"
+#include "server/shared_status.h"
 #include "system/descriptor.h"
 
 namespace Quarrow::Server {
@@ -26,45 +27,64 @@ struct SupervisorHooks {
   std::function<void()> write_counters;  // SIGUSR1
   std::function<void(pid_t)> ended;      // a child process is gone, whatever the reason
   std::function<void()> replaced;        // a worker ended unasked
-  // A client came to the socket `inquiries`; gets the number of workers that take connections.
-  std::function<void(std::size_t workers)> answer_inquiry;
-  int inquiries = -1;  // a listening socket that does not block; negative: none
+  std::function<void()> answer_inquiry;  // a client came to the socket `inquiries`
+  int inquiries = -1;                    // a listening socket that does not block; negative: none
+  // In the monitor, a process that is kept alive beside the workers: its whole life; gives its exit
+  // status. SIGTERM tells it to end. Empty: there is no monitor.
+  std::function<int()> monitor = {};
 };
 
-// Keeps a number of workers alive, and answers inquiries about them. A worker that ends right after
-// its start is replaced only after shortest_life, so that a lasting reason does not keep the
-// machine busy.
+// Keeps a number of workers and a monitor alive, and answers inquiries about them. A process that
+// ends right after its start is replaced only after shortest_life, so that a lasting reason does
+// not keep the machine busy.
 class Supervisor {
  public:
   // Blocks the signals that run() waits for, so that none is lost until then. Without a descriptor
   // to read them from the process ends: it has hardly started.
-  Supervisor(std::size_t workers, SupervisorHooks hooks);
+  // `status` outlives this object, which keeps it true.
+  Supervisor(std::size_t workers, SupervisorHooks hooks, SharedStatus& status);
 
   // Starts the workers and serves until SIGTERM or SIGINT; then lets the workers finish, for
   // longest_stop at most. In a worker it does not return. SIGHUP, after a reload that worked,
-  // starts new workers, and lets each old one finish its conversation.
+  // starts a new monitor and new workers, and lets each old one finish its conversation. The
+  // monitor stays until all workers are gone.
   void run();
 
  private:
   using Time = Clock::time_point;
 
+  // Processes of one kind, of which a number is kept alive.
+  struct Crew {
+    const char* name;
+    std::function<int()> life;
+    std::size_t wanted;
+    std::map<pid_t, Time> alive = {};  // with the times of their starts
+    Time next_start = Clock::now();    // none starts before
+
+    bool lacks_one() const { return alive.size() < wanted; }
+  };
+
   void inspect() const;
   void start_missing();
-  void start_one();
+  void start_missing(Crew& crew) const;
+  void start_one(Crew& crew) const;
+  Time next_start() const;
   int next_signal(Time until) const;
   void reap();
-  void bury(pid_t worker, int status);
+  void bury(pid_t process, int status);
+  bool bury(Crew& crew, pid_t process, int status) const;
   void reload();
-  void retire_all();
+  void retire(Crew& crew);
+  void end_monitor() const;
   void stop();
 
-  std::size_t wanted_;
   const SupervisorHooks hooks_;
+  SharedStatus& status_;
   sigset_t signals_;
   const Descriptor signal_reader_;
-  std::map<pid_t, Time> workers_;   // with the times of their starts
+  Crew workers_;
+  Crew monitor_;
   std::map<pid_t, Time> retiring_;  // told to stop
-  Time next_start_;                 // no worker starts before
 };
 
 }  // namespace Quarrow::Server

@@ -3,6 +3,7 @@
 
 #include <poll.h>
 #include <signal.h>
+#include <sys/epoll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -71,6 +72,16 @@ StopSignal::Wait StopSignal::wait(const std::vector<int>& descriptors, int& whic
 bool is_anyone_waiting(const std::vector<int>& listeners) {
   std::vector<pollfd> polled = readable(listeners);
   return poll(polled.data(), polled.size(), 0) > 0;
+}
+
+int any_of(const std::vector<int>& listeners) {
+  const int all = epoll_create1(EPOLL_CLOEXEC);
+  for (const int listener : listeners) {
+    epoll_event readable{};
+    readable.events = EPOLLIN;
+    if (epoll_ctl(all, EPOLL_CTL_ADD, listener, &readable) != 0) return -1;
+  }
+  return all;
 }
 
 void serve(const std::vector<int>& listeners, const StopSignal& stop,

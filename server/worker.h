@@ -35,6 +35,10 @@ class StopSignal {
 // Whether a client waits at one of `listeners`: no worker has been free to take it.
 bool is_anyone_waiting(const std::vector<int>& listeners);
 
+// A descriptor that can be read while a client waits at one of `listeners`, and by which none can
+// be taken. It stays open until the process ends. Negative when there is none.
+int any_of(const std::vector<int>& listeners);
+
 // Accepts connections from `listeners`, which must not block, and calls `job` for each; `job`
 // leaves the connection open. Returns once `stop` is set.
 void serve(const std::vector<int>& listeners, const StopSignal& stop,

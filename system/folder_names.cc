@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 
 namespace Quarrow {
@@ -17,17 +18,23 @@ struct FolderClose {
 
 }  // namespace
 
-std::vector<std::string> names_in(int folder) {
-  std::vector<std::string> names;
+int read_names(int folder, std::vector<std::string>& names) {
   const int own = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   const std::unique_ptr<DIR, FolderClose> entries(own < 0 ? nullptr : fdopendir(own));
+  int error = entries ? 0 : errno;
   if (!entries && own >= 0) (void)close(own);
-  while (const dirent* entry = entries ? readdir(entries.get()) : nullptr)
-    names.emplace_back(entry->d_name);
-  names.erase(std::remove_if(names.begin(), names.end(),
-                             [](const std::string& name) { return name == "." || name == ".."; }),
-              names.end());
+  for (errno = 0; const dirent* entry = entries ? readdir(entries.get()) : nullptr; errno = 0) {
+    const std::string name = entry->d_name;
+    if (name != "." && name != "..") names.push_back(name);
+  }
+  if (error == 0) error = errno;  // of the last readdir(3)
   std::sort(names.begin(), names.end());
+  return error;
+}
+
+std::vector<std::string> names_in(int folder) {
+  std::vector<std::string> names;
+  (void)read_names(folder, names);
   return names;
 }
 

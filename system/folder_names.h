@@ -7,6 +7,10 @@
 
 namespace Quarrow {
 
+// Puts the names in the folder with the descriptor `folder`, sorted, without "." and "..", into
+// `names`. 0, or the errno.
+int read_names(int folder, std::vector<std::string>& names);
+
 // The names in the folder with the descriptor `folder`, sorted, without "." and "..". None when
 // they can't be read.
 std::vector<std::string> names_in(int folder);

@@ -16,8 +16,9 @@ using nlohmann::ordered_json;
 struct Row {
   Kind kind;
   int status;
-  const char* word;   // in the problem's type
-  const char* title;  // for people
+  const char* word;                   // in the problem's type
+  const char* title;                  // for people
+  const char* retry_after = nullptr;  // in seconds
 };
 
 const Row failure = {Kind::none, 500, "failure", "The server can't do this now"};
@@ -27,6 +28,7 @@ const Row statuses[] = {
     {Kind::no_such_user, 404, "no-such-user", "There is no such user"},
     {Kind::no_such_filter, 404, "no-such-filter", "There is no such filter"},
     {Kind::no_revision, 404, "no-such-revision", "There is no such revision"},
+    {Kind::user_exists, 409, "user-exists", "There is such a user already"},
     {Kind::has_mail, 409, "has-mail", "The user has mail"},
     {Kind::ambiguous_filter, 409, "ambiguous-filter", "Several filters have that name"},
     {Kind::limit_reached, 409, "limit-reached", "There are as many filters as there may be"},
@@ -50,7 +52,11 @@ const Row statuses[] = {
     {Kind::unreadable_part, 409, "damaged", "The stored rules are damaged"},
     {Kind::damaged_history, 409, "damaged-history", "The stored history is damaged"},
     {Kind::foreign_script, 409, "foreign-script", "The user has a script from elsewhere"},
-    {Kind::try_again, 503, "busy", "Another program changes the rules"},
+    {Kind::locked, 503, "being-moved", "The user is being moved to another machine", "60"},
+    {Kind::not_locked, 409, "not-locked", "The user is not locked"},
+    {Kind::wrong_archive, 422, "not-valid", "It can't be taken"},
+    // what another process does with the rules takes less
+    {Kind::try_again, 503, "busy", "Another program changes the rules", "2"},
     {Kind::no_room, 507, "no-room", "The disk is full"},
     {Kind::no_configuration, 500, "failure", failure.title},
     {Kind::damaged_configuration, 500, "failure", failure.title},
@@ -60,9 +66,6 @@ const Row statuses[] = {
     {Kind::not_written, 500, "failure", failure.title},
     {Kind::crashed, 500, "failure", failure.title},
     {Kind::unavailable, 500, "failure", failure.title}};
-
-// In seconds: what another process does with the rules takes less.
-const char patience_of_clients[] = "2";
 
 const Row& row_of(Kind kind) {
   const auto row = std::find_if(std::begin(statuses), std::end(statuses),
@@ -79,7 +82,7 @@ Http::Response refused(const Refusal& refusal, ordered_json members) {
   members["type"] = Http::problem_type(row.word);
   members["title"] = row.title;
   Http::Response response = Http::problem_with(row.status, refusal.reason, members);
-  if (row.status == 503) response.headers.emplace_back("retry-after", patience_of_clients);
+  if (row.retry_after) response.headers.emplace_back("retry-after", row.retry_after);
   return response;
 }
 

@@ -13,12 +13,14 @@ TEST(RefusalProblem, TellsWhoCanHelp) {
   const struct {
     Kind kind;
     int status;
-  } rows[] = {
-      {Kind::no_such_filter, 404},  {Kind::no_revision, 404},   {Kind::limit_reached, 409},
-      {Kind::nothing_to_undo, 409}, {Kind::has_filters, 409},   {Kind::unreadable_part, 409},
-      {Kind::outdated, 412},        {Kind::wrong_rule, 422},    {Kind::wrong_json, 422},
-      {Kind::script_too_long, 422}, {Kind::not_permitted, 500}, {Kind::crashed, 500},
-      {Kind::try_again, 503},       {Kind::no_room, 507},       {Kind::none, 500}};
+  } rows[] = {{Kind::no_such_filter, 404}, {Kind::no_revision, 404},
+              {Kind::limit_reached, 409},  {Kind::nothing_to_undo, 409},
+              {Kind::has_filters, 409},    {Kind::unreadable_part, 409},
+              {Kind::outdated, 412},       {Kind::wrong_rule, 422},
+              {Kind::wrong_json, 422},     {Kind::script_too_long, 422},
+              {Kind::not_permitted, 500},  {Kind::crashed, 500},
+              {Kind::try_again, 503},      {Kind::locked, 503},
+              {Kind::no_room, 507},        {Kind::none, 500}};
   for (const auto& row : rows) EXPECT_EQ(row.status, status_of(row.kind)) << row.status;
 }
 
@@ -35,6 +37,7 @@ TEST(RefusalProblem, HasATypeForEachKind) {
 
 TEST(RefusalProblem, OfABusyUserSaysWhenToComeBack) {
   EXPECT_EQ("2", header_in(refused({Kind::try_again, "", ""}), "retry-after"));
+  EXPECT_EQ("60", header_in(refused({Kind::locked, "", ""}), "retry-after"));
   EXPECT_EQ("", header_in(refused({Kind::no_room, "", ""}), "retry-after"));
 }
 

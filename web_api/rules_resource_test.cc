@@ -33,6 +33,18 @@ TEST_F(RulesResource, ShowsARuleWithItsSentence) {
   EXPECT_EQ(tag(), header_in(one, "etag"));
 }
 
+TEST_F(RulesResource, StaysAsItIsWhileTheUserIsMoved) {
+  add({"a"});
+  write_file(folder_ + "/.quarrow_lock", "");
+  const auto response = change("POST", "/rules", filter_named("b"));
+  EXPECT_EQ(503, response.status);
+  EXPECT_EQ("urn:quarrow:problem:being-moved", body_of(response)["type"]);
+  EXPECT_EQ(
+      "nothing was changed, since the user is being moved to another machine; try again later",
+      body_of(response)["detail"]);
+  EXPECT_EQ("a ", names());
+}
+
 TEST_F(RulesResource, CountsTheBytesOfTheScript) {
   add({"a", "b"});
   ASSERT_EQ(200, change("PATCH", "/rules/2", {{"enabled", false}}).status);

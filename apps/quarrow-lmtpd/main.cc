@@ -24,6 +24,7 @@
 #include "lmtp/delivery_handler.h"
 #include "lmtp/inspection.h"
 #include "lmtp/session.h"
+#include "monitoring/monitor.h"
 #include "quarrow/delivery/evaluator.h"
 #include "server/daemon.h"
 #include "server/log.h"
@@ -50,6 +51,10 @@ class LmtpServer {
     hooks.start_worker = [this] { return start_worker(); };
     hooks.reload = [this] { return reload(); };
     hooks.replaced = [this] { counters_.add(Counter::workers_replaced); };
+    hooks.monitor = [this](int listener, const auto& health) {
+      return Monitoring::monitor(listener, {health, [this] { return counters_.text(); }},
+                                 [this] { return Lmtp::fault_of_root(options_.root); });
+    };
     return Server::Daemon({program, LOG_MAIL}, options_.server, counters_, std::move(hooks)).run();
   }
 
@@ -76,14 +81,15 @@ class LmtpServer {
       Server::log_error(fault);
   }
 
-  Server::NewProtocol start_worker() {
+  Server::NewClientProtocol start_worker() {
     mailuser_set_root(options_.root);
     const auto evaluator = std::make_shared<Delivery::Evaluator>(options_.evaluation);
     const auto evaluate = [evaluator](int fd, std::uint64_t size, std::time_t received,
                                       const std::string& script) {
       return evaluator->evaluate(fd, size, received, script);
     };
-    return [this, evaluate](Server::Output output, const Server::OthersWait&) {
+    return [this, evaluate](const std::string& client, Server::Output output,
+                            const Server::OthersWait&) {
       const Lmtp::Places places{options_.root,
                                 options_.spool,
                                 options_.host_name,
@@ -92,7 +98,7 @@ class LmtpServer {
                                 options_.folder_dots,
                                 options_.limits.in_memory,
                                 options_.keeps_journal};
-      auto handler = std::make_unique<DeliveryHandler>(places, evaluate, counters_);
+      auto handler = std::make_unique<DeliveryHandler>(places, evaluate, counters_, client);
       return std::make_unique<Session>(std::move(handler), options_.limits, options_.host_name,
                                        std::move(output));
     };

@@ -100,6 +100,9 @@ void declare(CLI::App& app, Options& options, Written& written) {
       ->type_name("FILE");
   app.allow_config_extras(CLI::config_extras_mode::error);
   written.server.declare_sockets(app);
+  app.add_flag(
+      "--proxy-protocol", options.server.behind_proxy,
+      "Take each client's address from the header of a proxy, which begins its connection");
   declare_mail(app, options);
   written.server.declare_records(app);
   app.add_flag("--journal", options.keeps_journal,

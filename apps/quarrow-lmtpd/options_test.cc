@@ -19,6 +19,7 @@ const struct {
                 {"--socket-mode", {"0620"}},
                 {"--socket-group", {"postfix"}},
                 {"--health", {"/run/health"}},
+                {"--monitor", {"127.0.0.1:9153"}},
                 {"--user", {"vmail"}},
                 {"--root", {"/srv/mail"}},
                 {"--spool", {"/srv/spool"}},
@@ -65,6 +66,7 @@ const struct {
                            {"--transaction-time", "N"},
                            {"--busy-patience", "N"},
                            {"--health", "SOCKET"},
+                           {"--monitor", "SOCKET"},
                            {"--max-clients-per-address", "N"},
                            {"--evaluation-time", "N"},
                            {"--evaluation-memory", "N"},
@@ -112,6 +114,7 @@ void expect_settings(const Parsed& parsed) {
   EXPECT_EQ(mode_t{0620}, options.server.rights.mode);
   EXPECT_EQ("postfix", options.server.rights.group);
   EXPECT_EQ("/run/health", options.server.health);
+  EXPECT_EQ("127.0.0.1:9153", options.server.monitor);
   EXPECT_EQ("vmail", options.server.user);
   EXPECT_EQ("/srv/mail", options.root);
   EXPECT_EQ("/srv/spool", options.spool);
@@ -156,6 +159,7 @@ TEST(LmtpdOptions, HaveDefaults) {
   EXPECT_EQ(seconds(1800), options.server.patience.transaction);
   EXPECT_EQ(seconds(30), options.server.patience.when_busy);
   EXPECT_EQ("", options.server.health);
+  EXPECT_EQ("", options.server.monitor);
   EXPECT_EQ(1000U, options.server.clients_per_address);
   EXPECT_EQ(67108864U, options.limits.message);
   EXPECT_EQ(1000U, options.limits.line);
@@ -176,6 +180,12 @@ TEST(LmtpdOptions, KeepAJournalOnRequest) {
   EXPECT_FALSE(parse({}).options.keeps_journal);
   EXPECT_TRUE(parse({"--journal"}).options.keeps_journal);
   EXPECT_TRUE(parse_file("journal=true\n").options.keeps_journal);
+}
+
+TEST(LmtpdOptions, ExpectAProxyOnRequest) {
+  EXPECT_FALSE(parse({}).options.server.behind_proxy);
+  EXPECT_TRUE(parse({"--proxy-protocol"}).options.server.behind_proxy);
+  EXPECT_TRUE(parse_file("proxy-protocol=true\n").options.server.behind_proxy);
 }
 
 TEST(LmtpdOptions, OnTheCommandLineOverrideTheFile) {
@@ -222,6 +232,7 @@ const struct {
     {"--log", "paper", "neither stderr nor syslog: paper"},
     {"--listen", "", "must not be empty"},
     {"--health", "", "must not be empty"},
+    {"--monitor", "", "must not be empty"},
     {"--root", "", "must not be empty"},
     {"--spool", "", "must not be empty"},
     {"--host-name", "", "not a host's name, ASCII without blanks: "},

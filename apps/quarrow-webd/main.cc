@@ -29,6 +29,7 @@
 #include "delivery/sandbox.h"
 #include "http/http_session.h"
 #include "message_filters/mailbox_name.h"
+#include "monitoring/monitor.h"
 #include "server/counters.h"
 #include "server/daemon.h"
 #include "server/listener.h"
@@ -146,6 +147,9 @@ class WebDaemon {
     hooks.reload = [this] { return reload(); };
     hooks.replaced = [this] { counters_.add(workers_replaced); };
     hooks.ended = [this](pid_t process) { stop_without(process); };
+    hooks.monitor = [this](int listener, const auto& health) {
+      return Monitoring::monitor(listener, {health, [this] { return counters_.text(); }});
+    };
     const int status = Server::Daemon(origin, options_.server, counters_, std::move(hooks)).run();
     return has_broker_ ? status : EX_SOFTWARE;
   }
@@ -195,7 +199,7 @@ class WebDaemon {
           "that the server's user may read");
   }
 
-  Server::NewProtocol start_worker() {
+  Server::NewClientProtocol start_worker() {
     const auto caller = std::make_shared<WebServer::Caller>(broker_.introductions, options_.work);
     (void)close(broker_.introductions);
     if (!WebServer::leave_files()) {
@@ -208,7 +212,8 @@ class WebDaemon {
       counters_.add(requests);
       return front.answer(request);
     };
-    return [this, handler](Server::Output output, const Server::OthersWait& others_wait) {
+    return [this, handler](const std::string& /*client*/, Server::Output output,
+                           const Server::OthersWait& others_wait) {
       return std::make_unique<Http::Session>(handler, options_.http, std::move(output),
                                              others_wait);
     };

@@ -29,6 +29,7 @@ const Conduct conducts[] = {
     {Kind::none, EX_OK},
     {Kind::no_address, EX_NOUSER},
     {Kind::no_such_user, EX_NOUSER, "quarrow user add {} makes one"},
+    {Kind::user_exists, EX_DATAERR},
     {Kind::has_mail, EX_DATAERR, "--with-mail removes it, too"},
     {Kind::no_such_filter, EX_DATAERR, "see quarrow filter list {}"},
     {Kind::ambiguous_filter, EX_DATAERR},
@@ -57,6 +58,9 @@ const Conduct conducts[] = {
     {Kind::unreadable_part, EX_DATAERR,
      "restore it from a copy, or change the filters with "
      "--accept-loss"},
+    {Kind::locked, EX_TEMPFAIL},
+    {Kind::not_locked, EX_DATAERR, "quarrow user lock {} locks them"},
+    {Kind::wrong_archive, EX_DATAERR},
     {Kind::foreign_script, EX_DATAERR, "keep a copy of it, and use --replace-script"},
     {Kind::damaged_history, EX_DATAERR},
     {Kind::missing, EX_NOINPUT},

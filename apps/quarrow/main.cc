@@ -44,7 +44,15 @@ const std::vector<Subcommand> user_commands = {
     {"rehash", "Move users' folders below folders that are named by a hash, or back.",
      "quarrow user rehash --all-users", declare_user_rehash},
     {"remove", "Remove a user with their filters.", "quarrow user remove alice@example.org",
-     declare_user_remove}};
+     declare_user_remove},
+    {"lock", "Have mail wait, and nothing change, while a user is moved to another machine.",
+     "quarrow user lock alice@example.org --reason 'goes to mail2'", declare_user_lock},
+    {"unlock", "Take that lock away.", "quarrow user unlock alice@example.org",
+     declare_user_unlock},
+    {"export", "Write all of a locked user, mail included, to an archive.",
+     "quarrow user export alice@example.org alice.tar", declare_user_export},
+    {"import", "Make a user out of such an archive.",
+     "quarrow user import alice@example.org alice.tar", declare_user_import}};
 
 const std::vector<Subcommand> filter_commands = {
     {"add", "Add a filter.",
@@ -89,8 +97,8 @@ const std::vector<Subcommand> config_commands = {
 const std::vector<Subcommand> commands = {
     {"init", "Make the configuration file and the system's catalogue of fields.",
      "quarrow --root /var/spool/quarrow init", declare_init},
-    {"user", "Add, list, show and remove users.", "quarrow user add alice@example.org", nullptr,
-     user_commands},
+    {"user", "Add, list, show, remove and move users.", "quarrow user add alice@example.org",
+     nullptr, user_commands},
     {"filter", "Add, show, change and remove the filters of a user.",
      "quarrow filter list alice@example.org", nullptr, filter_commands},
     {"history", "List the changes of a user's filters.", "quarrow history alice@example.org",

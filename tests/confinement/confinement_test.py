@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""The programs' helpers are confined, or evaluate nothing: confinement_test.py LMTPD QUARROW"""
+"""The programs' helpers and monitors are confined, or do nothing: confinement_test.py LMTPD QUARROW"""
 
 import contextlib
 import os
 import pathlib
+import pwd
+import re
 import shutil
 import signal
 import subprocess
@@ -13,8 +15,8 @@ import unittest
 
 for folder in ("lmtpd", "support"):
     sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / folder))
-from lmtp_server import (USERS, DaemonTestCase, children, is_running, name_of,  # noqa: E402
-                         until)
+from lmtp_server import (USERS, DaemonTestCase, children, free_port,  # noqa: E402
+                         is_running, name_of, unprivileged_user, until)
 from refusing_kernel import REFUSED, refusing  # noqa: E402
 
 QUARROW = os.path.abspath(sys.argv.pop(1))
@@ -74,6 +76,12 @@ class ConfinementTestCase(unittest.TestCase):
         self.assertEqual(["16"] * 2, limits["Max open files"])
         for bounded in ("Max address space", "Max file size"):
             self.assertNotIn("unlimited", limits[bounded])
+
+
+    def expect_user(self, process, user):
+        entry = pwd.getpwnam(user)
+        for name, number in (("Uid", entry.pw_uid), ("Gid", entry.pw_gid)):
+            self.assertEqual([str(number)] * 4, status_of(process)[name].split())
 
 
 class CommandTest(ConfinementTestCase):
@@ -157,6 +165,40 @@ class ServerTest(DaemonTestCase, ConfinementTestCase):
                 self.assertEqual([0, 1], [len(daemon.messages(USERS[0], folder))
                                           for folder in (".Work", "")])
                 self.assertIn("evaluation failed: ", daemon.log_text())
+
+    def test_the_monitor_has_given_up_all_that_it_can(self):
+        daemon = self.start("--monitor", f"127.0.0.1:{free_port()}")
+        monitor, = until(daemon.monitors, "there is a monitor")
+        until(lambda: status_of(monitor)["Seccomp"] == "2", "the system calls are filtered")
+        self.assertEqual("1", status_of(monitor)["NoNewPrivs"])
+        self.assertEqual("0" * 16, status_of(monitor)["CapEff"])
+        self.expect_user(monitor, unprivileged_user())
+        limits = limits_of(monitor)
+        self.assertEqual(["0"] * 2, limits["Max core file size"])
+        self.assertEqual(["0"] * 2, limits["Max file size"])
+        self.assertEqual(["16"] * 2, limits["Max open files"])
+        self.assertNotIn("unlimited", limits["Max address space"])
+        if not BY_ROOT:  # others look neither at its files nor at its memory
+            self.assertRaises(PermissionError, open_files, monitor)
+            return
+        files = open_files(monitor)
+        self.assertEqual(["/dev/null"] * 3, [files.pop(number) for number in range(3)])
+        self.assertRegex(files.pop(3), r"^socket:")
+        self.assertEqual("anon_inode:[eventpoll]", files.pop(4))
+        self.assertRegex(files.pop(5), r"^socket:")  # what looks for faults is at its other end
+        self.assertEqual({}, files)
+        maps = pathlib.Path(f"/proc/{monitor}/maps").read_text().splitlines()
+        rights = {line.split()[1] for line in maps if line.split()[1].endswith("s")}
+        self.assertEqual({"r--s"}, rights - {"---s"})
+
+    def test_the_monitor_tells_nothing_where_confinement_fails(self):
+        for what in set(NEEDED) - {"ending with another process"}:
+            with self.subTest(what):
+                daemon = self.start("--monitor", f"127.0.0.1:{free_port()}",
+                                    launcher=refusing(what))
+                until(lambda: re.search(r" monitor \d+ exited with 71; it is replaced\n",
+                                        daemon.log_text()), "it gives up")
+                self.assertEqual(250, self.connect(daemon).noop()[0])
 
 
 if __name__ == "__main__":

@@ -20,7 +20,11 @@ ROOT = "/var/spool/quarrow"
 # The system's catalogue is not the test's to write or to read.
 WITH_CATALOGUE = ("init", "field")
 # What a subcommand needs besides.
-BEFORE = {"redo": ("undo", ALICE), "field remove": ("field", "add", ALICE, "string", "X-Project")}
+LOCKED = ("user", "lock", ALICE)
+BEFORE = {"redo": [("undo", ALICE)],
+          "field remove": [("field", "add", ALICE, "string", "X-Project")],
+          "user export": [LOCKED],
+          "user import": [LOCKED, ("user", "export", ALICE, "alice.tar"), ("user", "remove", ALICE)]}
 SCRIPT = 'require "fileinto";\nif header :contains "subject" "x" { fileinto "Old"; }\n'
 
 
@@ -100,8 +104,8 @@ def fault_of(name, example, model):
     with tempfile.TemporaryDirectory() as folder:
         system = System(pathlib.Path(folder, "copy"))
         shutil.copytree(model.folder, system.folder, symlinks=True)
-        if name in BEFORE:
-            system.quarrow(*BEFORE[name])
+        for words in BEFORE.get(name, []):
+            system.quarrow(*words)
         if not name.startswith("user"):  # whose removal mail would prevent
             system.deliver()
         result = system.run(system.own_words(example))

@@ -35,7 +35,10 @@ class Change:
 
 @dataclasses.dataclass(frozen=True)
 class Sync:
-    node: Node
+    node: Node | None  # none: all
+
+    def makes_safe(self, change):
+        return self.node is None or self.node is change.node
 
 
 class Disk:
@@ -148,12 +151,15 @@ class Disk:
     def do_fsync(self, call):
         self.steps.append(Sync(self.opened[call.path]))
 
+    def do_syncfs(self, _call):
+        self.steps.append(Sync(None))
+
     def states(self, moment):
         """What may be on the disk when the power fails behind so many steps: trees, some twice."""
         steps = self.steps[:moment]
         changes = [number for number, step in enumerate(steps) if isinstance(step, Change)]
         safe = {number for number in changes
-                if any(isinstance(later, Sync) and later.node is steps[number].node
+                if any(isinstance(later, Sync) and later.makes_safe(steps[number])
                        for later in steps[number:])}
         others = [number for number in changes if number not in safe]
         prefixes = (set(others[:count]) for count in range(len(others) + 1))

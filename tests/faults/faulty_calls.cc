@@ -201,6 +201,11 @@ int synchronise(int fd) {
       {"fsync", open_files().get(fd)}, [] { return 0; }));
 }
 
+int synchronise_all(int fd) {
+  return static_cast<int>(perform(
+      {"syncfs", open_files().get(fd)}, [] { return 0; }));
+}
+
 mode_t mode_behind(int flags, va_list arguments) {
   return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
 }
@@ -307,6 +312,8 @@ ssize_t writev(int fd, const iovec* parts, int count) {
 int fsync(int fd) { return synchronise(fd); }
 
 int fdatasync(int fd) { return synchronise(fd); }
+
+int syncfs(int fd) { return synchronise_all(fd); }
 
 int ftruncate(int fd, off_t size) {
   return static_cast<int>(perform(

@@ -20,6 +20,7 @@ ERRORS = {
     "read": (errno.EIO, errno.EINTR),
     "write": (errno.EIO, errno.EINTR, *FULL),
     "fsync": (errno.EIO, errno.EINTR, *FULL),
+    "syncfs": (errno.EIO, *FULL),
     "truncate": (errno.EIO, errno.EINTR, errno.EACCES, *FULL),
     "rename": (errno.EIO, errno.EACCES, *FULL),
     "link": (errno.EIO, errno.EACCES, *FULL),

@@ -10,6 +10,9 @@ from setting import USER, add_rule, done, home, message, run
 HISTORY = ".delivery_filter.history"
 JOURNAL = ".delivery_journal"
 FIELDS = ".delivery_filter.custom.xml"
+LOCK = ".quarrow_lock"
+FILES = ("fields.xml", "user.tar")  # arguments that stand for files in the root
+IMPORT = ("user", "import", USER, "user.tar")
 TIMES_AND_NAMES = re.compile(rb"^(state \w+) \d+ (\w+ \d+) .*", re.MULTILINE)
 BODY = "".join(f"line {number}\n" for number in range(20000))
 
@@ -86,6 +89,37 @@ class Users(Rules):
 
     def state(self, root):
         return {"listing": done(root, "user", "list")}
+
+
+class Lock(Rules):
+    """A user is locked."""
+
+    def state(self, root):
+        state = super().state(root)
+        state.pop(LOCK + ".new", None)  # of a process that was killed: the next lock removes it
+        return state
+
+
+class Import(Rules):
+    """A user comes from another machine: there is no user, or the whole user."""
+
+    def state(self, root):
+        return {"listing": done(root, "user", "list"),
+                **{str(path.relative_to(home(root))): path.is_file() and path.read_bytes()
+                   for path in home(root).glob("**/*")}}
+
+    def faults(self, root, ending, old, new):
+        state = self.state(root)
+        if state not in (old, new):
+            yield f"a part of a user: {difference(state, new)}"
+        if ending.status == 0 and state != new:
+            yield "not done, and the exit status is 0"
+        if not is_told(ending):
+            yield "no complaint"
+        if state == old:
+            run(root, *IMPORT[:-1], str(root / IMPORT[-1]))
+            if self.state(root) != new or [*home(root).parent.glob(".importing-*")]:
+                yield "the next import does not make the user, or leaves something"
 
 
 class Configuration(Rules):
@@ -239,6 +273,14 @@ def no_user(root):
     home(root).parent.rmdir()
 
 
+def exported_user(root):
+    add_rule(root, "work")
+    done(root, "deliver", "-d", USER, message=message("work"))
+    done(root, "user", "lock", USER)
+    done(root, "user", "export", USER, str(root / "user.tar"))
+    done(root, "user", "remove", "--with-mail", USER)
+
+
 def a_field(root):
     done(root, "field", "add", USER, "string", "x-first")
 
@@ -265,6 +307,8 @@ COMMITS = (
     Operation("field remove", a_field, ("field", "remove", USER, "x-first"), Fields(),
               is_like_another=True),
     Operation("user add", no_user, ("user", "add", USER), Users()),
+    Operation("user lock", two_rules, ("user", "lock", USER, "--reason", "moves"), Lock()),
+    Operation("user import", exported_user, IMPORT, Import(), is_like_another=True),
     Operation("config set", nothing, ("config", "set", "grade", "5"), Configuration(),
               uses_database=True, is_like_another=True),
     Operation("init", no_configuration, ("init", "--catalogue", "fields.xml"), Beginning(),

@@ -38,7 +38,7 @@ class Sandbox(Root):
 
 
 def arguments_of(operation, root):
-    return [str(root / word) if word == "fields.xml" else word for word in operation.arguments]
+    return [str(root / word) if word in operations.FILES else word for word in operation.arguments]
 
 
 @contextlib.contextmanager

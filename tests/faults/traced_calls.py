@@ -12,7 +12,8 @@ from setting import QUARROW
 LINE = re.compile(r"(?:\[pid +\d+\] )?(\d+ +)?(\w+)\((.*)")
 # The calls, by the names that they have in the record of faulty_calls.cc.
 NAMES = {"write": "write", "writev": "write", "pwrite64": "write", "fsync": "fsync",
-         "fdatasync": "fsync", "rename": "rename", "renameat": "rename", "renameat2": "rename",
+         "fdatasync": "fsync", "syncfs": "syncfs", "rename": "rename", "renameat": "rename",
+         "renameat2": "rename",
          "link": "link", "linkat": "link", "unlink": "unlink", "unlinkat": "unlink",
          "rmdir": "rmdir", "mkdir": "mkdir", "mkdirat": "mkdir", "ftruncate": "truncate",
          "flock": "flock", "openat": "create", "open": "create", "creat": "create",

@@ -21,7 +21,7 @@ import sys
 LAYERS = (
     ("apps/quarrow", "apps/quarrow-lmtpd", "apps/quarrow-webd"),
     ("web_server",),
-    ("web_api", "signing_in"),
+    ("web_api", "signing_in", "moving", "monitoring"),
     ("http", "lmtp", "doctor", "importing", "refiling"),
     ("server", "trial", "administration", "completion"),
     ("delivery", "include/quarrow/delivery"),
@@ -45,6 +45,8 @@ NAMESPACES = {
     "http": "Quarrow::Http",
     "importing": "Quarrow::Importing",
     "lmtp": "Quarrow::Lmtp",
+    "moving": "Quarrow::Moving",
+    "monitoring": "Quarrow::Monitoring",
     "refiling": "Quarrow::Refiling",
     "server": "Quarrow::Server",
     "signing_in": "Quarrow::SigningIn",

@@ -14,7 +14,8 @@ import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from server_process import PATIENCE, children, name_of, unprivileged_user, until  # noqa: E402
+from server_process import (PATIENCE, children, free_port, name_of,  # noqa: E402
+                            unprivileged_user, until)
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))  # the first argument of the test
 USERS = [f"user{number}@example.org" for number in range(5)]
@@ -27,17 +28,25 @@ if header :contains "subject" "deep" { fileinto "A/B"; stop; }
 FOLDERS = {"work": ".Work", "deep": ".A.B", "other": ""}
 
 
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
-
-
 def is_running(process):
     """Whether the process is there, and not only waits for its parent to ask how it ended."""
     with contextlib.suppress(OSError):
         return "\nState:\tZ" not in pathlib.Path(f"/proc/{process}/status").read_text()
     return False
+
+
+def connected(address, source="127.0.0.1"):
+    """A connection to a path, or to a port of this host."""
+    if isinstance(address, int):
+        return socket.create_connection(("127.0.0.1", address), PATIENCE, (source, 0))
+    client = socket.socket(socket.AF_UNIX)
+    client.settimeout(PATIENCE)
+    try:
+        client.connect(str(address))
+    except OSError:
+        client.close()
+        raise
+    return client
 
 
 class Lmtp(smtplib.LMTP):
@@ -70,13 +79,15 @@ class Lmtp(smtplib.LMTP):
 
 
 class Daemon:
-    """The server, with users, in a folder of its own, which `change` may change before the start."""
+    """The server, with users, in a folder of its own, which `change` may change before the start.
+    Options name that folder as {folder}."""
 
     def __init__(self, *options, launcher=(), change=lambda daemon: None):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quarrow-lmtpd-"))
         self.socket = str(self.folder / "socket")
         self.config = self.folder / "config"
         self.metrics = self.folder / "metrics"
+        self.is_behind_proxy = "--proxy-protocol" in options
         self.config.write_text("workers=2\n")
         (self.folder / "spool").mkdir()
         for user in USERS:
@@ -89,7 +100,8 @@ class Daemon:
             [*launcher, PROGRAM, "--config", self.config, "--user", unprivileged_user(),
              "--root", self.folder / "root", "--spool", self.folder / "spool",
              "--listen", self.socket, "--host-name", "mx.example.org",
-             "--metrics", self.metrics, "--health", self.folder / "health", *options],
+             "--metrics", self.metrics, "--health", self.folder / "health",
+             *(option.replace("{folder}", str(self.folder)) for option in options)],
             stderr=self.log)
         try:
             until(self.answers, "the server answers")
@@ -109,8 +121,10 @@ class Daemon:
 
     def answers(self):
         assert self.process.poll() is None, self.log_text()
-        with contextlib.suppress(OSError), Lmtp(self.socket) as client:
-            return client.ehlo("test")[0] == 250
+        with contextlib.suppress(OSError), connected(self.socket) as client:
+            if self.is_behind_proxy:
+                client.sendall(b"PROXY UNKNOWN\r\n")
+            return client.recv(100).startswith(b"220 ")
         return False
 
     def home(self, user):
@@ -131,7 +145,11 @@ class Daemon:
 
     def workers(self):
         return [child for child in children(self.process.pid)
-                if name_of(child) not in ("inspection", None)]
+                if name_of(child) not in ("inspection", "quarrow-monitor", None)]
+
+    def monitors(self):
+        return [child for child in children(self.process.pid)
+                if name_of(child) == "quarrow-monitor"]
 
     def helpers(self):
         """The processes that evaluate: one with messages, perhaps, and one that waits for each

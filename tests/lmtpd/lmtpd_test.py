@@ -44,6 +44,24 @@ class DaemonTest(DaemonTestCase):
         self.assertEqual(250, client.deliver(USERS[:1], "spam")[0][0])
         self.assertEqual([], daemon.messages(USERS[0]))
 
+    def test_lets_mail_wait_for_a_user_who_is_locked(self):
+        daemon = self.start()
+        client = self.connect(daemon)
+        lock = daemon.home(USERS[0]) / ".quarrow_lock"
+        later = (450, b"4.2.1 The user is being moved to another machine; try again later")
+        self.assertEqual(250, client.mail("sender@example.net")[0])
+        self.assertEqual([250, 250], [client.rcpt(user)[0] for user in USERS[:2]])
+        lock.touch()
+        self.assertEqual(later, client.rcpt(USERS[0].replace("user", "User")))
+        client.start_data()
+        client.send_text("Subject: other\r\n\r\nbody\r\n")
+        replies = client.end_data(2)
+        self.assertEqual([later, 250], [replies[0], replies[1][0]])
+        self.assertEqual([0, 1], [len(daemon.messages(user)) for user in USERS[:2]])
+        self.assertRegex(daemon.log_text(), f" info: user={USERS[0]} .*action=retry ")
+        lock.unlink()
+        self.assertEqual(250, client.deliver(USERS[:1], "other")[0][0])
+
     def test_refuses_what_comes_back_for_the_recipients_that_had_it_only(self):
         daemon = self.start()
         client = self.connect(daemon)

@@ -11,7 +11,6 @@ import subprocess
 import time
 
 PATIENCE = 240  # seconds until something that must happen counts as missing
-SILENCE = 3  # seconds without news from Postfix until it is made to look through its queues
 
 # Postfix tries again after a second what it otherwise leaves alone for five minutes.
 SETTINGS = """compatibility_level = 3.6
@@ -76,10 +75,13 @@ class Attempt:
 
 
 class Postfix:
-    """Between start() and stop(), takes mail for example.org and hands it to the socket `lmtp`."""
+    """Between start() and stop(), takes mail for example.org and hands it to the socket `lmtp`.
+    `launcher`: words in front of the command that starts it. After `silence` seconds without news
+    it is made to look through its queues."""
 
-    def __init__(self, folder, lmtp):
+    def __init__(self, folder, lmtp, launcher=(), silence=3):
         self.folder = folder
+        self._launcher, self._silence = launcher, silence
         self.attempts = []
         self._waiting = {}  # messages in the queue, by their names there
         self._seen = {}  # all that ever were
@@ -121,9 +123,9 @@ class Postfix:
         return client
 
     def _control(self, command):
-        done = subprocess.run(["postfix", "-c", self.folder / "config", command], check=False,
-                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-                              timeout=PATIENCE)
+        done = subprocess.run([*self._launcher, "postfix", "-c", self.folder / "config", command],
+                              check=False, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                              text=True, timeout=PATIENCE)
         if done.returncode != 0:
             raise AssertionError(f"postfix {command}: {done.stdout}{self.log()}")
 
@@ -178,7 +180,7 @@ class Postfix:
         """Sends the queue manager through its queues when nothing has happened for long. A message
         that it would try again while the last attempt has not let go of it goes among the new ones,
         which it looks through every five minutes, or when more mail comes."""
-        if time.monotonic() - self._last_news > SILENCE:
+        if time.monotonic() - self._last_news > self._silence:
             self._control("flush")
             self._last_news = time.monotonic()
 

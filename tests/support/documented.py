@@ -27,6 +27,14 @@ def lines(page, word):
     return found
 
 
+def lines_below(page, heading, word):
+    """The lines with `word` in them of the blocks between a heading and the next one."""
+    section = page.read_text().split(f"\n{heading}\n")[1].split("\n## ")[0]
+    found = [line[4:] for line in section.splitlines() if line.startswith("    ") and word in line]
+    assert found, f"{page} has no line with {word} below {heading}"
+    return found
+
+
 def replaced(text, replacements):
     for old, new in replacements.items():
         assert old in text, f"the page does not have {old}"

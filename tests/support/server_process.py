@@ -5,6 +5,7 @@ import os
 import pathlib
 import pwd
 import select
+import socket
 import time
 
 PATIENCE = 60  # seconds until something that must happen counts as missing
@@ -24,6 +25,12 @@ def until(condition, what):
             return result
         select.select([], [], [], 0.01)  # the condition is looked at again
     raise AssertionError("in vain: " + what)
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
 
 
 def children(process):

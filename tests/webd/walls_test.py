@@ -13,10 +13,11 @@ import socket
 import subprocess
 import sys
 import unittest
+import urllib.request
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
-from web_server import (ALICE, BOB, PAGE, PATIENCE, DaemonTestCase, field, json_of,  # noqa: E402
-                        unprivileged_user, until)
+from web_server import (ALICE, BOB, PAGE, PATIENCE, DaemonTestCase, field,  # noqa: E402
+                        free_port, json_of, unprivileged_user, until)
 
 PROGRAM, EVIL_PROGRAM = (os.path.abspath(path) for path in (sys.argv.pop(1), sys.argv.pop(1)))
 BY_ROOT = os.geteuid() == 0
@@ -102,6 +103,23 @@ class ServerTest(DaemonTestCase):
         self.assertEqual(os.EX_OK, daemon.stop())
         until(lambda: not pathlib.Path(f"/proc/{broker}").exists() or field(broker, "State")[0] == "Z",
               "the broker ends")
+
+    def test_the_monitor_tells_counters_and_knows_no_way_to_the_broker(self):
+        port = free_port()
+        daemon = self.start(PROGRAM, "--trust-proxy-user", "--monitor", f"127.0.0.1:{port}")
+        daemon.ask("GET", "/api/v1/session", {"X-Quarrow-User": ALICE})
+        said = {}
+        for target in ("/health", "/metrics"):
+            with urllib.request.urlopen(f"http://127.0.0.1:{port}{target}", timeout=PATIENCE) as answer:
+                said[target] = answer.read().decode()
+        self.assertRegex(said["/health"], r"^workers=2 busy=[01] waiting=no uptime=\d+\n$")
+        self.assertIn("\nquarrow_web_requests_total 1\n", said["/metrics"])
+        monitor, = until(lambda: daemon.named("quarrow-monitor"), "there is a monitor")
+        self.assertEqual("2", field(monitor, "Seccomp")[0])
+        if BY_ROOT:
+            # the standard ones, the listening socket, and what tells that clients wait
+            until(lambda: set(os.listdir(f"/proc/{monitor}/fd")) == {"0", "1", "2", "3", "4"},
+                  "it has no more descriptors than it needs")
 
 
 class EvilWorkerTest(DaemonTestCase):

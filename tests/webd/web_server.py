@@ -15,7 +15,8 @@ import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from server_process import PATIENCE, children, name_of, unprivileged_user, until  # noqa: E402
+from server_process import (PATIENCE, children, free_port, name_of,  # noqa: E402
+                            unprivileged_user, until)
 
 PAGE = pathlib.Path(__file__).resolve().parents[2] / "page"
 ALICE = "alice@example.org"
@@ -62,9 +63,10 @@ class Connection(http.client.HTTPConnection):
 
 
 class Daemon:
-    """The server, with users, in a folder of its own, which `prepare` may change before the start."""
+    """The server, with users, in a folder of its own, which `prepare` may change before the start.
+    `launcher`: words in front of its command."""
 
-    def __init__(self, program, *options, workers=2, prepare=lambda daemon: None):
+    def __init__(self, program, *options, workers=2, prepare=lambda daemon: None, launcher=()):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quarrow-webd-"))
         self.folder.chmod(0o755)
         self.socket = str(self.folder / "socket")
@@ -78,7 +80,7 @@ class Daemon:
                 os.chown(path, entry.pw_uid, entry.pw_gid)
         self.log = open(self.folder / "log", "w+b")
         self.worker_count = workers
-        self.command = [program, "--user", unprivileged_user(), "--root", self.folder / "root",
+        self.command = [*launcher, program, "--user", unprivileged_user(), "--root", self.folder / "root",
                         "--listen", self.socket, "--workers", str(workers),
                         *(() if "--page" in options else ("--page", PAGE)), *options]
         self.run()

@@ -73,10 +73,14 @@ Run declare_redo(CLI::App& app);
 Run declare_restore(CLI::App& app);
 Run declare_undo(CLI::App& app);
 Run declare_user_add(CLI::App& app);
+Run declare_user_export(CLI::App& app);
+Run declare_user_import(CLI::App& app);
 Run declare_user_list(CLI::App& app);
+Run declare_user_lock(CLI::App& app);
 Run declare_user_rehash(CLI::App& app);
 Run declare_user_remove(CLI::App& app);
 Run declare_user_show(CLI::App& app);
+Run declare_user_unlock(CLI::App& app);
 
 }  // namespace Quarrow::Command
 

@@ -25,6 +25,7 @@
 #include "delivery/recipient_lookup.h"
 #include "delivery/sandbox.h"
 #include "delivery/trace_headers.h"
+#include "delivery/user_lock.h"
 #include "message_filters/mailbox_name.h"
 #include "quarrow/delivery/evaluator.h"
 #include "quarrow/delivery/mailbox_delivery.h"
@@ -60,7 +61,13 @@ Delivery::MountSign mount_sign(const std::string& root) {
           "missing; is the disk mounted, and was quarrow init run?"};
 }
 
+// For a mail server, which keeps the message.
+int refuse_locked(const std::string& note) {
+  return refuse("4.2.1", note + "; try again later", EX_TEMPFAIL);
+}
+
 int status_of(const std::string& user, const Report& report) {
+  if (report.user_is_locked) return refuse_locked(report.note);
   if (!report.note.empty()) complain(user, report.note, EX_OK);
   if (!report.journal_fault.empty())
     complain(user, "not noted in the journal: " + report.journal_fault, EX_OK);
@@ -121,7 +128,8 @@ int deliver(const Settings& settings, const DeliveryOptions& options) {
       user, mount_sign(settings.root), options.recipient_delimiter, settings.address_case);
   switch (lookup.result) {
     case RecipientLookup::Result::found:
-      return deliver_to(options, user, lookup.folder);
+      return lookup.is_locked ? refuse_locked(Delivery::locked_note)
+                              : deliver_to(options, user, lookup.folder);
     case RecipientLookup::Result::unknown:
       return refuse("5.1.1", "<" + user + "> user unknown", EX_NOUSER);
     case RecipientLookup::Result::unavailable:

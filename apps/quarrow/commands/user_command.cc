@@ -11,8 +11,10 @@
 #include "administration/users.h"
 #include "apps/quarrow/commands/filter_command.h"
 #include "apps/quarrow/complaint.h"
+#include "delivery/user_lock.h"
 #include "message_filters/script_words.h"
 #include "message_filters/user_files.h"
+#include "moving/user_locking.h"
 #include "system/exists.h"
 #include "system/printable.h"
 
@@ -42,13 +44,16 @@ int user_add(const Settings& settings, const UserOptions& options) {
   return EX_OK;
 }
 
-int user_list(const Settings& settings) {
+bool is_locked(const std::string& folder) { return Delivery::look_for_user_lock(folder) == 0; }
+
+int user_list(const Settings& settings, bool locked_only) {
   std::vector<std::string> users;
   mailuser_set_root(settings.root);
   Refusal refusal = Administration::open_configuration(settings.root);
   if (!refusal) refusal = Administration::list_users(settings.root, users);
   if (refusal) return complain(settings, refusal);
   for (const std::string& user : users) {
+    if (locked_only && !is_locked(Administration::user_folder(EmailAddress(user)))) continue;
     std::cout << printable(user) << '\n';
     if (user != Delivery::user_spelling(user, settings.address_case))
       complain(user, "is found with --keep-case only, since it has capitals", EX_OK);
@@ -64,7 +69,8 @@ std::string removal_text(const std::string& folder) {
   } rows[] = {{rules_document_of(script_name), "filters"},
               {rules_history_of(script_name), "the filters' history"},
               {custom_fields_name, "fields"},
-              {maildir_name, "mail"}};
+              {maildir_name, "mail"},
+              {user_lock_name, "the lock by which mail waits"}};
   std::string contents;
   for (const auto& row : rows)
     if (exists(in_folder(folder, row.name.c_str())))
@@ -91,6 +97,13 @@ std::string script_room(const boost::shared_ptr<MessageFilters::FilterList__>& f
          std::to_string(left) + " left";
 }
 
+// A line for a user who is locked.
+std::string lock_text(const std::string& folder) {
+  const auto reason = Moving::lock_reason(folder);
+  if (!reason) return "";
+  return "locked   " + (reason->empty() ? "without a reason" : printable(*reason)) + '\n';
+}
+
 std::string description(const EmailAddress& user, Administration::RulesTransaction& rules) {
   const MessageFilters::FilterList__& list = *rules.filters().filters;
   const auto disabled = std::count_if(list.filters.begin(), list.filters.end(),
@@ -101,7 +114,7 @@ std::string description(const EmailAddress& user, Administration::RulesTransacti
          "\nfilters  " + std::to_string(list.filters.size()) +
          (disabled > 0 ? ", disabled: " + std::to_string(disabled) : "") + "\nscript   " +
          script_room(rules.filters().filters) + "\nrevision " + rules.revision() + "\nmail     " +
-         (exists(mail) ? printable(mail) : "none so far") + '\n';
+         (exists(mail) ? printable(mail) : "none so far") + '\n' + lock_text(folder);
 }
 
 int user_show(const Settings& settings, const std::string& text) {
@@ -123,7 +136,11 @@ Run declare_user_add(CLI::App& app) {
   return [options](const Settings& settings) { return user_add(settings, *options); };
 }
 
-Run declare_user_list(CLI::App& /*app*/) { return user_list; }
+Run declare_user_list(CLI::App& app) {
+  const auto locked_only = std::make_shared<bool>(false);
+  add_flag(app, "--locked", *locked_only, "Only the users who are locked");
+  return [locked_only](const Settings& settings) { return user_list(settings, *locked_only); };
+}
 
 Run declare_user_remove(CLI::App& app) {
   const auto options = std::make_shared<UserOptions>();

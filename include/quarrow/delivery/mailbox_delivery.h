@@ -43,6 +43,10 @@ struct Report {
   std::string note;    // the reason in words, and each folder that can't be written; for a log
   std::string reject_text;
   std::string journal_fault;  // why the journal does not have the delivery; for a log
+
+  // temporary_failure: since the user is being moved to another machine. The message is in none of
+  // their folders, but where the note tells of one.
+  bool user_is_locked = false;
 };
 
 // Evaluates `message`, which was received at `received`, with the script `.delivery_filter` in the
@@ -52,6 +56,8 @@ struct Report {
 // When a folder can't be written, the message is stored in the inbox instead, once. When the inbox
 // can't be written, the result is a temporary failure even if other folders have the message: the
 // sender tries again, and a folder may hold it twice, which is better than not at all.
+//
+// The message of a user who was locked meanwhile is taken back. Such a delivery is not noted.
 Report deliver(const Recipient& recipient, const MessageFile& message, std::time_t received,
                const std::string& host_name, const Evaluate& evaluate);
 

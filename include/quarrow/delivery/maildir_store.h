@@ -20,6 +20,7 @@ class MaildirStore {
   // when it was.
   struct Result {
     std::string reason;
+    std::string name = {};  // of the file that a message was stored as
 
     explicit operator bool() const { return reason.empty(); }
   };
@@ -47,6 +48,10 @@ class MaildirStore {
   //
   // The caller ignores SIGXFSZ, by which the system tells of a limit on the size of files.
   Result store(const std::string& folder, const MessageFile& message) const;
+
+  // Takes the message that store() stored as `name` in `folder` away again. Fails where somebody
+  // else took or renamed it meanwhile, as a mail client does.
+  Result take_back(const std::string& folder, const std::string& name) const;
 
   // Makes what is missing of `folder`, as store() does, and puts it on disk.
   Result make(const std::string& folder) const;
