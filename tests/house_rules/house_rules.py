@@ -19,7 +19,7 @@ import sys
 
 # From the top down. Folders of one layer do not include each other.
 LAYERS = (
-    ("apps/quarrow", "apps/quarrow-lmtpd", "apps/quarrow-webd"),
+    ("apps/quarrow", "apps/quarrow-homes", "apps/quarrow-lmtpd", "apps/quarrow-webd"),
     ("web_server",),
     ("web_api", "signing_in", "monitoring"),
     ("http", "lmtp", "homes", "doctor", "importing", "refiling"),
@@ -36,6 +36,7 @@ SAME = {"include/quarrow/delivery": "delivery"}
 NAMESPACES = {
     "administration": "Quarrow::Administration",
     "apps/quarrow": "Quarrow::Command",
+    "apps/quarrow-homes": "Quarrow::HomesServer",
     "apps/quarrow-lmtpd": "Quarrow::Lmtpd",
     "apps/quarrow-webd": "Quarrow::Webd",
     "completion": "Quarrow::Completion",
