@@ -74,7 +74,8 @@ HomeDatabase::HomeDatabase(std::string file, Access access, std::chrono::millise
   check_schema();
   if (access == Access::read || !fault_.empty()) return;
   database_.keep_log_files();
-  database_.execute("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
+  database_.execute(
+      "PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON; PRAGMA journal_size_limit = 1048576");
 }
 
 void HomeDatabase::check_schema() {

@@ -14,8 +14,14 @@ using Access = HomeDatabase::Access;
 using Result = HomeFound::Result;
 using Row = SqliteDatabase::Row;
 
+// Other programs remove the files of the log, without which a process can't read that must not
+// write.
 std::string text_of(const HomeRefusal& refusal) {
-  return refusal ? refusal.object + ": " + refusal.reason : "";
+  if (!refusal) return "";
+  const char* const hint = refusal.kind == HomeRefusal::Kind::not_permitted
+                               ? "; a change by quarrow home makes the files of its log again"
+                               : "";
+  return refusal.object + ": " + refusal.reason + hint;
 }
 
 }  // namespace

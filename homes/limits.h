@@ -20,7 +20,7 @@ constexpr std::size_t longest_transport = 512;
 // For the database, where another process has it for itself: a lookup, for which a mail server
 // waits, and a change, for which a person does.
 constexpr std::chrono::milliseconds lookup_patience{2000};
-constexpr std::chrono::milliseconds change_patience{10000};
+constexpr std::chrono::milliseconds change_patience{5000};
 
 }  // namespace Quarrow::Homes
 

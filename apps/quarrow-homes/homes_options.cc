@@ -38,7 +38,7 @@ void declare(CLI::App& app, Options& options, Server::DaemonOptions& written) {
 }  // namespace
 
 // Clients keep connections that they do not use, and wait for an answer with mail in their hands.
-Options::Options() : server{{"/run/quarrow-homes/socket"}} {
+Options::Options() : server{{"/run/quarrow/homes"}} {
   server.workers = 20;
   server.patience = {std::chrono::seconds(60), std::chrono::seconds(120), std::chrono::seconds(1)};
 }

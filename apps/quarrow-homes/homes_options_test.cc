@@ -18,7 +18,7 @@ TEST(HomesOptions, HaveDefaults) {
   const Parsed parsed = parse({});
   ASSERT_EQ(Parsed::Outcome::run, parsed.outcome) << parsed.text;
   const Options& options = parsed.options;
-  EXPECT_EQ(std::vector<std::string>{"/run/quarrow-homes/socket"}, options.server.listen);
+  EXPECT_EQ(std::vector<std::string>{"/run/quarrow/homes"}, options.server.listen);
   EXPECT_EQ("/var/lib/quarrow/homes.sqlite", options.homes);
   EXPECT_EQ("+", options.reading.delimiters);
   EXPECT_EQ(AddressCase::folded, options.reading.address_case);
