@@ -368,6 +368,18 @@ class ChangesTest(HomesTestCase):
         self.assertEqual(f"{CAROL}\tnode1\tyes\n{DAVE}\tnode1\tno\n",
                          self.table.home("list", "--node", "node1", "-f", "tab"))
 
+    def test_that_are_cut_off_are_none(self):
+        before = self.table.home("list", "-f", "tab")
+        with subprocess.Popen([QUARROW, "home", "import", "--homes", self.table.file],
+                              stdin=subprocess.PIPE, text=True) as change:
+            # more than a pipe holds: most of it has been read
+            change.stdin.writelines(f"user{number}@example.org node1\n" for number in range(9999))
+            change.stdin.flush()
+            change.kill()
+        self.assertEqual(-signal.SIGKILL, change.returncode)
+        self.assertEqual(before, self.table.home("list", "-f", "tab"))
+        self.table.home("set", DAVE, "node1")
+
     def test_need_a_table(self):
         self.table.file = self.table.folder / "missing"
         done = self.table.run("set", ALICE, "node1")
