@@ -103,6 +103,24 @@ TEST_F(LookUpHome, IsUnavailableWithADamagedFile) {
   expect_unavailable("not a database");
 }
 
+TEST_F(LookUpHome, SeesATableThatIsMadeInAnEmptyFile) {
+  const std::string file = table_.folder.write("empty", "");
+  HomeLookup lookup(file, {});
+  EXPECT_EQ(Result::unavailable, lookup.look_up("alice@example.org").result);
+  HomesTransaction homes(file, HomesTransaction::Start::with_any);
+  TestTable::expect_taken(homes.add_node("node1", first_transport));
+  TestTable::expect_taken(homes.set_home("alice@example.org", "node1"));
+  TestTable::expect_taken(homes.commit());
+  EXPECT_EQ(Result::found, lookup.look_up("alice@example.org").result);
+}
+
+TEST_F(LookUpHome, IsUnavailableWhileTheSchemaIsAnotherOne) {
+  table_.run("PRAGMA user_version = 2");
+  expect_unavailable("unknown schema version 2");
+  table_.run("PRAGMA user_version = 1");
+  expect_alice();
+}
+
 // Each page but the first is overwritten in its turn, and cut off with those behind it.
 TEST_F(LookUpHome, NeverTakesAKnownUserOfADamagedFileForUnknown) {
   table_.run("PRAGMA wal_checkpoint(TRUNCATE)");
