@@ -1,6 +1,7 @@
 // Users' folders, made, found and removed.
 #include "administration/users.h"
 
+#include <base.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zvelluser.h>

@@ -1,4 +1,4 @@
-# Completion of quarrow, quarrow-lmtpd and quarrow-webd in bash. The programs themselves say what can be typed.
+# Completion of quarrow, quarrow-homes, quarrow-lmtpd and quarrow-webd in bash. The programs themselves say what can be typed.
 
 _quarrow() {
   # bash cuts words at characters such as "@" and ":"; what no blank separates is one word.
@@ -27,4 +27,4 @@ _quarrow() {
   esac
 }
 
-complete -F _quarrow quarrow quarrow-lmtpd quarrow-webd
+complete -F _quarrow quarrow quarrow-homes quarrow-lmtpd quarrow-webd

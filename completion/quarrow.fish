@@ -1,4 +1,4 @@
-# Completion of quarrow, quarrow-lmtpd and quarrow-webd in fish. The programs themselves say what can be typed.
+# Completion of quarrow, quarrow-homes, quarrow-lmtpd and quarrow-webd in fish. The programs themselves say what can be typed.
 
 function __quarrow_complete
     set -l words (commandline -opc)
@@ -17,6 +17,6 @@ function __quarrow_complete
     printf '%s\n' $answer[2..-1]
 end
 
-for program in quarrow quarrow-lmtpd quarrow-webd
+for program in quarrow quarrow-homes quarrow-lmtpd quarrow-webd
     complete -c $program -f -a '(__quarrow_complete)'
 end

@@ -23,14 +23,6 @@ RecipientLookup unavailable(const std::string& object, const std::string& reason
   return {Result::unavailable, {}, object, reason, {}};
 }
 
-// The address without its extension: alice@example.org for alice+lists@example.org.
-std::string without_extension(const std::string& address, const std::string& delimiters) {
-  const std::size_t at = address.rfind('@');
-  const std::size_t begin = address.find_first_of(delimiters);
-  if (at == std::string::npos || begin == 0 || begin >= at) return address;
-  return address.substr(0, begin) + address.substr(at);
-}
-
 // Looks at the folder of the user with that very address.
 RecipientLookup look_up_exactly(const std::string& address) {
   const EmailAddress parsed(address);
@@ -59,6 +51,13 @@ std::string user_spelling(std::string address, AddressCase address_case) {
   if (address_case == AddressCase::folded)
     std::transform(address.begin(), address.end(), address.begin(), zvellparser::ascii_lower);
   return address;
+}
+
+std::string without_extension(const std::string& address, const std::string& delimiters) {
+  const std::size_t at = address.rfind('@');
+  const std::size_t begin = address.find_first_of(delimiters);
+  if (at == std::string::npos || begin == 0 || begin >= at) return address;
+  return address.substr(0, begin) + address.substr(at);
 }
 
 std::string delimiter_fault(const std::string& delimiters) {

@@ -41,6 +41,10 @@ enum class AddressCase {
 // Other characters stay, since mail servers don't agree on theirs.
 std::string user_spelling(std::string address, AddressCase address_case);
 
+// The address without its extension, which the first of the characters `delimiters` begins:
+// alice@example.org for alice+lists@example.org. The address itself when it has none.
+std::string without_extension(const std::string& address, const std::string& delimiters);
+
 // Why `delimiters` can't begin extensions, for a person: not each is one of the characters that
 // may. Empty when they can.
 std::string delimiter_fault(const std::string& delimiters);

@@ -14,7 +14,9 @@
 #include "administration/settings_change.h"
 #include "administration/users.h"
 #include "apps/quarrow/commands/filter_command.h"
+#include "apps/quarrow/commands/homes_file.h"
 #include "apps/quarrow/names_in_use.h"
+#include "homes/home_listing.h"
 #include "importing/rules_format.h"
 
 namespace Quarrow::Command {
@@ -24,6 +26,12 @@ using Completion::Cursor;
 using Completion::Offer;
 using Completion::Paths;
 using MessageFilters::Action;
+
+// The shell has not replaced a tilde yet.
+std::string with_home(const std::string& path) {
+  const char* const home = std::getenv("HOME");
+  return home != nullptr && path.rfind("~/", 0) == 0 ? home + path.substr(1) : path;
+}
 
 // The line that is typed.
 struct Line {
@@ -86,6 +94,17 @@ Offer setting_names(const Line& /*line*/) {
   return Completion::offer_of(Administration::setting_names());
 }
 
+Offer nodes(const Line& line) {
+  std::vector<std::string> names;
+  const std::string file = given(line.cursor, "--homes");
+  (void)Homes::list_nodes(file.empty() ? default_homes_file : with_home(file),
+                          [&names](const Homes::Node& node) { names.push_back(node.name); });
+  return Completion::offer_of(names);
+}
+
+// What is new has no name yet.
+Offer no_values(const Line& /*line*/) { return {}; }
+
 Offer file_paths(const Line& /*line*/) { return {{}, Paths::files}; }
 
 Offer folder_paths(const Line& /*line*/) { return {{}, Paths::folders}; }
@@ -110,6 +129,9 @@ const struct Row {
             {nullptr, "newer", revisions},
             {nullptr, "revision", revisions},
             {nullptr, "REVISION", revisions},
+            {"home node add", "node", no_values},
+            {nullptr, "node", nodes},
+            {nullptr, "NODE", nodes},
             {nullptr, "type", types},
             {nullptr, "FORMAT", formats},
             {nullptr, "FOLDER", folders},
@@ -135,12 +157,6 @@ const CLI::Option* argument_at(const Cursor& cursor) {
 bool fits(const Row& row, const CLI::Option& option, const std::string& command) {
   if (row.command != nullptr && command != row.command) return false;
   return option.check_name(row.name) || option.get_type_name() == row.name;
-}
-
-// The shell has not replaced a tilde yet.
-std::string with_home(const std::string& path) {
-  const char* const home = std::getenv("HOME");
-  return home != nullptr && path.rfind("~/", 0) == 0 ? home + path.substr(1) : path;
 }
 
 Settings settings_on(const Cursor& cursor) {

@@ -94,6 +94,29 @@ const std::vector<Subcommand> config_commands = {
     {"get", "Print a setting.", "quarrow config get grade", declare_config_get},
     {"set", "Change a setting.", "quarrow config set grade 19", declare_config_set}};
 
+const std::vector<Subcommand> node_commands = {
+    {"add", "Make a node known, or give it another transport.",
+     "quarrow home node add node1 lmtp:inet:[127.0.0.1]:2401", declare_home_node_add},
+    {"list", "List the nodes with their transports.", "quarrow home node list",
+     declare_home_node_list},
+    {"remove", "Forget a node where no user lives.", "quarrow home node remove node3",
+     declare_home_node_remove}};
+
+const std::vector<Subcommand> home_commands = {
+    {"node", "Add, list and remove nodes.", "quarrow home node list", nullptr, node_commands},
+    {"list", "List the users with the nodes that they live on.", "quarrow home list --node node1",
+     declare_home_list},
+    {"set", "Say which node a user lives on.", "quarrow home set alice@example.org node1",
+     declare_home_set},
+    {"moving", "Have the mail of a user wait while they are moved.",
+     "quarrow home moving alice@example.org", declare_home_moving},
+    {"move", "Say which node a user was moved to.", "quarrow home move alice@example.org node2",
+     declare_home_move},
+    {"remove", "Forget where a user lives.", "quarrow home remove alice@example.org",
+     declare_home_remove},
+    {"import", "Read which nodes many users live on, a line each, from standard input.",
+     "quarrow home import <users", declare_home_import}};
+
 const std::vector<Subcommand> commands = {
     {"init", "Make the configuration file and the system's catalogue of fields.",
      "quarrow --root /var/spool/quarrow init", declare_init},
@@ -119,6 +142,8 @@ const std::vector<Subcommand> commands = {
      "quarrow field list alice@example.org", nullptr, field_commands},
     {"config", "Show and change the settings of the system.", "quarrow config list", nullptr,
      config_commands},
+    {"home", "Say which of many machines each user lives on.", "quarrow home list", nullptr,
+     home_commands},
     {"match", "Say what a user's filters do with messages.",
      "quarrow match alice@example.org inbox/*.eml Maildir/ mail.mbox -", declare_match},
     {"explain", "Say why a message goes where a user's filters put it.",

@@ -1,22 +1,21 @@
-// The configuration file. No other file of the product sees SQLite.
+// The configuration file.
 #include <fcntl.h>
-#include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
-#include <memory>
 
 #include "base.h"
-#include "system/loaded_library.h"
+#include "host/base/sqlite_database.h"
 
 namespace {
 
 constexpr int application_id = 0x51525257;  // "QRRW"
 constexpr int flat_version = 1;
 constexpr int hashed_version = 2;  // refused by programs that would not find users' folders
-constexpr int busy_milliseconds = 250;
+constexpr std::chrono::milliseconds patience{250};
 
 constexpr char grade_schema[] =
     "CREATE TABLE system ("
@@ -25,36 +24,6 @@ constexpr char grade_schema[] =
 constexpr char hashed_schema[] =
     "ALTER TABLE system ADD COLUMN"
     "  hashed_folders INTEGER NOT NULL DEFAULT 1 CHECK (hashed_folders BETWEEN 0 AND 1);";
-
-// The functions that are used of SQLite.
-struct Functions {
-  const Quarrow::LoadedLibrary library{"libsqlite3.so.0"};
-  decltype(&sqlite3_busy_timeout) const busy_timeout = library["sqlite3_busy_timeout"];
-  decltype(&sqlite3_close) const close = library["sqlite3_close"];
-  decltype(&sqlite3_column_text) const column_text = library["sqlite3_column_text"];
-  decltype(&sqlite3_errmsg) const errmsg = library["sqlite3_errmsg"];
-  decltype(&sqlite3_exec) const exec = library["sqlite3_exec"];
-  decltype(&sqlite3_finalize) const finalize = library["sqlite3_finalize"];
-  decltype(&sqlite3_open_v2) const open_v2 = library["sqlite3_open_v2"];
-  decltype(&sqlite3_prepare_v2) const prepare_v2 = library["sqlite3_prepare_v2"];
-  decltype(&sqlite3_step) const step = library["sqlite3_step"];
-};
-
-// Throws std::runtime_error when SQLite is not there.
-const Functions& sqlite() {
-  static const Functions functions;
-  return functions;
-}
-
-struct DatabaseClose {
-  void operator()(sqlite3* database) const { (void)sqlite().close(database); }
-};
-using Database = std::unique_ptr<sqlite3, DatabaseClose>;
-
-struct StatementFinish {
-  void operator()(sqlite3_stmt* statement) const { (void)sqlite().finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, StatementFinish>;
 
 // A file that goes away with this object.
 class Draft {
@@ -85,44 +54,15 @@ class Draft {
 
 std::string system_error() { return std::strerror(errno); }
 
-std::string execute(sqlite3* database, const std::string& sql) {
-  const int result = sqlite().exec(database, sql.c_str(), nullptr, nullptr, nullptr);
-  return result == SQLITE_OK ? std::string() : sqlite().errmsg(database);
+// The first column of the first row of a query; `error` is set when there is none.
+std::string query(SqliteDatabase& database, const char* sql, std::string* error) {
+  const SqliteDatabase::Row row = database.first_row(sql);
+  if (row.empty())
+    *error = database.has_failed() ? database.reason() : "no settings within their range";
+  return row.empty() ? std::string() : row.front();
 }
 
-std::string open_database(const std::string& file, int flags, Database* database) {
-  sqlite3* opened = nullptr;
-  const int result = sqlite().open_v2(file.c_str(), &opened, flags, nullptr);
-  database->reset(opened);  // there is one even after a failure, as a rule
-  if (!opened) return "no memory";
-  if (result != SQLITE_OK) return sqlite().errmsg(opened);
-  (void)sqlite().busy_timeout(opened, busy_milliseconds);
-  return {};
-}
-
-// Opening a fifo would wait for a writer.
-std::string check_regular(const std::string& file) {
-  struct stat entry {};
-  if (file.find('\0') != std::string::npos) return "not a file name";
-  if (stat(file.c_str(), &entry) != 0) return system_error();
-  return S_ISREG(entry.st_mode) ? "" : "not a regular file";
-}
-
-// The first row of a query: its first column as text; `error` is set when there is none.
-std::string query(sqlite3* database, const char* sql, std::string* error) {
-  sqlite3_stmt* prepared = nullptr;
-  const int result = sqlite().prepare_v2(database, sql, -1, &prepared, nullptr);
-  const Statement statement(prepared);
-  const int step = result == SQLITE_OK ? sqlite().step(prepared) : result;
-  if (step != SQLITE_ROW) {
-    *error = step == SQLITE_DONE ? "no settings within their range" : sqlite().errmsg(database);
-    return {};
-  }
-  const auto* text = reinterpret_cast<const char*>(sqlite().column_text(prepared, 0));
-  return text ? text : "";
-}
-
-std::string check_schema(sqlite3* database, std::string* version) {
+std::string check_schema(SqliteDatabase& database, std::string* version) {
   std::string error;
   const std::string application = query(database, "PRAGMA application_id", &error);
   if (!error.empty()) return error;
@@ -137,20 +77,18 @@ std::string check_schema(sqlite3* database, std::string* version) {
 }
 
 std::string read_settings(const std::string& file, SystemRecord* record) {
-  std::string error = check_regular(file);
-  Database database;
-  if (error.empty()) error = open_database(file, SQLITE_OPEN_READONLY, &database);
+  SqliteDatabase database(file, SqliteDatabase::Access::read, patience);
   std::string version;
-  if (error.empty()) error = check_schema(database.get(), &version);
+  std::string error = check_schema(database, &version);
   if (!error.empty()) return error;
-  const std::string grade = query(database.get(),
+  const std::string grade = query(database,
                                   "SELECT capacity_grade FROM system"
                                   " WHERE typeof(capacity_grade) = 'integer'"
                                   " AND capacity_grade BETWEEN 0 AND 4294967295",
                                   &error);
   std::string hashed = "0";
   if (error.empty() && version == std::to_string(hashed_version))
-    hashed = query(database.get(),
+    hashed = query(database,
                    "SELECT hashed_folders FROM system"
                    " WHERE typeof(hashed_folders) = 'integer' AND hashed_folders BETWEEN 0 AND 1",
                    &error);
@@ -173,9 +111,9 @@ std::string settings_sql(const SystemRecord& record) {
 }
 
 std::string write_settings(const std::string& file, const SystemRecord& record) {
-  Database database;
-  const std::string error = open_database(file, SQLITE_OPEN_READWRITE, &database);
-  return error.empty() ? execute(database.get(), settings_sql(record)) : error;
+  SqliteDatabase database(file, SqliteDatabase::Access::change, patience);
+  database.execute(settings_sql(record));
+  return database.reason();
 }
 
 // A link, unlike a rename, refuses to take the place of a file.

@@ -2,7 +2,7 @@
 """Compares what the programs say with --help with what their manual pages say, and with what they
 offer to shells that complete command lines.
 
-Usage: help_and_manual.py QUARROW QUARROW_LMTPD FOLDER_OF_PAGES
+Usage: help_and_manual.py QUARROW QUARROW_HOMES QUARROW_LMTPD QUARROW_WEBD FOLDER_OF_PAGES
 
 For each program and subcommand, the options of the help, those of the page's SYNOPSIS and those
 that the page describes must be the same, with the same arguments; the subcommands and the
@@ -290,12 +290,13 @@ def compare_server(comparison, name, program, folder):
     comparison.texts(name, told, page.about(name), page.texts())
 
 
-def main(quarrow, lmtpd, webd, folder):
+def main(quarrow, homes, lmtpd, webd, folder):
     comparison = Comparison()
     compare_quarrow(comparison, quarrow, pathlib.Path(folder))
-    for name, program in (("quarrow-lmtpd", lmtpd), ("quarrow-webd", webd)):
+    for name, program in (("quarrow-homes", homes), ("quarrow-lmtpd", lmtpd),
+                          ("quarrow-webd", webd)):
         compare_server(comparison, name, program, pathlib.Path(folder))
-    for program in (quarrow, lmtpd, webd):
+    for program in (quarrow, homes, lmtpd, webd):
         comparison.completion(program)
     sys.exit(1 if comparison.differs else 0)
 

@@ -35,13 +35,15 @@ class System:
         self.folder = folder
         self.root = folder / "root"
         self.environment = {**os.environ, "PATH": f"{folder}/bin:/usr/bin:/bin",
-                            "QUARROW_ROOT": str(self.root)}
+                            "QUARROW_ROOT": str(self.root),
+                            "QUARROW_HOMES": str(folder / "homes.sqlite")}
 
     def set_up(self, quarrow, mail):
         (self.folder / "bin").mkdir()
         (self.folder / "bin" / "quarrow").symlink_to(pathlib.Path(quarrow).resolve())
         self.set_up_users()
         self.set_up_mail(pathlib.Path(mail))
+        self.set_up_homes()
 
     def run(self, line):
         with open(self.folder / "message", "rb") as message:
@@ -72,6 +74,12 @@ class System:
         for part in ("cur", "new", "tmp"):
             (self.folder / "Maildir" / part).mkdir(parents=True)
         shutil.copy(messages[0], self.folder / "Maildir/new/1777896000.M1P1.host")
+
+    def set_up_homes(self):
+        for node in ("node1", "node2", "node3"):
+            self.quarrow("home", "node", "add", node, "lmtp:unix:/run/quarrow/lmtp")
+        self.quarrow("home", "set", ALICE, "node1")
+        (self.folder / "users").write_text("bob@example.org node2\n")
 
     def deliver(self):
         shutil.copytree(self.folder / "Maildir", self.root / "example.org/alice/Maildir")

@@ -19,10 +19,10 @@ import sys
 
 # From the top down. Folders of one layer do not include each other.
 LAYERS = (
-    ("apps/quarrow", "apps/quarrow-lmtpd", "apps/quarrow-webd"),
+    ("apps/quarrow", "apps/quarrow-homes", "apps/quarrow-lmtpd", "apps/quarrow-webd"),
     ("web_server",),
     ("web_api", "signing_in", "moving", "monitoring"),
-    ("http", "lmtp", "doctor", "importing", "refiling"),
+    ("http", "lmtp", "homes", "doctor", "importing", "refiling"),
     ("server", "trial", "administration", "completion"),
     ("delivery", "include/quarrow/delivery"),
     ("sieve_match",),
@@ -36,12 +36,14 @@ SAME = {"include/quarrow/delivery": "delivery"}
 NAMESPACES = {
     "administration": "Quarrow::Administration",
     "apps/quarrow": "Quarrow::Command",
+    "apps/quarrow-homes": "Quarrow::HomesServer",
     "apps/quarrow-lmtpd": "Quarrow::Lmtpd",
     "apps/quarrow-webd": "Quarrow::Webd",
     "completion": "Quarrow::Completion",
     "delivery": "Quarrow::Delivery",
     "doctor": "Quarrow::Doctor",
     "include/quarrow/delivery": "Quarrow::Delivery",
+    "homes": "Quarrow::Homes",
     "http": "Quarrow::Http",
     "importing": "Quarrow::Importing",
     "lmtp": "Quarrow::Lmtp",

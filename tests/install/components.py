@@ -22,6 +22,8 @@ COMPONENTS = {
                        "include/quarrow-host/zvellparser.h"),
     "quarrow": ("bin/quarrow", "share/man/man1/quarrow.1", "share/man/man5/quarrow-rules.5",
                 "share/bash-completion/completions/quarrow"),
+    "quarrow-homes": ("sbin/quarrow-homes", "lib/systemd/system/quarrow-homes.service",
+                      "lib/systemd/system/quarrow-homes.socket", "share/man/man8/quarrow-homes.8"),
     "quarrow-lmtpd": ("sbin/quarrow-lmtpd", "lib/systemd/system/quarrow-lmtpd.service",
                       "lib/systemd/system/quarrow-lmtpd.socket", "share/man/man8/quarrow-lmtpd.8"),
     "quarrow-webd": ("sbin/quarrow-webd", "lib/systemd/system/quarrow-webd.service",

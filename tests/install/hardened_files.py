@@ -58,7 +58,8 @@ class HardenedFiles(unittest.TestCase):
 
     def test_all_programs_and_libraries_are_there(self):
         self.assertEqual(
-            [path.name for path in self.programs], ["quarrow", "quarrow-lmtpd", "quarrow-webd"]
+            [path.name for path in self.programs],
+            ["quarrow", "quarrow-homes", "quarrow-lmtpd", "quarrow-webd"],
         )
         self.assertEqual(len(self.libraries), 4)
         self.assertEqual([path.name for path in self.archives], ["libquarrow-delivery.a"])
