@@ -30,14 +30,13 @@ class ProxiedClientTest : public ::testing::Test {
 
   // What the server makes of it, as the address or the fault, and what it left unread. In a process
   // of its own, which changes what signals do.
-  std::string taken(Clock::duration patience = std::chrono::minutes(1),
-                    bool stopped = false) const {
+  std::string taken(Clock::duration waiting = std::chrono::minutes(1), bool stopped = false) const {
     const MemoryFile result;
     EXPECT_EQ(0, end_of_child([&] {
                    const StopSignal stop;
                    if (stopped) (void)raise(SIGTERM);
                    const ProxiedClient client =
-                       take_proxy_header(ends_[1], stop, Clock::now() + patience);
+                       take_proxy_header(ends_[1], stop, Clock::now() + waiting);
                    return write_all(result.fd(), client.address + client.fault) ? 0 : 1;
                  }).status);
     return result.read();

@@ -54,10 +54,10 @@ const std::vector<Case>& good_headers() {
 
 TEST(ProxyHeader, TellsTheClient) {
   for (const Case& c : good_headers()) {
-    const ProxyHeader header = read_proxy_header(c.bytes);
-    EXPECT_EQ(State::complete, header.state) << c.bytes;
-    EXPECT_EQ(c.bytes.size(), header.size) << c.bytes;
-    EXPECT_EQ(c.client, header.client) << c.bytes;
+    const ProxyHeader found = read_proxy_header(c.bytes);
+    EXPECT_EQ(State::complete, found.state) << c.bytes;
+    EXPECT_EQ(c.bytes.size(), found.size) << c.bytes;
+    EXPECT_EQ(c.client, found.client) << c.bytes;
   }
 }
 

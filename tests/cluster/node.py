@@ -9,11 +9,9 @@ import balancer
 from processes import kill_all, run_inside, signal_all
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from server_process import PATIENCE  # noqa: E402
+from server_process import PATIENCE, handing_over  # noqa: E402
 
 SERVICE_USER = "nobody"
-# Hands a socket over as systemd does: so connections wait while the server is replaced.
-WITH_SOCKET = 'exec 3<&"$1"; shift; LISTEN_PID=$$ LISTEN_FDS=1 exec "$@"'
 
 
 class Node:
@@ -41,14 +39,14 @@ class Node:
         self._balancer.start()
 
     def _start_server(self):
-        number = self._socket.fileno()
+        # so connections wait while the server is replaced
         self._server = run_inside(
             self.machine,
-            ["sh", "-c", WITH_SOCKET, "sh", number, self._programs.lmtpd, "--user", SERVICE_USER,
+            [*handing_over(self._socket), self._programs.lmtpd, "--user", SERVICE_USER,
              "--root", self.root, "--spool", self._folder / "spool", "--workers", "20",
              "--proxy-protocol", "--monitor", self._folder / "monitor",
              "--host-name", f"node{self.number}.example.org"],
-            self._folder / "lmtpd.log", pass_fds=[number])
+            self._folder / "lmtpd.log", pass_fds=[self._socket.fileno()])
 
     def upgrade_server(self):
         self._server.terminate()

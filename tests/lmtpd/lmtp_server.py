@@ -14,8 +14,8 @@ import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from server_process import (PATIENCE, children, free_port, name_of,  # noqa: E402
-                            unprivileged_user, until)
+from server_process import (PATIENCE, children, free_port, handing_over,  # noqa: E402
+                            name_of, unprivileged_user, until)
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))  # the first argument of the test
 USERS = [f"user{number}@example.org" for number in range(5)]

@@ -15,7 +15,7 @@ import tempfile
 import unittest
 
 from lmtp_server import (FOLDERS, PATIENCE, PROGRAM, USERS, DaemonTestCase, Lmtp, children,
-                         free_port, is_running, unprivileged_user, until)
+                         free_port, handing_over, is_running, unprivileged_user, until)
 
 
 class DaemonTest(DaemonTestCase):
@@ -369,12 +369,11 @@ class DaemonTest(DaemonTestCase):
             manager.bind(notices)
             os.chmod(notices, 0o666)
             manager.settimeout(PATIENCE)
-            # the shell puts the socket where it is looked for, and its own number beside it
             activated = subprocess.Popen(
-                ["/bin/sh", "-c", f"exec 3<&{listener.fileno()}; LISTEN_PID=$$ exec \"$@\"", "sh",
-                 PROGRAM, "--user", unprivileged_user(), "--root", daemon.folder / "root",
+                [*handing_over(listener), PROGRAM, "--user", unprivileged_user(),
+                 "--root", daemon.folder / "root",
                  "--spool", daemon.folder / "spool"],
-                env={**os.environ, "LISTEN_FDS": "1", "NOTIFY_SOCKET": notices},
+                env={**os.environ, "NOTIFY_SOCKET": notices},
                 pass_fds=[listener.fileno()], stderr=subprocess.DEVNULL)
             self.addCleanup(activated.wait, PATIENCE)
             self.addCleanup(activated.kill)

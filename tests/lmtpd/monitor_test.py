@@ -11,7 +11,7 @@ import subprocess
 import unittest
 
 from lmtp_server import (PATIENCE, PROGRAM, USERS, DaemonTestCase, children, connected,
-                         free_port, is_running, unprivileged_user, until)
+                         free_port, handing_over, is_running, unprivileged_user, until)
 
 # As HAProxy's "option httpchk GET /health" has it, and the same with "ver HTTP/1.1 hdr host".
 CHECKS = [b"GET /health HTTP/1.0\r\n\r\n",
@@ -217,12 +217,11 @@ class InheritedMonitorTest(DaemonTestCase):
 
     def start_with(self, listener):
         daemon = self.start()  # for its users
-        # the shell puts the socket where it is looked for, and its own number beside it
         process = subprocess.Popen(
-            ["/bin/sh", "-c", f"exec 3<&{listener.fileno()}; LISTEN_PID=$$ exec \"$@\"", "sh",
-             PROGRAM, "--user", unprivileged_user(), "--root", daemon.folder / "root",
+            [*handing_over(listener), PROGRAM, "--user", unprivileged_user(),
+             "--root", daemon.folder / "root",
              "--spool", daemon.folder / "spool", "--listen", daemon.folder / "other"],
-            env={**os.environ, "LISTEN_FDS": "1", "LISTEN_FDNAMES": "monitor"},
+            env={**os.environ, "LISTEN_FDNAMES": "monitor"},
             pass_fds=[listener.fileno()], stderr=subprocess.PIPE, text=True)
         self.addCleanup(process.stderr.close)
         self.addCleanup(process.wait, PATIENCE)

@@ -2,7 +2,6 @@
 """quarrow-lmtpd behind a proxy: proxy_test.py PROGRAM [unittest arguments]"""
 
 import ipaddress
-import os
 import re
 import socket
 import struct
@@ -10,7 +9,7 @@ import subprocess
 import unittest
 
 from lmtp_server import (PATIENCE, PROGRAM, USERS, DaemonTestCase, connected, free_port,
-                         unprivileged_user, until)
+                         handing_over, unprivileged_user, until)
 
 MESSAGE = ("LHLO x\r\nMAIL FROM:<s@example.net>\r\nRCPT TO:<%s>\r\nDATA\r\nSubject: other\r\n\r\n.\r\n"
            "QUIT\r\n" % USERS[0]).encode()
@@ -102,11 +101,9 @@ class ProxyTest(DaemonTestCase):
 
     def test_refuses_a_socket_at_which_any_host_could_pass_for_the_proxy(self):
         with socket.create_server(("0.0.0.0", 0)) as listener:
-            # the shell puts the socket where it is looked for, and its own number beside it
             refused = subprocess.run(
-                ["/bin/sh", "-c", f"exec 3<&{listener.fileno()}; LISTEN_PID=$$ exec \"$@\"", "sh",
-                 PROGRAM, "--user", unprivileged_user(), "--proxy-protocol"],
-                env={**os.environ, "LISTEN_FDS": "1"}, pass_fds=[listener.fileno()],
+                [*handing_over(listener), PROGRAM, "--user", unprivileged_user(), "--proxy-protocol"],
+                pass_fds=[listener.fileno()],
                 capture_output=True, text=True, timeout=PATIENCE)
         self.assertEqual((71, "quarrow-lmtpd: any host can pass for the proxy at a socket that the "
                           "service manager passed\n"), (refused.returncode, refused.stderr))

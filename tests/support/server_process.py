@@ -16,6 +16,13 @@ def unprivileged_user():
     return "nobody" if os.geteuid() == 0 else pwd.getpwuid(os.geteuid()).pw_name
 
 
+def handing_over(listener):
+    """The words in front of a server that give it a socket as the service manager does. The shell
+    puts it where it is looked for, and its own number beside it."""
+    return ["/bin/sh", "-c", 'exec 3<&"$1"; shift; LISTEN_PID=$$ LISTEN_FDS=1 exec "$@"', "sh",
+            str(listener.fileno())]
+
+
 def until(condition, what):
     """Waits until `condition()` gives something true, and gives that."""
     end = time.monotonic() + PATIENCE

@@ -13,7 +13,7 @@ import subprocess
 import sys
 import unittest
 
-from web_server import ALICE, PATIENCE, Connection, DaemonTestCase, unprivileged_user
+from web_server import ALICE, PATIENCE, Connection, DaemonTestCase, handing_over, unprivileged_user
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 SERVICE = (pathlib.Path(__file__).parents[2] / "apps" / "quarrow-webd" /
@@ -36,13 +36,11 @@ class ActivationTest(DaemonTestCase):
         self.daemon.home(ALICE).chmod(0o700)
 
     def activate(self, listener, notices):
-        # the shell puts the socket where it is looked for, and its own number beside it
         server = subprocess.Popen(
-            [*launcher(), "/bin/sh", "-c",
-             f"exec 3<&{listener.fileno()}; LISTEN_PID=$$ exec \"$@\"", "sh",
-             PROGRAM, "--user", unprivileged_user(), "--root", self.daemon.folder / "root",
+            [*launcher(), *handing_over(listener), PROGRAM, "--user", unprivileged_user(),
+             "--root", self.daemon.folder / "root",
              "--trust-proxy-user"],
-            env={**os.environ, "LISTEN_FDS": "1", "NOTIFY_SOCKET": notices},
+            env={**os.environ, "NOTIFY_SOCKET": notices},
             pass_fds=[listener.fileno()], stderr=subprocess.DEVNULL)
         self.addCleanup(server.wait, PATIENCE)
         self.addCleanup(server.kill)

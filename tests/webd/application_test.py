@@ -74,13 +74,14 @@ class ApplicationTest(DaemonTestCase):
         return process
 
     def processes(self):
-        found = []
+        """Those that do the work, without their helpers, which have their name for a moment."""
+        found = {}
         for path in pathlib.Path("/proc").glob("[0-9]*"):
             with contextlib.suppress(OSError):
                 if (path / "comm").read_text() == "quarrow-refile\n" and \
                         os.path.samefile(path / "cwd", self.home):
-                    found.append(int(path.name))
-        return found
+                    found[int(path.name)] = int(field(path.name, "PPid")[0])
+        return [process for process, parent in found.items() if parent not in found]
 
     def end_of_work(self):
         self.lock.unlink(missing_ok=True)

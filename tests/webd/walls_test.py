@@ -17,7 +17,7 @@ import urllib.request
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 from web_server import (ALICE, BOB, PAGE, PATIENCE, DaemonTestCase, field,  # noqa: E402
-                        free_port, json_of, unprivileged_user, until)
+                        free_port, handing_over, json_of, unprivileged_user, until)
 
 PROGRAM, EVIL_PROGRAM = (os.path.abspath(path) for path in (sys.argv.pop(1), sys.argv.pop(1)))
 BY_ROOT = os.geteuid() == 0
@@ -53,11 +53,10 @@ class ServerTest(DaemonTestCase):
 
     def test_a_port_of_the_service_manager_is_no_place_for_a_trusted_proxy(self):
         with socket.create_server(("127.0.0.1", 0)) as listener:
-            # the shell puts the socket where it is looked for, and its own number beside it
             refused = subprocess.run(
-                ["/bin/sh", "-c", f"exec 3<&{listener.fileno()}; LISTEN_PID=$$ exec \"$@\"", "sh",
-                 PROGRAM, "--user", unprivileged_user(), "--trust-proxy-user"],
-                env={**os.environ, "LISTEN_FDS": "1"}, pass_fds=[listener.fileno()],
+                [*handing_over(listener), PROGRAM, "--user", unprivileged_user(),
+                 "--trust-proxy-user"],
+                pass_fds=[listener.fileno()],
                 capture_output=True, text=True, timeout=PATIENCE)
         self.assertEqual(os.EX_UNAVAILABLE, refused.returncode, refused.stderr)
         self.assertIn("--trust-proxy-user: any program of this host", refused.stderr)
