@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """The profiles for AppArmor allow each file that the running servers use:
-profiles_test.py QUARROW_LMTPD QUARROW_WEBD QUARROW
+profiles_test.py QUARROW_LMTPD QUARROW_WEBD QUARROW_HOMES QUARROW
 
 Each server is traced while it does its work. What it uses in the test's folders is looked for in
 its profile under the names that packages give them. Whether a kernel keeps the profile is not tried
@@ -15,22 +15,24 @@ import sys
 import tempfile
 import unittest
 
-WEBD, QUARROW = (os.path.abspath(sys.argv.pop(2)) for _ in range(2))
+WEBD, HOMES, QUARROW = (os.path.abspath(sys.argv.pop(2)) for _ in range(3))
 TESTS = pathlib.Path(__file__).resolve().parents[1]
-sys.path[:0] = [str(TESTS / name) for name in ("lmtpd", "webd", "support")]
+sys.path[:0] = [str(TESTS / name) for name in ("homes", "lmtpd", "webd", "support")]
+import homes_server  # noqa: E402
 import lmtp_server  # noqa: E402
 import web_server  # noqa: E402
 from profile import SETTINGS, Profile  # noqa: E402
 from server_process import until  # noqa: E402
-from system_calls import tracing, why_no_trace  # noqa: E402
+from system_calls import calls_in, tracing, why_no_trace  # noqa: E402
 from uses import CALLS, files_used  # noqa: E402
 
 PROFILES = TESTS.parent / "packaging" / "apparmor"
 ROOT = "/var/spool/quarrow"
 FORBIDDEN = [("/etc/shadow", "r"), ("/root/.ssh/id_rsa", "r"), ("/usr/bin/dash", "r"),
              ("/var/spool/cron/crontabs/root", "w"), ("/var/spool/etc/fields.xml", "w"),
-             ("/etc/quarrow/lmtpd.conf", "w"), ("/etc/quarrow/webd.conf", "w"),
-             ("/usr/sbin/quarrow-lmtpd", "w"), ("/usr/sbin/quarrow-webd", "w")]
+             *((f"/etc/quarrow/{name}.conf", "w") for name in ("homes", "lmtpd", "webd")),
+             *((f"/usr/sbin/quarrow-{name}", "w") for name in ("homes", "lmtpd", "webd")),
+             ("/var/lib/quarrow/homes.sqlite", "w")]
 FILTER = {"name": "Work", "enabled": True, "relation": "allof",
           "tests": [{"type": "string", "field": "subject", "comparator": "is", "value": "work",
                      "negative": False, "match_case": False}],
@@ -80,6 +82,36 @@ class LmtpTest(ProfileTestCase):
                               ("/var/tmp/#1", "w"), ("/run/quarrow/lmtp", "w"),
                               ("/run/quarrow-lmtpd/metrics", "w")}, used)
         self.check("quarrow-lmtpd", used)
+
+
+class HomesTest(ProfileTestCase):
+    def test_a_table_and_another_reading_of_the_options(self):
+        table = homes_server.Table(QUARROW)
+        self.addCleanup(table.close)
+        config = table.folder / "homes.conf"
+        config.write_text("client-patience=30\n")
+        daemon = homes_server.Daemon(HOMES, table, "--config", config,
+                                     launcher=tracing(self.traces, CALLS))
+        try:
+            self.assertEqual(homes_server.MOVING,
+                             daemon.ask(f"transport {homes_server.CAROL}"))
+            daemon.process.send_signal(signal.SIGHUP)
+            until(lambda: self.read_twice(config), "the options are read again")
+            daemon.process.send_signal(signal.SIGUSR1)
+            until(daemon.metrics.exists, "the counters are written")
+        finally:
+            daemon.close()
+        used = files_used(self.traces, {
+            table.file.parent: "/var/lib/quarrow", config: "/etc/quarrow/homes.conf",
+            daemon.path: "/run/quarrow/homes", daemon.metrics: "/run/quarrow-homes/metrics"})
+        self.assertLessEqual({("/var/lib/quarrow/homes.sqlite", "r"),
+                              ("/etc/quarrow/homes.conf", "r"), ("/run/quarrow/homes", "w"),
+                              ("/run/quarrow-homes/metrics", "w")}, used)
+        self.check("quarrow-homes", used)
+
+    def read_twice(self, config):
+        return sum(str(config) in call.text for calls in calls_in(self.traces)
+                   for call in calls) > 1
 
 
 class WebTest(ProfileTestCase):
