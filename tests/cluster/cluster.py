@@ -33,7 +33,8 @@ class Cluster:
                 node.start()
                 stack.callback(node.close)
                 self.nodes.append(node)
-            self._front = Front(front, folder / "front", authority, shared=not any(homes))
+            self._front = Front(front, folder / "front", authority, programs,
+                                shared=not any(homes))
             self._front.start()
             stack.callback(self._front.stop)
             self._stack = stack.pop_all()
@@ -54,8 +55,7 @@ class Cluster:
 
     def place(self, users, node):
         """Says that new users are at home on this node."""
-        self._front.change("INSERT INTO home(address, node) VALUES (?, ?)",
-                           [(user, node.number) for user in users])
+        self._front.homes.place(users, node.name)
 
     def send(self, number):
         """Begins to send a round: one message to each user."""
@@ -76,7 +76,7 @@ class Cluster:
     def run_moves(self, number, users, old, new):
         """A round during which users move; the row that tells of it, and the median of the seconds
         that a user's move takes."""
-        moves = Moves(self._front.map, users, self.nodes[old], self.nodes[new])
+        moves = Moves(self._front.homes, users, self.nodes[old], self.nodes[new])
         moving = Fault("users move to another", lambda node: moves.start(),
                        lambda node: moves.join(), False)
         row = Round(self.postfix, self.nodes[old], users, moving).run(self.send(number))

@@ -1,14 +1,12 @@
-"""The front: Postfix, and HAProxy to the nodes."""
-import contextlib
+"""The front: Postfix, the table of homes, and HAProxy to the nodes."""
 import pathlib
 import shlex
-import sqlite3
-import subprocess
 import sys
 
 import balancer
 import documented
 from balancer import PAGE
+from homes import SOCKET, Homes
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "postfix"))
 from postfix import PATIENCE, Postfix  # noqa: E402
@@ -16,17 +14,17 @@ from postfix import PATIENCE, Postfix  # noqa: E402
 LISTENERS = "listen node1"  # the first of those that home nodes need
 
 
-def configured(postfix, heading, folder):
+def configured(postfix, heading, homes):
     """Has Postfix take the settings below a heading of the page."""
     for line in documented.lines_below(PAGE, heading, "postconf"):
-        postfix.configure([word.replace("/etc/postfix", str(folder))
+        postfix.configure([word.replace(SOCKET, str(homes.socket))
                            for word in shlex.split(line)[1:]])
 
 
 class Front:
     """Set up as the page says for home nodes, or for nodes that share a disk."""
 
-    def __init__(self, machine, folder, authority, shared):
+    def __init__(self, machine, folder, authority, programs, shared):
         folder.mkdir()
         authority.make_out("front", folder / "front.pem")
         settings = balancer.settings("front.cfg", {
@@ -38,28 +36,17 @@ class Front:
         (folder / "postfix").mkdir()
         self.postfix = Postfix(folder / "postfix", folder / "nothing", machine.inside(),
                                silence=PATIENCE)  # it is measured how soon it tries again
-        configured(self.postfix, "## The front", folder)
+        self.homes = Homes(machine, folder, programs)
+        configured(self.postfix, "## The front", self.homes)
         if shared:
-            configured(self.postfix, "## Shared storage", folder)
-        self._make_map(folder)
-
-    def _make_map(self, folder):
-        self.map = folder / "map" / "home.sqlite"
-        for line in documented.lines(PAGE, "/var/lib/home-nodes"):
-            words = shlex.split(line.replace("/var/lib/home-nodes", str(self.map.parent)))
-            subprocess.run(words, check=True, stdout=subprocess.DEVNULL)
-        (folder / "home.cf").write_text(balancer.settings(
-            "home.cf", {"/var/lib/home-nodes": self.map.parent}))
-
-    def change(self, statement, rows):
-        """Runs a statement over the map, once for each row of values."""
-        with contextlib.closing(sqlite3.connect(self.map)) as homes, homes:
-            homes.executemany(statement, rows)
+            configured(self.postfix, "## Shared storage", self.homes)
 
     def start(self):
         self._balancer.start()
+        self.homes.start()
         self.postfix.start()
 
     def stop(self):
         self.postfix.stop()
+        self.homes.stop()
         self._balancer.stop()

@@ -8,16 +8,15 @@ import time
 import documented
 from balancer import PAGE
 
-DATABASE = "/var/lib/home-nodes/home.sqlite"
 USER, FROM, TO = "alice@example.org", "node1", "node2"  # as the page has them
 
 
 class Moves:
     """Each of `users` goes from one node to another, one after the other, from start() on."""
 
-    def __init__(self, database, users, old, new):
+    def __init__(self, homes, users, old, new):
         self._lines = documented.lines_below(PAGE, "## Moving a user", USER)
-        self._database, self._users, self._old, self._new = database, users, old, new
+        self._homes, self._users, self._old, self._new = homes, users, old, new
         self._seconds, self._failure = [], ""
         self._thread = threading.Thread(target=self._run)
 
@@ -36,7 +35,8 @@ class Moves:
             begin = time.monotonic()
             for line in self._lines:
                 done = subprocess.run(["bash", "-euo", "pipefail", "-c", self._fitting(line, user)],
-                                      check=False, capture_output=True, text=True)
+                                      check=False, capture_output=True, text=True,
+                                      env=self._homes.environment())
                 if done.returncode != 0:
                     self._failure = f"{line}: {done.stdout}{done.stderr}"
                     return
@@ -44,7 +44,7 @@ class Moves:
 
     def _fitting(self, line, user):
         """The page's line, for this user and these machines."""
-        line = line.replace("node = 2", f"node = {self._new.number}")
+        line = self._homes.fitting(line.replace(f"{USER} {TO}", f"{USER} {self._new.name}"))
         for name, node in [(FROM, self._old), (TO, self._new)]:
             line = line.replace(f"ssh {name} quarrow", shlex.join(map(str, node.command())))
-        return line.replace(USER, user).replace(DATABASE, str(self._database))
+        return line.replace(USER, user)

@@ -19,6 +19,7 @@ class Node:
 
     def __init__(self, machine, number, folder, root, programs, authority):
         self.machine, self.number, self.root = machine, number, root
+        self.name = f"node{number}"
         self._folder, self._programs, self._authority = folder, programs, authority
         self._server = None
         (folder / "spool").mkdir()
@@ -45,7 +46,7 @@ class Node:
             [*handing_over(self._socket), self._programs.lmtpd, "--user", SERVICE_USER,
              "--root", self.root, "--spool", self._folder / "spool", "--workers", "20",
              "--proxy-protocol", "--monitor", self._folder / "monitor",
-             "--host-name", f"node{self.number}.example.org"],
+             "--host-name", f"{self.name}.example.org"],
             self._folder / "lmtpd.log", pass_fds=[self._socket.fileno()])
 
     def upgrade_server(self):
