@@ -77,12 +77,12 @@ TEST_P(InterruptedFormChange, HidesTheUserFromNoLookUp) {
   }
 }
 
-std::string name_of(const testing::TestParamInfo<FolderForm>& row) {
+std::string form_name(const testing::TestParamInfo<FolderForm>& row) {
   return row.param == FolderForm::flat ? "Flat" : "Hashed";
 }
 
 INSTANTIATE_TEST_SUITE_P(To, InterruptedFormChange,
-                         testing::Values(FolderForm::flat, FolderForm::hashed), name_of);
+                         testing::Values(FolderForm::flat, FolderForm::hashed), form_name);
 
 }  // namespace
 }  // namespace Quarrow::Administration

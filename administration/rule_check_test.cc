@@ -17,14 +17,14 @@ using MessageFilters::Action;
 // A test named apart from GoogleTest's own class of that name.
 using RuleTest = MessageFilters::Test;
 
-struct Case {
+struct WrongRule {
   std::string text;
   Kind kind;
   const char* part;
   const char* reason;
 };
 
-const Case wrong_tests[] = {
+const WrongRule wrong_tests[] = {
     {"text subject is x", Kind::wrong_rule, "type",
      "unknown type \"text\"; the types are string, address, size, date"},
     {"strng subject is x", Kind::wrong_rule, "type",
@@ -176,7 +176,7 @@ const char too_long[] =
     "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx...xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx"
     "xxxxxxxxxxxxx\" can't be a folder: its name is too long for a disk; type a shorter one";
 
-const Case wrong_actions[] = {
+const WrongRule wrong_actions[] = {
     {"burn", Kind::wrong_rule, "method",
      "unknown action \"burn\"; the actions are move, copy, delete"},
     {"mvoe Work", Kind::wrong_rule, "method",
@@ -235,13 +235,13 @@ const Case wrong_actions[] = {
      "\"INBOX/~\" can't be a folder: IMAP can't open folders that begin with ~; type INBOX"},
     {"move caf\xE9", Kind::not_utf8, "target", "the folder is not UTF-8"}};
 
-const Case wrong_names[] = {
+const WrongRule wrong_names[] = {
     {"", Kind::no_name, "name", "a filter needs a name"},
     {"x\ndiscard;", Kind::wrong_rule, "name", "the name holds a control character; leave it out"},
     {"x\r", Kind::wrong_rule, "name", "the name holds a control character; leave it out"},
     {"caf\xE9", Kind::not_utf8, "name", "the name is not UTF-8"}};
 
-void expect_refusal(const Case& c, const Refusal& refusal) {
+void expect_refusal(const WrongRule& c, const Refusal& refusal) {
   SCOPED_TRACE(c.text.substr(0, 80));
   expect_refusal(c.kind, c.part, c.reason, refusal);
 }

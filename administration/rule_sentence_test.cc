@@ -22,7 +22,7 @@ using RuleTest = MessageFilters::Test;
 const struct {
   RuleTest test;
   const char* sentence;
-} tests[] = {
+} sentences[] = {
     {{{"string", "subject"}, false, false, "contains", "quarterly"},
      "subject contains \"quarterly\""},
     {{{"string", "subject"}, true, false, "contains", "quarterly"},
@@ -53,7 +53,7 @@ const struct {
     {{{"string", "subject"}, false, false, "greater", "x"}, "string subject greater x"}};
 
 TEST(TestSentence, SaysWhatTheTestAsksFor) {
-  for (const auto& c : tests) EXPECT_EQ(c.sentence, test_sentence(c.test));
+  for (const auto& c : sentences) EXPECT_EQ(c.sentence, test_sentence(c.test));
 }
 
 TEST(ActionSentence, SaysWhatTheActionDoes) {

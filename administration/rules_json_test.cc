@@ -101,14 +101,14 @@ std::string followed_by(const std::string& second) {
   return first.substr(0, first.size() - 1) + ", " + second + "]";
 }
 
-struct Case {
+struct WrongText {
   std::string json;
   Kind kind;
   std::string place;
   std::string reason;
 };
 
-std::vector<Case> wrong_values() {
+std::vector<WrongText> wrong_values() {
   const char number[] = "must be a whole number of 32 bits other than 0";
   return {
       {with("\"id\": 1", "\"id\": \"1\""), Kind::wrong_json, "filters[0].id", number},
@@ -139,7 +139,7 @@ std::vector<Case> wrong_values() {
        "must be a list"}};
 }
 
-std::vector<Case> wrong_words() {
+std::vector<WrongText> wrong_words() {
   return {{with("\"allof\"", "\"all\""), Kind::wrong_rule, "filters[0].relation",
            "unknown relation \"all\"; the relations are allof, anyof"},
           {with("\"string\"", "\"text\""), Kind::wrong_rule, "filters[0].tests[0].type",
@@ -160,7 +160,7 @@ std::vector<Case> wrong_words() {
            "filters[0].actions", "a filter without an action does nothing"}};
 }
 
-std::vector<Case> wrong_texts() {
+std::vector<WrongText> wrong_texts() {
   return {{"", Kind::wrong_json, "filters", "no JSON from byte 1 on"},
           {"[,]", Kind::wrong_json, "filters", "no JSON from byte 2 on"},
           {"[] x", Kind::wrong_json, "filters", "no JSON from byte 4 on"},
@@ -173,7 +173,7 @@ std::vector<Case> wrong_texts() {
            "the member \"name\" comes twice in one object"}};
 }
 
-void expect_refusals(const std::vector<Case>& cases) {
+void expect_refusals(const std::vector<WrongText>& cases) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.json);
     const auto before = FilterList__::Create();
@@ -280,7 +280,7 @@ TEST(ReadRulesJson, RefusesAMissingMemberAndAnUnknownOne) {
                  {"negative", "filters[0].tests[0]"},
                  {"match_case", "filters[0].tests[0]"},
                  {"method", "filters[0].actions[0]"}};
-  std::vector<Case> cases;
+  std::vector<WrongText> cases;
   for (const auto& row : members) {
     const std::string name = std::string("\"") + row.member + "\": ";
     const std::string place = row.place;

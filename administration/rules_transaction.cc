@@ -34,7 +34,7 @@ using MessageFilters::UserMessageFilters__;
 const std::string document_name = rules_document_of(script_name);
 const std::string history_name = rules_history_of(script_name);
 
-std::string user_folder(const std::string& address) {
+std::string folder_in_use(const std::string& address) {
   return ZvMailUserId(MAILBOX_USER, address).prefpath();
 }
 
@@ -57,13 +57,13 @@ std::string rules_document(const std::string& address) {
 }
 
 std::string rules_script(const std::string& address) {
-  return in_folder(user_folder(address), script_name);
+  return in_folder(folder_in_use(address), script_name);
 }
 
 RulesTransaction::RulesTransaction(const EmailAddress& address, std::chrono::milliseconds patience)
     : address_(address),
       patience_(patience),
-      folder_(user_folder(address.address())),
+      folder_(folder_in_use(address.address())),
       user_(getuid()),
       document_(document_text(FilterList__::Create())) {}
 
@@ -71,7 +71,7 @@ Refusal RulesTransaction::open() {
   // Made for nobody: the library would open the document by its name, and follow a link there.
   filters_ = boost::make_shared<UserMessageFilters__>(EmailAddress());
   filters_->address = address_;
-  const auto find = [this] { return user_folder(address_.address()); };
+  const auto find = [this] { return folder_in_use(address_.address()); };
   if (const Refusal refusal = folder_.open(find)) return refusal;
   if (!folder_.is_open()) return {};
   if (const Refusal refusal = lock_.take(folder_, patience_)) return refusal;

@@ -27,7 +27,19 @@ void expect_inside(const std::string& path) {
   for (const fs::path& name : relative) expect(name.string().size() <= 255, "of names of files");
 }
 
+// Hashed folders lie below "%", beside those of the domain's users.
+void try_folders(const std::string& line) {
+  const ZvMailUserId user(MAILBOX_USER, line);
+  const std::string flat = user.plain_prefpath();
+  if (flat.empty()) return;
+  for (const std::string& folder : {flat, user.prefpath(), user.hashed_prefpath()})
+    expect_inside(folder + "/file");
+  expect(flat.find("/%/") == std::string::npos, "no user's folder is taken for hashed ones");
+  expect(user.hashed_prefpath().find("/%/") != std::string::npos, "and these are marked");
+}
+
 void try_address(const std::string& line) {
+  try_folders(line);
   const EmailAddress address(line);
   if (address.isNull()) return;
   expect_equal(line, address.address(), "an address stays as it is");
