@@ -3,20 +3,15 @@
 //
 // SECURITY: clients are the mail servers that may open its socket. It reads one file and writes
 // none; it starts as the superuser only to make sockets, and then becomes another user.
-#include <sysexits.h>
 #include <syslog.h>
 
-#include <algorithm>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "apps/quarrow-homes/homes_options.h"
-#include "completion/answer.h"
 #include "homes/home_counters.h"
 #include "homes/home_lookup.h"
 #include "homes/home_maps.h"
@@ -24,6 +19,7 @@
 #include "monitoring/monitor.h"
 #include "server/daemon.h"
 #include "server/log.h"
+#include "server/server_program.h"
 
 namespace Quarrow::HomesServer {
 namespace {
@@ -81,12 +77,9 @@ class HomesServer {
   }
 
   std::optional<Server::DaemonSettings> reload() {
-    Parsed parsed = parse_options(argc_, argv_);
-    if (parsed.outcome != Parsed::Outcome::run) {
-      Server::log_error("nothing was reloaded: " + parsed.text);
-      return std::nullopt;
-    }
-    options_ = std::move(parsed.options);
+    auto read = Server::options_to_reload(parse_options(argc_, argv_));
+    if (!read) return std::nullopt;
+    options_ = std::move(*read);
     return options_.server;
   }
 
@@ -97,14 +90,7 @@ class HomesServer {
 };
 
 int run_homes(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
-  if (Completion::is_request(arguments)) {
-    complete_options(arguments, std::cout);
-    return std::cout.flush() ? EX_OK : EX_IOERR;
-  }
-  Parsed parsed = parse_options(argc, argv);
-  if (parsed.outcome != Parsed::Outcome::run) return Server::tell(parsed, program);
-  return HomesServer(argc, argv, std::move(parsed.options)).run();
+  return Server::run_program<HomesServer>(program, argc, argv, parse_options, complete_options);
 }
 
 }  // namespace

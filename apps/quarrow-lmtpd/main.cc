@@ -3,21 +3,16 @@
 // SECURITY: clients are the mail servers that may open its socket; the server believes them. It
 // starts as the superuser only to make sockets, and then becomes the user that the mail belongs to.
 // Messages are parsed in the evaluation's helper processes, not here.
-#include <sysexits.h>
 #include <syslog.h>
 #include <zvelluser.h>
 
-#include <algorithm>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "apps/quarrow-lmtpd/options.h"
-#include "completion/answer.h"
 #include "delivery/helper_process.h"
 #include "delivery/sandbox.h"
 #include "lmtp/delivery_counters.h"
@@ -28,6 +23,7 @@
 #include "quarrow/delivery/evaluator.h"
 #include "server/daemon.h"
 #include "server/log.h"
+#include "server/server_program.h"
 
 namespace Quarrow::Lmtpd {
 namespace {
@@ -105,12 +101,9 @@ class LmtpServer {
   }
 
   std::optional<Server::DaemonSettings> reload() {
-    Parsed parsed = parse_options(argc_, argv_);
-    if (parsed.outcome != Parsed::Outcome::run) {
-      Server::log_error("nothing was reloaded: " + parsed.text);
-      return std::nullopt;
-    }
-    options_ = std::move(parsed.options);
+    auto read = Server::options_to_reload(parse_options(argc_, argv_));
+    if (!read) return std::nullopt;
+    options_ = std::move(*read);
     return options_.server;
   }
 
@@ -121,14 +114,7 @@ class LmtpServer {
 };
 
 int run_lmtpd(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
-  if (Completion::is_request(arguments)) {
-    complete_options(arguments, std::cout);
-    return std::cout.flush() ? EX_OK : EX_IOERR;
-  }
-  Parsed parsed = parse_options(argc, argv);
-  if (parsed.outcome != Parsed::Outcome::run) return Server::tell(parsed, program);
-  return LmtpServer(argc, argv, std::move(parsed.options)).run();
+  return Server::run_program<LmtpServer>(program, argc, argv, parse_options, complete_options);
 }
 
 }  // namespace

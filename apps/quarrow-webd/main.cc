@@ -13,7 +13,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,7 +22,6 @@
 #include "administration/root_setup.h"
 #include "apps/quarrow-webd/signing_admission.h"
 #include "apps/quarrow-webd/web_options.h"
-#include "completion/answer.h"
 #include "delivery/helper_process.h"
 #include "delivery/recipient_lookup.h"
 #include "delivery/sandbox.h"
@@ -35,6 +33,7 @@
 #include "server/listener.h"
 #include "server/log.h"
 #include "server/privileges.h"
+#include "server/server_program.h"
 #include "signing_in/check_process.h"
 #include "web_api/api.h"
 #include "web_server/broker.h"
@@ -220,14 +219,11 @@ class WebDaemon {
   }
 
   std::optional<Server::DaemonSettings> reload() {
-    Parsed parsed = parse_options(argc_, argv_);
-    if (parsed.outcome != Parsed::Outcome::run) {
-      Server::log_error("nothing was reloaded: " + parsed.text);
-      return std::nullopt;
-    }
-    options_.server = parsed.options.server;
-    options_.http = parsed.options.http;
-    page_faults_ = page_.read(parsed.options.page);
+    auto read = Server::options_to_reload(parse_options(argc_, argv_));
+    if (!read) return std::nullopt;
+    options_.server = read->server;
+    options_.http = read->http;
+    page_faults_ = page_.read(read->page);
     tell_page();
     return options_.server;
   }
@@ -245,14 +241,7 @@ class WebDaemon {
 };
 
 int run_webd(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
-  if (Completion::is_request(arguments)) {
-    complete_options(arguments, std::cout);
-    return std::cout.flush() ? EX_OK : EX_IOERR;
-  }
-  Parsed parsed = parse_options(argc, argv);
-  if (parsed.outcome != Parsed::Outcome::run) return Server::tell(parsed, program);
-  return WebDaemon(argc, argv, std::move(parsed.options)).run();
+  return Server::run_program<WebDaemon>(program, argc, argv, parse_options, complete_options);
 }
 
 }  // namespace
