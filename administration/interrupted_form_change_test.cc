@@ -69,7 +69,7 @@ TEST_P(InterruptedFormChange, IsDoneByTheNextRunWheneverItIsKilled) {
 TEST_P(InterruptedFormChange, HidesTheUserFromNoLookUp) {
   for (int stops = 0, done = 0; done == 0; ++stops) {
     put_old_form();
-    TracedProcess process([this] { _exit(check_known(alice) ? 1 : 0); });
+    TracedProcess process([] { _exit(check_known(alice) ? 1 : 0); });
     if (!process.is_running()) GTEST_SKIP() << "processes can't be traced here";
     for (int stop = 0; stop < stops && done == 0; ++stop) done = process.step() ? 0 : 1;
     change();
