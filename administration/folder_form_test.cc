@@ -108,6 +108,15 @@ TEST_F(FolderFormTest, IsRefusedToAUserWithBothSpellings) {
   EXPECT_EQ(Kind::not_made, change(FolderForm::hashed, EmailAddress("o'brien@example.org")).kind);
 }
 
+TEST_F(FolderFormTest, StaysWhileTheUserIsLocked) {
+  root_.write("example.org/alice/.quarrow_lock", "");
+  EXPECT_EQ(flat_ +
+                ": nothing was changed, since the user is being moved to another machine; try "
+                "again later",
+            said(change(FolderForm::hashed)));
+  EXPECT_EQ(flat_, user_folder(alice));
+}
+
 TEST_F(FolderFormTest, IsThatOfALinkWhichNamesItsWholeTarget) {
   fs::create_directories(root_.file("disk/alice"));
   fs::remove(flat_);

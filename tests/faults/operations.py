@@ -11,6 +11,7 @@ HISTORY = ".delivery_filter.history"
 JOURNAL = ".delivery_journal"
 FIELDS = ".delivery_filter.custom.xml"
 LOCK = ".quarrow_lock"
+HASH = "63/84"  # of USER
 FILES = ("fields.xml", "user.tar")  # arguments that stand for files in the root
 IMPORT = ("user", "import", USER, "user.tar")
 TIMES_AND_NAMES = re.compile(rb"^(state \w+) \d+ (\w+ \d+) .*", re.MULTILINE)
@@ -89,6 +90,25 @@ class Users(Rules):
 
     def state(self, root):
         return {"listing": done(root, "user", "list")}
+
+
+class Form(Rules):
+    """A user's folder changes its form: there is one folder, with all that was in it."""
+
+    def state(self, root):
+        folders = [home(root), home(root).parent / "%" / HASH / home(root).name]
+        return {"listing": done(root, *self.listing),
+                **{str(path.relative_to(root)): path.is_file() and path.read_bytes()
+                   for folder in folders for path in folder.glob("**/*")}}
+
+    def faults(self, root, ending, old, new):
+        state = self.state(root)
+        if state not in (old, new):
+            yield f"neither old nor new: {difference(state, old)}; {difference(state, new)}"
+        if ending.status == 0 and state != new:
+            yield "not done, and the exit status is 0"
+        if not is_told(ending):
+            yield "no complaint"
 
 
 class Lock(Rules):
@@ -273,6 +293,11 @@ def no_user(root):
     home(root).parent.rmdir()
 
 
+def no_hashed_user(root):
+    no_user(root)
+    done(root, "config", "set", "hashed-folders", "1")
+
+
 def exported_user(root):
     add_rule(root, "work")
     done(root, "deliver", "-d", USER, message=message("work"))
@@ -307,6 +332,8 @@ COMMITS = (
     Operation("field remove", a_field, ("field", "remove", USER, "x-first"), Fields(),
               is_like_another=True),
     Operation("user add", no_user, ("user", "add", USER), Users()),
+    Operation("user add, hashed", no_hashed_user, ("user", "add", USER), Users()),
+    Operation("user rehash", two_rules, ("user", "rehash", USER), Form()),
     Operation("user lock", two_rules, ("user", "lock", USER, "--reason", "moves"), Lock()),
     Operation("user import", exported_user, IMPORT, Import(), is_like_another=True),
     Operation("config set", nothing, ("config", "set", "grade", "5"), Configuration(),
