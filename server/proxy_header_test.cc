@@ -8,6 +8,8 @@
 namespace Quarrow::Server {
 namespace {
 
+using namespace std::string_literals;
+
 using State = ProxyHeader::State;
 
 // A binary header with these four bytes' worth of meaning, and `body` behind its length.
@@ -41,7 +43,7 @@ const std::vector<Case>& good_headers() {
       {"PROXY UNKNOWN " + long_v6 + ' ' + long_v6 + " 65535 65535\r\n", ""},
       {"PROXY UNKNOWN whatever stands here\r\n", ""},
       {block(0x21, 0x11, v4_addresses), "192.0.2.1"},
-      {block(0x21, 0x11, v4_addresses + "\x20\x00\x01x"), "192.0.2.1"},
+      {block(0x21, 0x11, v4_addresses + "\x20\x00\x01x"s), "192.0.2.1"},
       {block(0x21, 0x21, v6_addresses), "2001:db8::1"},
       {block(0x21, 0x11, v4_addresses + std::string(4096 - 12, 'x')), "192.0.2.1"},
       {block(0x21, 0x31, std::string(216, '/')), ""},
@@ -107,7 +109,7 @@ TEST(ProxyHeader, IsRefused) {
       "PROXY TCP4 2001:db8::1 2001:db8::2 12345 24\r\n",
       "PROXY TCP6 192.0.2.1 198.51.100.2 12345 24\r\n",
       "PROXY TCP6 2001:db8::1%lo 2001:db8::2 12345 24\r\n",
-      std::string("PROXY TCP4 192.0.2.1\0x 198.51.100.2 12345 24\r\n", 47),
+      "PROXY TCP4 192.0.2.1\0x 198.51.100.2 12345 24\r\n"s,
       // blocks
       block(0x11, 0x11, v4_addresses), block(0x31, 0x11, v4_addresses),
       block(0x22, 0x11, v4_addresses), block(0x2F, 0x00, ""), block(0x21, 0x12, v4_addresses),
